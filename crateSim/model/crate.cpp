@@ -1,0 +1,294 @@
+#include "crate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <utility>
+
+#include "limits.h"
+
+namespace sim {
+
+namespace {
+
+CrateDescription checked(CrateDescription description)
+{
+    const auto problems = findProblems(description);
+    if (!problems.empty())
+        throw std::invalid_argument(problems.front());
+    return description;
+}
+
+Role roleOf(const Item &item)
+{
+    return item.parameter != nullptr ? item.parameter->role : Role::None;
+}
+
+} // namespace
+
+Crate::Crate(CrateDescription description, uint64_t seed)
+    : m_description(checked(std::move(description))), m_random(seed)
+{
+    buildIndex();
+    addProperties();
+    addBoards();
+    m_items.takeChanges();
+}
+
+// Names map to the position within their board or channel; a channel's first
+// item is its name.
+void Crate::buildIndex()
+{
+    for (const auto &model : m_description.models) {
+        auto &index = m_modelIndex[model.name];
+        for (const auto &parameter : model.board)
+            index.board.emplace(parameter.name, static_cast<ItemId>(index.board.size()));
+        index.channel.emplace("Name", 0);
+        for (const auto &parameter : model.channel)
+            index.channel.emplace(parameter.name, static_cast<ItemId>(index.channel.size()));
+    }
+}
+
+void Crate::addProperties()
+{
+    for (const auto &property : m_description.properties)
+        m_properties[property.name] = m_items.add(
+            {{}, property.name, property.mode, shapeOf(property.type), nullptr, &property},
+            property.start);
+}
+
+void Crate::addBoards()
+{
+    size_t channels = 0;
+    for (const auto &slot : m_description.slots) {
+        const auto number = static_cast<int32_t>(m_boards.size());
+        m_boards.push_back(slot ? std::make_unique<Board>(m_items, number, *slot,
+                                                          *m_description.findModel(slot->model))
+                                : nullptr);
+        channels += slot ? slot->channels.size() : 0;
+    }
+    m_tripped.resize(channels);
+}
+
+const Board *Crate::board(int32_t slot) const
+{
+    Board *found = nullptr;
+    return findBoard(slot, found) == Result::Ok ? found : nullptr;
+}
+
+Result Crate::findBoard(int32_t slot, Board *&board) const
+{
+    if (slot < 0 || static_cast<size_t>(slot) >= m_boards.size())
+        return Result::NoSlot;
+    board = m_boards[static_cast<size_t>(slot)].get();
+    return board != nullptr && board->isPresent() ? Result::Ok : Result::NoSlot;
+}
+
+Result Crate::findChannel(Address address, Channel *&channel) const
+{
+    Board *board = nullptr;
+    if (const Result result = findBoard(address.slot, board); result != Result::Ok)
+        return result;
+    if (address.channel < 0 || static_cast<size_t>(address.channel) >= board->channelCount())
+        return Result::NoChannel;
+    channel = &board->channel(static_cast<size_t>(address.channel));
+    return Result::Ok;
+}
+
+Result Crate::find(Address address, std::string_view name, ItemId &id) const
+{
+    const auto look = [&](const NameIndex &index, ItemId first) {
+        const auto found = index.find(name);
+        if (found == index.end())
+            return Result::NoItem;
+        id = first + found->second;
+        return Result::Ok;
+    };
+    if (address.slot < 0)
+        return look(m_properties, 0);
+    Board *board = nullptr;
+    if (const Result result = findBoard(address.slot, board); result != Result::Ok)
+        return result;
+    const auto &index = m_modelIndex.at(board->model().name);
+    if (address.channel < 0)
+        return look(index.board, board->firstItem());
+    Channel *channel = nullptr;
+    if (const Result result = findChannel(address, channel); result != Result::Ok)
+        return result;
+    return look(index.channel, channel->nameItem());
+}
+
+Result Crate::read(Address address, std::string_view name, Value &value) const
+{
+    ItemId id = 0;
+    if (const Result result = find(address, name, id); result != Result::Ok)
+        return result;
+    const Mode mode = m_items.item(id).mode;
+    if (mode != Mode::Read && mode != Mode::ReadWrite)
+        return Result::NotReadable;
+    value = m_items.value(id);
+    return Result::Ok;
+}
+
+Result Crate::write(Address address, std::string_view name, const Value &value, Origin origin)
+{
+    ItemId id = 0;
+    if (const Result result = find(address, name, id); result != Result::Ok)
+        return result;
+    const Item &item = m_items.item(id);
+    const bool writable = item.mode == Mode::Write || item.mode == Mode::ReadWrite;
+    if (!writable && origin == Origin::Network)
+        return Result::NotWritable;
+    if (const Result result = checkValue(item, value); result != Result::Ok)
+        return result;
+    if (const Result result = beforeWrite(item, value); result != Result::Ok)
+        return result;
+    m_items.assign(id, value);
+    afterWrite(item);
+    return Result::Ok;
+}
+
+Result Crate::beforeWrite(const Item &item, const Value &value)
+{
+    if (item.address.slot < 0)
+        return Result::Ok;
+    auto &board = *m_boards[static_cast<size_t>(item.address.slot)];
+    if (item.address.channel < 0)
+        return board.beforeWrite(roleOf(item), value);
+    return board.channel(static_cast<size_t>(item.address.channel))
+        .beforeWrite(roleOf(item), value);
+}
+
+void Crate::afterWrite(const Item &item)
+{
+    const Role role = roleOf(item);
+    if (role == Role::None)
+        return;
+    auto &board = *m_boards[static_cast<size_t>(item.address.slot)];
+    if (item.address.channel < 0)
+        board.afterWrite(role);
+    else
+        board.channel(static_cast<size_t>(item.address.channel)).afterWrite();
+}
+
+Result Crate::execute(std::string_view command)
+{
+    const auto &commands = m_description.commands;
+    const auto found = std::find_if(commands.begin(), commands.end(),
+                                    [&](const auto &each) { return each.name == command; });
+    if (found == commands.end())
+        return Result::NoCommand;
+    for (auto &board : m_boards) {
+        if (!board || !board->isPresent())
+            continue;
+        if (found->action == Action::ClearAlarms)
+            board->clearTrips();
+        for (size_t index = 0; index < board->channelCount(); ++index) {
+            if (found->action == Action::KillAll)
+                board->channel(index).kill();
+            else if (found->action == Action::SwitchAllOff)
+                board->channel(index).switchOff();
+        }
+    }
+    return Result::Ok;
+}
+
+Result Crate::tripChannel(Address address, uint32_t tripBit)
+{
+    Channel *channel = nullptr;
+    const Result result = findChannel(address, channel);
+    if (result == Result::Ok)
+        channel->trip(tripBit);
+    return result;
+}
+
+Result Crate::setChannelCondition(Address address, uint32_t bit, bool present)
+{
+    Channel *channel = nullptr;
+    const Result result = findChannel(address, channel);
+    if (result == Result::Ok)
+        channel->setCondition(bit, present);
+    return result;
+}
+
+Result Crate::setBoardCondition(int32_t slot, uint32_t bit, bool present)
+{
+    Board *board = nullptr;
+    const Result result = findBoard(slot, board);
+    if (result == Result::Ok)
+        board->setCondition(bit, present);
+    return result;
+}
+
+Result Crate::removeBoard(int32_t slot)
+{
+    Board *board = nullptr;
+    const Result result = findBoard(slot, board);
+    if (result == Result::Ok) {
+        board->remove();
+        m_insertions.push_back(slot);
+    }
+    return result;
+}
+
+Result Crate::insertBoard(int32_t slot)
+{
+    if (slot < 0 || static_cast<size_t>(slot) >= m_boards.size())
+        return Result::NoSlot;
+    auto &board = m_boards[static_cast<size_t>(slot)];
+    if (!board)
+        return Result::NoSlot;
+    if (board->isPresent())
+        return Result::Refused;
+    board->insert();
+    m_insertions.push_back(slot);
+    return Result::Ok;
+}
+
+void Crate::step(Duration time)
+{
+    m_uptime += time;
+    for (auto &board : m_boards)
+        if (board)
+            board->advance(time, m_random);
+    countTrips();
+    publishProperties();
+}
+
+void Crate::countTrips()
+{
+    constexpr uint32_t trips = channelbit::InternalTrip | channelbit::ExternalTrip;
+    size_t number = 0;
+    for (const auto &board : m_boards) {
+        for (size_t index = 0; board && index < board->channelCount(); ++index, ++number) {
+            const bool tripped = (board->channel(index).status() & trips) != 0;
+            m_trips += tripped && !m_tripped[number] ? 1 : 0;
+            m_tripped[number] = tripped;
+        }
+    }
+}
+
+void Crate::publishProperties()
+{
+    double power = 0;
+    for (const auto &board : m_boards)
+        power += board && board->isPresent() ? board->power() : 0.0;
+    const auto minutes = std::chrono::duration_cast<std::chrono::minutes>(m_uptime).count();
+    for (const auto &property : m_description.properties) {
+        const ItemId id = m_properties.at(property.name);
+        const Shape shape = shapeOf(property.type);
+        if (property.role == PropertyRole::OutputPower)
+            m_items.assign(id, fromNumber(shape, std::round(power * 100) / 100));
+        else if (property.role == PropertyRole::UptimeMinutes)
+            m_items.assign(id, fromNumber(shape, static_cast<double>(minutes)));
+        else if (property.role == PropertyRole::TripCount)
+            m_items.assign(id, fromNumber(shape, m_trips % (UINT16_MAX + 1)));
+    }
+}
+
+Changes Crate::takeChanges()
+{
+    return {m_items.takeChanges(), std::exchange(m_insertions, {})};
+}
+
+} // namespace sim

@@ -1,0 +1,89 @@
+// A running crate. Not thread-safe; does no I/O and knows no clock: time comes
+// in through step(). The same description, seed, steps and calls give the same
+// state.
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "board.h"
+#include "description.h"
+#include "items.h"
+#include "result.h"
+
+namespace sim {
+
+// Who writes: a program over the network keeps to the mode of an item and its
+// limits, somebody at the crate's front panel only to the limits.
+enum class Origin : uint8_t { Network, FrontPanel };
+
+struct Changes {
+    std::vector<ItemId> items;
+    std::vector<int32_t> insertions;  // slots where a board came or went
+};
+
+class Crate {
+public:
+    // Throws std::invalid_argument with the first problem of the description.
+    explicit Crate(CrateDescription description, uint64_t seed = 1);
+    Crate(const Crate &) = delete;
+    Crate &operator=(const Crate &) = delete;
+
+    const CrateDescription &description() const { return m_description; }
+
+    void step(Duration time);
+    // What changed since the last call, in the order of the first change.
+    Changes takeChanges();
+
+    size_t slotCount() const { return m_boards.size(); }
+    // The board in a slot; null when there is none or it has been pulled.
+    const Board *board(int32_t slot) const;
+
+    // The number of an item, with the reason when there is none. A pulled
+    // board has no items.
+    Result find(Address address, std::string_view name, ItemId &id) const;
+    const ItemStore &items() const { return m_items; }
+
+    Result read(Address address, std::string_view name, Value &value) const;
+    Result write(Address address, std::string_view name, const Value &value, Origin origin);
+    Result execute(std::string_view command);
+
+    // Faults from outside. A trip bit or condition is named by its status bit.
+    Result tripChannel(Address address, uint32_t tripBit);
+    Result setChannelCondition(Address address, uint32_t bit, bool present);
+    Result setBoardCondition(int32_t slot, uint32_t bit, bool present);
+    Result removeBoard(int32_t slot);
+    Result insertBoard(int32_t slot);
+
+private:
+    using NameIndex = std::unordered_map<std::string_view, ItemId>;
+    struct ModelIndex {
+        NameIndex board;
+        NameIndex channel;
+    };
+
+    void buildIndex();
+    void addProperties();
+    void addBoards();
+    Result findBoard(int32_t slot, Board *&board) const;
+    Result findChannel(Address address, Channel *&channel) const;
+    Result beforeWrite(const Item &item, const Value &value);
+    void afterWrite(const Item &item);
+    void publishProperties();
+    void countTrips();
+
+    const CrateDescription m_description;
+    Random m_random;
+    ItemStore m_items;
+    NameIndex m_properties;
+    std::unordered_map<std::string_view, ModelIndex> m_modelIndex;
+    std::vector<std::unique_ptr<Board>> m_boards;
+    std::vector<int32_t> m_insertions;
+    std::vector<bool> m_tripped;  // by channel, to count each trip once
+    uint32_t m_trips = 0;
+    Duration m_uptime{0};
+};
+
+} // namespace sim

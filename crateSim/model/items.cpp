@@ -1,0 +1,47 @@
+#include "items.h"
+
+#include <cmath>
+#include <utility>
+
+namespace sim {
+
+ItemId ItemStore::add(const Item &item, Value start)
+{
+    m_items.push_back(item);
+    m_values.push_back(std::move(start));
+    m_changed.push_back(false);
+    return static_cast<ItemId>(m_items.size() - 1);
+}
+
+void ItemStore::assign(ItemId id, Value value)
+{
+    if (m_values[id] == value)
+        return;
+    m_values[id] = std::move(value);
+    if (m_changed[id])
+        return;
+    m_changed[id] = true;
+    m_changes.push_back(id);
+}
+
+std::vector<ItemId> ItemStore::takeChanges()
+{
+    for (const ItemId id : m_changes)
+        m_changed[id] = false;
+    return std::exchange(m_changes, {});
+}
+
+Value quantised(const ParameterDescription &parameter, double number)
+{
+    if (shapeOf(parameter.type) != Shape::Real)
+        return fromNumber(shapeOf(parameter.type), number);
+    const double steps = std::pow(10.0, parameter.decimals);
+    return static_cast<float>(std::round(number * steps) / steps);
+}
+
+double unitFactor(const ParameterDescription &parameter)
+{
+    return std::pow(10.0, parameter.exponent);
+}
+
+} // namespace sim
