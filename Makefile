@@ -14,32 +14,27 @@ ifneq ($(filter $(OUR_GOALS),$(MAKECMDGOALS)),)
 .NOTPARALLEL:
 .PHONY: $(MAKECMDGOALS)
 
-BUILD = +@$(MAKE) --no-print-directory
-
-# Parallel unless the caller says how; quiet unless the caller wants the lines.
-BUILD_FLAGS = $(if $(filter -j%,$(MAKEFLAGS)),,-j$(shell nproc)) $(if $(V),,-s)
-
 setup:
 	@tools/setup build
 
 demo:
 	@tools/setup build
-	$(BUILD) $(BUILD_FLAGS) install
+	+@tools/build
 	@tools/demo
 
 test:
 	@tools/setup build test
-	$(BUILD) $(BUILD_FLAGS) BUILD_TESTS=YES install
+	+@tools/build BUILD_TESTS=YES
 	@tools/run-tests
 
 check:
 	@tools/setup build test check
-	$(BUILD) $(BUILD_FLAGS) BUILD_TESTS=YES install
+	+@tools/build BUILD_TESTS=YES
 	@tools/check
 
 bench:
 	@tools/setup build test
-	$(BUILD) $(BUILD_FLAGS) install
+	+@tools/build
 	@tools/run-benchmarks
 
 help:
@@ -55,7 +50,7 @@ help:
 # Goals of EPICS named beside ours
 OTHER_GOALS = $(filter-out $(OUR_GOALS),$(MAKECMDGOALS))
 $(OTHER_GOALS):
-	$(BUILD) $@
+	+@$(MAKE) --no-print-directory $@
 
 else
 
