@@ -1,0 +1,62 @@
+#include "ZANTOAio.h"
+
+#include "ZANTOrecord.h"
+
+#include <aiRecord.h>
+#include <aoRecord.h>
+#include <epicsExport.h>
+
+ZANTOScanList ioscanpvt_ai;
+
+namespace {
+
+struct Ai {
+    using Record = aiRecord;
+    static constexpr const char *badLink = "%s: ai INP field type should be INST_IO\n";
+    static constexpr const char *noNode = "[AI] - error getting node from id\n";
+    static constexpr const char *trace = "[AI] - READ %s = %lf\n";
+    static ZANTOScanList &list() { return ioscanpvt_ai; }
+    template <typename Number> static void store(Record *record, Number number)
+    {
+        record->val = static_cast<double>(number);
+    }
+    static double shown(const Record *record) { return record->val; }
+};
+
+struct Ao {
+    using Record = aoRecord;
+    static constexpr const char *badLink = "%s: ao OUT field type should be INST_IO\n";
+    static constexpr const char *noNode = "[AO] - error getting node %s from id\n";
+    static constexpr const char *request = "[AO] - request write %s = %f\n";
+    static constexpr const char *trace = "[AO] - WRITE %s = %lf\n";
+    static constexpr const char *failed = "[AO] - error setting node value for [%s] - res=%d\n";
+    static double number(const Record *record) { return record->val; }
+    static double shown(const Record *record) { return record->val; }
+    static bool succeeded(int32_t result) { return result == 0; }
+};
+
+long init_record_ai(aiRecord *record) { return ZANTOInitInput<Ai>(record); }
+long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
+{
+    return ZANTOGetScanList<Ai>(cmd, record, list);
+}
+long read_ai(aiRecord *record) { return ZANTOReadNumber<Ai>(record); }
+long init_record_ao(aoRecord *record) { return ZANTOInitOutput<Ao>(record); }
+long write_ao(aoRecord *record) { return ZANTOWriteNumber<Ao>(record); }
+
+ZANTODset6 devVEXAZANTOAi = {6,
+                             nullptr,
+                             nullptr,
+                             ZANTODsetEntry(init_record_ai),
+                             ZANTODsetEntry(get_ioint_info),
+                             ZANTODsetEntry(read_ai),
+                             nullptr};
+ZANTODset6 devVEXAZANTOAo = {6,       nullptr, nullptr, ZANTODsetEntry(init_record_ao),
+                             nullptr, ZANTODsetEntry(write_ao), nullptr};
+
+} // namespace
+
+extern "C" {
+epicsExportAddress(dset, devVEXAZANTOAi);
+epicsExportAddress(dset, devVEXAZANTOAo);
+}

@@ -1,0 +1,97 @@
+#include "ZANTOStringio.h"
+
+#include "ZANTOrecord.h"
+
+#include <epicsExport.h>
+#include <stringinRecord.h>
+#include <stringoutRecord.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+ZANTOScanList ioscanpvt_stringin;
+
+namespace {
+
+struct Stringin {
+    using Record = stringinRecord;
+    static constexpr const char *badLink = "%s: stringin INP field type should be INST_IO\n";
+    static constexpr const char *noNode = "[STRINGIN] - error getting node from id\n";
+    static ZANTOScanList &list() { return ioscanpvt_stringin; }
+};
+
+struct Stringout {
+    using Record = stringoutRecord;
+    static constexpr const char *badLink = "%s: stringout OUT field type should be INST_IO\n";
+    static constexpr const char *noNode = "[STRINGOUT] - error getting node from id\n";
+    static constexpr const char *trace = "[STRINGOUT] - WRITE %s = %s\n";
+    static constexpr const char *failed =
+        "[STRINGOUT] - error setting node value for [%s] - res=%d\n";
+    static const char *shown(const Record *record) { return record->val; }
+    static bool succeeded(int32_t result) { return result == 0; }
+};
+
+// The last byte stays as it is: it is the NUL of every value that fills the field.
+template <size_t size> void copyText(char (&field)[size], const std::string &text)
+{
+    const size_t length = std::min(text.size(), size - 1);
+    std::memcpy(field, text.data(), length);
+    if (length < size - 1)
+        field[length] = '\0';
+}
+
+long init_record_stringin(stringinRecord *record) { return ZANTOInitInput<Stringin>(record); }
+
+long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
+{
+    return ZANTOGetScanList<Stringin>(cmd, record, list);
+}
+
+long read_stringin(stringinRecord *record)
+{
+    const ZANTOTreeUse use;
+    ZANTONode *node = ZANTOFindNode<Stringin>(record, use);
+    if (node == nullptr || node->getDataType() != nodeDataTypeString)
+        return ZANTOFailed;
+    copyText(record->val, ZANTOReadNode(*node).toString());
+    record->udf = 0;
+    if (DEBUG > 7)
+        std::printf("[STRINGIN] - READ %s = %s\n", record->name, record->val);
+    return ZANTODontConvert;
+}
+
+long init_record_stringout(stringoutRecord *record) { return ZANTOInitOutput<Stringout>(record); }
+
+long write_stringout(stringoutRecord *record)
+{
+    const ZANTOTreeUse use;
+    ZANTONode *node = ZANTOFindNode<Stringout>(record, use);
+    if (node == nullptr)
+        return ZANTOFailed;
+    if (node->getDataType() != nodeDataTypeString) {
+        if (DEBUG > 0)
+            std::printf("[STRINGOUT] - error data type for node [%s]\n", record->name);
+        return ZANTOFailed;
+    }
+    variant value;
+    value.setValue(std::string(record->val, strnlen(record->val, sizeof(record->val))));
+    return ZANTOSend<Stringout>(record, *node, value);
+}
+
+ZANTODset6 devVEXAZANTOStringin = {6,
+                                   nullptr,
+                                   nullptr,
+                                   ZANTODsetEntry(init_record_stringin),
+                                   ZANTODsetEntry(get_ioint_info),
+                                   ZANTODsetEntry(read_stringin),
+                                   nullptr};
+ZANTODset6 devVEXAZANTOStringout = {6,       nullptr, nullptr, ZANTODsetEntry(init_record_stringout),
+                                    nullptr, ZANTODsetEntry(write_stringout), nullptr};
+
+} // namespace
+
+extern "C" {
+epicsExportAddress(dset, devVEXAZANTOStringin);
+epicsExportAddress(dset, devVEXAZANTOStringout);
+}

@@ -1,0 +1,213 @@
+/// What the device supports of all record types share: from a record to its node and back.
+#ifndef ZANTORECORD_H
+#define ZANTORECORD_H
+
+#include "ZANTOlife.h"
+#include "ZANTOnode.h"
+#include "ZANTOnumeric.h"
+#include "ZANTOtypes.h"
+
+#include <alarm.h>
+#include <dbAccess.h>
+#include <dbCommon.h>
+#include <devSup.h>
+#include <link.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <type_traits>
+
+/// Gives the record its place to keep its node. 0, or S_db_badField with the message for a link
+/// that is not INST_IO; `format` takes the record's name.
+long ZANTOInitRecord(dbCommon *record, const DBLINK &link, const char *format);
+
+/// The node of the record: found by name once and kept while the tree that it was found in is
+/// the present one; sought again at each call while there is none. Null: no node. To be called
+/// within a ZANTOTreeUse.
+ZANTONode *ZANTONodeOfRecord(dbCommon *record);
+
+/// Copy of the node's value, taken under its lockSem.
+variant ZANTOReadNode(ZANTONode &node);
+/// setNodeEditedValue under the node's lockSem. Blocks as long as the library does.
+int32_t ZANTOWriteNode(ZANTONode &node, const variant &value);
+
+/// printf to standard output for messages that a record type may lack (null: nothing is printed)
+/// or may word without using every argument.
+void ZANTOPrintMessage(const char *format, ...);
+
+/// Calls `use` with the number that a node of this data type holds, in its own type; false for
+/// a text or an enumeration, which have no number to show.
+template <typename Use>
+bool ZANTOVisitNumber(const variant &value, nodeDataType dataType, const Use &use)
+{
+    switch (dataType) {
+    case nodeDataTypeInt: use(value.toInt()); return true;
+    case nodeDataTypeShort: use(value.toShort()); return true;
+    case nodeDataTypeLong: use(value.toLong()); return true;
+    case nodeDataTypeUInt: use(value.toUInt()); return true;
+    case nodeDataTypeUShort: use(value.toUShort()); return true;
+    case nodeDataTypeULong: use(value.toULong()); return true;
+    case nodeDataTypeFloat: use(value.toFloat()); return true;
+    case nodeDataTypeBool: use(value.toBool()); return true;
+    default: return false;
+    }
+}
+
+/// Puts a record's number into a variant of the node's data type; false for a text, an
+/// enumeration or an unknown type. Truncates toward zero, wide types first, low bits kept.
+template <typename Number>
+bool ZANTONumberToVariant(Number number, nodeDataType dataType, variant &value)
+{
+    const auto real = static_cast<double>(number);
+    const auto whole = ZANTOTruncate<int32_t>(real);
+    const auto wide = ZANTOTruncate<int64_t>(real);
+    switch (dataType) {
+    case nodeDataTypeInt:
+    case nodeDataTypeLong: value.setValue(whole); return true;
+    case nodeDataTypeShort: value.setValue(static_cast<int16_t>(whole)); return true;
+    case nodeDataTypeUInt:
+    case nodeDataTypeULong: value.setValue(static_cast<uint32_t>(wide)); return true;
+    case nodeDataTypeUShort: value.setValue(static_cast<uint16_t>(whole)); return true;
+    case nodeDataTypeFloat: value.setValue(ZANTONarrow(real)); return true;
+    case nodeDataTypeBool: value.setValue(real != 0.0); return true;
+    default: return false;
+    }
+}
+
+/// Device support entry tables of five and six entries, laid out as every base expects them.
+struct ZANTODset5 {
+    long number;
+    DEVSUPFUN report, init, init_record, get_ioint_info, read_write;
+};
+struct ZANTODset6 {
+    long number;
+    DEVSUPFUN report, init, init_record, get_ioint_info, read_write, special_linconv;
+};
+
+/// A routine of any record type as an entry of a table.
+template <typename Function> DEVSUPFUN ZANTODsetEntry(Function *function)
+{
+    return reinterpret_cast<DEVSUPFUN>(reinterpret_cast<void (*)()>(function));
+}
+
+/// Return codes of device support routines.
+constexpr long ZANTOOk = 0;
+constexpr long ZANTOFailed = 1;
+constexpr long ZANTODontConvert = 2;
+
+// ---- the routines of the numeric records. A trait says what is particular to a record type:
+//   Record          the record structure
+//   badLink         message for a link that is not INST_IO; takes the record's name
+//   noNode          message when there is no node, or null; may take the record's name
+//   trace           message of a successful read or write; takes name and shown()
+//   shown(record)   the value as the trace prints it
+// and of an input record
+//   list()          its scan list
+//   store(record, number)
+// and of an output record
+//   number(record)  the value to write
+//   request         message before the write, or null; takes name and shown()
+//   failed          message of a failed write, or null; takes name and result
+//   succeeded(result)
+
+/// init_record of an input record; each call gives the type a fresh scan list.
+template <typename Trait> long ZANTOInitInput(typename Trait::Record *record)
+{
+    const long status = ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->inp,
+                                        Trait::badLink);
+    if (status == 0)
+        Trait::list().init();
+    return status;
+}
+
+template <typename Trait> long ZANTOInitOutput(typename Trait::Record *record)
+{
+    return ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->out, Trait::badLink);
+}
+
+template <typename Trait> long ZANTOGetScanList(int, dbCommon *, IOSCANPVT *list)
+{
+    *list = Trait::list();
+    return 0;
+}
+
+/// The record's node, or null with the type's message.
+template <typename Trait>
+ZANTONode *ZANTOFindNode(typename Trait::Record *record, const ZANTOTreeUse &use)
+{
+    ZANTONode *node = use ? ZANTONodeOfRecord(reinterpret_cast<dbCommon *>(record)) : nullptr;
+    if (node == nullptr && DEBUG > 0)
+        ZANTOPrintMessage(Trait::noNode, record->name);
+    return node;
+}
+
+template <typename Trait> long ZANTOReadNumber(typename Trait::Record *record)
+{
+    const ZANTOTreeUse use;
+    ZANTONode *node = ZANTOFindNode<Trait>(record, use);
+    if (node == nullptr)
+        return ZANTOFailed;
+    const bool isNumber =
+        ZANTOVisitNumber(ZANTOReadNode(*node), node->getDataType(),
+                         [record](auto number) { Trait::store(record, number); });
+    if (!isNumber)
+        return ZANTOFailed;
+    record->udf = 0;
+    if (DEBUG > 7)
+        std::printf(Trait::trace, record->name, Trait::shown(record));
+    return ZANTODontConvert;
+}
+
+/// Sends the value to the node and tells the outcome by the type's messages and rule.
+template <typename Trait>
+long ZANTOSend(typename Trait::Record *record, ZANTONode &node, const variant &value)
+{
+    const int32_t result = ZANTOWriteNode(node, value);
+    if (!Trait::succeeded(result)) {
+        if (DEBUG > 0)
+            ZANTOPrintMessage(Trait::failed, record->name, result);
+        return ZANTOFailed;
+    }
+    record->udf = 0;
+    if (DEBUG > 6)
+        std::printf(Trait::trace, record->name, Trait::shown(record));
+    return ZANTOOk;
+}
+
+template <typename Trait> long ZANTOWriteNumber(typename Trait::Record *record)
+{
+    if (DEBUG > 6)
+        ZANTOPrintMessage(Trait::request, record->name, Trait::shown(record));
+    const ZANTOTreeUse use;
+    ZANTONode *node = ZANTOFindNode<Trait>(record, use);
+    variant value;
+    if (node == nullptr ||
+        !ZANTONumberToVariant(Trait::number(record), node->getDataType(), value))
+        return ZANTOFailed;
+    return ZANTOSend<Trait>(record, *node, value);
+}
+
+// ---- binary and multi-bit records ----
+
+/// The value of a node as the 16 bits of a binary or multi-bit record: a float is truncated.
+template <typename Number> uint16_t ZANTOLow16(Number number)
+{
+    if constexpr (std::is_floating_point_v<Number>)
+        return static_cast<uint16_t>(ZANTOTruncate<int32_t>(static_cast<double>(number)));
+    else
+        return static_cast<uint16_t>(number);
+}
+
+/// Reads and writes VAL itself: RVAL, MASK, NOBT and SHFT are not used. Newer bases give direct
+/// records 32 bits, of which the mainframe's 16 are used.
+template <typename RecordType> struct ZANTOBitsTrait {
+    using Record = RecordType;
+    template <typename Number> static void store(Record *record, Number number)
+    {
+        record->val = ZANTOLow16(number);
+    }
+    static uint16_t number(const Record *record) { return ZANTOLow16(record->val); }
+    static int32_t shown(const Record *record) { return static_cast<int32_t>(record->val); }
+};
+
+#endif
