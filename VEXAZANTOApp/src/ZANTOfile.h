@@ -1,0 +1,34 @@
+/// Output files in a folder that anybody may write to.
+#ifndef ZANTOFILE_H
+#define ZANTOFILE_H
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+/// A file opened for writing, closed at the latest by the destructor.
+class ZANTOOutputFile {
+public:
+    /// Creates or empties the file. Never follows a symbolic link, never waits for a reader of
+    /// a FIFO and takes nothing but a regular file: somebody may have planted them there.
+    explicit ZANTOOutputFile(const char *path);
+
+    bool isOpen() const { return m_file != nullptr; }
+    void write(const std::string &text);
+    /// False when anything that was written did not reach the file.
+    bool close();
+
+private:
+    struct Closer {
+        void operator()(FILE *file) const { std::fclose(file); }
+    };
+    std::unique_ptr<FILE, Closer> m_file;
+    bool m_failed = false;
+};
+
+/// The live-insertion flag file.
+constexpr const char *ZANTOLiveInsertionPath = "/tmp/lievnt.txt";
+/// Replaces the flag file's contents; false when it cannot be opened or written.
+bool ZANTOWriteLiveInsertionFlag(const char *contents);
+
+#endif
