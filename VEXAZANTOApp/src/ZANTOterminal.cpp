@@ -1,0 +1,23 @@
+#include "ZANTOterminal.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <atomic>
+
+namespace {
+termios saved;
+std::atomic<bool> haveSaved{false}; // set once `saved` is filled
+} // namespace
+
+void ZANTOSaveTerminal()
+{
+    if (isatty(STDIN_FILENO) != 0 && tcgetattr(STDIN_FILENO, &saved) == 0)
+        haveSaved = true;
+}
+
+void ZANTORestoreTerminal()
+{
+    if (haveSaved)
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &saved);
+}
