@@ -1,0 +1,88 @@
+#include "ZANTO.h"
+#include "ZANTOcommandline.h"
+#include "ZANTOeventsthread.h"
+#include "ZANTOlife.h"
+#include "ZANTOterminal.h"
+
+#include <epicsExit.h>
+#include <epicsThread.h>
+#include <iocsh.h>
+
+#include <cstdio>
+
+namespace {
+
+void printUsage()
+{
+    static const char *const lines[] = {
+        "Syntax: zantoioc <st.cmd> [-c <name>@<hostname>] [-u username] [-p password] [-d] "
+        "[-D <debuglevel>] [-v]",
+        "              -v = version",
+        "              -c, -u, -p are mandatory",
+        "              -d = run in daemon mode",
+        "              <debuglevel> = 0 no messages",
+        "              <debuglevel> = 10 all available messages"};
+    for (const char *line : lines)
+        std::puts(line);
+}
+
+int nothingToServe()
+{
+    std::puts("No crates to monitor.  Shutting down.");
+    return 0;
+}
+
+bool connectCrate(const ZANTOCommandLine &line)
+{
+    std::puts("Waiting for firmware to start..\n");
+    tryToConnectLoop(line.host.c_str());
+    std::printf("Connecting to crate %s at %s\n", line.crateName.c_str(), line.host.c_str());
+    if (createSystemTree(line.crateName, line.host, line.user, line.password) == 0)
+        return true;
+    std::printf("Error connecting to %s. Shutting down.\n", line.host.c_str());
+    return false;
+}
+
+void runScript(const std::string &script)
+{
+    ZANTOSetScriptRunning(true);
+    iocsh(script.c_str());
+    ZANTOSetScriptRunning(false);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    SetSigShutdownHandler();
+    // A supervisor that reads a pipe sees each line when it is printed.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    if (argc < 2) {
+        printUsage();
+        return 0;
+    }
+    ZANTOStartSignalThread();
+    tcpServerThread = epicsThreadCreate("ZANTOTcpServerThread", 55,
+                                        epicsThreadGetStackSize(epicsThreadStackBig),
+                                        tcpServer_Thread, nullptr);
+    if (argc == 2)
+        return nothingToServe();
+    const ZANTOCommandLine line = ZANTOParseCommandLine(argc, argv);
+    if (line.version) {
+        std::puts("EPICS ioc VEXA ZANTO version 1.2.0");
+        return 0;
+    }
+    if (line.crateCount == 0)
+        return nothingToServe();
+    if (!connectCrate(line))
+        return 0;
+    ZANTOSaveTerminal();
+    runScript(line.script);
+    if (line.daemon) {
+        while (true)
+            epicsThreadSleep(1.0);
+    }
+    iocsh(nullptr);
+    Shutdown();
+    epicsExit(0);
+}
