@@ -21,6 +21,16 @@ std::string withoutControls(std::string text)
     return text;
 }
 
+// From the end, so that what is left of "$$(" is no reference either.
+std::string withoutMacros(std::string text)
+{
+    for (std::size_t i = text.size(); i-- > 1;) {
+        if (text[i - 1] == '$' && (text[i] == '(' || text[i] == '{'))
+            text.erase(i - 1, 1);
+    }
+    return text;
+}
+
 void cut(std::string &text, std::size_t capacity)
 {
     if (text.size() <= capacity)
@@ -42,13 +52,11 @@ bool ZANTOIsRecordName(const std::string &name)
 
 std::string ZANTODbValue(const std::string &text, std::size_t capacity)
 {
-    std::string kept = withoutControls(text);
+    std::string kept = withoutMacros(withoutControls(text));
     cut(kept, capacity);
     std::string escaped;
-    for (std::size_t i = 0; i < kept.size(); ++i) {
-        const char c = kept[i];
-        const char next = i + 1 < kept.size() ? kept[i + 1] : '\0';
-        if (c == '"' || c == '\\' || (c == '$' && (next == '(' || next == '{')))
+    for (const char c : kept) {
+        if (c == '"' || c == '\\')
             escaped += '\\';
         escaped += c;
     }

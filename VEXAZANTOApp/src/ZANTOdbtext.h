@@ -18,8 +18,9 @@ constexpr std::size_t description = 40;
 bool ZANTOIsRecordName(const std::string &name);
 
 /// `text` as it may stand between the double quotes of a field value: at most `capacity` bytes
-/// are kept, never part of a UTF-8 character; quotes, backslashes and macro references are
-/// escaped, control bytes dropped. A sane text comes back as it is.
+/// are kept, never part of a UTF-8 character; quotes and backslashes are escaped; control bytes
+/// are dropped, and so is the dollar of a macro reference, which no field takes in whatever
+/// form. A sane text comes back as it is.
 std::string ZANTODbValue(const std::string &text, std::size_t capacity);
 
 #endif
