@@ -486,20 +486,26 @@ namespace {
 // Longest that an orderly end waits for a thread inside the access library.
 constexpr milliseconds startupWorkLimit{2000};
 constexpr milliseconds treeUseLimit{2000};
-// Longest pause between two steps of the end: more than a call to a dead crate takes to fail.
-constexpr seconds stallLimit{10};
+// Longest pause between two steps of the logout: more than a call to a dead crate takes to fail.
+constexpr milliseconds stallLimit{10000};
+// Longest that the exit hooks of EPICS may take, once the mainframe has nothing to do with it.
+constexpr milliseconds exitLimit{4000};
+constexpr milliseconds watchPeriod{250};
+
+std::atomic<bool> loggedOut{false};
 
 // A library call that never returns, or an exit hook that waits for one, must not keep the
 // process alive. Runs until the process is gone.
 void watchEnd()
 {
     uint32_t seen = endProgress;
-    while (true) {
-        std::this_thread::sleep_for(stallLimit);
-        if (endProgress == seen)
-            _exit(0);
+    milliseconds still{0};
+    while (still < (loggedOut ? exitLimit : stallLimit)) {
+        std::this_thread::sleep_for(watchPeriod);
+        still = seen == endProgress ? still + watchPeriod : milliseconds(0);
         seen = endProgress;
     }
+    _exit(0);
 }
 
 void logOut()
@@ -530,6 +536,8 @@ void closeCrate()
         if (DEBUG > 0)
             std::puts("\nShutting down crate");
         logOut();
+        ++endProgress;
+        loggedOut = true;
         if (DEBUG > 0)
             std::puts("\nCrate disconnected");
     });
