@@ -8,9 +8,25 @@
 #include <epicsThread.h>
 #include <iocsh.h>
 
+#include <csignal>
 #include <cstdio>
 
 namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// EPICS' threads run with all signals blocked: a sanitizer sees their crashes only unblocked.
+void unblockCrashSignals(epicsThreadId)
+{
+    sigset_t crashes;
+    sigemptyset(&crashes);
+    for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
+        sigaddset(&crashes, number);
+    pthread_sigmask(SIG_UNBLOCK, &crashes, nullptr);
+}
+#define ZANTO_HOOK_THREADS() epicsThreadHookAdd(unblockCrashSignals)
+#else
+#define ZANTO_HOOK_THREADS() static_cast<void>(0)
+#endif
 
 void printUsage()
 {
@@ -55,6 +71,7 @@ void runScript(const std::string &script)
 int main(int argc, char *argv[])
 {
     SetSigShutdownHandler();
+    ZANTO_HOOK_THREADS();
     // A supervisor that reads a pipe sees each line when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     if (argc < 2) {
