@@ -1,0 +1,106 @@
+#include "unitSupport.h"
+
+#include "ZANTOutils.h"
+
+#include <cstdio>
+#include <sys/mman.h>
+#include <unistd.h>
+
+// ---- standard output ----
+
+StdoutCapture::StdoutCapture() : m_memory(memfd_create("stdout", MFD_CLOEXEC)), m_stdout(dup(1))
+{
+    std::fflush(stdout);
+    dup2(m_memory, 1);
+}
+
+StdoutCapture::~StdoutCapture()
+{
+    restore();
+    close(m_memory);
+}
+
+void StdoutCapture::restore()
+{
+    if (m_stdout < 0)
+        return;
+    std::fflush(stdout);
+    dup2(m_stdout, 1);
+    close(m_stdout);
+    m_stdout = -1;
+}
+
+std::string StdoutCapture::text()
+{
+    restore();
+    std::string text;
+    char part[4096];
+    ssize_t length;
+    while ((length = pread(m_memory, part, sizeof(part), static_cast<off_t>(text.size()))) > 0)
+        text.append(part, static_cast<size_t>(length));
+    return text;
+}
+
+std::string printedAt(int16_t level, const std::function<void()> &action)
+{
+    const int16_t before = DEBUG;
+    DEBUG = level;
+    StdoutCapture capture;
+    action();
+    DEBUG = before;
+    return capture.text();
+}
+
+void expectPrintedFrom(int16_t from, const std::string &text,
+                       const std::function<void()> &action)
+{
+    EXPECT_EQ(printedAt(static_cast<int16_t>(from - 1), action), "") << "below level " << from;
+    EXPECT_EQ(printedAt(from, action), text) << "at level " << from;
+}
+
+// ---- fixture ----
+
+void ZantoTest::SetUp()
+{
+    fake.reset();
+    DEBUG = 0;
+    tcpPort = 5180;
+    ZANTOUtils::SysName.clear();
+}
+
+void ZantoTest::TearDown()
+{
+    const NodePtr tree(systemNode);
+    systemNode = nullptr;
+    EXPECT_EQ(fake.unreleased(), 0U) << "lists of the library were not released";
+    EXPECT_EQ(fake.wrongReleases(), 0U) << "lists were released that must not be";
+}
+
+// ---- nodes ----
+
+NodePtr makeItem(const std::string &name, nodeType type, uint32_t wrapperType,
+                 nodeAccessRights access)
+{
+    auto node = std::make_unique<ZANTONode>();
+    node->ZANTOPrepareNode(name, type, -1, -1, "", "", "");
+    node->setSysName("CRATE");
+    node->setSysHandle(crateHandle);
+    node->setParWrapperType(wrapperType);
+    node->setAccessRights(access);
+    return node;
+}
+
+ZANTONode *bareNode(const std::string &name, nodeType type)
+{
+    auto node = std::make_unique<ZANTONode>();
+    node->ZANTOPrepareNode(name, type, -1, -1, "", "", "");
+    return node.release();
+}
+
+std::string repeated(const std::string &text, int times)
+{
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}

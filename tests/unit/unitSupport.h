@@ -1,0 +1,78 @@
+/// What the server's unit tests share.
+#ifndef UNITSUPPORT_H
+#define UNITSUPPORT_H
+
+#include "FakeAccessLibrary.h"
+#include "ZANTOnode.h"
+#include "ZANTOtypes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+using NodePtr = std::unique_ptr<ZANTONode>;
+using Lines = std::vector<std::string>;
+
+constexpr int32_t crateHandle = FakeAccessLibrary::handle;
+
+/// Standard output for a scope, into memory: no file is made anywhere.
+class StdoutCapture {
+public:
+    StdoutCapture();
+    ~StdoutCapture();
+    StdoutCapture(const StdoutCapture &) = delete;
+    StdoutCapture &operator=(const StdoutCapture &) = delete;
+
+    /// Ends the capture.
+    std::string text();
+
+private:
+    void restore();
+
+    int m_memory;
+    int m_stdout;
+};
+
+/// What `action` prints at this debug level.
+std::string printedAt(int16_t level, const std::function<void()> &action);
+/// `action` prints exactly `text` at debug level `from` and nothing at the level below.
+void expectPrintedFrom(int16_t from, const std::string &text,
+                       const std::function<void()> &action);
+
+/// The fake library with an empty crate, no tree, no debug output; afterwards every buffer of
+/// the library must have been released once.
+class ZantoTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    FakeAccessLibrary &fake = FakeAccessLibrary::instance();
+};
+
+/// Nodes or properties as the builders return them: owned from here on.
+template <typename T> std::vector<std::unique_ptr<T>> owned(const std::vector<T *> &items)
+{
+    return std::vector<std::unique_ptr<T>>(items.begin(), items.end());
+}
+
+template <typename T> variant variantOf(const T &value)
+{
+    variant v;
+    v.setValue(value);
+    return v;
+}
+
+/// A node with what makes a record of it: name, kind, library type code and access.
+NodePtr makeItem(const std::string &name, nodeType type, uint32_t wrapperType,
+                 nodeAccessRights access);
+/// A node without anything but name and kind, to be given to a parent.
+ZANTONode *bareNode(const std::string &name, nodeType type);
+
+/// `text` repeated as it stands, for long names and texts.
+std::string repeated(const std::string &text, int times);
+
+#endif
