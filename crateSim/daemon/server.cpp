@@ -1,0 +1,132 @@
+#include "server.h"
+
+#include <algorithm>
+#include <cmath>
+#include <spdlog/spdlog.h>
+#include <stdexcept>
+
+namespace sim::daemon {
+
+namespace {
+
+constexpr size_t maxSessions = 256;
+
+Duration stepFor(const ServerSettings &settings)
+{
+    const double nanoseconds = static_cast<double>(Duration(settings.tick).count());
+    const double step = nanoseconds * settings.speed;
+    if (!(step >= 1 && step <= 1e15))
+        throw std::invalid_argument("speed is out of range");
+    return Duration(std::llround(step));
+}
+
+} // namespace
+
+Server::Server(CrateDescription description, const ServerSettings &settings)
+    : m_world(std::move(description), settings.seed, settings.links),
+      m_acceptor(m_context),
+      m_timer(m_context),
+      m_tick(settings.tick),
+      m_step(stepFor(settings))
+{
+    listen(settings);
+    m_world.onRelease = [this] { resumeSessions(); };
+    if (!settings.controlPath.empty())
+        m_control.emplace(m_context, settings.controlPath, m_world);
+    accept();
+    m_timer.expires_after(m_tick);
+    tick();
+}
+
+Server::~Server()
+{
+    m_world.onChange = nullptr;
+    m_world.onRelease = nullptr;
+    for (const auto &weak : m_sessions)
+        if (const auto session = weak.lock())
+            session->close();
+}
+
+void Server::listen(const ServerSettings &settings)
+{
+    Error error;
+    const auto address = asio::ip::make_address(settings.address, error);
+    if (error)
+        throw std::invalid_argument("\"" + settings.address + "\" is no IP address");
+    const Tcp::endpoint endpoint(address, settings.port);
+    try {
+        m_acceptor.open(endpoint.protocol());
+        m_acceptor.set_option(Tcp::acceptor::reuse_address(true));
+        m_acceptor.bind(endpoint);
+        m_acceptor.listen();
+    } catch (const asio::system_error &failure) {
+        throw asio::system_error(failure.code(), "cannot listen on " + settings.address + ":"
+                                                     + std::to_string(settings.port));
+    }
+    m_port = m_acceptor.local_endpoint().port();
+}
+
+// Without a free descriptor the next attempt waits for a tick.
+void Server::accept()
+{
+    m_acceptor.async_accept([this](const Error &error, Tcp::socket socket) {
+        if (error == asio::error::operation_aborted)
+            return;
+        if (error) {
+            spdlog::warn("cannot accept: {}", error.message());
+            auto pause = std::make_shared<asio::steady_timer>(m_context, m_tick);
+            pause->async_wait([this, pause](const Error &) { accept(); });
+            return;
+        }
+        forgetClosedSessions();
+        if (m_world.sessions < maxSessions) {
+            const auto session = std::make_shared<Session>(m_context, std::move(socket), m_world);
+            m_sessions.push_back(session);
+            session->start();
+        } else {
+            spdlog::warn("connection refused: {} sessions are open", m_world.sessions);
+        }
+        accept();
+    });
+}
+
+void Server::forgetClosedSessions()
+{
+    const auto gone = [](const auto &weak) { return weak.expired(); };
+    m_sessions.erase(std::remove_if(m_sessions.begin(), m_sessions.end(), gone),
+                     m_sessions.end());
+}
+
+// Ticks that were missed are made up for, unless the process was asleep.
+void Server::tick()
+{
+    m_timer.async_wait([this](const Error &error) {
+        if (error)
+            return;
+        m_world.step(m_step);
+        constexpr auto asleep = std::chrono::seconds(1);
+        const auto now = std::chrono::steady_clock::now();
+        const auto due = m_timer.expiry() + m_tick;
+        m_timer.expires_at(now - due > asleep ? now + m_tick : due);
+        tick();
+    });
+}
+
+void Server::resumeSessions()
+{
+    for (const auto &weak : m_sessions)
+        if (const auto session = weak.lock())
+            asio::post(m_context, [session] { session->resume(); });
+}
+
+void Server::run()
+{
+    m_context.run();
+}
+
+void Server::stop()
+{
+    m_context.stop();
+}
+
+} // namespace sim::daemon

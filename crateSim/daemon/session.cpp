@@ -1,0 +1,158 @@
+#include "session.h"
+
+#include <spdlog/spdlog.h>
+
+#include "calls.h"
+
+namespace sim::daemon {
+
+namespace {
+
+Tcp::endpoint peerOf(const Tcp::socket &socket)
+{
+    Error ignored;
+    return socket.remote_endpoint(ignored);
+}
+
+} // namespace
+
+Session::Session(asio::io_context &context, Tcp::socket socket, World &world)
+    : m_context(context), m_socket(std::move(socket)), m_world(world), m_peer(peerOf(m_socket))
+{
+    ++m_world.sessions;
+}
+
+Session::~Session()
+{
+    --m_world.sessions;
+}
+
+void Session::start()
+{
+    ++m_world.statistics.sessionsAccepted;
+    Error ignored;
+    m_socket.set_option(Tcp::no_delay(true), ignored);
+    readHeader();
+}
+
+void Session::readHeader()
+{
+    asio::async_read(m_socket, asio::buffer(m_header),
+                     [self = shared_from_this()](const Error &error, size_t) {
+                         if (error)
+                             return self->close();
+                         try {
+                             self->readPayload(wire::payloadLength(self->m_header));
+                         } catch (const wire::BadFrame &bad) {
+                             self->fail(bad.what());
+                         }
+                     });
+}
+
+void Session::readPayload(uint32_t length)
+{
+    m_payload.resize(length);
+    asio::async_read(m_socket, asio::buffer(m_payload),
+                     [self = shared_from_this()](const Error &error, size_t) {
+                         if (error)
+                             return self->close();
+                         self->handlePayload();
+                     });
+}
+
+void Session::handlePayload()
+{
+    if (m_closed)
+        return;
+    if (m_world.faults.isHanging()) {
+        m_held = true;
+        return;
+    }
+    try {
+        write(answerCall(*this, m_payload));
+    } catch (const std::exception &error) {
+        fail(error.what());
+    }
+}
+
+void Session::resume()
+{
+    if (!m_held)
+        return;
+    m_held = false;
+    handlePayload();
+}
+
+void Session::write(std::string frame)
+{
+    m_answer = std::move(frame);
+    asio::async_write(m_socket, asio::buffer(m_answer),
+                      [self = shared_from_this()](const Error &error, size_t) {
+                          if (error || self->m_ending)
+                              return self->close();
+                          self->readHeader();
+                      });
+    m_world.notify();
+}
+
+void Session::fail(const char *reason)
+{
+    spdlog::warn("{}:{}: {}", m_peer.address().to_string(), m_peer.port(), reason);
+    ++m_world.statistics.badFrames;
+    close();
+}
+
+void Session::close()
+{
+    if (m_closed)
+        return;
+    m_closed = true;
+    if (m_loggedIn)
+        spdlog::info("{}:{} left without logging out", m_peer.address().to_string(),
+                     m_peer.port());
+    m_loggedIn = false;
+    logout();
+    Error ignored;
+    m_socket.close(ignored);
+    m_world.notify();
+}
+
+void Session::login(int32_t handle)
+{
+    m_loggedIn = true;
+    m_handle = handle;
+}
+
+void Session::logout()
+{
+    m_ending = true;
+    m_loggedIn = false;
+    for (const auto &[port, link] : m_links)
+        m_world.closeLink(link);
+    m_links.clear();
+}
+
+EventLink &Session::link(uint16_t port)
+{
+    auto &link = m_links[port];
+    if (!link)
+        link = m_world.openLink(m_context, Tcp::endpoint(m_peer.address(), port), m_handle);
+    return *link;
+}
+
+EventLink *Session::findLink(uint16_t port)
+{
+    const auto found = m_links.find(port);
+    return found == m_links.end() ? nullptr : found->second.get();
+}
+
+void Session::closeLink(uint16_t port)
+{
+    const auto found = m_links.find(port);
+    if (found == m_links.end())
+        return;
+    m_world.closeLink(found->second);
+    m_links.erase(found);
+}
+
+} // namespace sim::daemon

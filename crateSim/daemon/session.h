@@ -1,0 +1,58 @@
+// One connection of the access library: reads calls, answers them one by one.
+// A connection that never says anything is somebody testing whether the crate
+// is up.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "../protocol/codec.h"
+#include "world.h"
+
+namespace sim::daemon {
+
+class Session : public std::enable_shared_from_this<Session> {
+public:
+    Session(asio::io_context &context, Tcp::socket socket, World &world);
+    ~Session();
+
+    void start();
+    // Answers a call that was held back.
+    void resume();
+    void close();
+
+    // ---- For the calls
+
+    World &world() { return m_world; }
+    bool isLoggedIn() const { return m_loggedIn; }
+    void login(int32_t handle);
+    void logout();
+    // The link to a port of the caller's, made when there is none yet.
+    EventLink &link(uint16_t port);
+    EventLink *findLink(uint16_t port);
+    void closeLink(uint16_t port);
+
+private:
+    void readHeader();
+    void readPayload(uint32_t length);
+    void handlePayload();
+    void write(std::string frame);
+    void fail(const char *reason);
+
+    asio::io_context &m_context;
+    Tcp::socket m_socket;
+    World &m_world;
+    const Tcp::endpoint m_peer;
+    wire::Header m_header{};
+    std::string m_payload;
+    std::string m_answer;
+    bool m_held = false;
+    bool m_closed = false;
+    bool m_loggedIn = false;
+    bool m_ending = false;  // logged out: the answer is the last thing sent
+    int32_t m_handle = -1;
+    std::map<uint16_t, std::shared_ptr<EventLink>> m_links;
+};
+
+} // namespace sim::daemon
