@@ -1,0 +1,95 @@
+// Between C callers and the code behind: no exception gets out, and outputs
+// are written only when everything has succeeded.
+#pragma once
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "session.h"
+#include "vexahvwrapper.h"
+
+namespace sim::accesslib {
+
+// Runs the body of an operation; its result is 0 or the failure's code.
+template <class Body>
+VEXAHVRESULT guarded(Body body) noexcept
+{
+    try {
+        body();
+        return VEXAHV_OK;
+    } catch (const CallFailure &failed) {
+        return failed.code;
+    } catch (const std::bad_alloc &) {
+        return failure::noMemory;
+    } catch (...) {
+        return failure::notUnderstood;
+    }
+}
+
+template <class... Pointers>
+void requireArguments(const Pointers *...pointers)
+{
+    if (((pointers == nullptr) || ...))
+        throw CallFailure{failure::badArgument};
+}
+
+inline void requireUnderstood(bool condition)
+{
+    if (!condition)
+        throw CallFailure{failure::notUnderstood};
+}
+
+struct Freer {
+    void operator()(void *buffer) const { std::free(buffer); }
+};
+
+// A buffer on its way to the caller, who releases it with VEXAHV_Free.
+template <class Element>
+using Buffer = std::unique_ptr<Element[], Freer>;
+
+// Never null, not even without elements.
+template <class Element>
+Buffer<Element> allocate(size_t count)
+{
+    const size_t bytes = (count == 0 ? 1 : count) * sizeof(Element);
+    auto *memory = static_cast<Element *>(std::malloc(bytes));
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return Buffer<Element>(memory);
+}
+
+template <class Container>
+auto copyOf(const Container &source)
+{
+    auto buffer = allocate<typename Container::value_type>(source.size());
+    if (!source.empty())
+        std::memcpy(buffer.get(), source.data(),
+                    source.size() * sizeof(typename Container::value_type));
+    return buffer;
+}
+
+// Whether a value may be copied into a caller's buffer of that width, where 0
+// means a text.
+inline bool fits(const std::string &bytes, size_t width)
+{
+    return width == 0 ? bytes.size() <= VEXAHV_TEXT_SIZE : bytes.size() == width;
+}
+
+// The caller's index list.
+inline std::vector<uint16_t> indexes(const uint16_t *list, uint16_t count)
+{
+    return std::vector<uint16_t>(list, list + count);
+}
+
+// The 4 bytes of a caller's value buffer.
+inline uint32_t wordAt(const void *value)
+{
+    uint32_t word;
+    std::memcpy(&word, value, sizeof word);
+    return word;
+}
+
+} // namespace sim::accesslib

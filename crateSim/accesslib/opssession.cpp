@@ -1,0 +1,54 @@
+// Login, logout and the release of buffers.
+#include "boundary.h"
+
+using namespace sim;
+using namespace sim::accesslib;
+
+namespace {
+
+Socket connected(const char *host)
+{
+    Socket socket;
+    const Deadline deadline = std::chrono::steady_clock::now() + tuning().timeout;
+    if (socket.connect(host, tuning().port, deadline) != Transfer::Done)
+        throw CallFailure{failure::cannotConnect};
+    return socket;
+}
+
+} // namespace
+
+extern "C" {
+
+VEXAHVRESULT VEXAHV_InitSystem(int32_t systemType, int32_t linkType, const char *linkArg,
+                               const char *userName, const char *password, int32_t *handle)
+{
+    return guarded([&] {
+        requireArguments(linkArg, userName, password, handle);
+        auto &table = SessionTable::instance();
+        const int32_t number = table.newHandle();
+        const auto session = std::make_shared<Session>(connected(linkArg));
+        const wire::LoginRequest request{number,  systemType, linkType,
+                                         linkArg, userName,   password};
+        const Reply reply(session->exchange(wire::makeCall(wire::Operation::InitSystem, request)));
+        const auto types = reply.body<wire::LoginAnswer>().propertyTypes;
+        session->setPropertyTypes({types.begin(), types.end()});
+        table.add(number, session);
+        *handle = number;
+    });
+}
+
+VEXAHVRESULT VEXAHV_DeinitSystem(int32_t handle)
+{
+    return guarded([&] {
+        const auto session = SessionTable::instance().take(handle);
+        Reply(session->exchange(wire::makeCall(wire::Operation::DeinitSystem, wire::Nothing())));
+    });
+}
+
+VEXAHVRESULT VEXAHV_Free(void *buffer)
+{
+    std::free(buffer);
+    return VEXAHV_OK;
+}
+
+} // extern "C"

@@ -1,0 +1,121 @@
+// System properties, commands, crate map.
+#include "boundary.h"
+
+using namespace sim;
+using namespace sim::accesslib;
+
+namespace {
+
+void packedList(int32_t handle, wire::Operation operation, uint16_t *count, char **list)
+{
+    requireArguments(count, list);
+    const auto answer = call(handle, operation, wire::Nothing()).body<wire::PackedListAnswer>();
+    *list = copyOf(answer.list).release();
+    *count = answer.count;
+}
+
+// The width of a system property's value; 0 for a text, nothing for a property
+// that the crate has not announced.
+std::optional<size_t> propertyWidth(int32_t handle, const char *name)
+{
+    const auto type = SessionTable::instance().find(handle)->propertyType(name);
+    if (!type)
+        return std::nullopt;
+    switch (*type) {
+    case VEXAHV_SYSPROP_TEXT: return 0;
+    case VEXAHV_SYSPROP_REAL:
+    case VEXAHV_SYSPROP_UINT32:
+    case VEXAHV_SYSPROP_INT32: return 4;
+    case VEXAHV_SYSPROP_UINT16:
+    case VEXAHV_SYSPROP_INT16:
+    case VEXAHV_SYSPROP_BOOLEAN: return 2;
+    default: return std::nullopt;
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+VEXAHVRESULT VEXAHV_GetSysPropList(int32_t handle, uint16_t *count, char **list)
+{
+    return guarded([&] { packedList(handle, wire::Operation::GetSysPropList, count, list); });
+}
+
+VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list)
+{
+    return guarded([&] { packedList(handle, wire::Operation::GetExecCommList, count, list); });
+}
+
+VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode,
+                                   uint32_t *type)
+{
+    return guarded([&] {
+        requireArguments(name, mode, type);
+        const auto answer = call(handle, wire::Operation::GetSysPropInfo, wire::NameRequest{name})
+                                .body<wire::PropertyInfoAnswer>();
+        *mode = answer.mode;
+        *type = answer.type;
+    });
+}
+
+VEXAHVRESULT VEXAHV_GetSysProp(int32_t handle, const char *name, void *value)
+{
+    return guarded([&] {
+        requireArguments(name, value);
+        const auto bytes = call(handle, wire::Operation::GetSysProp, wire::NameRequest{name})
+                               .body<wire::BytesAnswer>()
+                               .bytes;
+        const auto width = propertyWidth(handle, name);
+        requireUnderstood(width && fits(bytes, *width));
+        std::memcpy(value, bytes.data(), bytes.size());
+    });
+}
+
+VEXAHVRESULT VEXAHV_SetSysProp(int32_t handle, const char *name, const void *value)
+{
+    return guarded([&] {
+        requireArguments(name, value);
+        const auto *text = static_cast<const char *>(value);
+        // Of an unknown property nothing can be sent; the crate refuses it.
+        const auto width = propertyWidth(handle, name);
+        const size_t length = width == 0u ? strnlen(text, VEXAHV_TEXT_SIZE) : width.value_or(0);
+        call(handle, wire::Operation::SetSysProp,
+             wire::SetPropertyRequest{name, std::string(text, length)});
+    });
+}
+
+VEXAHVRESULT VEXAHV_ExecComm(int32_t handle, const char *name)
+{
+    return guarded([&] {
+        requireArguments(name);
+        call(handle, wire::Operation::ExecComm, wire::NameRequest{name});
+    });
+}
+
+VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount, uint16_t **channelCounts,
+                                char **models, char **descriptions, uint16_t **serialNumbers,
+                                uint8_t **firmwareMinor, uint8_t **firmwareMajor)
+{
+    return guarded([&] {
+        requireArguments(slotCount, channelCounts, models, descriptions, serialNumbers,
+                         firmwareMinor, firmwareMajor);
+        const auto map =
+            call(handle, wire::Operation::GetCrateMap, wire::Nothing()).body<wire::CrateMapAnswer>();
+        auto counts = copyOf(map.channelCounts);
+        auto modelList = copyOf(map.models);
+        auto descriptionList = copyOf(map.descriptions);
+        auto serials = copyOf(map.serialNumbers);
+        auto minors = copyOf(map.firmwareMinor);
+        auto majors = copyOf(map.firmwareMajor);
+        *slotCount = map.slotCount;
+        *channelCounts = counts.release();
+        *models = modelList.release();
+        *descriptions = descriptionList.release();
+        *serialNumbers = serials.release();
+        *firmwareMinor = minors.release();
+        *firmwareMajor = majors.release();
+    });
+}
+
+} // extern "C"

@@ -1,0 +1,113 @@
+// The library's end of one login.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+#include "../protocol/codec.h"
+#include "socket.h"
+
+namespace sim::accesslib {
+
+// Failures found on this side; the crate's own codes are positive.
+namespace failure {
+constexpr int32_t badArgument = -1;
+constexpr int32_t noSession = -2;
+constexpr int32_t cannotConnect = -3;
+constexpr int32_t timedOut = -4;
+constexpr int32_t connectionLost = -5;
+constexpr int32_t notUnderstood = -6;
+constexpr int32_t noMemory = -7;
+} // namespace failure
+
+// Carries a failure to the C boundary.
+struct CallFailure {
+    int32_t code;
+};
+
+// Where and how long; other values serve tests. Not to be changed while calls
+// are under way.
+struct Tuning {
+    uint16_t port = 3180;
+    std::chrono::milliseconds timeout{5000};  // for one call
+};
+Tuning &tuning();
+
+class Reply {
+public:
+    explicit Reply(wire::Unpacked unpacked)
+        : m_unpacked(std::move(unpacked)), m_answer(wire::readAnswer(m_unpacked))
+    {
+        if (m_answer.result != 0)
+            throw CallFailure{m_answer.result};
+    }
+
+    template <class Body>
+    Body body() const
+    {
+        return wire::convert<Body>(m_answer.body);
+    }
+
+private:
+    wire::Unpacked m_unpacked;
+    wire::Answer m_answer;
+};
+
+// Thread-safe: calls follow one another. After the first call that got no
+// proper answer in time the session is dead and every later call fails at once.
+class Session {
+public:
+    explicit Session(Socket socket) : m_socket(std::move(socket)) {}
+
+    // Throws CallFailure.
+    wire::Unpacked exchange(const std::string &frame);
+
+    // Set once, before the session is shared.
+    void setPropertyTypes(std::map<std::string, uint32_t> types) { m_types = std::move(types); }
+    // The type code of a system property; nothing for an unknown one.
+    std::optional<uint32_t> propertyType(const std::string &name) const;
+
+private:
+    wire::Unpacked tryExchange(const std::string &frame);
+
+    std::map<std::string, uint32_t> m_types;
+
+    std::mutex m_mutex; // guards what follows
+    Socket m_socket;
+    bool m_dead = false;
+};
+
+// All logins of the process. Thread-safe.
+class SessionTable {
+public:
+    static SessionTable &instance();
+
+    int32_t newHandle() { return m_nextHandle++; }
+    void add(int32_t handle, std::shared_ptr<Session> session);
+    // Throws CallFailure when there is no such session.
+    std::shared_ptr<Session> find(int32_t handle);
+    std::shared_ptr<Session> take(int32_t handle);
+
+private:
+    std::atomic<int32_t> m_nextHandle{0};
+    std::mutex m_mutex; // guards what follows
+    std::unordered_map<int32_t, std::shared_ptr<Session>> m_sessions;
+};
+
+// One call of a session that is logged in. Throws CallFailure or
+// wire::BadFrame.
+template <class Request>
+Reply call(int32_t handle, wire::Operation operation, const Request &request)
+{
+    const auto session = SessionTable::instance().find(handle);
+    return Reply(session->exchange(wire::makeCall(operation, request)));
+}
+
+} // namespace sim::accesslib

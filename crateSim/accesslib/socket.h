@@ -1,0 +1,45 @@
+// A TCP socket with deadlines.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+struct addrinfo;
+
+namespace sim::accesslib {
+
+using Deadline = std::chrono::steady_clock::time_point;
+
+enum class Transfer : uint8_t { Done, TimedOut, Lost };
+
+// Owns its descriptor.
+class Socket {
+public:
+    Socket() = default;
+    explicit Socket(int descriptor) : m_descriptor(descriptor) {}
+    Socket(Socket &&other) noexcept;
+    Socket &operator=(Socket &&other) noexcept;
+    ~Socket() { close(); }
+
+    bool isOpen() const { return m_descriptor >= 0; }
+    void close();
+
+    Transfer connect(const std::string &host, uint16_t port, Deadline deadline);
+    Transfer send(const void *data, size_t size, Deadline deadline);
+    Transfer receive(void *data, size_t size, Deadline deadline);
+
+private:
+    Transfer waitFor(short events, Deadline deadline) const;
+    Transfer connectTo(const addrinfo &address, Deadline deadline);
+
+    int m_descriptor = -1;
+};
+
+// Reads from a descriptor that belongs to somebody else, for as long as it
+// takes, at most size bytes. Returns the number of bytes, 0 at the end of the
+// stream or on an error. Blocking or not, the descriptor's mode is kept.
+size_t receiveSome(int descriptor, void *data, size_t size);
+
+} // namespace sim::accesslib
