@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "codec.h"
@@ -29,7 +30,7 @@ public:
         m_packer.pack(static_cast<int32_t>(kind)).pack(slot).pack(channel);
         m_packer.pack_str(static_cast<uint32_t>(name.size()));
         m_packer.pack_str_body(name.data(), static_cast<uint32_t>(name.size()));
-        m_packer.pack(value);
+        packValue(value);
         ++m_count;
     }
 
@@ -47,6 +48,22 @@ public:
     }
 
 private:
+    template <class Value> void packValue(const Value &value) { m_packer.pack(value); }
+
+    // The packer turns a whole float into an integer; the reader tells the member of the value
+    // union by the kind, so a float has to stay one.
+    void packValue(float value)
+    {
+        constexpr unsigned char float32 = 0xca;
+        uint32_t bits;
+        std::memcpy(&bits, &value, sizeof(bits));
+        const unsigned char bytes[] = {float32, static_cast<unsigned char>(bits >> 24),
+                                       static_cast<unsigned char>(bits >> 16),
+                                       static_cast<unsigned char>(bits >> 8),
+                                       static_cast<unsigned char>(bits)};
+        m_records.write(reinterpret_cast<const char *>(bytes), sizeof(bytes));
+    }
+
     msgpack::sbuffer m_records;
     msgpack::packer<msgpack::sbuffer> m_packer{m_records};
     size_t m_count = 0;
