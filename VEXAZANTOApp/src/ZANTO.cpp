@@ -554,8 +554,10 @@ void Shutdown()
     while (!first)
         pause();
     ZANTORestoreTerminal();
+    // Not exit() alone: EPICS' exit hooks would then run after the destructors of static objects
+    // that they use.
     if (!ZANTOScriptIsRunning())
-        exit(0);
+        epicsExit(0);
     // The main thread is inside iocInit or a command of the script: exit hooks would take apart
     // what it is putting together.
     std::fflush(nullptr);
