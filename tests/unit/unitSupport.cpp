@@ -2,9 +2,51 @@
 
 #include "ZANTOutils.h"
 
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
+#include <new>
 #include <sys/mman.h>
 #include <unistd.h>
+
+// ---- objects on the heap ----
+
+namespace {
+
+std::atomic<int> nodes{0};
+std::atomic<int> properties{0};
+
+void countObject(std::size_t size, int change)
+{
+    if (size == sizeof(ZANTONode))
+        nodes += change;
+    if (size == sizeof(ZANTONodeProperty))
+        properties += change;
+}
+
+} // namespace
+
+int liveNodes() { return nodes; }
+int liveProperties() { return properties; }
+
+// The node's destructor is no virtual one and cannot be watched; its memory can.
+void *operator new(std::size_t size)
+{
+    void *memory = std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    countObject(size, 1);
+    return memory;
+}
+
+void operator delete(void *memory) noexcept { std::free(memory); }
+
+void operator delete(void *memory, std::size_t size) noexcept
+{
+    if (memory != nullptr)
+        countObject(size, -1);
+    std::free(memory);
+}
 
 // ---- standard output ----
 
@@ -62,6 +104,7 @@ void expectPrintedFrom(int16_t from, const std::string &text,
 
 void ZantoTest::SetUp()
 {
+    m_nodesBefore = liveNodes();
     fake.reset();
     DEBUG = 0;
     tcpPort = 5180;
@@ -70,8 +113,9 @@ void ZantoTest::SetUp()
 
 void ZantoTest::TearDown()
 {
-    const NodePtr tree(systemNode);
+    NodePtr(systemNode).reset();
     systemNode = nullptr;
+    EXPECT_EQ(liveNodes(), m_nodesBefore) << "nodes were not deleted";
     EXPECT_EQ(fake.unreleased(), 0U) << "lists of the library were not released";
     EXPECT_EQ(fake.wrongReleases(), 0U) << "lists were released that must not be";
 }

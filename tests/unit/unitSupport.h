@@ -43,14 +43,22 @@ std::string printedAt(int16_t level, const std::function<void()> &action);
 void expectPrintedFrom(int16_t from, const std::string &text,
                        const std::function<void()> &action);
 
-/// The fake library with an empty crate, no tree, no debug output; afterwards every buffer of
-/// the library must have been released once.
+/// How many ZANTONode or ZANTONodeProperty objects live on the heap, told by their size: right
+/// as a difference around code that makes and deletes them.
+int liveNodes();
+int liveProperties();
+
+/// The fake library with an empty crate, no tree, no debug output. Afterwards every buffer of
+/// the library must have been released once and every node been deleted.
 class ZantoTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 
     FakeAccessLibrary &fake = FakeAccessLibrary::instance();
+
+private:
+    int m_nodesBefore = 0;
 };
 
 /// Nodes or properties as the builders return them: owned from here on.
