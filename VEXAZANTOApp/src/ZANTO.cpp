@@ -6,7 +6,7 @@
 #include "ZANTOlife.h"
 #include "ZANTOnode.h"
 #include "ZANTOnumeric.h"
-#include "ZANTOscanlist.h"
+#include "ZANTOscanhooks.h"
 #include "ZANTOterminal.h"
 #include "ZANTOtypes.h"
 #include "ZANTOutils.h"
@@ -543,6 +543,13 @@ void closeCrate()
     });
 }
 
+// Two threads must not run the exit hooks.
+[[noreturn]] void waitForTheEnd()
+{
+    while (true)
+        pause();
+}
+
 } // namespace
 
 void Shutdown()
@@ -550,9 +557,8 @@ void Shutdown()
     static std::atomic<bool> ending{false};
     const bool first = !ending.exchange(true);
     closeCrate();
-    // Two threads must not run the exit hooks.
-    while (!first)
-        pause();
+    if (!first)
+        waitForTheEnd();
     ZANTORestoreTerminal();
     // Not exit() alone: EPICS' exit hooks would then run after the destructors of static objects
     // that they use.

@@ -14,7 +14,8 @@ template <typename T> T ZANTOTruncate(double value)
                   "for integers");
     // The upper bound as a double may round up to the first value that no longer fits.
     constexpr auto lowest = static_cast<double>(std::numeric_limits<T>::min());
-    constexpr auto beyond = 2.0 * static_cast<double>(std::numeric_limits<T>::max() / 2 + 1);
+    constexpr T half = std::numeric_limits<T>::max() / 2 + 1;
+    constexpr double beyond = 2.0 * static_cast<double>(half);
     if (value != value)
         return 0;
     if (value <= lowest)

@@ -1,3 +1,5 @@
+#include "ZANTOscanhooks.h"
+
 #include "ZANTOAio.h"
 #include "ZANTOBio.h"
 #include "ZANTOMBBio.h"

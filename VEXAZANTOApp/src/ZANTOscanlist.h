@@ -89,8 +89,4 @@ private:
     void *m_timer = nullptr; // of the retry queue, kept for ever once made
 };
 
-/// Calls watchPasses() on the five lists and requests each once when the IOC runs, at the
-/// right moments of iocInit. To be called before these moments; more than once is harmless.
-void ZANTORegisterScanHooks();
-
 #endif

@@ -104,7 +104,7 @@ std::string ZANTOUtils::ZANTOConvertChannelStatus(int32_t, int32_t status)
         {0x40, "E-Tripped"}, {0x200, "I-Tripped"}, {0x100, "Ext-Dis"},    {0x8, "Ovc"},
         {0x10, "Ovv"},       {0x80, "HVMax"},      {0x20, "Unv"},         {0x1000, "Unc"},
         {0x2000, "Ovv Prot."}, {0x4000, "Pwr Fail"}, {0x8000, "Temp Err."}};
-    const std::string text = firstBitText(first, status);
+    std::string text = firstBitText(first, status);
     if (!text.empty())
         return text;
     return (status & 0x4) != 0 ? firstBitText(down, status) : firstBitText(settled, status);
@@ -425,7 +425,7 @@ std::string textOf(const ZANTONodeProperty &property)
 } // namespace
 
 ZANTONodeValue ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(ZANTONode *element,
-                                                                    IDValue_t recvItemVal)
+                                                                    const IDValue_t &recvItemVal)
 {
     ZANTONodeValue result;
     if (element == nullptr) {

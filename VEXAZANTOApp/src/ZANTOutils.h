@@ -73,7 +73,7 @@ public:
 
     /// The event's value by the node's data type, Good, now. A null node gives the default value.
     static ZANTONodeValue ZANTOCreateValueFromNodeTypeAndEventType(ZANTONode *element,
-                                                                   IDValue_t recvItemVal);
+                                                                   const IDValue_t &recvItemVal);
     static std::string ZANTOConvertPropertyStringFromBool(ZANTONode *node, bool newVal);
     /// Compares with the first of the two labels alone, the on-state in every built tree.
     static bool ZANTOConvertPropertyBoolFromString(ZANTONode *node, const std::string &str);

@@ -1,0 +1,10 @@
+/// The scan lists of all record types at the turns of iocInit.
+#ifndef ZANTOSCANHOOKS_H
+#define ZANTOSCANHOOKS_H
+
+/// From now on iocInit has the five scan lists watch their passes while none can be queued, and
+/// requests each once when the IOC runs. To be called before iocInit initialises the records;
+/// more than once is harmless.
+void ZANTORegisterScanHooks();
+
+#endif
