@@ -1,0 +1,233 @@
+#include "unitSupport.h"
+
+#include "ZANTOfile.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+std::string contents(const std::string &path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+void put(const std::string &path, const std::string &text) { std::ofstream(path) << text; }
+
+/// No file of this process may grow beyond `bytes`, for a scope: a disk that is full.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : m_handler(signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limited = {bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    void (*m_handler)(int);
+    rlimit m_before = {};
+};
+
+class OutputFile : public ZantoTest {
+protected:
+    void SetUp() override
+    {
+        ZantoTest::SetUp();
+        char name[] = "/tmp/zantoFileTest.XXXXXX";
+        ASSERT_NE(mkdtemp(name), nullptr);
+        m_folder = name;
+    }
+
+    void TearDown() override
+    {
+        for (const std::string &path : m_paths)
+            unlink(path.c_str());
+        rmdir(m_folder.c_str());
+        ZantoTest::TearDown();
+    }
+
+    std::string path(const std::string &name)
+    {
+        m_paths.push_back(m_folder + "/" + name);
+        return m_paths.back();
+    }
+
+private:
+    std::string m_folder;
+    Lines m_paths;
+};
+
+} // namespace
+
+TEST_F(OutputFile, CreatesAFileWithWhatIsWritten)
+{
+    const std::string name = path("new");
+    ZANTOOutputFile file(name.c_str());
+    ASSERT_TRUE(file.isOpen());
+    file.write("one\n");
+    file.write("");
+    file.write("two\n");
+    EXPECT_TRUE(file.close());
+    EXPECT_FALSE(file.isOpen());
+    EXPECT_EQ(contents(name), "one\ntwo\n");
+}
+
+TEST_F(OutputFile, KeepsBytesThatAreNoText)
+{
+    const std::string name = path("bytes");
+    const std::string bytes("a\0b\xFF", 4);
+    ZANTOOutputFile file(name.c_str());
+    file.write(bytes);
+    EXPECT_TRUE(file.close());
+    EXPECT_EQ(contents(name), bytes);
+}
+
+TEST_F(OutputFile, EmptiesAFileThatExists)
+{
+    const std::string name = path("old");
+    put(name, "something longer than the new contents");
+    ZANTOOutputFile file(name.c_str());
+    EXPECT_EQ(contents(name), "");
+    file.write("new");
+    EXPECT_TRUE(file.close());
+    EXPECT_EQ(contents(name), "new");
+}
+
+TEST_F(OutputFile, MayBeReadByEverybodyButWrittenByItsOwnerAlone)
+{
+    const std::string name = path("mode");
+    const mode_t before = umask(0);
+    {
+        const ZANTOOutputFile file(name.c_str());
+    }
+    umask(before);
+    struct stat status = {};
+    ASSERT_EQ(stat(name.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0644U);
+}
+
+TEST_F(OutputFile, IsClosedByItsDestructor)
+{
+    const std::string name = path("scope");
+    {
+        ZANTOOutputFile file(name.c_str());
+        file.write("kept");
+    }
+    EXPECT_EQ(contents(name), "kept");
+}
+
+TEST_F(OutputFile, DoesNotFollowASymbolicLink)
+{
+    const std::string target = path("target");
+    const std::string link = path("link");
+    put(target, "precious");
+    ASSERT_EQ(symlink(target.c_str(), link.c_str()), 0);
+    EXPECT_FALSE(ZANTOOutputFile(link.c_str()).isOpen());
+    EXPECT_EQ(contents(target), "precious");
+}
+
+TEST_F(OutputFile, DoesNotCreateWhatADanglingLinkNames)
+{
+    const std::string target = path("target");
+    const std::string link = path("link");
+    ASSERT_EQ(symlink(target.c_str(), link.c_str()), 0);
+    EXPECT_FALSE(ZANTOOutputFile(link.c_str()).isOpen());
+    EXPECT_NE(access(target.c_str(), F_OK), 0);
+}
+
+TEST_F(OutputFile, NeverWaitsForTheReaderOfAFifo)
+{
+    const std::string fifo = path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_FALSE(ZANTOOutputFile(fifo.c_str()).isOpen());
+}
+
+TEST_F(OutputFile, WritesNothingToTheReaderOfAFifo)
+{
+    const std::string fifo = path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    ZANTOOutputFile file(fifo.c_str());
+    EXPECT_FALSE(file.isOpen());
+    file.write("secret");
+    EXPECT_FALSE(file.close());
+    char byte = 0;
+    EXPECT_EQ(read(reader, &byte, 1), 0);
+    close(reader);
+}
+
+TEST_F(OutputFile, TakesNeitherAFolderNorADevice)
+{
+    EXPECT_FALSE(ZANTOOutputFile("/tmp").isOpen());
+    EXPECT_FALSE(ZANTOOutputFile("/dev/null").isOpen());
+    EXPECT_FALSE(ZANTOOutputFile("/nowhere/at/all").isOpen());
+}
+
+TEST_F(OutputFile, WhatCannotBeOpenedCannotBeWritten)
+{
+    ZANTOOutputFile file("/nowhere/at/all");
+    file.write("lost");
+    EXPECT_FALSE(file.close());
+}
+
+TEST_F(OutputFile, ReportsADiskThatIsFullWhenItIsClosed)
+{
+    const std::string name = path("full");
+    ZANTOOutputFile file(name.c_str());
+    const FileSizeLimit limit(10);
+    file.write("a few bytes more than there is room for");
+    EXPECT_FALSE(file.close());
+}
+
+TEST_F(OutputFile, RemembersAWriteThatFailedBeforeTheLastOne)
+{
+    const std::string name = path("full");
+    ZANTOOutputFile file(name.c_str());
+    {
+        const FileSizeLimit limit(10);
+        file.write(repeated("x", 1 << 20)); // more than any buffer holds
+    }
+    file.write("end");
+    EXPECT_FALSE(file.close());
+}
+
+TEST_F(OutputFile, LeavesNoDescriptorOpen)
+{
+    const std::string name = path("many");
+    const std::string fifo = path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
+    const int before = dup(0);
+    close(before);
+    for (int i = 0; i < 10; ++i) {
+        const ZANTOOutputFile first(name.c_str());
+        const ZANTOOutputFile refused(fifo.c_str());
+    }
+    const int after = dup(0);
+    EXPECT_EQ(after, before);
+    close(after);
+    close(reader);
+}
+
+TEST_F(OutputFile, IsNotInheritedByProgramsThatAreStarted)
+{
+    const int next = dup(0);
+    close(next);
+    const ZANTOOutputFile file(path("private").c_str());
+    EXPECT_EQ(fcntl(next, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+}
