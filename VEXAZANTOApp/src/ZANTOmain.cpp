@@ -31,8 +31,8 @@ void unblockCrashSignals(epicsThreadId)
 void printUsage()
 {
     static const char *const lines[] = {
-        "Syntax: zantoioc <st.cmd> [-c <name>@<hostname>] [-u username] [-p password] [-d] "
-        "[-D <debuglevel>] [-v]",
+        ("Syntax: zantoioc <st.cmd> [-c <name>@<hostname>] [-u username] [-p password] [-d] "
+         "[-D <debuglevel>] [-v]"),
         "              -v = version",
         "              -c, -u, -p are mandatory",
         "              -d = run in daemon mode",
