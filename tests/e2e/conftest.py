@@ -1,0 +1,150 @@
+"""Fixtures: worlds, and what runs in them.
+
+With Debian's python3-pytest-xdist the tests run in several processes, one file after the other
+in each; without it in one. Every test would do in any order.
+"""
+
+import os
+import sys
+
+import pytest
+
+sys.path.insert(0, os.path.dirname(__file__))
+
+# pylint: disable=wrong-import-position
+from harness import places
+from harness.clients import Clients
+from harness.crate import Crate
+from harness.ioc import Ioc
+from harness.world import World, refusal
+
+# Most of a test's time passes in waiting for processes.
+WORKERS_PER_CORE = 2
+
+LOG_TAIL = 6000
+
+
+@pytest.hookimpl(tryfirst=True)
+def pytest_cmdline_main(config):
+    # A worker that took itself for the session would start workers of its own, without end.
+    is_worker = hasattr(config, "workerinput") or "PYTEST_XDIST_WORKER" in os.environ
+    if is_worker or not config.pluginmanager.hasplugin("xdist"):
+        return
+    if config.option.numprocesses is None:
+        wanted = os.environ.get("ZANTO_E2E_WORKERS")
+        config.option.numprocesses = int(wanted) if wanted else _workers()
+        config.option.dist = "loadfile"
+
+
+def _workers():
+    return WORKERS_PER_CORE * len(os.sched_getaffinity(0))
+
+
+def pytest_sessionstart(session):
+    if hasattr(session.config, "workerinput"):
+        return
+    why = refusal()
+    if why:
+        pytest.exit("end-to-end tests need user, mount and network namespaces of their own "
+                    f"(unshare -rmn), and this system refuses them: {why}", 1)
+    missing = places.what_is_missing()
+    if missing:
+        pytest.exit(f"not built: {missing}", 1)
+
+
+class Site:
+    """A world and what the tests start in it, ended and checked at the end."""
+
+    def __init__(self, **world):
+        self.world = World(**world)
+        self.crates = []
+        self.iocs = []
+        self._clients = None
+
+    def crate(self, *options, **more):
+        self.crates.append(Crate(self.world, options, **more))
+        return self.crates[-1]
+
+    def ioc(self, *options, **more):
+        self.iocs.append(Ioc(self.world, *options, **more))
+        return self.iocs[-1]
+
+    @property
+    def clients(self):
+        if self._clients is None:
+            self._clients = Clients(self.world)
+        return self._clients
+
+    def close(self):
+        """Whatever a test did to it, a server left running obeys SIGTERM with status 0."""
+        complaints = []
+        for server in [*self.iocs, *self.crates]:
+            try:
+                ran = server.process.status is None
+                status = server.stop()
+                if ran and status != 0:
+                    complaints.append(f"{server.process.name} ended with status {status}")
+            except AssertionError as error:
+                complaints.append(str(error))
+        complaints += self.world.close()
+        assert not complaints, "\n".join(complaints)
+
+
+_open_sites = []
+
+
+def _sites():
+    """Makes sites and closes them all."""
+    made = []
+
+    def make(**world):
+        site = Site(**world)
+        made.append(site)
+        _open_sites.append(site)
+        return site
+
+    yield make
+    complaints = []
+    for site in made:
+        _open_sites.remove(site)
+        try:
+            site.close()
+        except AssertionError as error:
+            complaints.append(str(error))
+    assert not complaints, "\n".join(complaints)
+
+
+make_site = pytest.fixture(_sites, name="make_site")
+make_shared_site = pytest.fixture(_sites, name="make_shared_site", scope="module")
+
+
+@pytest.fixture
+def site(make_site):
+    """A world for this test alone."""
+    return make_site()
+
+
+@pytest.fixture(scope="module")
+def shared(make_shared_site):
+    """One world for the tests of a file."""
+    return make_shared_site()
+
+
+@pytest.fixture(scope="module")
+def live(shared):
+    """A crate and a server that runs, for the tests of a file. Each test uses items of its own."""
+    shared.the_crate = shared.crate()
+    shared.the_ioc = shared.ioc().wait_running()
+    shared.the_crate.wait(eventConnections=1)
+    return shared
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item, call):
+    report = (yield).get_result()
+    if not report.failed:
+        return
+    for site in _open_sites:
+        for title, text in site.world.logs().items():
+            if text:
+                report.sections.append((title, text[-LOG_TAIL:]))

@@ -1,0 +1,68 @@
+"""The clients of EPICS base, run in a world."""
+
+import re
+
+from . import places
+from .process import WATCHDOG
+
+
+class Clients:
+    def __init__(self, world):
+        self._world = world
+        world.repeater()
+
+    def _run(self, tool, *arguments):
+        return self._world.run([places.client(tool), "-w", "20", *arguments])
+
+    def caget(self, name, *options):
+        """The value as text."""
+        done = self._run("caget", "-t", *options, name)
+        assert done.returncode == 0, done.stdout + done.stderr
+        return done.stdout.rstrip("\n")
+
+    def caput(self, name, value, *options):
+        """Waits until the record has processed. The complaint, empty when there is none."""
+        done = self._run("caput", "-c", "-t", *options, name, str(value))
+        return done.stderr if "Exception" in done.stderr or done.returncode else ""
+
+    def pvget(self, name):
+        done = self._run("pvget", "-M", "json", "-r", "field(value)", name)
+        assert done.returncode == 0, done.stdout + done.stderr
+        return re.search(r'"value": (.*?)\}?$', done.stdout.strip()).group(1)
+
+    def pvput(self, name, value):
+        """The complaint, empty when there is none."""
+        done = self._run("pvput", name, str(value))
+        return done.stderr if "Error" in done.stderr or done.returncode else ""
+
+    def exists(self, name):
+        return self._world.run([places.client("cainfo"), "-w", "20", name]).returncode == 0
+
+    def camonitor(self, *names):
+        return Monitor(self._world, "camonitor", names, ["-t", "n", "-S"])
+
+    def pvmonitor(self, *names):
+        return Monitor(self._world, "pvmonitor", names, [])
+
+
+class Monitor:
+    """A client that prints each update; started when it has shown every name once."""
+
+    def __init__(self, world, tool, names, options):
+        self.process = world.start(f"{tool} {' '.join(names)}",
+                                   ["stdbuf", "-oL", places.client(tool), *options, *names])
+        for name in names:
+            self.wait_for(name, r"\S+|")
+
+    def wait_for(self, name, value, start=0, timeout=WATCHDOG):
+        """An update of the name to a value that matches the pattern whole."""
+        pattern = rf"^{re.escape(name)} +(?:\d{{4}}-\d\d-\d\d [\d:.]+ +)?({value}) *$"
+        return self.process.stdout.wait_for(pattern, start, timeout)
+
+    def mark(self):
+        """Where later updates begin."""
+        return len(self.process.stdout.text)
+
+    def values(self, name, start=0):
+        pattern = rf"^{re.escape(name)} +(?:\d{{4}}-\d\d-\d\d [\d:.]+ +)?(.*?) *$"
+        return re.findall(pattern, self.process.stdout.text[start:], re.MULTILINE)

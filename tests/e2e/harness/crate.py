@@ -1,0 +1,76 @@
+"""The simulated crate and its control port."""
+
+import contextlib
+import json
+import signal
+import socket
+
+from . import places
+from .process import WATCHDOG
+from .world import LOOPBACK
+
+CONTROL = "/tmp/crate.control"
+
+
+class Refused(Exception):
+    """The control port said no."""
+
+
+class Crate:
+    def __init__(self, world, options=(), address=LOOPBACK):
+        self._world = world
+        self.process = world.start("zantocrate", [places.program("zantocrate"), "--address", address,
+                                          "--control", CONTROL, *options])
+        self.process.stdout.wait_for(r"^zantocrate: ready on ")
+
+    def control(self, cmd, **fields):
+        request = json.dumps({"cmd": cmd, **fields}) + "\n"
+        with contextlib.closing(socket.socket(socket.AF_UNIX)) as connection:
+            connection.settimeout(WATCHDOG + 10)
+            connection.connect(str(self._world.path(CONTROL)))
+            connection.sendall(request.encode())
+            with connection.makefile("r", encoding="utf-8") as lines:
+                answer = json.loads(lines.readline())
+        if not answer.pop("ok"):
+            raise Refused(f"{request.strip()}: {answer['error']}")
+        return answer
+
+    def get(self, name, slot=None, channel=None):
+        return self.control("get", name=name, **_place(slot, channel))["value"]
+
+    def set(self, name, value, slot=None, channel=None):
+        """As from the front panel."""
+        self.control("set", name=name, value=value, **_place(slot, channel))
+
+    def log(self, *operations):
+        """The calls so far, all or those of the operations named without their prefix."""
+        lines = self.control("log")["log"]
+        heads = tuple(f"VEXAHV_{operation}(" for operation in operations)
+        return [line for line in lines if line.startswith(heads)] if operations else lines
+
+    def sets(self):
+        return self.log("SetSysProp", "SetBdParam", "SetChParam", "SetChName", "ExecComm")
+
+    def statistics(self, **fields):
+        return self.control("statistics", **fields)
+
+    def clear(self):
+        self.statistics(clear=True)
+
+    def wait(self, **fields):
+        """For a call (and its count), eventConnections, sessions, or an item's value."""
+        self.control("wait", **{"timeout": WATCHDOG, **fields})
+
+    def kill(self):
+        self.process.kill()
+
+    def stop(self):
+        """Ends it as an operator would."""
+        if self.process.status is None:
+            self.process.send(signal.SIGTERM)
+        return self.process.wait()
+
+
+def _place(slot, channel):
+    place = {} if slot is None else {"slot": slot}
+    return place if channel is None else {**place, "channel": channel}
