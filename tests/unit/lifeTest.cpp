@@ -1,0 +1,298 @@
+#include "unitSupport.h"
+
+#include "ZANTOlife.h"
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <sys/time.h>
+#include <thread>
+#include <unistd.h>
+
+using std::chrono::milliseconds;
+
+namespace {
+
+// Longer than any test takes: a wait that lasts as long has failed.
+constexpr milliseconds watchdog{20000};
+
+class TreeLife : public ZantoTest {
+protected:
+    void TearDown() override
+    {
+        ZANTOOpenTree();
+        ZantoTest::TearDown();
+    }
+};
+
+/// The start-up's state can only go forward, so each test of its end has a process of its own.
+class StartupLifeDeathTest : public ZantoTest {
+protected:
+    void SetUp() override
+    {
+        ZantoTest::SetUp();
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+    }
+};
+
+#define EXPECT_ENDS_WELL(action) EXPECT_EXIT(action, ::testing::ExitedWithCode(0), "")
+
+// What a child process ends with; without the exit hooks, which are not what is tested here.
+[[noreturn]] void endChild(bool well) { _exit(well ? 0 : 1); }
+
+void endOnAlarm(int) { _exit(0); }
+
+// The child ends well if nothing ends it before: what comes next must never return.
+void expectNoReturn()
+{
+    signal(SIGALRM, endOnAlarm);
+    const itimerval soon = {{0, 0}, {0, 200000}};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+}
+
+/// Start-up work on a thread that can be held between its checkpoints.
+class Worker {
+public:
+    Worker()
+        : m_thread([this] {
+              const ZANTOStartupWork work;
+              m_working.set_value();
+              m_goOn.get_future().wait();
+              ZANTOStartupCheckpoint();
+              m_returned = true;
+          })
+    {
+        m_thread.detach();
+        m_working.get_future().wait();
+    }
+
+    void goOn() { m_goOn.set_value(); }
+    bool returned() const { return m_returned; }
+
+private:
+    std::promise<void> m_working;
+    std::promise<void> m_goOn;
+    std::atomic<bool> m_returned{false};
+    std::thread m_thread;
+};
+
+} // namespace
+
+// ---- use of the tree ----
+
+TEST_F(TreeLife, IsOpenUntilItIsClosed)
+{
+    EXPECT_TRUE(ZANTOTreeUse());
+    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
+    EXPECT_FALSE(ZANTOTreeUse());
+    EXPECT_FALSE(ZANTOTreeUse());
+}
+
+TEST_F(TreeLife, ATreeThatIsOpenedAgainIsUsable)
+{
+    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
+    ZANTOOpenTree();
+    EXPECT_TRUE(ZANTOTreeUse());
+}
+
+TEST_F(TreeLife, ManyUsesMayOverlap)
+{
+    const ZANTOTreeUse outer;
+    const ZANTOTreeUse inner;
+    EXPECT_TRUE(outer);
+    EXPECT_TRUE(inner);
+    std::thread([] { EXPECT_TRUE(ZANTOTreeUse()); }).join();
+}
+
+TEST_F(TreeLife, ClosingGivesUpOnAUseThatDoesNotEnd)
+{
+    const ZANTOTreeUse use;
+    EXPECT_FALSE(ZANTOCloseTree(milliseconds(0)));
+    EXPECT_FALSE(ZANTOCloseTree(milliseconds(5)));
+    EXPECT_TRUE(use) << "the present use keeps what it was told";
+    EXPECT_FALSE(ZANTOTreeUse()) << "the tree stays closed";
+}
+
+TEST_F(TreeLife, AUseThatWasRefusedDoesNotCountOnceItIsOver)
+{
+    ZANTOCloseTree(milliseconds(0));
+    {
+        const ZANTOTreeUse refused;
+    }
+    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
+}
+
+TEST_F(TreeLife, ClosingWaitsForTheLastUseToEnd)
+{
+    std::atomic<bool> used{true};
+    std::promise<void> inUse;
+    std::thread user([&] {
+        const ZANTOTreeUse use;
+        inUse.set_value();
+        while (ZANTOTreeUse()) // until the tree is being closed
+            std::this_thread::yield();
+        used = false;
+    });
+    inUse.get_future().wait();
+    EXPECT_TRUE(ZANTOCloseTree(watchdog));
+    EXPECT_FALSE(used);
+    user.join();
+}
+
+// The tree must be gone for whoever comes after it was closed, however many threads try.
+TEST_F(TreeLife, NobodyUsesATreeThatIsClosed)
+{
+    std::atomic<bool> alive{true};
+    std::atomic<bool> stop{false};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 3; ++i)
+        readers.emplace_back([&] {
+            while (!stop) {
+                const ZANTOTreeUse use;
+                if (use && !alive)
+                    ++wrong;
+            }
+        });
+    for (int round = 0; round < 50; ++round) {
+        EXPECT_TRUE(ZANTOCloseTree(watchdog));
+        alive = false;
+        std::this_thread::yield();
+        alive = true;
+        ZANTOOpenTree();
+    }
+    stop = true;
+    for (std::thread &reader : readers)
+        reader.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+// ---- completeness ----
+
+TEST_F(TreeLife, IsCompleteWithARootAndNoUnfinishedBuild)
+{
+    EXPECT_FALSE(ZANTOTreeIsComplete());
+    systemNode = bareNode("CRATE", nodeTypeSystemItem);
+    EXPECT_TRUE(ZANTOTreeIsComplete());
+    ZANTOBeginTree();
+    EXPECT_FALSE(ZANTOTreeIsComplete());
+    ZANTOOpenTree();
+    EXPECT_TRUE(ZANTOTreeIsComplete());
+}
+
+TEST_F(TreeLife, WhoWaitsForTheTreeGoesOnOnceItIsComplete)
+{
+    ZANTOBeginTree();
+    auto waiter = std::async(std::launch::async, [] {
+        ZANTOWaitForTree();
+        return ZANTOTreeIsComplete();
+    });
+    systemNode = bareNode("CRATE", nodeTypeSystemItem);
+    EXPECT_EQ(waiter.wait_for(milliseconds(0)), std::future_status::timeout);
+    ZANTOOpenTree();
+    ASSERT_EQ(waiter.wait_for(watchdog), std::future_status::ready);
+    EXPECT_TRUE(waiter.get());
+}
+
+TEST_F(TreeLife, NobodyWaitsForATreeThatIsComplete)
+{
+    systemNode = bareNode("CRATE", nodeTypeSystemItem);
+    auto waiter = std::async(std::launch::async, ZANTOWaitForTree);
+    EXPECT_EQ(waiter.wait_for(watchdog), std::future_status::ready);
+}
+
+// ---- start-up work ----
+
+TEST_F(TreeLife, ACheckpointIsPassedWhileTheProcessLives)
+{
+    ZANTOStartupCheckpoint();
+    const ZANTOStartupWork work;
+    ZANTOStartupCheckpoint();
+    ZANTOStartupPause(milliseconds(0));
+    ZANTOStartupPause(milliseconds(1));
+}
+
+TEST_F(StartupLifeDeathTest, AnEndWithoutStartupWorkDoesNotWait)
+{
+    EXPECT_ENDS_WELL(endChild(ZANTOEndStartupWork(milliseconds(0))));
+}
+
+TEST_F(StartupLifeDeathTest, AnEndAfterStartupWorkDoesNotWait)
+{
+    EXPECT_ENDS_WELL({
+        { const ZANTOStartupWork work; }
+        endChild(ZANTOEndStartupWork(milliseconds(0)));
+    });
+}
+
+TEST_F(StartupLifeDeathTest, AnEndByTheStartupItselfDoesNotWait)
+{
+    EXPECT_ENDS_WELL({
+        const ZANTOStartupWork work;
+        endChild(ZANTOEndStartupWork(milliseconds(0)));
+    });
+}
+
+TEST_F(StartupLifeDeathTest, AnEndWaitsForACheckpointThatNeverReturns)
+{
+    EXPECT_ENDS_WELL({
+        Worker worker;
+        const bool early = ZANTOEndStartupWork(milliseconds(0));
+        worker.goOn();
+        const bool stopped = ZANTOEndStartupWork(watchdog);
+        endChild(!early && stopped && !worker.returned());
+    });
+}
+
+TEST_F(StartupLifeDeathTest, AnEndGivesUpOnACallThatDoesNotReturn)
+{
+    EXPECT_ENDS_WELL({
+        Worker worker;
+        endChild(!ZANTOEndStartupWork(milliseconds(5)));
+    });
+}
+
+TEST_F(StartupLifeDeathTest, AnEndCutsAPauseShort)
+{
+    EXPECT_ENDS_WELL({
+        std::promise<void> working;
+        std::thread([&working] {
+            const ZANTOStartupWork work;
+            working.set_value();
+            ZANTOStartupPause(10 * watchdog);
+            endChild(false);
+        }).detach();
+        working.get_future().wait();
+        endChild(ZANTOEndStartupWork(watchdog));
+    });
+}
+
+TEST_F(StartupLifeDeathTest, OtherThreadsPassCheckpointsWhileTheProcessEnds)
+{
+    EXPECT_ENDS_WELL({
+        Worker worker;
+        ZANTOEndStartupWork(milliseconds(0));
+        ZANTOStartupCheckpoint();
+        ZANTOStartupPause(milliseconds(1));
+        endChild(true);
+    });
+}
+
+TEST_F(StartupLifeDeathTest, StartupWorkDoesNotBeginOnceTheProcessEnds)
+{
+    EXPECT_ENDS_WELL({
+        ZANTOEndStartupWork(milliseconds(0));
+        expectNoReturn();
+        const ZANTOStartupWork work;
+        endChild(false);
+    });
+}
+
+TEST_F(TreeLife, RemembersWhetherTheScriptRuns)
+{
+    EXPECT_FALSE(ZANTOScriptIsRunning());
+    ZANTOSetScriptRunning(true);
+    EXPECT_TRUE(ZANTOScriptIsRunning());
+    ZANTOSetScriptRunning(false);
+    EXPECT_FALSE(ZANTOScriptIsRunning());
+}
