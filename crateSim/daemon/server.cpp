@@ -42,9 +42,8 @@ Server::~Server()
 {
     m_world.onChange = nullptr;
     m_world.onRelease = nullptr;
-    for (const auto &weak : m_sessions)
-        if (const auto session = weak.lock())
-            session->close();
+    for (const auto &session : m_sessions)
+        session->close();
 }
 
 void Server::listen(const ServerSettings &settings)
@@ -78,7 +77,6 @@ void Server::accept()
             pause->async_wait([this, pause](const Error &) { accept(); });
             return;
         }
-        forgetClosedSessions();
         if (m_world.sessions < maxSessions) {
             const auto session = std::make_shared<Session>(m_context, std::move(socket), m_world);
             m_sessions.push_back(session);
@@ -92,7 +90,7 @@ void Server::accept()
 
 void Server::forgetClosedSessions()
 {
-    const auto gone = [](const auto &weak) { return weak.expired(); };
+    const auto gone = [](const auto &session) { return session->isClosed(); };
     m_sessions.erase(std::remove_if(m_sessions.begin(), m_sessions.end(), gone),
                      m_sessions.end());
 }
@@ -103,6 +101,7 @@ void Server::tick()
     m_timer.async_wait([this](const Error &error) {
         if (error)
             return;
+        forgetClosedSessions();
         m_world.step(m_step);
         constexpr auto asleep = std::chrono::seconds(1);
         const auto now = std::chrono::steady_clock::now();
@@ -114,9 +113,8 @@ void Server::tick()
 
 void Server::resumeSessions()
 {
-    for (const auto &weak : m_sessions)
-        if (const auto session = weak.lock())
-            asio::post(m_context, [session] { session->resume(); });
+    for (const auto &session : m_sessions)
+        asio::post(m_context, [session] { session->resume(); });
 }
 
 void Server::run()

@@ -58,7 +58,7 @@ private:
     const std::chrono::milliseconds m_tick;
     const Duration m_step;
     uint16_t m_port = 0;
-    std::vector<std::weak_ptr<Session>> m_sessions;
+    std::vector<std::shared_ptr<Session>> m_sessions;
     std::optional<ControlPort> m_control;
 };
 

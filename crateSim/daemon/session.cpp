@@ -22,11 +22,6 @@ Session::Session(asio::io_context &context, Tcp::socket socket, World &world)
     ++m_world.sessions;
 }
 
-Session::~Session()
-{
-    --m_world.sessions;
-}
-
 void Session::start()
 {
     ++m_world.statistics.sessionsAccepted;
@@ -64,15 +59,26 @@ void Session::handlePayload()
 {
     if (m_closed)
         return;
-    if (m_world.faults.isHanging()) {
-        m_held = true;
-        return;
-    }
+    if (m_world.faults.isHanging())
+        return hold();
     try {
         write(answerCall(*this, m_payload));
     } catch (const std::exception &error) {
         fail(error.what());
     }
+}
+
+// A caller that has given up meanwhile does not get its call carried out.
+void Session::hold()
+{
+    m_held = true;
+    m_socket.async_wait(Tcp::socket::wait_read, [self = shared_from_this()](const Error &error) {
+        Error readError;
+        if (self->m_held && (error || self->m_socket.available(readError) == 0)) {
+            self->m_held = false;
+            self->close();
+        }
+    });
 }
 
 void Session::resume()
@@ -107,6 +113,7 @@ void Session::close()
     if (m_closed)
         return;
     m_closed = true;
+    --m_world.sessions;
     if (m_loggedIn)
         spdlog::info("{}:{} left without logging out", m_peer.address().to_string(),
                      m_peer.port());

@@ -15,9 +15,9 @@ namespace sim::daemon {
 class Session : public std::enable_shared_from_this<Session> {
 public:
     Session(asio::io_context &context, Tcp::socket socket, World &world);
-    ~Session();
 
     void start();
+    bool isClosed() const { return m_closed; }
     // Answers a call that was held back.
     void resume();
     void close();
@@ -37,6 +37,7 @@ private:
     void readHeader();
     void readPayload(uint32_t length);
     void handlePayload();
+    void hold();
     void write(std::string frame);
     void fail(const char *reason);
 
