@@ -63,16 +63,23 @@ bool ZANTOCloseTree(std::chrono::milliseconds limit)
 {
     treeClosed = true;
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (treeUsers != 0 && std::chrono::steady_clock::now() < end)
+    // Seeing 0 once is enough: whoever raises the counter later is refused.
+    while (treeUsers != 0) {
+        if (std::chrono::steady_clock::now() >= end)
+            return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return treeUsers == 0;
+    }
+    return true;
 }
 
 ZANTOStartupWork::ZANTOStartupWork()
 {
+    {
+        std::lock_guard<std::mutex> lock(phases().mutex);
+        phases().startupThread = std::this_thread::get_id();
+    }
+    // Work that would begin once the process is ending does not begin.
     ZANTOStartupCheckpoint();
-    std::lock_guard<std::mutex> lock(phases().mutex);
-    phases().startupThread = std::this_thread::get_id();
 }
 
 ZANTOStartupWork::~ZANTOStartupWork()
