@@ -154,7 +154,7 @@ TEST_F(TreeLife, NobodyUsesATreeThatIsClosed)
                     ++wrong;
             }
         });
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 10; ++round) {
         EXPECT_TRUE(ZANTOCloseTree(watchdog));
         alive = false;
         std::this_thread::yield();

@@ -6,6 +6,7 @@
 
 #include <drvSup.h>
 #include <epicsExit.h>
+#include <epicsThread.h>
 
 #include <arpa/inet.h>
 #include <atomic>
@@ -35,11 +36,17 @@ namespace {
 std::function<void(unsigned seconds)> onSleep;
 }
 
-extern "C" unsigned sleep(unsigned seconds)
+extern "C" {
+
+unsigned sleep(unsigned seconds)
 {
     if (onSleep)
         onSleep(seconds);
     return 0;
+}
+
+// EPICS pauses before each exit.
+void epicsThreadSleep(double) {}
 }
 
 namespace {
