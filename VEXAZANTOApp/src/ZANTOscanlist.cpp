@@ -93,6 +93,8 @@ bool ZANTOScanList::mayRequest() const
                        [](int passes) { return passes < maxOutstanding; });
 }
 
+// A priority that took requests before and does not now has been refused a place in its queue:
+// the request is kept until a later one, or a retry, gets through.
 void ZANTOScanList::requestNow()
 {
     const unsigned queued = m_services.request(m_list);
@@ -100,28 +102,23 @@ void ZANTOScanList::requestNow()
         if ((queued & (1U << prio)) != 0)
             ++m_outstanding[prio];
     }
-    remember(queued);
+    m_dirty = queued == 0 || (m_priorities & ~queued) != 0;
+    m_priorities |= queued;
+    m_lastQueued = queued;
+    if (m_dirty) {
+        ++m_refused;
+        armRetry();
+    } else {
+        m_refusedRetries = 0;
+    }
 }
 
-// A priority that took requests before and does not now has been refused a place in its queue;
-// if it goes on like this, its records have left the list.
-void ZANTOScanList::remember(unsigned queued)
+void ZANTOScanList::armRetry()
 {
-    const bool complete = queued != 0 && (m_priorities & ~queued) == 0;
-    m_priorities |= queued;
-    m_dirty = !complete;
-    if (complete) {
-        m_retriesLeft = retryLimit;
+    if (m_retryArmed)
         return;
-    }
-    ++m_refused;
-    if (m_retriesLeft-- > 0) {
-        m_services.retryLater(this, &m_timer);
-        return;
-    }
-    m_priorities = queued;
-    m_dirty = false;
-    m_retriesLeft = retryLimit;
+    m_retryArmed = true;
+    m_services.retryLater(this, &m_timer);
 }
 
 void ZANTOScanList::passEnded(int prio)
@@ -136,6 +133,14 @@ void ZANTOScanList::passEnded(int prio)
 void ZANTOScanList::retry()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_dirty && mayRequest())
-        requestNow();
+    m_retryArmed = false;
+    if (!m_dirty || !mayRequest())
+        return; // the end of a pass requests what is still due
+    requestNow();
+    if (!m_dirty || ++m_refusedRetries < retryLimit)
+        return;
+    // Seconds without a place: the records of the missing priorities have left the list.
+    m_priorities = m_lastQueued;
+    m_dirty = false;
+    m_refusedRetries = 0;
 }

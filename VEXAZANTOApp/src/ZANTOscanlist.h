@@ -63,13 +63,13 @@ public:
     /// Requests of one list that may be queued or running: the running pass, and one that sees
     /// what changes during it.
     static constexpr int maxOutstanding = 2;
-    /// Refusals in a row after which a priority is taken to have no records any more.
+    /// Retries refused in a row after which a priority is taken to have no records any more.
     static constexpr int retryLimit = 50;
 
 private:
     bool mayRequest() const;
     void requestNow();
-    void remember(unsigned queued);
+    void armRetry();
 
     const ZANTOScanServices &m_services;
     std::atomic<IOSCANPVT> m_list{nullptr};
@@ -85,7 +85,9 @@ private:
     bool m_dirty = false;
     unsigned m_priorities = 0; // bit mask of the priorities that have records, as learned
     std::array<int, NUM_CALLBACK_PRIORITIES> m_outstanding{};
-    int m_retriesLeft = retryLimit;
+    unsigned m_lastQueued = 0; // by the last request
+    int m_refusedRetries = 0;
+    bool m_retryArmed = false;
     void *m_timer = nullptr; // of the retry queue, kept for ever once made
 };
 
