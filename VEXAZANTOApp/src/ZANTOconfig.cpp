@@ -90,26 +90,36 @@ namespace {
 
 using NameListCall = VEXAHVRESULT (*)(int32_t handle, uint16_t *count, char **list);
 
-// The names of a packed list; empty, with the message, when there are none to be had.
-std::vector<std::string> fetchNames(NameListCall call, int32_t handle)
-{
-    uint16_t count = 0;
-    LibraryList<char> list;
-    if (call(handle, &count, list.out()) != 0 || count == 0) {
-        list.disown();
+/// A packed list of names; empty, with the message, when there are none to be had. The list goes
+/// back to the library at the end of the scope.
+class NameList {
+public:
+    NameList(NameListCall call, int32_t handle)
+    {
+        uint16_t count = 0;
+        if (call(handle, &count, m_list.out()) == 0 && count != 0) {
+            m_names = ZANTOUtils::ZANTOCreateStringVectorFromCharSS(m_list.out(), count);
+            return;
+        }
+        m_list.disown();
         if (DEBUG > 0)
             std::puts("\nError fetching system properties");
-        return {};
     }
-    return ZANTOUtils::ZANTOCreateStringVectorFromCharSS(list.out(), count);
-}
+
+    const std::vector<std::string> &names() const { return m_names; }
+
+private:
+    LibraryList<char> m_list;
+    std::vector<std::string> m_names;
+};
 
 } // namespace
 
 std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateSystemProps(int32_t handle)
 {
     std::vector<ZANTONode *> nodes;
-    for (const std::string &name : fetchNames(VEXAHV_GetSysPropList, handle)) {
+    const NameList list(VEXAHV_GetSysPropList, handle);
+    for (const std::string &name : list.names()) {
         ZANTOStartupCheckpoint();
         if (name == "ResFlag")
             continue;
@@ -141,7 +151,8 @@ ZANTONode *ZANTOConfig::ZANTOConfigCreateNodeSystemProp(int32_t handle, const st
 std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateSystemExecComm(int32_t handle)
 {
     std::vector<ZANTONode *> nodes;
-    for (const std::string &name : fetchNames(VEXAHV_GetExecCommList, handle))
+    const NameList list(VEXAHV_GetExecCommList, handle);
+    for (const std::string &name : list.names())
         nodes.push_back(ZANTOConfigCreateNodeSystemCmd(handle, name));
     return nodes;
 }
