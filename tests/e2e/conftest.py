@@ -1,10 +1,11 @@
 """Fixtures: worlds, and what runs in them.
 
-With Debian's python3-pytest-xdist the tests run in several processes, one file after the other
-in each; without it in one. Every test would do in any order.
+With Debian's python3-pytest-xdist the tests run in several processes, those of a file that share
+a crate in one of them; without it all run in one.
 """
 
 import os
+import resource
 import sys
 
 import pytest
@@ -21,7 +22,10 @@ from harness.world import World, refusal
 # Most of a test's time passes in waiting for processes.
 WORKERS_PER_CORE = 2
 
-LOG_TAIL = 6000
+# SIGQUIT is sent on purpose.
+resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+LOG_TAIL = 3000
 
 
 @pytest.hookimpl(tryfirst=True)
@@ -33,11 +37,21 @@ def pytest_cmdline_main(config):
     if config.option.numprocesses is None:
         wanted = os.environ.get("ZANTO_E2E_WORKERS")
         config.option.numprocesses = int(wanted) if wanted else _workers()
-        config.option.dist = "loadfile"
+        config.option.dist = "loadgroup"
 
 
 def _workers():
     return WORKERS_PER_CORE * len(os.sched_getaffinity(0))
+
+
+# Tests that share a crate stay together.
+@pytest.hookimpl(tryfirst=True)
+def pytest_collection_modifyitems(config, items):
+    if not config.pluginmanager.hasplugin("xdist"):
+        return
+    for item in items:
+        if "shared" in item.fixturenames:
+            item.add_marker(pytest.mark.xdist_group(item.path.stem))
 
 
 def pytest_sessionstart(session):

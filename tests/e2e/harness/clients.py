@@ -20,9 +20,10 @@ class Clients:
         assert done.returncode == 0, done.stdout + done.stderr
         return done.stdout.rstrip("\n")
 
-    def caput(self, name, value, *options):
-        """Waits until the record has processed. The complaint, empty when there is none."""
-        done = self._run("caput", "-c", "-t", *options, name, str(value))
+    def caput(self, name, value):
+        """The complaint, empty when there is none. The record has processed: the client reads it
+        behind the put. (With a put callback, base keeps a failure of the record to itself.)"""
+        done = self._run("caput", "-t", name, str(value))
         return done.stderr if "Exception" in done.stderr or done.returncode else ""
 
     def pvget(self, name):
@@ -38,11 +39,16 @@ class Clients:
     def exists(self, name):
         return self._world.run([places.client("cainfo"), "-w", "20", name]).returncode == 0
 
+    # Read-backs of on/off parameters have no state names, so both show numbers.
     def camonitor(self, *names):
-        return Monitor(self._world, "camonitor", names, ["-t", "n", "-S"])
+        return Monitor(self._world, "camonitor", names, ["-t", "n", "-n"])
 
     def pvmonitor(self, *names):
         return Monitor(self._world, "pvmonitor", names, [])
+
+
+# A line of either client: pvmonitor shows a time, and quotes around texts.
+UPDATE = r"""^{name} +(?:\d{{4}}-\d\d-\d\d [\d:.]+ +)?"?({value})"? *$"""
 
 
 class Monitor:
@@ -52,11 +58,14 @@ class Monitor:
         self.process = world.start(f"{tool} {' '.join(names)}",
                                    ["stdbuf", "-oL", places.client(tool), *options, *names])
         for name in names:
-            self.wait_for(name, r"\S+|")
+            self.wait_for(name, ".*")
+
+    def close(self):
+        self.process.kill()
 
     def wait_for(self, name, value, start=0, timeout=WATCHDOG):
         """An update of the name to a value that matches the pattern whole."""
-        pattern = rf"^{re.escape(name)} +(?:\d{{4}}-\d\d-\d\d [\d:.]+ +)?({value}) *$"
+        pattern = UPDATE.format(name=re.escape(name), value=value)
         return self.process.stdout.wait_for(pattern, start, timeout)
 
     def mark(self):
@@ -64,5 +73,5 @@ class Monitor:
         return len(self.process.stdout.text)
 
     def values(self, name, start=0):
-        pattern = rf"^{re.escape(name)} +(?:\d{{4}}-\d\d-\d\d [\d:.]+ +)?(.*?) *$"
+        pattern = UPDATE.format(name=re.escape(name), value=".*?")
         return re.findall(pattern, self.process.stdout.text[start:], re.MULTILINE)

@@ -1,7 +1,9 @@
 """Processes with their output at hand, and waits that are for an event, never for a time."""
 
+import contextlib
 import os
 import re
+import signal
 import subprocess
 import threading
 import time
@@ -102,8 +104,9 @@ class Process:
             raise AssertionError(f"{self.name} has not ended within {timeout} s") from None
 
     def kill(self):
-        if self.status is None:
-            self._child.kill()
+        """And the children that it may have."""
+        with contextlib.suppress(ProcessLookupError):
+            os.killpg(self.pid, signal.SIGKILL)
         self._child.wait()
 
     def close(self):

@@ -102,6 +102,10 @@ class World:
         self._processes.append(process)
         return process
 
+    def adopt(self, process):
+        """Takes on a process started otherwise: it is ended and its output checked here."""
+        self._processes.append(process)
+
     def run(self, argv, env=(), timeout=WATCHDOG):
         """Runs a short command to its end; the caller looks at returncode."""
         return subprocess.run(self.inside(argv), env=environment(env), timeout=timeout,
@@ -115,8 +119,17 @@ class World:
             until(lambda: self.is_bound("udp", REPEATER_PORT), "caRepeater has its port")
 
     def is_bound(self, protocol, port):
-        table = self.path(f"/proc/{self._holder.pid}/net/{protocol}").read_text()
-        return f":{port:04X} " in table
+        return any(local.endswith(f":{port:04X}") for local, _ in self._sockets(protocol))
+
+    def connections(self, port):
+        """Open ends of TCP connections at that local port, not counting who listens."""
+        established, close_wait = "01", "08"
+        return sum(local.endswith(f":{port:04X}") and state in (established, close_wait)
+                   for local, state in self._sockets("tcp"))
+
+    def _sockets(self, protocol):
+        table = Path(f"/proc/{self._holder.pid}/net/{protocol}").read_text(encoding="ascii")
+        return [(line.split()[1], line.split()[3]) for line in table.splitlines()[1:]]
 
     def logs(self):
         return {title: text for process in self._processes

@@ -1,0 +1,61 @@
+"""The server at a terminal, as an operator has it."""
+
+import termios
+
+import pexpect
+
+from .ioc import arguments
+from .process import WATCHDOG
+from .world import environment
+
+PROMPT = "epics> "
+
+
+class Terminal:
+    """Ended by World like its other processes."""
+
+    def __init__(self, world, *options):
+        argv = world.inside(arguments(*options))
+        self.name = "zantoioc at a terminal"
+        self._child = pexpect.spawn(argv[0], argv[1:], env=environment(), timeout=WATCHDOG,
+                                    encoding="utf-8", codec_errors="replace")
+        self._child.delaybeforesend = None
+        self.pid = self._child.pid
+        self.shown = ""
+        world.adopt(self)
+
+    def expect(self, text):
+        self._child.expect_exact(text)
+        self.shown += self._child.before + self._child.after
+
+    def type(self, line, end="\r"):
+        self._child.send(line + end)
+
+    def press(self, key):
+        """Control and that key."""
+        self._child.sendcontrol(key)
+
+    def settings(self):
+        """What stty would show."""
+        return termios.tcgetattr(self._child.fileno())
+
+    def kill_by(self, number):
+        self._child.kill(number)
+
+    def wait(self):
+        """The exit status, or minus the number of the signal."""
+        self._child.expect(pexpect.EOF)
+        self.shown += self._child.before
+        self._child.wait()
+        return (-self._child.signalstatus if self._child.exitstatus is None
+                else self._child.exitstatus)
+
+    @property
+    def status(self):
+        return None if self._child.isalive() else 0
+
+    def close(self):
+        self._child.close(force=True)
+
+    def logs(self):
+        return {self.name: self.shown + (self._child.buffer or "")}

@@ -1,0 +1,88 @@
+"""Before there is a crate to talk to: the firmware is not up yet, or nobody may log in."""
+
+from harness.ioc import CONNECTING, WAITING
+
+ATTEMPT = "Attempt to connect to firmware..\n"
+
+
+def test_silent_wait_then_start(site):
+    ioc = site.ioc()
+    watched = site.ioc("-D", "1", name="watched")
+    # The other one, started later, has failed to connect twice meanwhile.
+    watched.stdout.wait_for(r"^error\nerror$")
+    assert ioc.stdout.text == WAITING
+    assert ioc.stderr.text == ""
+    assert watched.stop() == 0
+    crate = site.crate()
+    ioc.wait_running()
+    assert ioc.stdout.text.startswith(WAITING + CONNECTING + "SYSTEMNAME = ZC16\n")
+    crate.wait(eventConnections=1)
+
+
+def test_told_attempts_then_start(site):
+    ioc = site.ioc("-D", "1")
+    ioc.stdout.wait_for(r"^error\nerror$")
+    site.crate()
+    found = ioc.stdout.wait_for(r"^Connecting to crate ")
+    told = ioc.stdout.text[:found.start()]
+    assert told.startswith(WAITING + ATTEMPT + "error\nerror\n")
+    assert set(told[len(WAITING + ATTEMPT):].splitlines()) == {"error"}
+
+
+def test_host_that_is_no_address_is_waited_for(site):
+    site.crate()
+    ioc = site.ioc("-D", "1", crate="ZC16@localhost")
+    ioc.stdout.wait_for(r"^error\nerror$")
+    assert "Connecting" not in ioc.stdout.text
+    assert ioc.stop() == 0
+
+
+def test_firmware_probe_is_no_login(site):
+    crate = site.crate()
+    crate.control("refuse-logins", count=1)
+    assert site.ioc().wait() == 0
+    seen = crate.statistics(log=10)
+    assert seen["sessionsAccepted"] == 2
+    assert seen["log"] == ['VEXAHV_InitSystem(2, 0, "127.0.0.1", "admin")']
+
+
+def refused(site, *options, **more):
+    ioc = site.ioc(*options, **more)
+    assert ioc.wait() == 0
+    return ioc.stdout.to_end()
+
+
+def test_wrong_password(site):
+    crate = site.crate("--user", "admin", "--password", "right")
+    for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt", "/tmp/lievnt.txt"):
+        site.world.path(path).write_text("from an earlier run\n")
+    printed = refused(site, password="wrong")
+    assert printed == WAITING + CONNECTING + "Error connecting to 127.0.0.1. Shutting down.\n"
+    assert site.world.read("/tmp/ZANTO.db") == ""
+    assert site.world.read("/tmp/pvlist.txt") == ""
+    assert site.world.read("/tmp/lievnt.txt") == "0\n"
+    seen = crate.statistics()
+    assert (seen["loginsRefused"], seen["sessions"]) == (1, 0)
+
+
+def test_wrong_user_is_told_at_level_1(site):
+    site.crate()
+    assert refused(site, "-D", "1", user="nobody") == (
+        WAITING + ATTEMPT + CONNECTING
+        + "Live insertion event flag reset into file [/tmp/lievnt.txt]\n"
+        "\nError initializing mainframe\n"
+        "Error connecting to 127.0.0.1. Shutting down.\n")
+
+
+def test_crate_that_goes_between_probe_and_login(site):
+    """Something else accepts the probe on the firmware's port and says nothing to the login."""
+    listener = site.world.start("listener", ["/usr/bin/python3", "-c", """
+import socket
+server = socket.create_server(("127.0.0.1", 3180))
+print("ready", flush=True)
+probe, _ = server.accept()
+session, _ = server.accept()
+session.close()
+"""])
+    listener.stdout.wait_for("^ready$")
+    assert refused(site).endswith("Error connecting to 127.0.0.1. Shutting down.\n")
