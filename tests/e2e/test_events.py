@@ -28,6 +28,7 @@ CHANGES = {
     "on_off": ("POn", 1, "POn:RBV", ON),
     "bits_read_only": ("Inputs", 40961, "Inputs", "40961"),
     "bits_read_write": ("TripExt", 255, "TripExt:RBV", "255"),
+    "text": ("Comment", "kept dry", "Comment:RBV", "kept dry"),
 }
 
 
@@ -58,11 +59,11 @@ def test_system_text_and_flag_reach_monitors(live, watch, request):
     number = channel_for(request)
     monitor = watch("ZC16:Location:RBV", "ZC16:Interlock")
     mark = monitor.mark()
-    live.the_crate.set("Location", f"Hall {number}", None)
+    live.the_crate.set("Location", f"Hall {number}")
     monitor.wait_for("ZC16:Location:RBV", f"Hall {number}", mark)
     before = live.the_crate.get("Interlock")
     live.the_crate.set("Interlock", 1 - before)
-    until(lambda: live.clients.caget("ZC16:Interlock", "-n") == str(1 - before), "new interlock")
+    monitor.wait_for("ZC16:Interlock", OFF if before else ON, mark)
 
 
 def test_channel_status_follows_switching_and_trip(live, watch, request):
@@ -79,6 +80,16 @@ def test_channel_status_follows_switching_and_trip(live, watch, request):
     tripped = int(live.the_crate.get("Status", 15, channel))
     assert tripped > 1 and not tripped & 1
     monitor.wait_for(status, str(tripped))
+
+
+def test_cause_of_a_trip_is_told_by_its_text(live, watch, request):
+    channel = 4 + channel_for(request)
+    cause = f"ZC16:15:{channel:03d}:LastTrip"
+    monitor = watch(cause)
+    live.the_crate.set("VSet", 10, 15, channel)
+    live.the_crate.set("Pw", 1, 15, channel)
+    live.the_crate.control("trip", slot=15, channel=channel)
+    monitor.wait_for(cause, re.escape(live.the_crate.get("LastTrip", 15, channel)) or "a cause")
 
 
 def test_ramp_is_seen_as_a_series(live, watch, request):

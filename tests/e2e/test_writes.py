@@ -135,6 +135,16 @@ def test_rejected_write_fails_and_the_next_event_restores_the_value(live, put, s
     assert live.clients.caget(record) == "77"
 
 
+def test_text_of_a_channel_can_be_read_but_not_written(live, put, slot_channel):
+    """The access library has no call for it, but for the channel's name."""
+    slot, channel = slot_channel
+    record = f"ZC16:{slot:02d}:{channel:03d}:Comment"
+    live.the_crate.clear()
+    assert put(record, "spare") != ""
+    assert live.the_crate.sets() == []
+    assert live.the_crate.get("Comment", slot, channel) == ""
+
+
 def test_write_beyond_the_crates_limit_is_told(live):
     record = "ZC16:00:005:SVMax"
     before = live.clients.caget(f"{record}:RBV")

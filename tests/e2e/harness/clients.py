@@ -11,8 +11,12 @@ class Clients:
         self._world = world
         world.repeater()
 
+    @staticmethod
+    def command(tool, *arguments):
+        return [places.client(tool), "-w", "20", *arguments]
+
     def _run(self, tool, *arguments):
-        return self._world.run([places.client(tool), "-w", "20", *arguments])
+        return self._world.run(self.command(tool, *arguments))
 
     def caget(self, name, *options):
         """The value as text."""
@@ -27,9 +31,10 @@ class Clients:
         return done.stderr if "Exception" in done.stderr or done.returncode else ""
 
     def pvget(self, name):
-        done = self._run("pvget", "-M", "json", "-r", "field(value)", name)
+        """The value as text."""
+        done = self._run("pvget", "-M", "raw", "-r", "field(value)", name)
         assert done.returncode == 0, done.stdout + done.stderr
-        return re.search(r'"value": (.*?)\}?$', done.stdout.strip()).group(1)
+        return re.search(r"^ +\S+ value (.*)$", done.stdout, re.MULTILINE).group(1)
 
     def pvput(self, name, value):
         """The complaint, empty when there is none."""
@@ -37,7 +42,7 @@ class Clients:
         return done.stderr if "Error" in done.stderr or done.returncode else ""
 
     def exists(self, name):
-        return self._world.run([places.client("cainfo"), "-w", "20", name]).returncode == 0
+        return self._run("cainfo", name).returncode == 0
 
     # Read-backs of on/off parameters have no state names, so both show numbers.
     def camonitor(self, *names):
