@@ -126,7 +126,9 @@ void ZANTOScanList::passEnded(int prio)
     std::lock_guard<std::mutex> lock(m_mutex);
     int &outstanding = m_outstanding.at(static_cast<size_t>(prio));
     outstanding = std::max(outstanding - 1, 0);
-    if (m_dirty && mayRequest())
+    // What was refused waits for the timed retry: asking at the end of each pass would scan the
+    // priorities that do get through in an endless loop.
+    if (m_dirty && !m_retryArmed && mayRequest())
         requestNow();
 }
 
