@@ -543,16 +543,14 @@ void closeCrate()
     });
 }
 
-// Two threads must not run the exit hooks.
+// For a thread that comes to the end after another one: two must not run the exit hooks.
 [[noreturn]] void waitForTheEnd()
 {
     while (true)
         pause();
 }
 
-} // namespace
-
-void Shutdown()
+[[noreturn]] void endProcess()
 {
     static std::atomic<bool> ending{false};
     const bool first = !ending.exchange(true);
@@ -570,6 +568,20 @@ void Shutdown()
     _exit(0);
 }
 
+// Number of the first termination signal, 0 before.
+std::atomic<int> caughtSignal{0};
+
+} // namespace
+
+void Shutdown()
+{
+    // A signal interrupts the shell's reading: the thread that answers the signal ends the
+    // process, and says so first.
+    if (caughtSignal != 0)
+        waitForTheEnd();
+    endProcess();
+}
+
 // ---- signals ----
 
 namespace {
@@ -578,7 +590,6 @@ constexpr int terminationSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
 // Signal numbers that the handler takes notice of.
 constexpr int signalBound = 260;
 
-std::atomic<int> caughtSignal{0};
 std::atomic<int> signalEvent{-1};
 
 void resetSignals()
@@ -599,7 +610,7 @@ void signalThread(void *)
     waitForSignal();
     if (DEBUG > 1)
         std::printf("\nCaught a termination signal (%s).\n", strsignal(caughtSignal));
-    Shutdown();
+    endProcess();
 }
 
 } // namespace
