@@ -8,6 +8,9 @@
 #include <epicsThread.h>
 #include <iocsh.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 
@@ -27,6 +30,17 @@ void unblockCrashSignals(epicsThreadId)
 #else
 #define ZANTO_HOOK_THREADS() static_cast<void>(0)
 #endif
+
+// Without one of the three standard descriptors the next file opened would take its number, and
+// printing or reading the shell's input would go there.
+void fillStandardDescriptors()
+{
+    int fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO)
+        fd = open("/dev/null", O_RDWR);
+    if (fd > STDERR_FILENO)
+        close(fd);
+}
 
 void printUsage()
 {
@@ -70,6 +84,7 @@ void runScript(const std::string &script)
 
 int main(int argc, char *argv[])
 {
+    fillStandardDescriptors();
     SetSigShutdownHandler();
     ZANTO_HOOK_THREADS();
     // A supervisor that reads a pipe sees each line when it is printed.
