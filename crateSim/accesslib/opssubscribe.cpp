@@ -11,7 +11,7 @@ using wire::Operation;
 constexpr int32_t none = -1;
 
 VEXAHVRESULT change(Operation operation, int32_t handle, int16_t port, int32_t slot,
-                    int32_t channel, const char *names, uint32_t count, char *results) noexcept
+                    int32_t channel, const char *names, uint32_t count, char *results)
 {
     return guarded([&] {
         requireArguments(names);

@@ -80,7 +80,7 @@ Address firstPlace(uint16_t slot, const std::vector<uint16_t> &channels)
 
 std::string called(wire::Operation op, const Texts &arguments)
 {
-    return wire::operationName(op) + ('(' + joined(arguments)) + ')';
+    return std::string(wire::operationName(op)) + '(' + joined(arguments) + ')';
 }
 
 } // namespace

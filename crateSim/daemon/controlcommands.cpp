@@ -73,9 +73,9 @@ json statistics(World &world, const json &request)
     for (size_t index = 0; index < wire::operationCount; ++index) {
         const auto operation = static_cast<wire::Operation>(index);
         if (s.calls(operation) > 0)
-            calls[wire::operationName(operation)] = s.calls(operation);
+            calls[std::string(wire::operationName(operation))] = s.calls(operation);
         if (s.failures(operation) > 0)
-            failures[wire::operationName(operation)] = s.failures(operation);
+            failures[std::string(wire::operationName(operation))] = s.failures(operation);
     }
     size_t subscriptions = 0;
     for (const auto &link : world.openLinks())

@@ -36,7 +36,7 @@ enum class Operation : uint8_t {
     UnSubscribeChannelParams
 };
 
-constexpr std::array<const char *, 25> operationNames = {
+constexpr std::array<std::string_view, 25> operationNames = {
     "VEXAHV_InitSystem",
     "VEXAHV_DeinitSystem",
     "VEXAHV_GetSysPropList",
@@ -66,7 +66,7 @@ constexpr std::array<const char *, 25> operationNames = {
 
 constexpr size_t operationCount = operationNames.size();
 
-inline const char *operationName(Operation operation)
+inline std::string_view operationName(Operation operation)
 {
     return operationNames[static_cast<size_t>(operation)];
 }
