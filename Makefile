@@ -33,7 +33,7 @@ check:
 	@tools/check
 
 bench:
-	@tools/setup build test
+	@tools/setup build bench
 	+@tools/build
 	@tools/run-benchmarks
 
