@@ -148,6 +148,23 @@ def test_live_insertion_raises_the_flag(make_site):
     site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "12")
 
 
+def test_traces_tell_the_way_of_an_event(make_site):
+    site = make_site()
+    crate = site.crate()
+    ioc = site.ioc("-D", "10").wait_running()
+    ioc.stdout.wait_for("^Device connected$")
+    mark = len(ioc.stdout.text)
+    crate.set("VSet", 250.5, 0, 3)
+    ioc.stdout.wait_for(r"^Item \[VSet\] updated - val = 250\.500000 $", mark)
+    ioc.stdout.wait_for(r"^Type of events received - callback type = [0-9a-f]*[13579bdf]$", mark)
+    ioc.stdout.wait_for("^Processing scanIoRequest - recordAi$", mark)
+    ioc.stdout.wait_for(r"^\[AI\] - READ ZC16:00:003:VSet:RBV = 250\.5", mark)
+    crate.set("Location", "Hall 9")
+    ioc.stdout.wait_for(r"^Item \[Location\] updated - val = Hall 9$", mark)
+    ioc.stdout.wait_for("^Processing scanIoRequest - recordStringin$", mark)
+    ioc.stdout.wait_for(r"^\[STRINGIN\] - READ ZC16:Location:RBV = Hall 9$", mark)
+
+
 # ---- The event port
 
 LISTENER = """
@@ -172,6 +189,36 @@ def test_taken_port_is_passed_over_and_the_next_announced(site, taken):
     assert [link["port"] for link in crate.control("subscriptions")["subscribers"]] == [port]
     crate.set("VSet", 21, 0, 0)
     site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "21")
+
+
+def test_servers_that_start_together_get_ports_of_their_own(site):
+    iocs = [site.ioc("-D", "1", name=f"server {number}") for number in range(8)]
+    for ioc in iocs:
+        ioc.stdout.wait_for("^error$")
+    until(lambda: site.world.listens(range(5180, 5188)), "eight ports")
+    assert not site.world.listens([5188])
+
+
+def test_connection_before_there_is_a_tree_waits_for_it(site):
+    ioc = site.ioc()
+    early = site.world.start("early", ["/usr/bin/python3", "-c",
+                                       CONNECT.format(data=GARBAGE, then=AWAIT_END)])
+    early.stdout.wait_for("^connected$")
+    crate = site.crate()
+    ioc.wait_running()
+    assert early.wait() == 0
+    crate.wait(eventConnections=1)
+    crate.set("VSet", 13, 0, 0)
+    site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "13")
+
+
+def test_connection_before_there_is_a_tree_does_not_hold_up_the_end(site):
+    ioc = site.ioc()
+    early = site.world.start("early", ["/usr/bin/python3", "-c",
+                                       CONNECT.format(data='b""', then=AWAIT_END)])
+    early.stdout.wait_for("^connected$")
+    assert ioc.stop() == 0
+    assert early.wait() == 0
 
 
 CONNECT = """

@@ -121,6 +121,12 @@ class World:
     def is_bound(self, protocol, port):
         return any(local.endswith(f":{port:04X}") for local, _ in self._sockets(protocol))
 
+    def listens(self, ports):
+        """Whether somebody listens on each of these TCP ports."""
+        listening = {local.rpartition(":")[2] for local, state in self._sockets("tcp")
+                     if state == "0A"}
+        return all(f"{port:04X}" in listening for port in ports)
+
     def connections(self, port):
         """Open ends of TCP connections at that local port, not counting who listens."""
         established, close_wait = "01", "08"
