@@ -253,6 +253,35 @@ TEST_F(Subscription, AFailedCallNamesEveryName)
                       [] { subscribeParameters(); });
 }
 
+TEST_F(Subscription, ALevelThatGetsNoResultArrayIsToldAndTheOthersAreAttempted)
+{
+    // So many names that no other allocation has the size of their result array.
+    constexpr std::size_t count = 1001;
+    const struct {
+        int level;
+        const char *message;
+    } cases[] = {{0, "Error subscribing system properties - ALL\n"},
+                 {1, "Error subscribing board [0] parameters - ALL\n"},
+                 {2, "Error subscribing channel [0:0] parameters - ALL\n"}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.message);
+        NodePtr(systemNode).reset();
+        systemNode = makeItem("CRATE", nodeTypeSystemItem, 0, nodeAccessNone).release();
+        ZANTONode &board = addSlot(nodeTypeBoardItem);
+        ZANTONode &channel = addChannel(board, {});
+        ZANTONode *const levels[] = {systemNode, &board, &channel};
+        for (std::size_t i = 0; i < count; ++i)
+            addParameter(*levels[c.level], "P", nodeTypeChannelParam, nodeAccessRead);
+        const auto subscribe = [&] {
+            const AllocationFailure failure(count, count + 15);
+            fake.forgetCalls();
+            EXPECT_EQ(subscribeParameters(), -1);
+            EXPECT_EQ(fake.calls().size(), 2U);
+        };
+        expectPrintedFrom(1, c.message, subscribe);
+    }
+}
+
 TEST_F(Subscription, ASuccessfulRunPrintsNothing)
 {
     makeCrate();

@@ -3,6 +3,7 @@
 #include "ZANTOutils.h"
 
 #include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -15,6 +16,8 @@ namespace {
 
 std::atomic<int> nodes{0};
 std::atomic<int> properties{0};
+std::atomic<std::size_t> failFrom{SIZE_MAX};
+std::atomic<std::size_t> failTo{0};
 
 void countObject(std::size_t size, int change)
 {
@@ -29,10 +32,19 @@ void countObject(std::size_t size, int change)
 int liveNodes() { return nodes; }
 int liveProperties() { return properties; }
 
+AllocationFailure::AllocationFailure(std::size_t from, std::size_t to)
+{
+    failTo = to;
+    failFrom = from;
+}
+
+AllocationFailure::~AllocationFailure() { failFrom = SIZE_MAX; }
+
 // The node's destructor is no virtual one and cannot be watched; its memory can.
 void *operator new(std::size_t size)
 {
-    void *memory = std::malloc(size);
+    const bool fail = size >= failFrom && size <= failTo;
+    void *memory = fail ? nullptr : std::malloc(size);
     if (memory == nullptr)
         throw std::bad_alloc();
     countObject(size, 1);

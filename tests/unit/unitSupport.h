@@ -48,6 +48,15 @@ void expectPrintedFrom(int16_t from, const std::string &text,
 int liveNodes();
 int liveProperties();
 
+/// Allocations of `from` to `to` bytes fail, for a scope.
+class AllocationFailure {
+public:
+    AllocationFailure(std::size_t from, std::size_t to);
+    ~AllocationFailure();
+    AllocationFailure(const AllocationFailure &) = delete;
+    AllocationFailure &operator=(const AllocationFailure &) = delete;
+};
+
 /// The fake library with an empty crate, no tree, no debug output. Afterwards every buffer of
 /// the library must have been released once and every node been deleted.
 class ZantoTest : public ::testing::Test {
