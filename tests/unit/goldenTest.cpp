@@ -17,6 +17,8 @@ struct GoldenCrate {
     FakeCrate (*make)();
 };
 
+void PrintTo(const GoldenCrate &crate, std::ostream *out) { *out << crate.name; }
+
 FakeCrate crateOf(const std::vector<FakeParameter> &boardParameters,
                   const std::vector<FakeParameter> &channelParameters)
 {
