@@ -223,11 +223,8 @@ std::string databaseText()
     // An mbbi record that waits for its list like the other inputs.
     text += "record(mbbi, \"CRATE:00:000:Int\") {\n  field(DTYP, \"VEXA ZANTO Item\")\n"
             "  field(INP, \"@x\")\n  field(SCAN, \"I/O Intr\")\n}\n";
-    for (const GeneratedNode &item : generatedNodes) {
-        const int channel = isOfSystem(item) ? -1 : 1;
-        text += ZANTOUtils::ZANTOCreateStringForDbRecord(nodeOf(item.name, channel),
-                                                         isOfSystem(item) ? -1 : 0, channel);
-    }
+    for (const GeneratedNode &item : generatedNodes)
+        text += generatedRecords(item.name, isOfSystem(item) ? -1 : 1);
     return text;
 }
 
@@ -242,6 +239,12 @@ void loadRecords(const std::string &text)
 }
 
 } // namespace
+
+std::string generatedRecords(const std::string &node, int channel)
+{
+    return ZANTOUtils::ZANTOCreateStringForDbRecord(nodeOf(node, channel), channel < 0 ? -1 : 0,
+                                                    channel);
+}
 
 void loadDefinitions()
 {
@@ -495,6 +498,7 @@ VEXAHVEventData_t textEvent(const std::string &item, const std::string &value, i
 namespace {
 
 bool earlyArrived = false;
+Lines startCalls;
 
 // An event that comes when the records have been processed once and no scan runs yet.
 void updateEarly(initHookState state)
@@ -507,32 +511,57 @@ void updateEarly(initHookState state)
     ioscanpvt_ai.request();
 }
 
-void startIoc()
+void prepareCrate()
 {
     FakeAccessLibrary::instance().setCrate(newCrate());
     ZANTOUtils::SysName = "CRATE";
     plantTree();
-    // The driver waits for the port to be settled; the kernel chooses it.
-    tcpPort = 0;
-    epicsThreadCreate("ZANTOTcpServerThread", 55,
-                      epicsThreadGetStackSize(epicsThreadStackBig), tcpServer_Thread, nullptr);
-    loadDefinitions();
-    loadRecords(databaseText());
+}
+
+void startCommonIoc()
+{
+    prepareCrate();
     initHookRegister(updateEarly);
-    if (iocBuildIsolated() != 0 || iocRun() != 0)
-        std::abort();
+    startIoc(databaseText());
+    startCalls = FakeAccessLibrary::instance().calls();
     Monitor monitor("CRATE:00:001:Early");
     earlyArrived = monitor.until([] { return number("CRATE:00:001:Early") == 3.5; });
 }
 
 } // namespace
 
+void startIoc(const std::string &databaseText)
+{
+    // The driver waits for the port to be settled; the kernel chooses it.
+    tcpPort = 0;
+    epicsThreadCreate("ZANTOTcpServerThread", 55,
+                      epicsThreadGetStackSize(epicsThreadStackBig), tcpServer_Thread, nullptr);
+    loadDefinitions();
+    loadRecords(databaseText);
+    if (iocBuildIsolated() != 0 || iocRun() != 0)
+        std::abort();
+}
+
 bool earlyEventArrived() { return earlyArrived; }
+Lines callsAtStart() { return startCalls; }
+
+void IocDeathTest::inFreshProcess(const std::function<void()> &scenario)
+{
+    EXPECT_EXIT(
+        {
+            alarm(60);
+            prepareCrate();
+            scenario();
+            std::fflush(nullptr);
+            _exit(HasFailure() ? 1 : 0);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
 
 void IocTest::SetUpTestSuite()
 {
     static std::once_flag started;
-    std::call_once(started, startIoc);
+    std::call_once(started, startCommonIoc);
 }
 
 void IocTest::SetUp()

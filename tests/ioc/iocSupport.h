@@ -149,18 +149,37 @@ VEXAHVEventData_t textEvent(const std::string &item, const std::string &value, i
 
 /// The definition file's contents into the process and the server's registration.
 void loadDefinitions();
+/// Builds and runs an IOC of these records, once in a process, with a tree and without the
+/// Channel Access server.
+void startIoc(const std::string &databaseText);
+/// The records that the server generates for a node of channel 1, or of the system with a
+/// negative channel. Needs the tree.
+std::string generatedRecords(const std::string &node, int channel = 1);
 
 /// Whether an event between the first processing of the records and the start of the scans
 /// came to its record.
 bool earlyEventArrived();
+/// The calls of the library that the IOC's start made.
+Lines callsAtStart();
 
 /// An IOC that runs, the same for all tests of the process, with a fresh tree and library for
 /// each of them.
 class IocTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite();
+    static void SetUpTestSuite(); // starts the IOC
     void SetUp() override;
     void TearDown() override;
+
+    FakeAccessLibrary &fake = FakeAccessLibrary::instance();
+};
+
+/// For IOCs of another kind, each in a child process.
+class IocDeathTest : public ::testing::Test {
+protected:
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    /// What fails in `scenario` is printed by the child. It may end the process itself.
+    static void inFreshProcess(const std::function<void()> &scenario);
 
     FakeAccessLibrary &fake = FakeAccessLibrary::instance();
 };

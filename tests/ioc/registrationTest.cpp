@@ -88,21 +88,7 @@ const iocshCmdDef *findCommand(const char *name) { return iocshFindCommand(name)
 
 class Registration : public IocTest {};
 
-class RegistrationDeathTest : public ::testing::Test {
-protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-
-    // In a process in which nothing has been loaded; what fails is printed by it.
-    static void inFreshProcess(const std::function<void()> &action)
-    {
-        EXPECT_EXIT(
-            {
-                action();
-                _exit(HasFailure() ? 1 : 0);
-            },
-            ::testing::ExitedWithCode(0), "");
-    }
-};
+using RegistrationDeathTest = IocDeathTest;
 
 constexpr const char *noDefinitions =
     "pdbbase is NULL; you must load a DBD file first.\n";
@@ -197,6 +183,20 @@ TEST_F(Registration, TheRecordsAreServedOverPvAccess)
 {
     EXPECT_NE(findCommand("startPVAServer"), nullptr);
     EXPECT_NE(findCommand("stopPVAServer"), nullptr);
+}
+
+TEST_F(Registration, TheDriversInitHasSubscribedEveryParameter)
+{
+    const std::string port = std::to_string(static_cast<int16_t>(tcpPort));
+    EXPECT_NE(tcpPort, 0);
+    EXPECT_THAT(callsAtStart(),
+                ElementsAre("SubscribeSystemParams(7, " + port + ", Text, 1)",
+                            "SubscribeBoardParams(7, " + port + ", 0, , 0)",
+                            "SubscribeChannelParams(7, " + port +
+                                ", 0, 0, Int:Short:Long:UInt:UShort:ULong:Float:String:Bool:"
+                                "Enum, 10)",
+                            "SubscribeChannelParams(7, " + port +
+                                ", 0, 1, VSet:IMon:VMon:Early:Pw:Mask:Status, 7)"));
 }
 
 // ---- entry tables ----
