@@ -29,6 +29,8 @@ protected:
     }
 };
 
+using EventsDeathTest = IocDeathTest;
+
 callbackQueueStats queueStatistics(bool reset = false)
 {
     callbackQueueStats statistics = {};
@@ -251,4 +253,35 @@ TEST_F(Events, OfTwoConnectionsAreBothApplied)
     second.send({event("IMon", -2.5F)});
     EXPECT_TRUE(becomes(vmon, "CRATE:00:001:VMon", -1.5));
     EXPECT_TRUE(becomes(imon, "CRATE:00:001:IMon", -2.5));
+}
+
+// ---- other crates ----
+
+// A crate with numbers alone has no list for the rest.
+TEST_F(EventsDeathTest, OfATypeWithoutRecordsChangeTheNodesAlone)
+{
+    inFreshProcess([] {
+        startIoc(generatedRecords("VMon"));
+        EXPECT_EQ(static_cast<IOSCANPVT>(ioscanpvt_bi), nullptr);
+        const EventConnection mainframe;
+        Monitor monitor("CRATE:00:001:VMon");
+        mainframe.send({event("Pw", uint32_t{1}), event("Mask", int32_t{5}),
+                        textEvent("Text", "text", -1), event("Status", int32_t{2})});
+        mainframe.send({event("VMon", 12.5F)});
+        EXPECT_TRUE(monitor.until([] { return number("CRATE:00:001:VMon") == 12.5; }));
+        EXPECT_EQ(nodeOf("Pw", 1)->getNodeValue().ZANTOGetValue().toUInt(), 1U);
+        EXPECT_EQ(nodeOf("Text", -1)->getNodeValue().ZANTOGetValue().toString(), "text");
+    });
+}
+
+TEST_F(EventsDeathTest, WithoutAnyRecordChangeTheNodes)
+{
+    inFreshProcess([] {
+        startIoc("record(calc, \"unrelated\") {}\n");
+        const EventConnection mainframe;
+        CallCount freed("FreeEventData");
+        mainframe.send({event("VMon", 12.5F)});
+        EXPECT_TRUE(freed.reaches(1));
+        EXPECT_EQ(nodeOf("VMon", 1)->getNodeValue().ZANTOGetValue().toFloat(), 12.5F);
+    });
 }
