@@ -6,6 +6,7 @@
 #include <dbAccess.h>
 
 #include <cmath>
+#include <future>
 #include <limits>
 
 using ::testing::ElementsAre;
@@ -258,17 +259,16 @@ TEST_P(Write, SendsNothingWhileTheTreeIsClosed)
 // A write that hangs in the library holds its node: an event of it waits, other nodes do not.
 TEST_P(Write, HoldsItsNodeDuringTheCall)
 {
-    std::mutex gate;
-    gate.lock();
+    std::promise<void> called;
     bool others = false;
     fake.setHook([&](const std::string &) {
         give(nodeOf("Long"), variantOf(int32_t{1}));
         others = true;
-        gate.unlock();
+        called.set_value();
     });
     setVal(nameFor("Int"), 12);
     std::thread update([&] {
-        gate.lock(); // the library is being called
+        called.get_future().wait();
         give(nodeOf("Int"), variantOf(int32_t{99}));
     });
     EXPECT_EQ(callReadOrWrite(nameFor("Int")), 0);
