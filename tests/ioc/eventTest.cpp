@@ -257,6 +257,27 @@ TEST_F(Events, OfTwoConnectionsAreBothApplied)
 
 // ---- other crates ----
 
+// Records of one list may be scanned at different priorities. While those of one are stuck, a
+// request for the others may have to wait, but it must not be forgotten.
+TEST_F(EventsDeathTest, ReachRecordsOfOnePriorityOnceThoseOfAnotherGoOn)
+{
+    inFreshProcess([] {
+        startIoc(generatedRecords("VMon") + generatedRecords("IMon") +
+                 "record(ai, \"CRATE:00:001:IMon\") { field(PRIO, \"HIGH\") }\n");
+        constexpr int batches = 5000; // more than the IOC's queue has places
+        const EventConnection mainframe;
+        CallCount freed("FreeEventData");
+        Monitor monitor("CRATE:00:001:VMon");
+        nodeOf("IMon", 1)->lockSem();
+        for (int i = 1; i <= batches; ++i)
+            mainframe.send({event("VMon", static_cast<float>(i))});
+        EXPECT_TRUE(freed.reaches(batches));
+        EXPECT_THAT(queueStatistics().numOverflow, ::testing::Each(0));
+        nodeOf("IMon", 1)->unlockSem();
+        EXPECT_TRUE(monitor.until([] { return number("CRATE:00:001:VMon") == batches; }));
+    });
+}
+
 // A crate with numbers alone has no list for the rest.
 TEST_F(EventsDeathTest, OfATypeWithoutRecordsChangeTheNodesAlone)
 {
