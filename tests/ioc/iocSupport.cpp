@@ -1,6 +1,5 @@
 #include "iocSupport.h"
 
-#include "ZANTOAio.h"
 #include "ZANTOeventsthread.h"
 #include "ZANTOlife.h"
 #include "ZANTOrecord.h"
@@ -500,7 +499,8 @@ namespace {
 bool earlyArrived = false;
 Lines startCalls;
 
-// An event that comes when the records have been processed once and no scan runs yet.
+// An event that comes when the records have been processed once and no scan runs yet: the IOC
+// takes no request then.
 void updateEarly(initHookState state)
 {
     if (state != initHookAfterInitialProcess)
@@ -508,7 +508,6 @@ void updateEarly(initHookState state)
     IDValue_t value = {};
     value.FloatValue = 3.5F;
     updateNode(0, 1, "Early", value);
-    ioscanpvt_ai.request();
 }
 
 void prepareCrate()
