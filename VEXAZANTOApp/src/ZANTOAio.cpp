@@ -47,12 +47,12 @@ long write_ao(aoRecord *record) { return ZANTOWriteNumber<Ao>(record); }
 ZANTODset6 devVEXAZANTOAi = {6,
                              nullptr,
                              nullptr,
-                             ZANTODsetEntry(init_record_ai),
-                             ZANTODsetEntry(get_ioint_info),
-                             ZANTODsetEntry(read_ai),
+                             ZANTODsetEntry<init_record_ai>(),
+                             ZANTODsetEntry<get_ioint_info>(),
+                             ZANTODsetEntry<read_ai>(),
                              nullptr};
-ZANTODset6 devVEXAZANTOAo = {6,       nullptr, nullptr, ZANTODsetEntry(init_record_ao),
-                             nullptr, ZANTODsetEntry(write_ao), nullptr};
+ZANTODset6 devVEXAZANTOAo = {6,       nullptr, nullptr, ZANTODsetEntry<init_record_ao>(),
+                             nullptr, ZANTODsetEntry<write_ao>(), nullptr};
 
 } // namespace
 

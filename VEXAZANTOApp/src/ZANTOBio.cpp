@@ -39,10 +39,10 @@ long init_record_bo(boRecord *record) { return ZANTOInitOutput<Bo>(record); }
 long write_bo(boRecord *record) { return ZANTOWriteNumber<Bo>(record); }
 
 ZANTODset5 devVEXAZANTOBi = {
-    5, nullptr, nullptr, ZANTODsetEntry(init_record_bi), ZANTODsetEntry(get_ioint_info),
-    ZANTODsetEntry(read_bi)};
+    5, nullptr, nullptr, ZANTODsetEntry<init_record_bi>(), ZANTODsetEntry<get_ioint_info>(),
+    ZANTODsetEntry<read_bi>()};
 ZANTODset5 devVEXAZANTOBo = {
-    5, nullptr, nullptr, ZANTODsetEntry(init_record_bo), nullptr, ZANTODsetEntry(write_bo)};
+    5, nullptr, nullptr, ZANTODsetEntry<init_record_bo>(), nullptr, ZANTODsetEntry<write_bo>()};
 
 } // namespace
 

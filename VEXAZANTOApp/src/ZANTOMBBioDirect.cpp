@@ -37,10 +37,10 @@ long init_record_mbboDirect(mbboDirectRecord *record) { return ZANTOInitOutput<M
 long write_mbboDirect(mbboDirectRecord *record) { return ZANTOWriteNumber<MBBoDirect>(record); }
 
 ZANTODset5 devVEXAZANTOMBBiDirect = {
-    5, nullptr, nullptr, ZANTODsetEntry(init_record_mbbiDirect), ZANTODsetEntry(get_ioint_info),
-    ZANTODsetEntry(read_mbbiDirect)};
+    5, nullptr, nullptr, ZANTODsetEntry<init_record_mbbiDirect>(), ZANTODsetEntry<get_ioint_info>(),
+    ZANTODsetEntry<read_mbbiDirect>()};
 ZANTODset5 devVEXAZANTOMBBoDirect = {
-    5, nullptr, nullptr, ZANTODsetEntry(init_record_mbboDirect), nullptr, ZANTODsetEntry(write_mbboDirect)};
+    5, nullptr, nullptr, ZANTODsetEntry<init_record_mbboDirect>(), nullptr, ZANTODsetEntry<write_mbboDirect>()};
 
 } // namespace
 

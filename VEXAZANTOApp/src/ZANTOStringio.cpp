@@ -82,12 +82,12 @@ long write_stringout(stringoutRecord *record)
 ZANTODset6 devVEXAZANTOStringin = {6,
                                    nullptr,
                                    nullptr,
-                                   ZANTODsetEntry(init_record_stringin),
-                                   ZANTODsetEntry(get_ioint_info),
-                                   ZANTODsetEntry(read_stringin),
+                                   ZANTODsetEntry<init_record_stringin>(),
+                                   ZANTODsetEntry<get_ioint_info>(),
+                                   ZANTODsetEntry<read_stringin>(),
                                    nullptr};
-ZANTODset6 devVEXAZANTOStringout = {6,       nullptr, nullptr, ZANTODsetEntry(init_record_stringout),
-                                    nullptr, ZANTODsetEntry(write_stringout), nullptr};
+ZANTODset6 devVEXAZANTOStringout = {6,       nullptr, nullptr, ZANTODsetEntry<init_record_stringout>(),
+                                    nullptr, ZANTODsetEntry<write_stringout>(), nullptr};
 
 } // namespace
 

@@ -13,7 +13,7 @@ namespace {
 struct Binding {
     // Written by whichever thread processes the record, which holds the record's lock.
     ZANTONode *node = nullptr;
-    uint64_t generation = 0; // of the tree that the node belongs to
+    uint32_t generation = 0; // of the tree that the node belongs to
 };
 
 /// Bindings live as long as the process, like the records; a deque never moves them.
@@ -47,7 +47,7 @@ ZANTONode *ZANTONodeOfRecord(dbCommon *record)
     auto *binding = static_cast<Binding *>(record->dpvt);
     if (binding == nullptr)
         return ZANTOUtils::getNodeFromEpicsId(record->name);
-    const uint64_t generation = systemNode.generation();
+    const uint32_t generation = systemNode.generation();
     if (binding->node == nullptr || binding->generation != generation) {
         binding->node = ZANTOUtils::getNodeFromEpicsId(record->name);
         binding->generation = generation;

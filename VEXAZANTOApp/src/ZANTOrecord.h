@@ -84,16 +84,30 @@ struct ZANTODset6 {
     DEVSUPFUN report, init, init_record, get_ioint_info, read_write, special_linconv;
 };
 
-/// A routine of any record type as an entry of a table.
-template <typename Function> DEVSUPFUN ZANTODsetEntry(Function *function)
-{
-    return reinterpret_cast<DEVSUPFUN>(reinterpret_cast<void (*)()>(function));
-}
-
 /// Return codes of device support routines.
 constexpr long ZANTOOk = 0;
 constexpr long ZANTOFailed = 1;
 constexpr long ZANTODontConvert = 2;
+
+/// A device support routine behind its C entry: no exception gets into the IOC, which would end
+/// the process.
+template <auto routine> struct ZANTOEntry;
+template <typename... Arguments, long (*routine)(Arguments...)> struct ZANTOEntry<routine> {
+    static long call(Arguments... arguments) noexcept
+    {
+        try {
+            return routine(arguments...);
+        } catch (...) {
+            return ZANTOFailed;
+        }
+    }
+};
+
+/// A routine of any record type as an entry of a table.
+template <auto routine> DEVSUPFUN ZANTODsetEntry()
+{
+    return reinterpret_cast<DEVSUPFUN>(reinterpret_cast<void (*)()>(ZANTOEntry<routine>::call));
+}
 
 // ---- the routines of the numeric records. A trait says what is particular to a record type:
 //   Record          the record structure

@@ -74,12 +74,12 @@ public:
     operator ZANTONode *() const noexcept { return m_root.load(); }
     ZANTONode *operator->() const noexcept { return m_root.load(); }
 
-    /// Never 0 once a root has been set.
-    uint64_t generation() const noexcept { return m_generation.load(); }
+    /// Grows with each assignment; 0 before the first.
+    uint32_t generation() const noexcept { return m_generation.load(); }
 
 private:
     std::atomic<ZANTONode *> m_root{nullptr};
-    std::atomic<uint64_t> m_generation{0};
+    std::atomic<uint32_t> m_generation{0};
 };
 
 /// Root of the tree. Created by createSystemTree, destroyed by Shutdown.
