@@ -40,15 +40,14 @@ void iocInitList(IOSCANPVT *list) { scanIoInit(list); }
 
 void retry(void *scanList) { static_cast<ZANTOScanList *>(scanList)->retry(); }
 
-// Long enough for the IOC to work off a good part of its 2,000 queued callbacks.
-constexpr double retryDelaySeconds = 0.05;
-
-void iocRetryLater(ZANTOScanList *scanList, void **timer)
+// Without memory for the timer the next request is the retry.
+void iocRetryLater(ZANTOScanList *scanList, void **timer, double delay)
 {
     static const epicsTimerQueueId queue = epicsTimerQueueAllocate(1, epicsThreadPriorityLow);
-    if (*timer == nullptr)
+    if (*timer == nullptr && queue != nullptr)
         *timer = epicsTimerQueueCreateTimer(queue, retry, scanList);
-    epicsTimerStartDelay(static_cast<epicsTimerId>(*timer), retryDelaySeconds);
+    if (*timer != nullptr)
+        epicsTimerStartDelay(static_cast<epicsTimerId>(*timer), delay);
 }
 
 } // namespace
@@ -82,19 +81,25 @@ void ZANTOScanList::request()
     } else if (mayRequest()) {
         requestNow();
     } else {
-        m_dirty = true;
+        m_due = true;
         ++m_deferred;
     }
 }
 
 bool ZANTOScanList::mayRequest() const
 {
-    return std::all_of(m_outstanding.begin(), m_outstanding.end(),
-                       [](int passes) { return passes < maxOutstanding; });
+    int least = maxBacklog;
+    int most = 0;
+    for (unsigned prio = 0; prio < m_outstanding.size(); ++prio) {
+        if ((m_priorities & (1U << prio)) == 0)
+            continue;
+        least = std::min(least, m_outstanding[prio]);
+        most = std::max(most, m_outstanding[prio]);
+    }
+    return m_priorities == 0 || (least < maxOutstanding && most < maxBacklog);
 }
 
-// A priority that took requests before and does not now has been refused a place in its queue:
-// the request is kept until a later one, or a retry, gets through.
+// A priority that took requests before and does not now has been refused a place in its queue.
 void ZANTOScanList::requestNow()
 {
     const unsigned queued = m_services.request(m_list);
@@ -102,10 +107,10 @@ void ZANTOScanList::requestNow()
         if ((queued & (1U << prio)) != 0)
             ++m_outstanding[prio];
     }
-    m_dirty = queued == 0 || (m_priorities & ~queued) != 0;
+    m_due = false;
+    m_missed = queued == 0 || (m_priorities & ~queued) != 0;
     m_priorities |= queued;
-    m_lastQueued = queued;
-    if (m_dirty) {
+    if (m_missed) {
         ++m_refused;
         armRetry();
     } else {
@@ -118,7 +123,8 @@ void ZANTOScanList::armRetry()
     if (m_retryArmed)
         return;
     m_retryArmed = true;
-    m_services.retryLater(this, &m_timer);
+    m_services.retryLater(this, &m_timer,
+                          m_refusedRetries < quickRetries ? retryDelay : lateRetryDelay);
 }
 
 void ZANTOScanList::passEnded(int prio)
@@ -126,9 +132,9 @@ void ZANTOScanList::passEnded(int prio)
     std::lock_guard<std::mutex> lock(m_mutex);
     int &outstanding = m_outstanding.at(static_cast<size_t>(prio));
     outstanding = std::max(outstanding - 1, 0);
-    // What was refused waits for the timed retry: asking at the end of each pass would scan the
+    // What was refused is left to the timed retry: asking at the end of each pass would scan the
     // priorities that do get through in an endless loop.
-    if (m_dirty && !m_retryArmed && mayRequest())
+    if (m_due && mayRequest())
         requestNow();
 }
 
@@ -136,13 +142,11 @@ void ZANTOScanList::retry()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_retryArmed = false;
-    if (!m_dirty || !mayRequest())
-        return; // the end of a pass requests what is still due
-    requestNow();
-    if (!m_dirty || ++m_refusedRetries < retryLimit)
+    if (!m_missed)
         return;
-    // Seconds without a place: the records of the missing priorities have left the list.
-    m_priorities = m_lastQueued;
-    m_dirty = false;
-    m_refusedRetries = 0;
+    m_refusedRetries = std::min(m_refusedRetries + 1, quickRetries);
+    if (mayRequest())
+        requestNow();
+    else
+        m_due = true;
 }

@@ -19,8 +19,9 @@ struct ZANTOScanServices {
     unsigned (*request)(IOSCANPVT list);
     /// The end of each pass is told to `scanList` from now on.
     void (*watch)(IOSCANPVT list, ZANTOScanList *scanList);
-    /// Has retry() called a little later, on another thread; `timer` is the list's own to keep.
-    void (*retryLater)(ZANTOScanList *scanList, void **timer);
+    /// Has retry() called after `delay` seconds, on another thread; `timer` is the list's own to
+    /// keep.
+    void (*retryLater)(ZANTOScanList *scanList, void **timer, double delay);
 };
 /// The IOC's own services.
 extern const ZANTOScanServices ZANTOIocScanServices;
@@ -29,8 +30,9 @@ extern const ZANTOScanServices ZANTOIocScanServices;
 ///
 /// Every request makes the IOC scan the whole list and takes one of the 2,000 places of its
 /// callback queue. A full queue refuses requests, and with them the updates of unrelated lists.
-/// So at most two requests of a list are outstanding; what is asked for meanwhile is remembered
-/// and requested when a pass ends. Any thread may call any function; none blocks.
+/// So only few requests of a list are outstanding; what is asked for meanwhile is remembered
+/// and requested when a pass ends, and what the IOC refused is asked for again until it gets
+/// through. Any thread may call any function; none blocks.
 class ZANTOScanList {
 public:
     constexpr explicit ZANTOScanList(const ZANTOScanServices &services = ZANTOIocScanServices)
@@ -60,11 +62,17 @@ public:
     /// Requests again what the IOC refused. For the retry timer.
     void retry();
 
-    /// Requests of one list that may be queued or running: the running pass, and one that sees
-    /// what changes during it.
+    /// Requests that may be queued or running at the priority that works them off fastest: the
+    /// running pass, and one that sees what changes during it.
     static constexpr int maxOutstanding = 2;
-    /// Retries refused in a row after which a priority is taken to have no records any more.
-    static constexpr int retryLimit = 50;
+    /// As above, at any other priority: one that hangs must not keep the others from being
+    /// scanned, nor fill its queue.
+    static constexpr int maxBacklog = 100;
+    /// Seconds between retries: long enough for the IOC to work off a good part of its queue; in
+    /// the long run, as the missing priority may just have lost its records, hardly any work.
+    static constexpr double retryDelay = 0.05;
+    static constexpr double lateRetryDelay = 1.0;
+    static constexpr int quickRetries = 50;
 
 private:
     bool mayRequest() const;
@@ -82,11 +90,11 @@ private:
     std::mutex m_mutex;
     // Guarded by m_mutex.
     bool m_watched = false;
-    bool m_dirty = false;
+    bool m_due = false;    // asked for while too many were outstanding
+    bool m_missed = false; // refused, in part or whole
     unsigned m_priorities = 0; // bit mask of the priorities that have records, as learned
     std::array<int, NUM_CALLBACK_PRIORITIES> m_outstanding{};
-    unsigned m_lastQueued = 0; // by the last request
-    int m_refusedRetries = 0;
+    int m_refusedRetries = 0; // in a row
     bool m_retryArmed = false;
     void *m_timer = nullptr; // of the retry queue, kept for ever once made
 };
