@@ -24,6 +24,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <thread>
 
 epicsThreadId tcpServerThread = nullptr;
@@ -103,8 +104,11 @@ int32_t updateNode(int32_t boardIndex, int32_t channelIndex, const char *itemNam
     }
     const ZANTONodeValue newValue =
         ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(node, value);
-    const ZANTONode::SemGuard guard(*node);
-    node->setNodeValue(newValue);
+    {
+        const ZANTONode::SemGuard guard(*node);
+        node->setNodeValue(newValue);
+    }
+    // Printing may block on a terminal that is stopped, so it holds no lock.
     traceUpdate(itemName, node->getDataType(), newValue.ZANTOGetValue());
     return parameterTypeOf(node->getParWrapperType(), node->getNodeType());
 }
@@ -131,6 +135,7 @@ public:
         VEXAHVSystemStatus_t status;
         return VEXAHV_GetEventData(socket, &status, &m_events, &m_count);
     }
+    bool isEmpty() const { return m_events == nullptr || m_count == 0; }
     const VEXAHVEventData_t *begin() const { return m_events; }
     const VEXAHVEventData_t *end() const
     {
@@ -150,17 +155,29 @@ void raiseLiveInsertionFlag()
         std::puts("\nUnable to open file for live insertion event");
 }
 
+// The parameter type of the node that was updated, or -1. What memory does not suffice for is
+// one lost value and not the end of the server.
+int32_t applyParameter(const VEXAHVEventData_t &event)
+{
+    // The slot of the name may lack its NUL.
+    char name[VEXAHV_ITEM_ID_SIZE + 1] = {};
+    std::memcpy(name, event.ItemID, VEXAHV_ITEM_ID_SIZE);
+    try {
+        return updateNode(event.BoardIndex, event.ChannelIndex, name, event.Value);
+    } catch (const std::exception &error) {
+        if (DEBUG > 0)
+            std::printf("\nError updating item [%s]: %s\n", name, error.what());
+        return -1;
+    }
+}
+
 // One bit per parameter type of which a node was updated.
 uint32_t applyBatch(const EventBatch &batch)
 {
     uint32_t mask = 0;
     for (const VEXAHVEventData_t &event : batch) {
         if (event.Type == PARAMETER) {
-            // The slot of the name may lack its NUL.
-            char name[VEXAHV_ITEM_ID_SIZE + 1] = {};
-            std::memcpy(name, event.ItemID, VEXAHV_ITEM_ID_SIZE);
-            const int32_t code =
-                updateNode(event.BoardIndex, event.ChannelIndex, name, event.Value);
+            const int32_t code = applyParameter(event);
             if (code >= 0)
                 mask |= 1U << (static_cast<uint32_t>(code) % 32U);
         } else if (event.Type == ALARM) {
@@ -217,20 +234,36 @@ bool handleNextBatch(int32_t socket)
     return false;
 }
 
+// Whether the event thread started last found its socket; read by the server once it is told.
+std::atomic<bool> socketFound{false};
+
 bool takeSocket(int32_t &socket)
 {
     const ZANTOTreeUse use;
     ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
     if (root != nullptr)
         socket = root->getSysSocket();
+    socketFound = root != nullptr;
     epicsEventSignal(socketTaken());
     return root != nullptr;
 }
+
+std::atomic<int> eventThreads{0};
+
+/// Counts a running event thread, for a scope.
+class EventThreadCount {
+public:
+    EventThreadCount() { ++eventThreads; }
+    ~EventThreadCount() { --eventThreads; }
+    EventThreadCount(const EventThreadCount &) = delete;
+    EventThreadCount &operator=(const EventThreadCount &) = delete;
+};
 
 } // namespace
 
 void ZANTOEvents_Thread(void *)
 {
+    const EventThreadCount count;
     int32_t socket = -1;
     if (!takeSocket(socket)) {
         if (DEBUG > 0)
@@ -341,6 +374,10 @@ void keepAlive(int socket)
         setsockopt(socket, option.level, option.option, &option.value, sizeof(option.value));
 }
 
+// More than any number of mainframes that one server follows. Without a bound, peers that only
+// connect would take every descriptor, and those of the clients' servers with them.
+constexpr int maxEventThreads = 128;
+
 // Waits until the new thread has taken the socket: two connections in quick succession must
 // not end up with two threads on the second one's socket.
 void startEventThread(int socket)
@@ -363,6 +400,8 @@ void startEventThread(int socket)
     }
     ZANTOEventsThread = thread;
     epicsEventMustWait(socketTaken());
+    if (!socketFound)
+        close(socket);
 }
 
 void acceptConnection(int listener)
@@ -384,6 +423,12 @@ void acceptConnection(int listener)
     }
     if (DEBUG > 9)
         std::puts("Device connected");
+    if (eventThreads >= maxEventThreads) {
+        if (DEBUG > 0)
+            std::puts("\nToo many event connections, the new one is closed");
+        close(fd);
+        return;
+    }
     keepAlive(fd);
     // Whoever connects before the tree exists is served once it does.
     ZANTOWaitForTree();
