@@ -1,6 +1,7 @@
 #include "ZANTO.h"
 
 #include "ZANTOconfig.h"
+#include "ZANTOdbtext.h"
 #include "ZANTOeventsthread.h"
 #include "ZANTOfile.h"
 #include "ZANTOlife.h"
@@ -33,6 +34,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <thread>
+#include <unordered_set>
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
@@ -77,8 +79,30 @@ public:
 private:
     void exportNode(ZANTONode *node, int32_t board, int32_t channel)
     {
-        m_database.write(ZANTOUtils::ZANTOCreateStringForDbRecord(node, board, channel));
+        const std::string records =
+            ZANTOUtils::ZANTOCreateStringForDbRecord(node, board, channel);
+        if (!claimNames(records)) {
+            if (DEBUG > 0)
+                std::printf("Error creating string for [%s] record\n",
+                            node->getNodeName().c_str());
+            return;
+        }
+        m_database.write(records);
         m_pvList.write(ZANTOUtils::ZANTOCreateStringForItemExporting(node, board, channel));
+    }
+
+    // Two records of one name and different types would end the load of the database and lose
+    // all that follow: the first node keeps the name, as it does in the lookup. False when a
+    // name is taken; then none is claimed.
+    bool claimNames(const std::string &records)
+    {
+        const std::vector<std::string> names = ZANTORecordNames(records);
+        for (const std::string &name : names) {
+            if (m_recordNames.count(name) != 0)
+                return false;
+        }
+        m_recordNames.insert(names.begin(), names.end());
+        return true;
     }
 
     void addCommands()
@@ -217,6 +241,7 @@ private:
     ZANTOOutputFile &m_database;
     ZANTOOutputFile &m_pvList;
     int32_t m_systemType = largeCrate;
+    std::unordered_set<std::string> m_recordNames;
 };
 
 void createRoot(const std::string &sysName, const std::string &host, const std::string &user,
@@ -277,14 +302,19 @@ int32_t createSystemTree(const std::string &sysName, const std::string &sysInitP
     const int32_t result =
         VEXAHV_InitSystem(VEXAHV_SYSTEM_MAINFRAME, VEXAHV_LINK_TCPIP, sysInitParam.c_str(),
                           usrnm.c_str(), pswd.c_str(), &handle);
-    if (result != 0)
+    if (result != 0) {
+        ZANTOStartupCheckpoint();
         return buildError("\nError initializing mainframe", result);
+    }
 
     ZANTOUtils::SysName = sysName;
     std::printf("SYSTEMNAME = %s\n", sysName.c_str());
     createRoot(sysName, sysInitParam, usrnm, pswd, handle);
     ZANTOStartupCheckpoint();
     if (buildAfterLogin(database, pvList) != 0) {
+        ZANTOStartupCheckpoint();
+        const std::unique_ptr<ZANTONode> unfinished(systemNode);
+        systemNode = nullptr; // so that no signal logs out once more
         VEXAHV_DeinitSystem(handle);
         return -1;
     }
@@ -317,8 +347,23 @@ struct WatchList {
 /// A level's own words in its messages: "system properties" or "board [3] parameters".
 using LevelName = std::string;
 
-// Makes the call `watch(list, count, results)` and reports the names it did not accept; false
-// when there are any.
+// Reports the names that were not accepted; false when there are any.
+bool reportRefused(const LevelName &level, const WatchList &list, bool called,
+                   const std::vector<char> &results)
+{
+    std::string refused;
+    for (size_t i = 0; i < list.names.size(); ++i) {
+        if (!called || results[i] != 0)
+            refused += "[" + list.names[i] + "]";
+    }
+    if (!refused.empty() && DEBUG > 0)
+        std::printf("Error subscribing %s: %s\n", level.c_str(), refused.c_str());
+    if (!refused.empty() && DEBUG > 7)
+        std::printf("sent: %s\n", list.text.c_str());
+    return called && refused.empty();
+}
+
+// Makes the call `watch(list, count, results)`; false when it or any of its names failed.
 template <typename Watch>
 bool watchLevel(const LevelName &level, const WatchList &list, const Watch &watch)
 {
@@ -333,18 +378,9 @@ bool watchLevel(const LevelName &level, const WatchList &list, const Watch &watc
             std::printf("Error subscribing %s - ALL\n", level.c_str());
         return false;
     }
-    const bool called = watch(list.text.c_str(), static_cast<uint32_t>(list.names.size()),
-                              results.data()) == 0;
-    std::string failed;
-    for (size_t i = 0; i < list.names.size(); ++i) {
-        if (!called || results[i] != 0)
-            failed += "[" + list.names[i] + "]";
-    }
-    if (!failed.empty() && DEBUG > 0)
-        std::printf("Error subscribing %s: %s\n", level.c_str(), failed.c_str());
-    if (!failed.empty() && DEBUG > 7)
-        std::printf("sent: %s\n", list.text.c_str());
-    return called && failed.empty();
+    const auto count = static_cast<uint32_t>(list.names.size());
+    const bool called = watch(list.text.c_str(), count, results.data()) == 0;
+    return reportRefused(level, list, called, results);
 }
 
 bool watchSystem(bool subscribe, const ZANTONode &root, int16_t port)
@@ -400,6 +436,18 @@ bool watchChannel(bool subscribe, const ZANTONode &node, int32_t handle, int16_t
     });
 }
 
+// A level that memory does not suffice for has failed; the others are attempted all the same.
+template <typename Level> bool attemptLevel(const Level &level)
+{
+    try {
+        return level();
+    } catch (const std::exception &error) {
+        if (DEBUG > 0)
+            std::printf("Error subscribing: %s\n", error.what());
+        return false;
+    }
+}
+
 } // namespace
 
 int32_t subscribeForParameters(int32_t subscribe)
@@ -410,18 +458,20 @@ int32_t subscribeForParameters(int32_t subscribe)
     const bool on = subscribe != 0;
     const auto port = static_cast<int16_t>(tcpPort);
     const int32_t handle = root->getSysHandle();
-    bool accepted = watchSystem(on, *root, port);
-    const auto boards = root->getChildren();
-    for (size_t slot = 0; slot < boards.size(); ++slot) {
-        if (boards[slot]->getNodeType() == nodeTypeEmptyNode)
+    bool accepted = attemptLevel([&] { return watchSystem(on, *root, port); });
+    for (int32_t slot = 0; const ZANTONode *board = root->childAt(slot); ++slot) {
+        if (board->getNodeType() == nodeTypeEmptyNode)
             continue;
         const auto slotNr = static_cast<uint16_t>(slot);
-        accepted = watchBoard(on, *boards[slot], handle, port, slotNr) && accepted;
-        const auto channels = boards[slot]->getChildren();
-        for (size_t channel = 0; channel < channels.size(); ++channel)
-            accepted = watchChannel(on, *channels[channel], handle, port, slotNr,
-                                    static_cast<uint16_t>(channel)) &&
-                       accepted;
+        const auto watchThis = [&] { return watchBoard(on, *board, handle, port, slotNr); };
+        accepted = attemptLevel(watchThis) && accepted;
+        for (int32_t channel = 0; const ZANTONode *node = board->childAt(channel); ++channel) {
+            const auto watchOne = [&] {
+                return watchChannel(on, *node, handle, port, slotNr,
+                                    static_cast<uint16_t>(channel));
+            };
+            accepted = attemptLevel(watchOne) && accepted;
+        }
     }
     return accepted ? 0 : -1;
 }
@@ -483,7 +533,9 @@ int32_t tryToConnectLoop(const char *host)
 
 namespace {
 
-// Longest that an orderly end waits for a thread inside the access library.
+// Longest that an orderly end waits for a thread inside the access library. A login that is under
+// way gets the time that a call to a dead crate takes to fail, so that it is not left logged in.
+constexpr milliseconds loginLimit{6000};
 constexpr milliseconds startupWorkLimit{2000};
 constexpr milliseconds treeUseLimit{2000};
 // Longest pause between two steps of the logout: more than a call to a dead crate takes to fail.
@@ -496,7 +548,7 @@ std::atomic<bool> loggedOut{false};
 
 // A library call that never returns, or an exit hook that waits for one, must not keep the
 // process alive. Runs until the process is gone.
-void watchEnd()
+void watchEnd(void *)
 {
     uint32_t seen = endProgress;
     milliseconds still{0};
@@ -508,22 +560,43 @@ void watchEnd()
     _exit(0);
 }
 
+void startEndWatch()
+{
+    static std::atomic<bool> started{false};
+    if (started.exchange(true))
+        return;
+    // Without a thread to be had the end goes on unwatched.
+    epicsThreadCreate("ZANTOEndWatch", epicsThreadPriorityMax,
+                      epicsThreadGetStackSize(epicsThreadStackSmall), watchEnd, nullptr);
+}
+
+// Threads that do not come back from the access library, or from the start-up script.
+struct Stragglers {
+    bool mainThread = false;
+    bool recordThreads = false;
+};
+// Written once, before the exit.
+Stragglers stragglers;
+
 void logOut()
 {
-    const bool startupStopped = ZANTOEndStartupWork(startupWorkLimit);
+    const milliseconds limit = systemNode == nullptr ? loginLimit : startupWorkLimit;
+    stragglers.mainThread = !ZANTOEndStartupWork(limit) || ZANTOScriptIsRunning();
     ZANTONode *root = systemNode;
     if (root == nullptr)
         return;
     if (ZANTOTreeIsComplete())
         unsubscribeParameters();
     ++endProgress;
+    // No record may start a call once the logout is on its way. One whose write hangs in the
+    // library keeps its node; so does a start-up that does not stop. The tree then goes with the
+    // process.
+    stragglers.recordThreads = !ZANTOCloseTree(treeUseLimit);
+    ++endProgress;
     VEXAHV_DeinitSystem(root->getSysHandle());
     ++endProgress;
-    // A record whose write hangs in the library keeps its node; so does a start-up that does
-    // not stop. The tree then goes with the process.
-    const bool unused = ZANTOCloseTree(treeUseLimit);
     systemNode = nullptr;
-    if (unused && startupStopped)
+    if (!stragglers.recordThreads && !stragglers.mainThread)
         delete root;
 }
 
@@ -532,7 +605,7 @@ void closeCrate()
 {
     static std::once_flag closed;
     std::call_once(closed, [] {
-        std::thread(watchEnd).detach();
+        startEndWatch();
         if (DEBUG > 0)
             std::puts("\nShutting down crate");
         logOut();
@@ -550,22 +623,29 @@ void closeCrate()
         pause();
 }
 
+std::atomic<bool> ending{false};
+
+// EPICS' exit hooks run before exit(), whose destructors of static objects would otherwise come
+// first and take from the hooks what they use. With a thread still inside the access library or
+// the script there are no destructors at all, and no hooks while the script may be inside iocInit.
+[[noreturn]] void exitProcess()
+{
+    if (!stragglers.mainThread && !stragglers.recordThreads)
+        epicsExit(0);
+    if (!stragglers.mainThread)
+        epicsExitCallAtExits();
+    std::fflush(nullptr);
+    _exit(0);
+}
+
 [[noreturn]] void endProcess()
 {
-    static std::atomic<bool> ending{false};
     const bool first = !ending.exchange(true);
     closeCrate();
     if (!first)
         waitForTheEnd();
     ZANTORestoreTerminal();
-    // Not exit() alone: EPICS' exit hooks would then run after the destructors of static objects
-    // that they use.
-    if (!ZANTOScriptIsRunning())
-        epicsExit(0);
-    // The main thread is inside iocInit or a command of the script: exit hooks would take apart
-    // what it is putting together.
-    std::fflush(nullptr);
-    _exit(0);
+    exitProcess();
 }
 
 // Number of the first termination signal, 0 before.
@@ -580,6 +660,13 @@ void Shutdown()
     if (caughtSignal != 0)
         waitForTheEnd();
     endProcess();
+}
+
+void ZANTOLeaveMain()
+{
+    if (ending.exchange(true))
+        waitForTheEnd();
+    exit(0);
 }
 
 // ---- signals ----
@@ -608,6 +695,8 @@ void waitForSignal()
 void signalThread(void *)
 {
     waitForSignal();
+    // First of all: printing may block on a terminal that is stopped.
+    startEndWatch();
     if (DEBUG > 1)
         std::printf("\nCaught a termination signal (%s).\n", strsignal(caughtSignal));
     endProcess();
@@ -644,8 +733,15 @@ void SigShutdownHandler(int signal)
 
 void ZANTOStartSignalThread()
 {
-    epicsThreadCreate("ZANTOSignalThread", epicsThreadPriorityMedium,
-                      epicsThreadGetStackSize(epicsThreadStackBig), signalThread, nullptr);
+    const bool started =
+        signalEvent >= 0 &&
+        epicsThreadCreate("ZANTOSignalThread", epicsThreadPriorityMedium,
+                          epicsThreadGetStackSize(epicsThreadStackBig), signalThread,
+                          nullptr) != nullptr;
+    if (started)
+        return;
+    std::puts("Unable to start the signal thread: a termination signal ends without a logout");
+    resetSignals();
 }
 
 // ---- driver ----

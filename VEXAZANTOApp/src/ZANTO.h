@@ -34,4 +34,8 @@ void ZANTOStartSignalThread();
 /// whichever thread comes second waits for the first to end the process.
 [[noreturn]] void Shutdown();
 
+/// Ends the process with status 0 for a main that serves nothing; waits instead when another
+/// thread ends it already.
+[[noreturn]] void ZANTOLeaveMain();
+
 #endif

@@ -62,3 +62,18 @@ std::string ZANTODbValue(const std::string &text, std::size_t capacity)
     }
     return escaped;
 }
+
+// A header is the only line that begins with its keyword; the rest is indented.
+std::vector<std::string> ZANTORecordNames(const std::string &records)
+{
+    std::vector<std::string> names;
+    std::size_t line = 0;
+    while (line < records.size()) {
+        const std::size_t end = std::min(records.find('\n', line), records.size());
+        const std::size_t open = records.find('"', line);
+        if (records.compare(line, 7, "record(") == 0 && open < end)
+            names.push_back(records.substr(open + 1, records.find('"', open + 1) - open - 1));
+        line = end + 1;
+    }
+    return names;
+}

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 /// Longest values in bytes that the record fields take. A longer one is an error when the
 /// database is loaded and leaves the field empty.
@@ -22,5 +23,8 @@ bool ZANTOIsRecordName(const std::string &name);
 /// are dropped, and so is the dollar of a macro reference, which no field takes in whatever
 /// form. A sane text comes back as it is.
 std::string ZANTODbValue(const std::string &text, std::size_t capacity);
+
+/// The names of the records that a database text defines, in its order.
+std::vector<std::string> ZANTORecordNames(const std::string &records);
 
 #endif

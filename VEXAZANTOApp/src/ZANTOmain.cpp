@@ -56,11 +56,13 @@ void printUsage()
         std::puts(line);
 }
 
-int nothingToServe()
+[[noreturn]] void endWithoutCrate(const char *message)
 {
-    std::puts("No crates to monitor.  Shutting down.");
-    return 0;
+    std::puts(message);
+    ZANTOLeaveMain();
 }
+
+constexpr const char *nothingToServe = "No crates to monitor.  Shutting down.";
 
 bool connectCrate(const ZANTOCommandLine &line)
 {
@@ -98,17 +100,16 @@ int main(int argc, char *argv[])
                                         epicsThreadGetStackSize(epicsThreadStackBig),
                                         tcpServer_Thread, nullptr);
     if (argc == 2)
-        return nothingToServe();
+        endWithoutCrate(nothingToServe);
     const ZANTOCommandLine line = ZANTOParseCommandLine(argc, argv);
-    if (line.version) {
-        std::puts("EPICS ioc VEXA ZANTO version 1.2.0");
-        return 0;
-    }
+    if (line.version)
+        endWithoutCrate("EPICS ioc VEXA ZANTO version 1.2.0");
     if (line.crateCount == 0)
-        return nothingToServe();
+        endWithoutCrate(nothingToServe);
     if (!connectCrate(line))
-        return 0;
-    ZANTOSaveTerminal();
+        ZANTOLeaveMain();
+    if (!line.daemon)
+        ZANTOSaveTerminal();
     runScript(line.script);
     if (line.daemon) {
         while (true)

@@ -18,6 +18,7 @@ void ZANTOSaveTerminal()
 
 void ZANTORestoreTerminal()
 {
-    if (haveSaved)
+    // In the background the terminal has the settings of whoever is in front.
+    if (haveSaved && tcgetpgrp(STDIN_FILENO) == getpgrp())
         tcsetattr(STDIN_FILENO, TCSADRAIN, &saved);
 }
