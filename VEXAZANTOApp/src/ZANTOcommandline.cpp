@@ -43,7 +43,7 @@ void readPassword(char *value, ZANTOCommandLine &line)
     std::memset(value, ' ', std::strlen(value));
 }
 
-// The option's value, if it takes one and has one.
+// An option that takes a value and stands last is ignored, as is what is no option.
 void readOption(Arguments &arguments, ZANTOCommandLine &line)
 {
     const std::string_view option = arguments.current();

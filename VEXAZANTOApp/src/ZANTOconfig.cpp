@@ -528,8 +528,8 @@ const PropertyShape propertyShapes[] = {
     {VEXAHV_PROP_OFFSTATE, [](const PropertyAnswer &a, variant &v) { v.setValue(a.text); }},
 };
 
-// `get` makes the library call into the buffer it is given. `format` takes the names of the
-// property and of the parameter.
+// `get` makes the library call into the buffer it is given; `level` is "board" or "channel", for
+// the message.
 template <typename Get>
 ZANTONodeValue propertyValue(const std::string &propName, const std::string &paramName,
                              const char *level, const Get &get)
