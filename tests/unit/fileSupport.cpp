@@ -57,33 +57,53 @@ bool enterNamespaces()
     return true;
 }
 
-// The first folder below /tmp on the way to where the tests run, or an empty text.
-std::string ownFolderInTmp()
+// The first folder below /tmp on the way to `path`, or an empty text.
+std::string folderInTmp(const std::string &path)
 {
-    char folder[4096];
-    if (getcwd(folder, sizeof(folder)) == nullptr)
-        return "";
-    const std::string here = folder;
-    return here.compare(0, 5, "/tmp/") == 0 ? here.substr(0, here.find('/', 5)) : "";
+    return path.compare(0, 5, "/tmp/") == 0 ? path.substr(0, path.find('/', 5)) : "";
 }
+
+/// A folder that stays visible in the new /tmp: a checkout may lie there.
+class KeptFolder {
+public:
+    explicit KeptFolder(const char *linkToPath)
+    {
+        char path[4096];
+        const ssize_t length = readlink(linkToPath, path, sizeof(path));
+        m_folder = folderInTmp(std::string(path, length > 0 ? static_cast<size_t>(length) : 0));
+        if (!m_folder.empty())
+            m_fd = open(m_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }
+    ~KeptFolder()
+    {
+        if (m_fd >= 0)
+            close(m_fd);
+    }
+    KeptFolder(const KeptFolder &) = delete;
+    KeptFolder &operator=(const KeptFolder &) = delete;
+
+    bool putBack() const
+    {
+        if (m_fd < 0)
+            return true;
+        mkdir(m_folder.c_str(), 0755);
+        const std::string source = "/proc/self/fd/" + std::to_string(m_fd);
+        return mount(source.c_str(), m_folder.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
+    }
+
+private:
+    std::string m_folder;
+    int m_fd = -1;
+};
 
 bool mountTmp()
 {
-    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        return false;
-    const std::string kept = ownFolderInTmp();
-    const int keptFd = kept.empty() ? -1 : open(kept.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777") != 0)
-        return false;
-    if (kept.empty())
-        return true;
-    // A checkout that lies in /tmp stays visible.
-    const std::string source = "/proc/self/fd/" + std::to_string(keptFd);
-    mkdir(kept.c_str(), 0755);
-    const bool bound =
-        mount(source.c_str(), kept.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
-    close(keptFd);
-    return bound;
+    // The second one for death tests, which start the program again.
+    const KeptFolder here("/proc/self/cwd");
+    const KeptFolder program("/proc/self/exe");
+    return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777") == 0 && here.putBack() &&
+           program.putBack();
 }
 
 /// Runs before the first test, while the process has one thread, as namespaces demand.
