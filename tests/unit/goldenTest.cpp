@@ -131,12 +131,27 @@ FakeCrate nastyTexts()
     return crate;
 }
 
+// Names that are the same without their blanks, or that are a companion's: the first one stays.
+FakeCrate sameNames()
+{
+    FakeCrate crate =
+        crateOf({}, {fakeNumeric("V Set", VEXAHV_MODE_READWRITE, 0, 0, 100),
+                     fakeOnOff("VSet", VEXAHV_MODE_READ, 0),
+                     fakePlain("VSet:RBV", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ),
+                     fakePlain("VSet:Sync", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ),
+                     fakePlain("Status", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ)});
+    crate.commands = {"Clear", "Clear"};
+    crate.properties = {
+        fakeSysProp("Clear", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ, FakeBytes::text("x"))};
+    return crate;
+}
+
 const GoldenCrate crates[] = {
     {"allItems", smallFakeCrate},          {"sixSlots", sixSlots},
     {"sevenSlots", sevenSlots},            {"noParameters", noParameters},
     {"namesWithBlanks", namesWithBlanks},  {"limits", limits},
     {"kindsAndModes", kindsAndModes},      {"systemProperties", systemProperties},
-    {"nastyTexts", nastyTexts},
+    {"nastyTexts", nastyTexts},            {"sameNames", sameNames},
 };
 
 class Golden : public StartupFilesTest, public ::testing::WithParamInterface<GoldenCrate> {
