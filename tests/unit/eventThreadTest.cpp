@@ -1,20 +1,8 @@
-#include "unitSupport.h"
+#include "eventThreadSupport.h"
 
-#include "ZANTOAio.h"
-#include "ZANTOBio.h"
-#include "ZANTOMBBio.h"
-#include "ZANTOMBBioDirect.h"
-#include "ZANTOStringio.h"
-#include "ZANTOeventsthread.h"
-#include "ZANTOfile.h"
-#include "ZANTOlife.h"
-
+#include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <limits>
-#include <sstream>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -22,308 +10,18 @@ using ::testing::IsEmpty;
 
 namespace {
 
-using Batch = std::vector<VEXAHVEventData_t>;
-
 constexpr const char *ended =
     "\nGetEventData error, update thread exits - error code = [-102]\n";
 
-FakeBytes integer(int32_t value) { return FakeBytes::of(value); }
-
-/// The lists of which a scan has been requested since construction, in the order of `names`.
-class RequestedScans {
-public:
-    RequestedScans()
-    {
-        for (std::size_t i = 0; i < std::size(lists); ++i)
-            m_before[i] = lists[i]->asked();
-    }
-
-    Lines names() const
-    {
-        Lines requested;
-        for (std::size_t i = 0; i < std::size(lists); ++i) {
-            for (uint32_t n = lists[i]->asked() - m_before[i]; n > 0; --n)
-                requested.push_back(listNames[i]);
-        }
-        return requested;
-    }
-
-private:
-    static constexpr ZANTOScanList *lists[] = {&ioscanpvt_ai, &ioscanpvt_bi, &ioscanpvt_mbbi,
-                                               &ioscanpvt_mbbiDirect, &ioscanpvt_stringin};
-    static constexpr const char *listNames[] = {"ai", "bi", "mbbi", "mbbiDirect", "stringin"};
-    uint32_t m_before[std::size(lists)] = {};
-};
-
-class EventThread : public ZantoTest {
+class LiveInsertionFlag : public EventThreadOn<StartupFilesTest> {
 protected:
-    void SetUp() override
-    {
-        ZantoTest::SetUp();
-        ZANTOOpenTree();
-        plantTree();
-    }
-
-    void TearDown() override
-    {
-        closeSockets();
-        ZantoTest::TearDown();
-    }
-
-    // Two channels on a board in slot 1; slot 0 is empty.
-    void plantTree()
-    {
-        systemNode = bareNode("CRATE", nodeTypeSystemItem);
-        systemNode->addChildNode(bareNode("", nodeTypeEmptyNode));
-        m_board = bareNode("Board01", nodeTypeBoardItem);
-        systemNode->addChildNode(m_board);
-        for (const char *name : {"Chan000", "Chan001"})
-            m_board->addChildNode(bareNode(name, nodeTypeChannelItem));
-        plantSocket();
-    }
-
-    void plantSocket()
-    {
-        closeSockets();
-        int ends[2] = {-1, -1};
-        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-        m_socket = ends[0];
-        m_peer = ends[1];
-        systemNode->setSysSocket(m_socket);
-    }
-
-    void closeSockets()
-    {
-        for (int *end : {&m_socket, &m_peer}) {
-            if (*end >= 0)
-                close(*end);
-            *end = -1;
-        }
-    }
-
-    static ZANTONode *addTo(ZANTONode *holder, const std::string &name, nodeType type,
-                            uint32_t code, nodeDataType dataType)
-    {
-        NodePtr node = makeItem(name, type, code, nodeAccessReadWrite);
-        node->setDataType(dataType);
-        holder->addParameter(node.get());
-        return node.release();
-    }
-
-    ZANTONode *addChannelParam(const std::string &name, uint32_t code,
-                               nodeDataType dataType = nodeDataTypeInt, int channel = 0)
-    {
-        return addTo(m_board->childAt(channel), name, nodeTypeChannelParam, code, dataType);
-    }
-
-    ZANTONode *addSystemProp(const std::string &name, uint32_t code,
-                             nodeDataType dataType = nodeDataTypeInt)
-    {
-        return addTo(systemNode, name, nodeTypeSystemProp, code, dataType);
-    }
-
-    // The thread's body on this thread: the fake ends it once the queue is empty. It closes the
-    // socket.
-    void runThread()
-    {
-        m_socket = -1;
-        ZANTOEvents_Thread(nullptr);
-    }
-
-    void deliver(const std::vector<Batch> &batches)
-    {
-        for (const Batch &batch : batches)
-            fake.queueEvents(batch);
-        runThread();
-    }
-
-    Lines scansOf(const Batch &batch)
-    {
-        const RequestedScans requested;
-        deliver({batch});
-        return requested.names();
-    }
-
-    static VEXAHVEventData_t channelEvent(const std::string &item, const FakeBytes &value,
-                                          int32_t channel = 0)
-    {
-        return FakeAccessLibrary::event(1, channel, item, value);
-    }
-    static VEXAHVEventData_t systemEvent(const std::string &item, const FakeBytes &value)
-    {
-        return FakeAccessLibrary::event(-1, -1, item, value);
-    }
-
-    static VEXAHVEventData_t keepAlive()
-    {
-        return FakeAccessLibrary::event(-1, -1, "", integer(0), KEEPALIVE);
-    }
-
-    ZANTONode *m_board = nullptr;
-    int m_socket = -1;
-    int m_peer = -1;
-};
-
-int32_t intOf(ZANTONode *node) { return node->getNodeValue().ZANTOGetValue().toInt(); }
-
-/// The flag file of this machine, put back afterwards as it was.
-class LiveInsertionFlag : public EventThread {
-protected:
-    void SetUp() override
-    {
-        EventThread::SetUp();
-        m_existed = access(ZANTOLiveInsertionPath, F_OK) == 0;
-        m_before = text();
-    }
-
-    void TearDown() override
-    {
-        unlink(ZANTOLiveInsertionPath);
-        if (m_existed)
-            std::ofstream(ZANTOLiveInsertionPath) << m_before;
-        EventThread::TearDown();
-    }
-
-    static std::string text()
-    {
-        std::ostringstream contents;
-        contents << std::ifstream(ZANTOLiveInsertionPath).rdbuf();
-        return contents.str();
-    }
-
     static VEXAHVEventData_t alarm()
     {
         return FakeAccessLibrary::event(1, -1, "", integer(0), ALARM);
     }
-
-private:
-    bool m_existed = false;
-    std::string m_before;
 };
 
 } // namespace
-
-// ---- updateNode ----
-
-TEST_F(EventThread, AnUpdateGivesTheNodeItsValueAndTellsItsTypeCode)
-{
-    ZANTONode *node = addChannelParam("IMon", VEXAHV_PARAM_INTEGER, nodeDataTypeInt, 1);
-    node->setNodeValue(ZANTONodeValue(variantOf(int32_t{1}), nodeValueQualityBad, 0));
-    const auto event = channelEvent("IMon", integer(77), 1);
-    EXPECT_EQ(updateNode(1, 1, "IMon", event.Value), VEXAHV_PARAM_INTEGER);
-    EXPECT_EQ(intOf(node), 77);
-    EXPECT_EQ(node->getNodeValue().ZANTOGetQuality(), nodeValueQualityGood);
-    EXPECT_GT(node->getNodeValue().ZANTOGetTimestamp(), 0);
-}
-
-TEST_F(EventThread, AnUpdateReachesTheNodeThatTheIndexesName)
-{
-    ZANTONode *ofSystem = addSystemProp("Item", VEXAHV_SYSPROP_INT32);
-    ZANTONode *ofBoard =
-        addTo(m_board, "Item", nodeTypeBoardParam, VEXAHV_PARAM_INTEGER, nodeDataTypeInt);
-    ZANTONode *ofFirst = addChannelParam("Item", VEXAHV_PARAM_INTEGER, nodeDataTypeInt, 0);
-    ZANTONode *ofSecond = addChannelParam("Item", VEXAHV_PARAM_INTEGER, nodeDataTypeInt, 1);
-    IDValue_t value = {};
-    value.IntValue = 1;
-    updateNode(-1, -1, "Item", value);
-    value.IntValue = 2;
-    updateNode(1, -1, "Item", value);
-    value.IntValue = 3;
-    updateNode(1, 0, "Item", value);
-    value.IntValue = 4;
-    updateNode(1, 1, "Item", value);
-    EXPECT_EQ(intOf(ofSystem), 1);
-    EXPECT_EQ(intOf(ofBoard), 2);
-    EXPECT_EQ(intOf(ofFirst), 3);
-    EXPECT_EQ(intOf(ofSecond), 4);
-}
-
-TEST_F(EventThread, ExtremeIndexesNameNoNode)
-{
-    addChannelParam("Item", VEXAHV_PARAM_INTEGER);
-    IDValue_t value = {};
-    constexpr int32_t most = std::numeric_limits<int32_t>::max();
-    constexpr int32_t least = std::numeric_limits<int32_t>::min();
-    for (const int32_t board : {0, 1, 2, most, -1, least}) {
-        for (const int32_t channel : {2, 3, 65536, most}) {
-            SCOPED_TRACE(::testing::Message() << board << ":" << channel);
-            EXPECT_EQ(updateNode(board, channel, "Item", value), -1);
-        }
-    }
-    EXPECT_EQ(updateNode(most, -1, "Item", value), -1);
-    EXPECT_EQ(updateNode(0, 0, "Item", value), -1);
-}
-
-TEST_F(EventThread, ATypeCodeOfAParameterIsToldAsItIs)
-{
-    IDValue_t value = {};
-    for (const uint32_t code : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 40U}) {
-        const std::string name = "P" + std::to_string(code);
-        addChannelParam(name, code);
-        EXPECT_EQ(updateNode(1, 0, name.c_str(), value), static_cast<int32_t>(code));
-    }
-}
-
-TEST_F(EventThread, ATypeCodeOfASystemPropertyIsMapped)
-{
-    constexpr int32_t expected[] = {5, 0, 0, 0, 0, 0, 1, 7, 8};
-    IDValue_t value = {};
-    for (uint32_t code = 0; code < std::size(expected); ++code) {
-        const std::string name = "P" + std::to_string(code);
-        addSystemProp(name, code);
-        EXPECT_EQ(updateNode(-1, -1, name.c_str(), value), expected[code]) << code;
-    }
-}
-
-TEST_F(EventThread, AnUnknownItemIsReportedFromLevel8On)
-{
-    const IDValue_t value = {};
-    const auto update = [&value] { EXPECT_EQ(updateNode(1, 0, "Nope", value), -1); };
-    EXPECT_EQ(printedAt(0, update), "");
-    EXPECT_THAT(printedAt(7, update), Not(HasSubstr("Error updating")));
-    EXPECT_EQ(printedAt(8, update),
-              "\nNode [1:0:Nope] not found in tree\n\nError updating item [Nope]\n");
-}
-
-TEST_F(EventThread, AnItemWithoutATreeIsReportedFromLevel8On)
-{
-    NodePtr(systemNode).reset();
-    systemNode = nullptr;
-    const IDValue_t value = {};
-    expectPrintedFrom(8, "\nError finding tree while updating item [VMon]\n",
-                      [&value] { EXPECT_EQ(updateNode(1, 0, "VMon", value), -1); });
-}
-
-TEST_F(EventThread, AClosedTreeIsNotTouched)
-{
-    ZANTONode *node = addChannelParam("VMon", VEXAHV_PARAM_INTEGER);
-    const auto event = channelEvent("VMon", integer(5));
-    ASSERT_TRUE(ZANTOCloseTree(std::chrono::milliseconds(0)));
-    EXPECT_EQ(updateNode(1, 0, "VMon", event.Value), -1);
-    EXPECT_EQ(intOf(node), 0);
-    ZANTOOpenTree();
-    EXPECT_EQ(updateNode(1, 0, "VMon", event.Value), VEXAHV_PARAM_INTEGER);
-}
-
-TEST_F(EventThread, ANumbersUpdateIsTracedAsTheFloatOfItsBits)
-{
-    addChannelParam("VMon", VEXAHV_PARAM_NUMERIC, nodeDataTypeFloat);
-    addChannelParam("Mask", VEXAHV_PARAM_INTEGER, nodeDataTypeInt);
-    const auto real = channelEvent("VMon", FakeBytes::of(12.5F));
-    const auto bits = channelEvent("Mask", integer(0x3F800000));
-    expectPrintedFrom(10, "Item [VMon] updated - val = 12.500000 \n",
-                      [&real] { updateNode(1, 0, "VMon", real.Value); });
-    expectPrintedFrom(10, "Item [Mask] updated - val = 1.000000 \n",
-                      [&bits] { updateNode(1, 0, "Mask", bits.Value); });
-}
-
-TEST_F(EventThread, ATextsUpdateIsTracedAsItsText)
-{
-    addChannelParam("Name", VEXAHV_PARAM_STRING, nodeDataTypeString);
-    const auto event = channelEvent("Name", FakeBytes::text("CH 1 %s"));
-    expectPrintedFrom(10, "Item [Name] updated - val = CH 1 %s\n",
-                      [&event] { updateNode(1, 0, "Name", event.Value); });
-}
 
 // ---- batches ----
 
@@ -579,9 +277,9 @@ TEST_F(EventThread, ValuesStayWhenTheConnectionFails)
 
 TEST_F(LiveInsertionFlag, AnAlarmReplacesTheFlag)
 {
-    std::ofstream(ZANTOLiveInsertionPath) << "0\nand what an earlier version wrote\n";
+    put(liveInsertionPath, "0\nand what an earlier version wrote\n");
     deliver({{alarm()}});
-    EXPECT_EQ(text(), "1\n");
+    EXPECT_EQ(contents(liveInsertionPath), "1\n");
 }
 
 TEST_F(LiveInsertionFlag, AnAlarmDoesNotKeepTheRestOfTheBatch)
@@ -604,8 +302,7 @@ TEST_F(LiveInsertionFlag, AnAlarmIsReportedFromLevel1On)
 
 TEST_F(LiveInsertionFlag, AFlagThatCannotBeWrittenIsReportedAndSkipped)
 {
-    unlink(ZANTOLiveInsertionPath);
-    ASSERT_EQ(symlink("/nowhere/at/all", ZANTOLiveInsertionPath), 0);
+    ASSERT_EQ(symlink("/nowhere/at/all", liveInsertionPath), 0);
     ZANTONode *node = addChannelParam("VMon", VEXAHV_PARAM_INTEGER);
     const auto run = [&] {
         plantSocket();
