@@ -1,0 +1,137 @@
+#include "eventServerSupport.h"
+
+#include "ZANTO.h"
+
+#include <sys/resource.h>
+
+using std::chrono::milliseconds;
+
+namespace {
+using EventPort = ZantoTest;
+using EventPortDeathTest = EventServerDeathTest;
+}
+
+TEST_F(EventPortDeathTest, APortThatIsTakenLeadsToTheNextOneAndThatIsAnnounced)
+{
+    inChild([this] {
+        plantTree();
+        const uint16_t port = freePorts(2);
+        const Peer other;
+        ASSERT_TRUE(other.listens(port));
+        serve(port);
+        EXPECT_EQ(tcpPort, port + 1);
+        const Peer peer = connection();
+        peer.send('x');
+        EXPECT_TRUE(m_bytes.reaches(1));
+        fake.forgetCalls();
+        subscribeParameters();
+        const auto announced = static_cast<int16_t>(port + 1);
+        EXPECT_EQ(fake.callsOf("SubscribeSystemParams"),
+                  Lines{"SubscribeSystemParams(7, " + std::to_string(announced) + ", Prop, 1)"});
+    });
+}
+
+TEST_F(EventPortDeathTest, GoesOnUntilAPortIsFree)
+{
+    inChild([this] {
+        const uint16_t port = freePorts(6);
+        bindFault.set(EADDRINUSE, 5);
+        serve(port);
+        EXPECT_EQ(tcpPort, port + 5);
+        connection();
+    });
+}
+
+// Two processes that start together can both bind a port.
+TEST_F(EventPortDeathTest, APortOnWhichSomebodyElseListenedFirstIsTaken)
+{
+    inChild([this] {
+        const uint16_t port = freePorts(2);
+        listenFault.set(EADDRINUSE);
+        serve(port);
+        EXPECT_EQ(tcpPort, port + 1);
+        connection();
+    });
+}
+
+TEST_F(EventPortDeathTest, BehindTheLastPortAnnouncesTheOneThatTheKernelChose)
+{
+    inChild([this] {
+        bindFault.set(EADDRINUSE);
+        serve(65535);
+        EXPECT_GT(tcpPort, 0);
+        EXPECT_LT(tcpPort, 65536);
+        connection();
+    });
+}
+
+TEST_F(EventPortDeathTest, OnlyTheLow16BitsOfThePortCount)
+{
+    inChild([this] {
+        const uint16_t port = freePorts(1);
+        serve(0x30000 + port);
+        EXPECT_EQ(tcpPort, port);
+        connection();
+    });
+}
+
+TEST_F(EventPortDeathTest, LeavesNoDescriptorOfATakenPortOpen)
+{
+    inChild([this] {
+        const uint16_t port = freePorts(8);
+        const int before = openDescriptors();
+        bindFault.set(EADDRINUSE, 3);
+        listenFault.set(EADDRINUSE, 3);
+        serve(port);
+        EXPECT_EQ(openDescriptors(), before + 1) << "the listening socket";
+    });
+}
+
+TEST_F(EventPort, WithoutASocketItEndsWithAMessageFromLevel1On)
+{
+    const int before = openDescriptors();
+    expectPrintedFrom(1, "\nTCP socket error\n", [] {
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlimit none = {0, limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+        tcpServer_Thread(nullptr);
+        setrlimit(RLIMIT_NOFILE, &limit);
+    });
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(EventPort, WithoutAPortItEndsWithAMessageFromLevel1On)
+{
+    const int before = openDescriptors();
+    expectPrintedFrom(1, "\nTCP port error\n", [] {
+        bindFault.set(EACCES);
+        tcpServer_Thread(nullptr);
+    });
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(tcpPort, 5180);
+}
+
+TEST_F(EventPort, ThatCannotListenEndsWithAMessageFromLevel1On)
+{
+    const int before = openDescriptors();
+    tcpPort = 0;
+    expectPrintedFrom(1, "\nTCP listen error\n", [] {
+        listenFault.set(EOPNOTSUPP);
+        tcpServer_Thread(nullptr);
+    });
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(EventPort, ThatGivesUpSettlesThePort)
+{
+    bindFault.set(EACCES);
+    tcpServer_Thread(nullptr);
+    EXPECT_TRUE(ZANTOWaitForEventPort(milliseconds(0)));
+    EXPECT_TRUE(ZANTOWaitForEventPort(milliseconds(0))) << "for every thread that asks";
+}
+
+TEST_F(EventPortDeathTest, ThePortIsNotSettledWithoutAServer)
+{
+    inChild([] { EXPECT_FALSE(ZANTOWaitForEventPort(milliseconds(0))); });
+}
