@@ -1,0 +1,165 @@
+#include "shutdownSupport.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+using ::testing::ElementsAre;
+using ::testing::Eq;
+using ::testing::ExitedWithCode;
+using ::testing::IsEmpty;
+
+// ---- time: what the server sleeps is told to the test and takes none ----
+
+namespace {
+std::function<void(unsigned seconds)> onSleep;
+}
+
+extern "C" unsigned sleep(unsigned seconds)
+{
+    if (onSleep)
+        onSleep(seconds);
+    return 0;
+}
+
+namespace {
+
+/// The firmware's port on an address of the loopback network that nobody else uses.
+class Firmware : public ZantoTest {
+protected:
+    void SetUp() override
+    {
+        ZantoTest::SetUp();
+        const auto process = static_cast<unsigned>(getpid());
+        m_host = "127." + std::to_string(1 + process / 65536 % 250) + "." +
+                 std::to_string(process / 256 % 256) + "." + std::to_string(process % 256);
+        onSleep = [this](unsigned seconds) {
+            m_sleeps.push_back(seconds);
+            if (m_sleeps.size() == m_failures)
+                listenNow();
+        };
+    }
+
+    void TearDown() override
+    {
+        onSleep = nullptr;
+        stopListening();
+        ZantoTest::TearDown();
+    }
+
+    void listenNow()
+    {
+        m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const int on = 1;
+        setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(3180);
+        inet_pton(AF_INET, m_host.c_str(), &address.sin_addr);
+        ASSERT_EQ(bind(m_listener, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+        ASSERT_EQ(listen(m_listener, 8), 0);
+    }
+
+    void stopListening()
+    {
+        if (m_listener >= 0)
+            close(m_listener);
+        m_listener = -1;
+    }
+
+    // Waits for firmware that comes up after this many failures.
+    std::string printedBy(int16_t level, std::size_t failures)
+    {
+        m_sleeps.clear();
+        m_failures = failures;
+        stopListening();
+        if (failures == 0)
+            listenNow();
+        return printedAt(level, [this] { EXPECT_EQ(tryToConnectLoop(m_host.c_str()), 0); });
+    }
+
+    std::string m_host;
+    std::vector<unsigned> m_sleeps;
+    std::size_t m_failures = 0;
+    int m_listener = -1;
+};
+
+class FirmwareDeathTest : public ShutdownDeathTest {};
+
+} // namespace
+
+TEST_F(Firmware, ThatListensIsConnectedToAtOnce)
+{
+    EXPECT_EQ(printedBy(0, 0), "");
+    EXPECT_EQ(printedBy(1, 0), "Attempt to connect to firmware..\n");
+    EXPECT_THAT(m_sleeps, IsEmpty());
+}
+
+TEST_F(Firmware, GetsNothingButAConnectionThatIsClosed)
+{
+    printedBy(0, 0);
+    const int peer = accept(m_listener, nullptr, nullptr);
+    ASSERT_GE(peer, 0);
+    char byte = 0;
+    EXPECT_EQ(recv(peer, &byte, 1, 0), 0);
+    close(peer);
+}
+
+TEST_F(Firmware, IsAskedOnceASecondUntilItListens)
+{
+    EXPECT_EQ(printedBy(0, 3), "");
+    EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1));
+    EXPECT_EQ(printedBy(1, 3), "Attempt to connect to firmware..\nerror\nerror\nerror\n");
+    EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1));
+}
+
+TEST_F(Firmware, LeavesNoDescriptorOpen)
+{
+    const int before = dup(0);
+    close(before);
+    printedBy(0, 1);
+    stopListening();
+    const int after = dup(0);
+    close(after);
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(FirmwareDeathTest, IsSoughtForEverAtAHostThatIsNoAddress)
+{
+    EXPECT_EXIT(
+        {
+            prepare(1);
+            onSleep = [count = 0](unsigned) mutable {
+                if (++count == 50)
+                    _exit(0);
+            };
+            tryToConnectLoop("no.address");
+        },
+        ExitedWithCode(0), Eq("Attempt to connect to firmware..\n" + repeated("error\n", 50)));
+}
+
+TEST_F(FirmwareDeathTest, WithoutASocketThereIsAMessageAtEveryLevel)
+{
+    EXPECT_EXIT(
+        {
+            prepare(0);
+            limit(RLIMIT_NOFILE, 3);
+            _exit(tryToConnectLoop("127.0.0.1") == 1 ? 0 : 1);
+        },
+        ExitedWithCode(0), Eq("\nUnable to create socket for connection\n"));
+}
+
+TEST_F(FirmwareDeathTest, ASignalEndsTheWait)
+{
+    EXPECT_EXIT(
+        {
+            prepare(0);
+            catchSignals();
+            onSleep = [](unsigned) {
+                raise(SIGTERM);
+                waitForTheEnd();
+            };
+            tryToConnectLoop("no.address");
+        },
+        ExitedWithCode(0), Eq(""));
+}
