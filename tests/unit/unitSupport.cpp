@@ -3,6 +3,7 @@
 #include "ZANTOutils.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -40,25 +41,36 @@ AllocationFailure::AllocationFailure(std::size_t from, std::size_t to)
 
 AllocationFailure::~AllocationFailure() { failFrom = SIZE_MAX; }
 
-// The node's destructor is no virtual one and cannot be watched; its memory can.
+// The node's destructor is no virtual one and cannot be watched; its memory can. The size stands
+// in front of each block, because not every delete is told it.
+namespace {
+
+struct alignas(std::max_align_t) BlockHeader {
+    std::size_t size;
+};
+
+} // namespace
+
 void *operator new(std::size_t size)
 {
     const bool fail = size >= failFrom && size <= failTo;
-    void *memory = fail ? nullptr : std::malloc(size);
+    void *memory = fail ? nullptr : std::malloc(sizeof(BlockHeader) + size);
     if (memory == nullptr)
         throw std::bad_alloc();
     countObject(size, 1);
-    return memory;
+    return new (memory) BlockHeader{size} + 1;
 }
 
-void operator delete(void *memory) noexcept { std::free(memory); }
-
-void operator delete(void *memory, std::size_t size) noexcept
+void operator delete(void *memory) noexcept
 {
-    if (memory != nullptr)
-        countObject(size, -1);
-    std::free(memory);
+    if (memory == nullptr)
+        return;
+    BlockHeader *header = static_cast<BlockHeader *>(memory) - 1;
+    countObject(header->size, -1);
+    std::free(header);
 }
+
+void operator delete(void *memory, std::size_t) noexcept { ::operator delete(memory); }
 
 // ---- standard output ----
 
