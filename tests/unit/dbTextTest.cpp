@@ -96,3 +96,32 @@ TEST(RecordNameText, OtherBytesAreAccepted)
     for (const char byte : std::string("_-:+[]<>;/,%#()\xC2\xB0"))
         EXPECT_TRUE(ZANTOIsRecordName(std::string("a") + byte + "b")) << static_cast<int>(byte);
 }
+
+TEST(RecordNames, AreTheNamesOfTheHeadersInTheirOrder)
+{
+    EXPECT_EQ(ZANTORecordNames("record( ao, \"A:VSet\")\n{\n\tfield( DESC, \"V Set\")\n}\n"
+                               "record( ai, \"A:VSet:RBV\")\n{\n}\n"
+                               "record(ao, \"A:VSet:Sync\")\n{\n}\n"),
+              (Lines{"A:VSet", "A:VSet:RBV", "A:VSet:Sync"}));
+}
+
+TEST(RecordNames, ATextOfNoRecordHasNone)
+{
+    for (const char *text : {"", "\n", "record(", "record( ao", "field( DESC, \"x\")\n"})
+        EXPECT_TRUE(ZANTORecordNames(text).empty()) << text;
+}
+
+TEST(RecordNames, AFieldThatLooksLikeAHeaderIsNone)
+{
+    EXPECT_EQ(ZANTORecordNames("record( ao, \"A\")\n{\n\tfield( DESC, \"record( ao, B)\")\n"
+                               "\trecord( ao, \"C\")\n}\n"),
+              Lines{"A"});
+    // The next line's quote belongs to no header.
+    EXPECT_TRUE(ZANTORecordNames("record( ao,\n\tfield( DESC, \"x\")\n").empty());
+}
+
+TEST(RecordNames, TheLastLineNeedsNoEnd)
+{
+    EXPECT_EQ(ZANTORecordNames("record( ao, \"A\")\n{\n}\nrecord( ai, \"B\")"),
+              (Lines{"A", "B"}));
+}

@@ -2,8 +2,11 @@
 #include "fileSupport.h"
 
 #include "ZANTO.h"
+#include "ZANTOdbtext.h"
 
+#include <algorithm>
 #include <fcntl.h>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -242,4 +245,133 @@ TEST_F(StartupFiles, AFullDiskIsAFailedBuildAndLogsOut)
         }
         EXPECT_EQ(fake.callsOf("DeinitSystem"), Lines{"DeinitSystem(7)"});
     }
+}
+
+// ---- items of one record name ----
+
+namespace {
+
+FakeCrate crateOfOneChannel(const std::vector<FakeParameter> &parameters)
+{
+    FakeCrate crate;
+    crate.slots = {fakeBoard("A1", 1, {}, parameters)};
+    return crate;
+}
+
+FakeCrate withCommandNamedAsAProperty()
+{
+    FakeCrate crate = crateOfOneChannel({});
+    crate.commands = {"Same"};
+    crate.properties = {
+        fakeSysProp("Same", VEXAHV_SYSPROP_REAL, VEXAHV_MODE_READ, FakeBytes::of(1.0F))};
+    return crate;
+}
+
+const FakeParameter blank = fakeNumeric("V Set", VEXAHV_MODE_READWRITE, 0, 0, 100);
+const FakeParameter pw = fakeOnOff("Pw", VEXAHV_MODE_READ, 0);
+
+/// Two items of one name: the first with all its records, and the one that goes without.
+const struct {
+    FakeCrate crate;
+    const char *lost;
+    const char *line;
+    const char *records; // of the name, in order
+} sameNameCases[] = {
+    {crateOfOneChannel({blank, fakeOnOff("VSet", VEXAHV_MODE_READ, 0), pw}), "VSet",
+     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "record( ao, \"CRATE:00:000:VSet\")"},
+    {crateOfOneChannel({blank, fakePlain("VSet:RBV", VEXAHV_PARAM_INTEGER, VEXAHV_MODE_READ), pw}),
+     "VSet:RBV", "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "record( ai, \"CRATE:00:000:VSet:RBV\")"},
+    {crateOfOneChannel({blank, fakeOnOff("VSet:Sync", VEXAHV_MODE_READ, 0), pw}), "VSet:Sync",
+     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "record(ao, \"CRATE:00:000:VSet:Sync\")"},
+    // The read-only item comes first, so the one that would have three records has none.
+    {crateOfOneChannel({fakeOnOff("VSet:RBV", VEXAHV_MODE_READ, 0), blank, pw}), "V Set",
+     "0, 0, CRATE:00:000:VSet:RBV,  bi, x,  \n", "record( bi, \"CRATE:00:000:VSet:RBV\")"},
+    {crateOfOneChannel({fakeNumeric("Name", VEXAHV_MODE_READ, 0, 0, 1), pw}), "Name",
+     "0, 0, CRATE:00:000:Name,  stringout, x, x\n", "record( stringout, \"CRATE:00:000:Name\")"},
+    {withCommandNamedAsAProperty(), "Same", "-, -, CRATE:Same,  stringout,  , x\n",
+     "record( stringout, \"CRATE:Same\")"},
+};
+
+std::size_t occurrences(const std::string &text, const std::string &part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+class SameNames : public StartupFiles {
+protected:
+    // The fake's copy of a crate would be taken for a node that is left over.
+    void TearDown() override
+    {
+        fake.setCrate({});
+        StartupFiles::TearDown();
+    }
+
+    std::string buildsAt(int16_t level, const FakeCrate &crate)
+    {
+        NodePtr(systemNode).reset();
+        systemNode = nullptr;
+        fake.setCrate(crate);
+        return printedAt(level, [] { EXPECT_EQ(build(), 0); });
+    }
+};
+
+} // namespace
+
+TEST_F(SameNames, OnlyTheFirstItemGetsRecordsAndALine)
+{
+    for (const auto &c : sameNameCases) {
+        SCOPED_TRACE(c.records);
+        buildsAt(0, c.crate);
+        const std::string database = contents(databasePath);
+        const std::string list = contents(pvListPath);
+        const std::string header = c.records;
+        EXPECT_EQ(occurrences(database, header), 1U);
+        const Lines names = ZANTORecordNames(database);
+        EXPECT_EQ(std::count(names.begin(), names.end(), ZANTORecordNames(header).at(0)), 1);
+        EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
+        EXPECT_EQ(occurrences(list, c.line), 1U) << list;
+        const std::string item = std::string(c.line).substr(6, std::string(c.line).find(",  ") - 5);
+        EXPECT_EQ(occurrences(list, item), 1U) << list;
+    }
+}
+
+TEST_F(SameNames, TheItemsThatFollowHaveTheirs)
+{
+    for (const auto &c : sameNameCases) {
+        if (c.crate.commands.empty()) {
+            SCOPED_TRACE(c.records);
+            buildsAt(0, c.crate);
+            EXPECT_EQ(occurrences(contents(databasePath), "\"CRATE:00:000:Pw\""), 1U);
+            EXPECT_EQ(occurrences(contents(pvListPath), "CRATE:00:000:Pw,"), 1U);
+        }
+    }
+}
+
+TEST_F(SameNames, TheOtherItemIsToldFromLevelOneOnAndStaysInTheTree)
+{
+    for (const auto &c : sameNameCases) {
+        SCOPED_TRACE(c.records);
+        const std::string message =
+            std::string("Error creating string for [") + c.lost + "] record\n";
+        EXPECT_EQ(occurrences(buildsAt(0, c.crate), message), 0U);
+        EXPECT_EQ(occurrences(buildsAt(1, c.crate), message), 1U);
+        const ZANTONode *holder = systemNode;
+        if (c.crate.commands.empty())
+            holder = holder->getChildren().at(0)->getChildren().at(0);
+        const auto parameters = holder->getParameters();
+        EXPECT_TRUE(std::any_of(parameters.begin(), parameters.end(), [&c](const ZANTONode *node) {
+            return node->getNodeName() == c.lost && node->getNodeType() != nodeTypeSystemCmd;
+        }));
+    }
+}
+
+TEST_F(SameNames, OfDifferentBoardsAndChannelsAreNotTheSame)
+{
+    FakeCrate crate;
+    crate.slots.assign(2, fakeBoard("A1", 2, {pw}, {pw, blank}));
+    EXPECT_EQ(occurrences(buildsAt(1, crate), "Error creating string"), 0U);
+    EXPECT_EQ(ZANTORecordNames(contents(databasePath)).size(), 2U * (1 + 2 * (3 + 1 + 3)));
 }
