@@ -12,7 +12,6 @@ import pytest
 
 sys.path.insert(0, os.path.dirname(__file__))
 
-# pylint: disable=wrong-import-position
 from harness import places
 from harness.clients import Clients
 from harness.crate import Crate

@@ -193,8 +193,9 @@ def test_end_under_a_storm_of_events_and_clients(site):
     for channel in range(23):
         crate.set("VSet", 8000, 2, channel)
         crate.set("Pw", 1, 2, channel)
-    writers = [site.world.start("writer", ["sh", "-c", "while :; do \"$1\" -t \"$2\" 1 \"$2\" 2; done",
-                                           "sh", places.client("caput"), f"ZC16:02:{channel:03d}:RUp"])
+    write_on = 'while :; do "$1" -t "$2" 1 "$2" 2; done'
+    writers = [site.world.start("writer", ["sh", "-c", write_on, "sh", places.client("caput"),
+                                           f"ZC16:02:{channel:03d}:RUp"])
                for channel in range(2)]
     for writer in writers:
         writer.stdout.wait_for("(.*\n){10}")

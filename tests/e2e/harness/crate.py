@@ -19,8 +19,8 @@ class Refused(Exception):
 class Crate:
     def __init__(self, world, options=(), address=LOOPBACK):
         self._world = world
-        self.process = world.start("zantocrate", [places.program("zantocrate"), "--address", address,
-                                          "--control", CONTROL, *options])
+        self.process = world.start("zantocrate", [
+            places.program("zantocrate"), "--address", address, "--control", CONTROL, *options])
         self.process.stdout.wait_for(r"^zantocrate: ready on ")
 
     def control(self, cmd, **fields):

@@ -48,6 +48,7 @@ def start_script():
 
 def what_is_missing():
     """The first program under test that is not there, or None."""
-    wanted = [program("zantoioc"), program("zantocrate"), library(), start_script(),
-              client("caget"), client("pvget")]
-    return next((path for path in wanted if not os.path.exists(path)), None)
+    wanted = [lambda: top() / "tools/epics-base", lambda: program("zantoioc"),
+              lambda: program("zantocrate"), library, start_script,
+              lambda: client("caget"), lambda: client("pvget")]
+    return next((path() for path in wanted if not os.path.exists(path())), None)
