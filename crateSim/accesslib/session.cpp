@@ -54,8 +54,12 @@ std::optional<uint32_t> Session::propertyType(const std::string &name) const
 // Never destroyed: threads may still call while the process ends.
 SessionTable &SessionTable::instance()
 {
-    static auto &table = *new SessionTable;
-    return table;
+    static union Forever {
+        SessionTable table;
+        Forever() : table() {}
+        ~Forever() {}
+    } forever;
+    return forever.table;
 }
 
 void SessionTable::add(int32_t handle, std::shared_ptr<Session> session)

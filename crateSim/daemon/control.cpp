@@ -10,7 +10,7 @@ namespace sim::daemon {
 
 namespace {
 
-constexpr size_t longestLine = 64 * 1024;
+constexpr size_t longestLine = size_t{64} * 1024;
 
 // One connection: a line in, a line out, in turn.
 class ControlSession : public std::enable_shared_from_this<ControlSession> {

@@ -77,20 +77,27 @@ int serve(const Arguments &arguments)
     return 0;
 }
 
+int run(int argc, char **argv)
+{
+    CLI::App app("A simulated high-voltage mainframe", "zantocrate");
+    Arguments arguments;
+    declare(app, arguments);
+    CLI11_PARSE(app, argc, argv);
+    startLogging(arguments.logLevel);
+    return serve(arguments);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
-    CLI::App app("A simulated high-voltage mainframe", "zantocrate");
-    Arguments arguments;
-    declare(app, arguments);
-    CLI11_PARSE(app, argc, argv);
     try {
-        startLogging(arguments.logLevel);
-        return serve(arguments);
+        return run(argc, argv);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "zantocrate: %s\n", error.what());
-        return 1;
+    } catch (...) {
+        std::fputs("zantocrate: unknown failure\n", stderr);
     }
+    return 1;
 }

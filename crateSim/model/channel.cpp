@@ -55,7 +55,7 @@ void Channel::configure()
         const auto &parameter = *m_items.item(*trip).parameter;
         const bool never = toNumber(m_items.value(*trip)) >= static_cast<double>(parameter.maximum);
         settings.tripTime = never ? Duration::max()
-                                  : Duration(static_cast<int64_t>(seconds * 1e9 + 0.5));
+                                  : Duration(std::llround(seconds * 1e9));
     }
     m_output.configure(settings);
     m_quiet = false;
