@@ -44,7 +44,8 @@ std::string readPayload(int32_t socket, uint32_t length)
 // The record's memory is zero already, so a cut text keeps its NUL.
 void copyText(std::string_view text, char *target, size_t size)
 {
-    text.copy(target, size - 1);
+    if (!text.empty())
+        text.copy(target, size - 1);
 }
 
 void fillValue(const msgpack::object &value, IDValue_t &target)
