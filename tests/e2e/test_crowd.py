@@ -1,0 +1,48 @@
+"""More event connections than the server follows."""
+
+import subprocess
+
+from harness.process import until
+
+FOLLOWED = 128
+SURPLUS = 30
+
+# The last ones connect while the first are held open; says which of them were closed.
+CROWD = """
+import select, socket, sys
+wanted, surplus = map(int, sys.argv[1:])
+connections = [socket.create_connection(("127.0.0.1", 5180)) for _ in range(wanted + surplus)]
+closed = set()
+while len(closed) < surplus:
+    ready, _, _ = select.select([c for c in connections if c not in closed], [], [])
+    closed.update(c for c in ready if c.recv(1) == b"")
+print("closed", *sorted(connections.index(c) for c in closed), flush=True)
+sys.stdin.read()
+"""
+
+
+def test_surplus_connections_are_closed_and_the_rest_goes_on(site):
+    crate = site.crate()
+    ioc = site.ioc("-D", "1").wait_running()
+    crate.wait(eventConnections=1)
+    held = FOLLOWED - 1  # besides the crate's own
+    crowd = site.world.start("crowd", ["/usr/bin/python3", "-c", CROWD, str(held), str(SURPLUS)],
+                             stdin=subprocess.PIPE)
+    closed = crowd.stdout.wait_for(r"^closed(.*)\n").group(1)
+    assert [int(word) for word in closed.split()] == list(range(held, held + SURPLUS))
+    message = "\nToo many event connections, the new one is closed\n"
+    assert ioc.stdout.text.count(message) == SURPLUS
+    until(lambda: site.world.connections(5180) == FOLLOWED, "the others stay")
+    # The clients' servers have what they need, and the crate's events arrive.
+    crate.set("VSet", 44, 2, 9)
+    site.clients.camonitor("ZC16:02:009:VSet:RBV").wait_for("ZC16:02:009:VSet:RBV", "44")
+    assert site.clients.pvget("ZC16:02:009:VSet:RBV") == "44"
+    assert site.clients.caput("ZC16:02:009:VSet", 45) == ""
+    crate.wait(name="VSet", slot=2, channel=9, value=45)
+    crowd.kill()
+    until(lambda: site.world.connections(5180) == 1, "room again")
+    late = site.world.start("late", ["/usr/bin/python3", "-c", CROWD, "1", "0"],
+                            stdin=subprocess.PIPE)
+    late.stdout.wait_for(r"^closed\n")
+    until(lambda: site.world.connections(5180) == 2, "served again")
+    assert ioc.stdout.text.count(message) == SURPLUS
