@@ -68,10 +68,12 @@ TEST_F(Strings, ANodeOfAnotherTypeIsNotShown)
         const std::string name = recordOf("stringin", kind.name);
         give(nodeOf(kind.name), variantOf(std::string("text")));
         fillVal(name, "before");
-        record(name)->udf = 1;
-        EXPECT_EQ(printedAt(10, [&] { EXPECT_EQ(callReadOrWrite(name), 1); }), "");
-        EXPECT_STREQ(valOf(name), "before");
-        EXPECT_EQ(record(name)->udf, 1);
+        for (const uint8_t udf : {0, 1}) {
+            record(name)->udf = udf;
+            EXPECT_EQ(printedAt(10, [&] { EXPECT_EQ(callReadOrWrite(name), 1); }), "");
+            EXPECT_STREQ(valOf(name), "before");
+            EXPECT_EQ(record(name)->udf, udf);
+        }
     }
 }
 
@@ -135,10 +137,12 @@ TEST_F(Strings, ANodeOfAnotherTypeIsNotWritten)
             continue;
         const std::string name = recordOf("stringout", kind.name);
         fillVal(name, "12");
-        record(name)->udf = 1;
-        expectPrintedFrom(1, "[STRINGOUT] - error data type for node [" + name + "]\n",
-                          [&] { EXPECT_EQ(callReadOrWrite(name), 1); });
-        EXPECT_EQ(record(name)->udf, 1);
+        for (const uint8_t udf : {0, 1}) {
+            record(name)->udf = udf;
+            expectPrintedFrom(1, "[STRINGOUT] - error data type for node [" + name + "]\n",
+                              [&] { EXPECT_EQ(callReadOrWrite(name), 1); });
+            EXPECT_EQ(record(name)->udf, udf);
+        }
     }
     EXPECT_THAT(fake.calls(), IsEmpty());
 }
@@ -149,12 +153,14 @@ TEST_F(Strings, ARejectionFails)
         fake.heal();
         fake.failCalls("SetSysProp", code);
         fillVal(outRecord, "text");
-        record(outRecord)->udf = 1;
-        expectPrintedFrom(1,
-                          "[STRINGOUT] - error setting node value for [sout_:Text] - res=" +
-                              std::to_string(code) + "\n",
-                          [] { EXPECT_EQ(callReadOrWrite(outRecord), 1); });
-        EXPECT_EQ(record(outRecord)->udf, 1);
+        for (const uint8_t udf : {0, 1}) {
+            record(outRecord)->udf = udf;
+            expectPrintedFrom(1,
+                              "[STRINGOUT] - error setting node value for [sout_:Text] - res=" +
+                                  std::to_string(code) + "\n",
+                              [] { EXPECT_EQ(callReadOrWrite(outRecord), 1); });
+            EXPECT_EQ(record(outRecord)->udf, udf);
+        }
         EXPECT_EQ(nodeOf("Text", -1)->getNodeValue().ZANTOGetQuality(),
                   nodeValueQualityWriteFail);
     }

@@ -185,11 +185,13 @@ TEST_P(Write, SendsNothingToATextOrAnEnumeration)
     for (const char *node : {"String", "Enum"}) {
         const std::string name = nameFor(node);
         setVal(name, 12);
-        record(name)->udf = 1;
-        EXPECT_EQ(printedAt(6, [&] { EXPECT_EQ(callReadOrWrite(name), 1); }), "");
-        EXPECT_EQ(printedAt(7, [&] { EXPECT_EQ(callReadOrWrite(name), 1); }),
-                  inWords(GetParam().request, node));
-        EXPECT_EQ(record(name)->udf, 1);
+        for (const uint8_t udf : {0, 1}) {
+            record(name)->udf = udf;
+            EXPECT_EQ(printedAt(6, [&] { EXPECT_EQ(callReadOrWrite(name), 1); }), "");
+            EXPECT_EQ(printedAt(7, [&] { EXPECT_EQ(callReadOrWrite(name), 1); }),
+                      inWords(GetParam().request, node));
+            EXPECT_EQ(record(name)->udf, udf);
+        }
     }
     EXPECT_THAT(fake.calls(), IsEmpty());
 }
@@ -198,12 +200,14 @@ TEST_P(Write, TellsAMissingNodeFromLevel1On)
 {
     const std::string name = nameFor("Missing");
     setVal(name, 12);
-    record(name)->udf = 1;
     const auto write = [&name] { EXPECT_EQ(callReadOrWrite(name), 1); };
-    expectPrintedFrom(1, inWords(GetParam().noNode, "Missing"), write);
-    EXPECT_EQ(printedAt(7, write),
-              inWords(GetParam().request, "Missing") + inWords(GetParam().noNode, "Missing"));
-    EXPECT_EQ(record(name)->udf, 1);
+    for (const uint8_t udf : {0, 1}) {
+        record(name)->udf = udf;
+        expectPrintedFrom(1, inWords(GetParam().noNode, "Missing"), write);
+        EXPECT_EQ(printedAt(7, write),
+                  inWords(GetParam().request, "Missing") + inWords(GetParam().noNode, "Missing"));
+        EXPECT_EQ(record(name)->udf, udf);
+    }
     EXPECT_THAT(fake.calls(), IsEmpty());
 }
 
@@ -232,12 +236,14 @@ TEST_P(Write, ARejectionWithANegativeCodeFails)
     const std::string name = nameFor("Int");
     fake.failCalls("SetChParam", -3);
     setVal(name, 12);
-    record(name)->udf = 1;
     std::string message = inWords(GetParam().failed, "Int");
     if (!message.empty())
         message.replace(message.find("res=5"), 5, "res=-3");
-    expectPrintedFrom(1, message, [&] { EXPECT_EQ(callReadOrWrite(name), 1); });
-    EXPECT_EQ(record(name)->udf, 1);
+    for (const uint8_t udf : {0, 1}) {
+        record(name)->udf = udf;
+        expectPrintedFrom(1, message, [&] { EXPECT_EQ(callReadOrWrite(name), 1); });
+        EXPECT_EQ(record(name)->udf, udf);
+    }
     EXPECT_EQ(qualityOf("Int"), nodeValueQualityWriteFail);
 }
 
