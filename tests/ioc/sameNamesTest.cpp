@@ -3,9 +3,8 @@
 
 #include "ZANTO.h"
 
-#include <dbStaticLib.h>
-
 #include <dbAccess.h>
+#include <dbStaticLib.h>
 
 #include <fstream>
 #include <sched.h>
