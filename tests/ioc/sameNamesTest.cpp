@@ -54,12 +54,15 @@ FakeCrate crateOfSameNames()
     return crate;
 }
 
+// The private /tmp is given up at once: the checkout itself may lie below the real one.
 std::string builtDatabase()
 {
+    EXPECT_TRUE(enterPrivateTmp());
     FakeAccessLibrary::instance().setCrate(crateOfSameNames());
     EXPECT_EQ(createSystemTree("CRATE", "10.0.0.9", "admin", "secret"), 0);
     std::ostringstream text;
     text << std::ifstream("/tmp/ZANTO.db").rdbuf();
+    EXPECT_EQ(umount("/tmp"), 0);
     return text.str();
 }
 
@@ -82,7 +85,6 @@ Lines namesAndTypes()
 TEST_F(SameNamesDeathTest, TheWholeDatabaseLoadsAndTheFirstItemHasTheRecord)
 {
     inFreshProcess([] {
-        ASSERT_TRUE(enterPrivateTmp());
         startIoc(builtDatabase());
         const std::string channel = "CRATE:00:000:";
         EXPECT_THAT(namesAndTypes(),
