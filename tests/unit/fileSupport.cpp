@@ -1,9 +1,12 @@
 #include "fileSupport.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
+#include <list>
 #include <sched.h>
+#include <set>
 #include <sstream>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -63,16 +66,32 @@ std::string folderInTmp(const std::string &path)
     return path.compare(0, 5, "/tmp/") == 0 ? path.substr(0, path.find('/', 5)) : "";
 }
 
-/// A folder that stays visible in the new /tmp: a checkout may lie there.
+std::string linkTarget(const char *link)
+{
+    char path[4096];
+    const ssize_t length = readlink(link, path, sizeof(path));
+    return std::string(path, length > 0 ? static_cast<size_t>(length) : 0);
+}
+
+// What the program needs of the real /tmp: the checkout and EPICS base may lie there, and death
+// tests start the program again.
+std::set<std::string> foldersInUse()
+{
+    std::set<std::string> folders = {folderInTmp(linkTarget("/proc/self/cwd")),
+                                     folderInTmp(linkTarget("/proc/self/exe"))};
+    std::ifstream mappings("/proc/self/maps"); // the libraries among them
+    for (std::string line; std::getline(mappings, line);)
+        folders.insert(folderInTmp(line.substr(std::min(line.find('/'), line.size()))));
+    folders.erase("");
+    return folders;
+}
+
+/// A folder of the real /tmp that stays visible in the new one.
 class KeptFolder {
 public:
-    explicit KeptFolder(const char *linkToPath)
+    explicit KeptFolder(const std::string &folder)
+        : m_folder(folder), m_fd(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))
     {
-        char path[4096];
-        const ssize_t length = readlink(linkToPath, path, sizeof(path));
-        m_folder = folderInTmp(std::string(path, length > 0 ? static_cast<size_t>(length) : 0));
-        if (!m_folder.empty())
-            m_fd = open(m_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     }
     ~KeptFolder()
     {
@@ -93,17 +112,18 @@ public:
 
 private:
     std::string m_folder;
-    int m_fd = -1;
+    int m_fd;
 };
 
 bool mountTmp()
 {
-    // The second one for death tests, which start the program again.
-    const KeptFolder here("/proc/self/cwd");
-    const KeptFolder program("/proc/self/exe");
+    std::list<KeptFolder> kept;
+    for (const std::string &folder : foldersInUse())
+        kept.emplace_back(folder);
     return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777") == 0 && here.putBack() &&
-           program.putBack();
+           mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777") == 0 &&
+           std::all_of(kept.begin(), kept.end(),
+                       [](const KeptFolder &folder) { return folder.putBack(); });
 }
 
 /// Runs before the first test, while the process has one thread, as namespaces demand.
