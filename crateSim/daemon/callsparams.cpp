@@ -118,7 +118,9 @@ Outcome listParameters(Session &session, const wire::PlaceRequest &request)
     if (ofChannel && static_cast<size_t>(request.channel) >= board->channelCount())
         return failed(Result::NoChannel);
     wire::NameTableAnswer answer;
-    for (const auto &parameter : ofChannel ? board->model().channel : board->model().board) {
+    for (const auto &parameter :
+         ofChannel ? board->channel(static_cast<size_t>(request.channel)).model().channel
+                   : board->model().board) {
         wire::appendSlot(answer.table, parameter.name, parameterSlot);
         ++answer.count;
     }

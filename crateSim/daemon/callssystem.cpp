@@ -119,7 +119,7 @@ Outcome crateMap(Session &session, const wire::Nothing &)
         map.serialNumbers.push_back(d.serialNumber);
         map.firmwareMinor.push_back(d.firmwareMinor);
         map.firmwareMajor.push_back(d.firmwareMajor);
-        wire::appendPacked(map.models, d.model);
+        wire::appendPacked(map.models, board != nullptr ? board->model().name : "");
         wire::appendPacked(map.descriptions, d.description);
     }
     return succeeded(map);

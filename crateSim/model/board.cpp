@@ -13,32 +13,33 @@ constexpr double sameTemperature = 0.01;
 constexpr double underTemperature = 5.0;
 constexpr double overTemperature = 65.0;
 
-ItemId addItems(ItemStore &items, int32_t slot, const ModelDescription &model)
+ItemId addItems(ItemStore &items, int32_t slot, const ModelDescription &model,
+                const StartValues &start)
 {
     const auto first = static_cast<ItemId>(items.size());
     for (const auto &parameter : model.board)
         items.add({{slot, -1}, parameter.name, parameter.mode, shapeOf(parameter.type),
                    &parameter, nullptr},
-                  parameter.start);
+                  startOf(parameter, start));
     return first;
 }
 
 } // namespace
 
 Board::Board(ItemStore &items, int32_t slot, const BoardDescription &description,
-             const ModelDescription &model)
+             const CrateDescription &crate)
     : m_items(items),
       m_description(description),
-      m_model(model),
-      m_first(addItems(items, slot, model))
+      m_model(*crate.findModel(description.model)),
+      m_first(addItems(items, slot, m_model, description.start))
 {
-    for (size_t index = 0; index < model.board.size(); ++index)
-        if (model.board[index].role != Role::None)
-            m_roles[model.board[index].role] = m_first + static_cast<ItemId>(index);
+    for (size_t index = 0; index < m_model.board.size(); ++index)
+        if (m_model.board[index].role != Role::None)
+            m_roles[m_model.board[index].role] = m_first + static_cast<ItemId>(index);
     m_channels.reserve(description.channels.size());
     for (const auto &channel : description.channels)
         m_channels.emplace_back(items, Address{slot, static_cast<int32_t>(m_channels.size())},
-                                channel, model);
+                                channel, *crate.channelModel(description, channel));
     m_ambient = setting(Role::Temperature, roomTemperature);
     m_temperature = m_ambient;
     afterWrite(Role::BoardVoltageLimit);

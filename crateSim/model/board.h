@@ -11,9 +11,10 @@ namespace sim {
 
 class Board {
 public:
-    // Adds the items of the board, then those of its channels.
+    // Adds the items of the board, then those of its channels. Refers to the
+    // descriptions as long as it lives.
     Board(ItemStore &items, int32_t slot, const BoardDescription &description,
-          const ModelDescription &model);
+          const CrateDescription &crate);
 
     const BoardDescription &description() const { return m_description; }
     const ModelDescription &model() const { return m_model; }

@@ -10,13 +10,14 @@ Channel::Channel(ItemStore &items, Address address, const ChannelDescription &de
     : m_items(items),
       m_first(items.add({address, "Name", Mode::ReadWrite, Shape::Text, nullptr, nullptr},
                         description.name)),
+      m_model(model),
       m_load(description.load),
       m_output(description.load.ohm)
 {
     for (const auto &parameter : model.channel) {
         const ItemId id = items.add({address, parameter.name, parameter.mode,
                                      shapeOf(parameter.type), &parameter, nullptr},
-                                    parameter.start);
+                                    startOf(parameter, description.start));
         if (parameter.role != Role::None)
             m_roles[static_cast<size_t>(parameter.role)] = id;
     }

@@ -21,6 +21,8 @@ public:
             const ModelDescription &model);
 
     ItemId nameItem() const { return m_first; }
+    // Whose channel parameters it has.
+    const ModelDescription &model() const { return m_model; }
 
     // Reaction to a value written to one of the channel's items. Called before
     // the store takes the value; anything but Ok keeps the old one.
@@ -53,6 +55,7 @@ private:
 
     ItemStore &m_items;
     const ItemId m_first;
+    const ModelDescription &m_model;
     const Load m_load;
     std::array<std::optional<ItemId>, static_cast<size_t>(Role::Count_)> m_roles;
     double m_boardLimit = std::numeric_limits<double>::infinity();

@@ -15,7 +15,7 @@ CrateDescription checked(CrateDescription description)
 {
     const auto problems = findProblems(description);
     if (!problems.empty())
-        throw std::invalid_argument(problems.front());
+        throw std::invalid_argument(problems.front().text);
     return description;
 }
 
@@ -40,7 +40,7 @@ Crate::Crate(CrateDescription description, uint64_t seed)
 void Crate::buildIndex()
 {
     for (const auto &model : m_description.models) {
-        auto &index = m_modelIndex[model.name];
+        auto &index = m_modelIndex[model.key];
         for (const auto &parameter : model.board)
             index.board.emplace(parameter.name, static_cast<ItemId>(index.board.size()));
         index.channel.emplace("Name", 0);
@@ -62,9 +62,8 @@ void Crate::addBoards()
     size_t channels = 0;
     for (const auto &slot : m_description.slots) {
         const auto number = static_cast<int32_t>(m_boards.size());
-        m_boards.push_back(slot ? std::make_unique<Board>(m_items, number, *slot,
-                                                          *m_description.findModel(slot->model))
-                                : nullptr);
+        m_boards.push_back(
+            slot ? std::make_unique<Board>(m_items, number, *slot, m_description) : nullptr);
         channels += slot ? slot->channels.size() : 0;
     }
     m_tripped.resize(channels);
@@ -109,13 +108,12 @@ Result Crate::find(Address address, std::string_view name, ItemId &id) const
     Board *board = nullptr;
     if (const Result result = findBoard(address.slot, board); result != Result::Ok)
         return result;
-    const auto &index = m_modelIndex.at(board->model().name);
     if (address.channel < 0)
-        return look(index.board, board->firstItem());
+        return look(m_modelIndex.at(board->model().key).board, board->firstItem());
     Channel *channel = nullptr;
     if (const Result result = findChannel(address, channel); result != Result::Ok)
         return result;
-    return look(index.channel, channel->nameItem());
+    return look(m_modelIndex.at(channel->model().key).channel, channel->nameItem());
 }
 
 Result Crate::read(Address address, std::string_view name, Value &value) const

@@ -153,6 +153,7 @@ BoardDescription boardOf(const Placement &placement)
                            placement.serialNumber,
                            placement.firmwareMajor,
                            placement.firmwareMinor,
+                           {},
                            {}};
     for (size_t index = 0; index < placement.channels; ++index)
         board.channels.push_back(channelOf(rating, index, placement.channels, placement.noise));
@@ -195,7 +196,7 @@ CrateDescription defaultCrate()
                       {"AllOff", Action::SwitchAllOff}};
     crate.users = {{"admin", "admin"}};
     for (const auto &rating : ratings)
-        crate.models.push_back({rating.model, boardParameters(rating), channelParameters(rating)});
+        crate.models.push_back({rating.model, rating.model, boardParameters(rating), channelParameters(rating)});
     crate.slots.resize(slots);
     for (const auto &placement : placements)
         crate.slots[placement.slot] = boardOf(placement);

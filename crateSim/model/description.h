@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,27 +57,40 @@ struct ParameterDescription {
 
 struct Load {
     double ohm = std::numeric_limits<double>::infinity();
+    double farad = 0;  // draws current while the voltage ramps
     // Amplitude of the current's noise in steps of the read-back's resolution.
     double noise = 0;
 };
 
+// Two models may show the same name: boards that look alike need not have the
+// same parameters.
 struct ModelDescription {
-    std::string name;
+    std::string key;   // by which boards and channels name it
+    std::string name;  // as the crate map shows it
     std::vector<ParameterDescription> board;
     std::vector<ParameterDescription> channel;
 };
 
+// Start values that differ from the model's, by parameter name.
+using StartValues = std::map<std::string, Value>;
+
+const Value &startOf(const ParameterDescription &parameter, const StartValues &start);
+
 struct ChannelDescription {
     std::string name;
     Load load;
+    // Key of the model whose channel parameters it has; empty: the board's.
+    std::string model;
+    StartValues start;
 };
 
 struct BoardDescription {
-    std::string model;  // names a ModelDescription
+    std::string model;  // key of a ModelDescription
     std::string description;
     uint16_t serialNumber = 0;
     uint8_t firmwareMajor = 0;
     uint8_t firmwareMinor = 0;
+    StartValues start;
     std::vector<ChannelDescription> channels;
 };
 
@@ -111,12 +125,22 @@ struct CrateDescription {
     std::vector<ModelDescription> models;
     std::vector<std::optional<BoardDescription>> slots;  // empty ones included
 
-    // The model of that name, or null.
-    const ModelDescription *findModel(const std::string &model) const;
+    // The model with that key, or null.
+    const ModelDescription *findModel(const std::string &key) const;
+    // The model whose channel parameters a channel of the board has, or null.
+    const ModelDescription *channelModel(const BoardDescription &board,
+                                         const ChannelDescription &channel) const;
 };
 
-// What is wrong with a description, one text per finding; empty when a Crate
-// can be built from it.
-std::vector<std::string> findProblems(const CrateDescription &description);
+struct Problem {
+    // Member names and positions from the top, as in "models/1/channel/3/minimum" or
+    // "slots/7/channels/0/start/VSet"; whoever read the description from somewhere finds the
+    // place by it.
+    std::string path;
+    std::string text;  // for people; names the place too
+};
+
+// What is wrong with a description; empty when a Crate can be built from it.
+std::vector<Problem> findProblems(const CrateDescription &description);
 
 } // namespace sim

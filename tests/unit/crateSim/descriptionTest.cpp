@@ -9,7 +9,9 @@
 #include "model/defaultcrate.h"
 
 using namespace sim;
+using testing::AllOf;
 using testing::Contains;
+using testing::Field;
 using testing::HasSubstr;
 
 TEST(DefaultCrate, HasNoProblems)
@@ -69,6 +71,7 @@ struct ProblemCase {
     const char *name;
     std::function<void(CrateDescription &)> spoil;
     const char *problem;
+    const char *path;
 };
 
 void PrintTo(const ProblemCase &problem, std::ostream *stream)
@@ -89,24 +92,64 @@ BoardDescription &board(CrateDescription &crate)
 }
 
 const ProblemCase problems[] = {
-    {"longName", [](auto &c) { parameter(c).name = "TenLetters"; }, "longer than 9"},
-    {"emptyName", [](auto &c) { parameter(c).name = ""; }, "name is empty"},
-    {"colon", [](auto &c) { parameter(c).name = "a:b"; }, "colon"},
-    {"twice", [](auto &c) { parameter(c).name = "ISet"; }, "used twice"},
-    {"reserved", [](auto &c) { parameter(c).name = "Name"; }, "used twice"},
-    {"limits", [](auto &c) { parameter(c).minimum = 5000; }, "limits are reversed"},
-    {"start", [](auto &c) { parameter(c).start = 1u; }, "does not fit the type"},
-    {"roleTwice", [](auto &c) { parameter(c).role = Role::Power; }, "role is used twice"},
-    {"roleLevel", [](auto &c) { parameter(c).role = Role::BoardStatus; }, "other level"},
-    {"property", [](auto &c) { c.properties[0].name = "TwentyCharactersLong"; }, "longer than 19"},
-    {"propertyStart", [](auto &c) { c.properties[0].start = 1.0f; }, "does not fit the type"},
-    {"command", [](auto &c) { c.commands[1].name = "Kill"; }, "used twice"},
-    {"model", [](auto &c) { board(c).model = "None"; }, "not described"},
-    {"channels", [](auto &c) { board(c).channels.clear(); }, "number of channels"},
-    {"manyChannels", [](auto &c) { board(c).channels.resize(65536); }, "number of channels"},
-    {"channelName", [](auto &c) { board(c).channels[0].name = "twelve chars"; }, "longer than 11"},
-    {"load", [](auto &c) { board(c).channels[0].load.ohm = 0; }, "load"},
-    {"noise", [](auto &c) { board(c).channels[0].load.noise = std::nan(""); }, "noise"},
+    {"longName", [](auto &c) { parameter(c).name = "TenLetters"; }, "longer than 9",
+     "models/0/channel/0/name"},
+    {"emptyName", [](auto &c) { parameter(c).name = ""; }, "name is empty",
+     "models/0/channel/0/name"},
+    {"colon", [](auto &c) { parameter(c).name = "a:b"; }, "colon",
+     "models/0/channel/0/name"},
+    {"twice", [](auto &c) { parameter(c).name = "ISet"; }, "used twice",
+     "models/0/channel/1/name"},
+    {"reserved", [](auto &c) { parameter(c).name = "Name"; }, "used twice",
+     "models/0/channel/0/name"},
+    {"limits", [](auto &c) { parameter(c).minimum = 5000; }, "limits are reversed",
+     "models/0/channel/0/minimum"},
+    {"endlessLimit", [](auto &c) { parameter(c).maximum = INFINITY; }, "no finite number",
+     "models/0/channel/0/maximum"},
+    {"notANumber", [](auto &c) { parameter(c).minimum = NAN; }, "no finite number",
+     "models/0/channel/0/minimum"},
+    {"start", [](auto &c) { parameter(c).start = 1u; }, "does not fit the type",
+     "models/0/channel/0/start"},
+    {"startRange", [](auto &c) { parameter(c).start = 3001.0f; }, "out of range",
+     "models/0/channel/0/start"},
+    {"label", [](auto &c) { c.models[0].board[4].onLabel = std::string(1024, 'x'); }, "longer than 1023",
+     "models/0/board/4/on-label"},
+    {"roleTwice", [](auto &c) { parameter(c).role = Role::Power; }, "role is used twice",
+     "models/0/channel/8/role"},
+    {"roleLevel", [](auto &c) { parameter(c).role = Role::BoardStatus; }, "other level",
+     "models/0/channel/0/role"},
+    {"modelTwice", [](auto &c) { c.models[1].key = "ZA12P"; }, "key is used twice",
+     "models/1/key"},
+    {"property", [](auto &c) { c.properties[0].name = "TwentyCharactersLong"; }, "longer than 19",
+     "properties/0/name"},
+    {"propertyStart", [](auto &c) { c.properties[0].start = 1.0f; }, "does not fit the type",
+     "properties/0/start"},
+    {"propertyRange", [](auto &c) { c.properties[6].start = 65536u; }, "out of range",
+     "properties/6/start"},
+    {"command", [](auto &c) { c.commands[1].name = "Kill"; }, "used twice",
+     "commands/1/name"},
+    {"user", [](auto &c) { c.users.push_back(c.users[0]); }, "used twice",
+     "users/1/name"},
+    {"model", [](auto &c) { board(c).model = "None"; }, "not described",
+     "slots/0/model"},
+    {"channels", [](auto &c) { board(c).channels.clear(); }, "number of channels",
+     "slots/0/channels"},
+    {"manyChannels", [](auto &c) { board(c).channels.resize(65536); }, "number of channels",
+     "slots/0/channels"},
+    {"channelName", [](auto &c) { board(c).channels[0].name = "twelve chars"; }, "longer than 11",
+     "slots/0/channels/0/name"},
+    {"channelModel", [](auto &c) { board(c).channels[3].model = "None"; }, "not described",
+     "slots/0/channels/3/model"},
+    {"boardStart", [](auto &c) { board(c).start["Speed"] = 1.0f; }, "no such parameter",
+     "slots/0/start/Speed"},
+    {"channelStart", [](auto &c) { board(c).channels[2].start["VSet"] = -1.0f; }, "out of range",
+     "slots/0/channels/2/start/VSet"},
+    {"load", [](auto &c) { board(c).channels[0].load.ohm = 0; }, "load",
+     "slots/0/channels/0/load/ohm"},
+    {"capacitance", [](auto &c) { board(c).channels[0].load.farad = -1; }, "capacitance",
+     "slots/0/channels/0/load/farad"},
+    {"noise", [](auto &c) { board(c).channels[0].load.noise = std::nan(""); }, "noise",
+     "slots/0/channels/0/load/noise"},
 };
 
 } // namespace
@@ -115,7 +158,9 @@ TEST_P(DescriptionProblemTest, IsFoundAndKeepsTheCrateFromRunning)
 {
     auto crate = defaultCrate();
     GetParam().spoil(crate);
-    EXPECT_THAT(findProblems(crate), Contains(HasSubstr(GetParam().problem)));
+    EXPECT_THAT(findProblems(crate),
+                Contains(AllOf(Field(&Problem::text, HasSubstr(GetParam().problem)),
+                               Field(&Problem::path, GetParam().path))));
     EXPECT_THROW(Crate running(crate), std::invalid_argument);
 }
 
