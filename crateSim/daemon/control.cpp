@@ -15,8 +15,8 @@ constexpr size_t longestLine = size_t{64} * 1024;
 // One connection: a line in, a line out, in turn.
 class ControlSession : public std::enable_shared_from_this<ControlSession> {
 public:
-    ControlSession(Local::socket socket, World &world, Waits &waits)
-        : m_socket(std::move(socket)), m_world(world), m_waits(waits)
+    ControlSession(Local::socket socket, const ControlContext &context)
+        : m_socket(std::move(socket)), m_context(context)
     {
     }
 
@@ -37,7 +37,7 @@ private:
     {
         const std::string line = m_input.substr(0, length - 1);
         m_input.erase(0, length);
-        runControlCommand(m_world, m_waits, line,
+        runControlCommand(m_context, line,
                           [self = shared_from_this()](const Json &json) {
                               self->answer(json, true);
                           });
@@ -54,8 +54,7 @@ private:
     }
 
     Local::socket m_socket;
-    World &m_world;
-    Waits &m_waits;
+    const ControlContext m_context;
     std::string m_input;
     std::string m_output;
 };
@@ -116,7 +115,8 @@ void ControlPort::accept()
                 spdlog::error("control port closed: {}", error.message());
             return;
         }
-        std::make_shared<ControlSession>(std::move(socket), m_world, m_waits)->read();
+        const ControlContext context{m_context, m_world, m_waits};
+        std::make_shared<ControlSession>(std::move(socket), context)->read();
         accept();
     });
 }

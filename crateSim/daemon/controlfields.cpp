@@ -33,6 +33,14 @@ int32_t countField(const json &request, const char *name, int32_t missing)
     return found->get<int32_t>();
 }
 
+double numberField(const json &request, const char *name)
+{
+    const auto found = request.find(name);
+    if (found == request.end() || !found->is_number() || !std::isfinite(found->get<double>()))
+        throw ControlError(std::string("\"") + name + "\" is missing or no number");
+    return found->get<double>();
+}
+
 bool boolField(const json &request, const char *name, bool missing)
 {
     const auto found = request.find(name);

@@ -23,6 +23,8 @@ Address addressOf(const nlohmann::json &request);
 std::string textField(const nlohmann::json &request, const char *name);
 // Within 0 and 2^31-1.
 int32_t countField(const nlohmann::json &request, const char *name, int32_t missing);
+// Finite.
+double numberField(const nlohmann::json &request, const char *name);
 bool boolField(const nlohmann::json &request, const char *name, bool missing);
 wire::Operation operationField(const nlohmann::json &request, const char *name);
 

@@ -1,7 +1,6 @@
 #include "server.h"
 
 #include <algorithm>
-#include <cmath>
 #include <spdlog/spdlog.h>
 #include <stdexcept>
 
@@ -11,24 +10,16 @@ namespace {
 
 constexpr size_t maxSessions = 256;
 
-Duration stepFor(const ServerSettings &settings)
-{
-    const double nanoseconds = static_cast<double>(Duration(settings.tick).count());
-    const double step = nanoseconds * settings.speed;
-    if (!(step >= 1 && step <= 1e15))
-        throw std::invalid_argument("speed is out of range");
-    return Duration(std::llround(step));
-}
-
 } // namespace
 
 Server::Server(CrateDescription description, const ServerSettings &settings)
-    : m_world(std::move(description), settings.seed, settings.links),
+    : m_world(std::move(description), settings.seed, settings.tick, settings.links),
       m_acceptor(m_context),
       m_timer(m_context),
-      m_tick(settings.tick),
-      m_step(stepFor(settings))
+      m_tick(settings.tick)
 {
+    if (!m_world.clock.setSpeed(settings.speed))
+        throw std::invalid_argument("speed is out of range");
     listen(settings);
     m_world.onRelease = [this] { resumeSessions(); };
     if (!settings.controlPath.empty())
@@ -102,7 +93,7 @@ void Server::tick()
         if (error)
             return;
         forgetClosedSessions();
-        m_world.step(m_step);
+        m_world.tick();
         constexpr auto asleep = std::chrono::seconds(1);
         const auto now = std::chrono::steady_clock::now();
         const auto due = m_timer.expiry() + m_tick;

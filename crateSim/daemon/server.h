@@ -56,7 +56,6 @@ private:
     Tcp::acceptor m_acceptor;
     asio::steady_timer m_timer;
     const std::chrono::milliseconds m_tick;
-    const Duration m_step;
     uint16_t m_port = 0;
     std::vector<std::shared_ptr<Session>> m_sessions;
     std::optional<ControlPort> m_control;

@@ -14,7 +14,21 @@ bool World::accepts(const std::string &user, const std::string &password) const
 
 void World::step(Duration time)
 {
+    clock.pass(time);
     crate.step(time);
+    sendChanges();
+}
+
+void World::tick()
+{
+    if (clock.isPaused())
+        sendChanges();
+    else
+        step(clock.modelStep());
+}
+
+void World::sendChanges()
+{
     const Changes changes = crate.takeChanges();
     for (const auto &link : m_links)
         link->noteChanges(changes);

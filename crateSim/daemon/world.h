@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "../model/crate.h"
+#include "crateclock.h"
 #include "eventlink.h"
 #include "faults.h"
 #include "statistics.h"
@@ -15,8 +16,9 @@ namespace sim::daemon {
 
 class World {
 public:
-    World(CrateDescription description, uint64_t seed, const LinkSettings &linkSettings)
-        : crate(std::move(description), seed), m_linkSettings(linkSettings)
+    World(CrateDescription description, uint64_t seed, std::chrono::milliseconds tick,
+          const LinkSettings &linkSettings)
+        : crate(std::move(description), seed), clock(tick), m_linkSettings(linkSettings)
     {
     }
 
@@ -24,6 +26,9 @@ public:
 
     // Lets the crate's time pass and sends what changed.
     void step(Duration time);
+    // As much time as passes with one tick, none while the clock is paused:
+    // what was written meanwhile is sent all the same.
+    void tick();
 
     std::shared_ptr<EventLink> openLink(asio::io_context &context,
                                         const Tcp::endpoint &subscriber, int32_t handle);
@@ -35,6 +40,7 @@ public:
     void notify();
 
     Crate crate;
+    CrateClock clock;
     Statistics statistics;
     Faults faults;
     size_t sessions = 0;
@@ -42,6 +48,8 @@ public:
     std::function<void()> onRelease;  // calls may be answered again
 
 private:
+    void sendChanges();
+
     const LinkSettings m_linkSettings;
     std::vector<std::shared_ptr<EventLink>> m_links;
 };
