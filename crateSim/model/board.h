@@ -20,6 +20,8 @@ public:
     const ModelDescription &model() const { return m_model; }
 
     ItemId firstItem() const { return m_first; }
+    // The board's own item that has the role, if any.
+    std::optional<ItemId> itemOf(Role role) const;
     size_t channelCount() const { return m_channels.size(); }
     Channel &channel(size_t index) { return m_channels[index]; }
     const Channel &channel(size_t index) const { return m_channels[index]; }
@@ -41,7 +43,6 @@ public:
     double power() const;
 
 private:
-    std::optional<ItemId> itemOf(Role role) const;
     double setting(Role role, double missing) const;
     void forEachChannel(void (Channel::*action)());
     void setChannelCondition(uint32_t bit, bool present);

@@ -26,11 +26,6 @@ Channel::Channel(ItemStore &items, Address address, const ChannelDescription &de
         m_output.switchOn();
 }
 
-std::optional<ItemId> Channel::itemOf(Role role) const
-{
-    return m_roles[static_cast<size_t>(role)];
-}
-
 // The value of an item in the unit without its exponent.
 double Channel::setting(Role role, double missing) const
 {

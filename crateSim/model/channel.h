@@ -23,6 +23,8 @@ public:
     ItemId nameItem() const { return m_first; }
     // Whose channel parameters it has.
     const ModelDescription &model() const { return m_model; }
+    // The item that has the role; none when the model has no such parameter.
+    std::optional<ItemId> itemOf(Role role) const { return m_roles[static_cast<size_t>(role)]; }
 
     // Reaction to a value written to one of the channel's items. Called before
     // the store takes the value; anything but Ok keeps the old one.
@@ -45,7 +47,6 @@ public:
     double power() const { return m_output.voltage() * m_output.current(); }
 
 private:
-    std::optional<ItemId> itemOf(Role role) const;
     double setting(Role role, double missing) const;
     void configure();
     void publish(Random *random);

@@ -34,6 +34,8 @@ public:
     const CrateDescription &description() const { return m_description; }
 
     void step(Duration time);
+    // All the time that has passed since the crate was made.
+    Duration uptime() const { return m_uptime; }
     // What changed since the last call, in the order of the first change.
     Changes takeChanges();
 
