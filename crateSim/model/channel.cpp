@@ -45,6 +45,7 @@ void Channel::configure()
     settings.rampUp = setting(Role::RampUp, defaultRamp);
     settings.rampDown = setting(Role::RampDown, defaultRamp);
     settings.hardLimit = std::min(setting(Role::VoltageLimit, none), m_boardLimit);
+    settings.currentMinimum = setting(Role::CurrentMinimum, 0);
     settings.rampOff = setting(Role::PowerDown, 1) != 0;
     if (const auto trip = itemOf(Role::TripTime)) {
         const double seconds = setting(Role::TripTime, 0);

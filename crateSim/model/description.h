@@ -32,6 +32,7 @@ enum class Role : uint8_t {
     Status,
     TripCause,     // text of the last trip
     ClearTrip,     // writing anything but 0 clears the channel's trip
+    CurrentMinimum,  // drawing less at a steady voltage is an under-current
     // of a board
     BoardStatus,
     Temperature,

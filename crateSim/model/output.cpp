@@ -146,6 +146,8 @@ uint32_t Output::status() const
     set(m_on && m_voltage > m_settings.hardLimit, channelbit::OverVoltage);
     set(m_on && m_settings.voltage > m_settings.hardLimit && m_voltage >= m_settings.hardLimit,
         channelbit::HvMax);
+    set(m_on && m_voltage != 0 && m_voltage == goal() && current() < m_settings.currentMinimum,
+        channelbit::UnderCurrent);
     return bits;
 }
 

@@ -18,6 +18,8 @@ struct OutputSettings {
     double rampDown = 0;
     Duration tripTime = Duration::max();  // max: never
     double hardLimit = std::numeric_limits<double>::infinity();
+    // Drawing less at a steady voltage is an under-current; 0: nothing is too little.
+    double currentMinimum = 0;
     bool rampOff = true;  // off and trips ramp down, otherwise they kill
 };
 

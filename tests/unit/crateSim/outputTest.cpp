@@ -219,6 +219,20 @@ TEST_F(OutputTest, TripLocksUntilCleared)
     EXPECT_TRUE(output.switchOn());
 }
 
+TEST_F(OutputTest, DrawingTooLittleIsAnUnderCurrent)
+{
+    settings.currentMinimum = 101e-6;
+    apply();
+    output.switchOn();
+    output.advance(1s);
+    EXPECT_EQ(output.status(), channelbit::On | channelbit::RampingUp);
+    output.advance(1s);
+    EXPECT_EQ(output.status(), channelbit::On | channelbit::UnderCurrent);
+    settings.currentMinimum = 100e-6;
+    apply();
+    EXPECT_EQ(output.status(), channelbit::On);
+}
+
 TEST_F(OutputTest, OpenLoadDrawsNothing)
 {
     Output open(std::numeric_limits<double>::infinity());
