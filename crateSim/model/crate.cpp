@@ -75,6 +75,12 @@ const Board *Crate::board(int32_t slot) const
     return findBoard(slot, found) == Result::Ok ? found : nullptr;
 }
 
+const Board *Crate::boardOf(int32_t slot) const
+{
+    const bool exists = slot >= 0 && static_cast<size_t>(slot) < m_boards.size();
+    return exists ? m_boards[static_cast<size_t>(slot)].get() : nullptr;
+}
+
 Result Crate::findBoard(int32_t slot, Board *&board) const
 {
     if (slot < 0 || static_cast<size_t>(slot) >= m_boards.size())

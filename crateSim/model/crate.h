@@ -42,6 +42,8 @@ public:
     size_t slotCount() const { return m_boards.size(); }
     // The board in a slot; null when there is none or it has been pulled.
     const Board *board(int32_t slot) const;
+    // The board that belongs in a slot, pulled or not; null when there is none.
+    const Board *boardOf(int32_t slot) const;
 
     // The number of an item, with the reason when there is none. A pulled
     // board has no items.
