@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "placeitems.h"
+
 namespace sim::daemon {
 
 using nlohmann::json;
@@ -67,8 +69,11 @@ Address addressOf(const json &request)
 
 ItemId itemOf(const Crate &crate, const json &request)
 {
+    const Address address = addressOf(request);
+    const std::string name = textField(request, "name");
     ItemId id = 0;
-    require(crate.find(addressOf(request), textField(request, "name"), id));
+    if (const Result result = crate.find(address, name, id); result != Result::Ok)
+        throw ControlError(reasonAt(crate, address, result, name));
     return id;
 }
 

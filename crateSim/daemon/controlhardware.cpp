@@ -1,6 +1,11 @@
 // What happens to boards and channels from outside.
+#include <algorithm>
+
+#include "../model/words.h"
 #include "controlfields.h"
 #include "controltables.h"
+#include "nearest.h"
+#include "placeitems.h"
 
 namespace sim::daemon {
 
@@ -8,45 +13,86 @@ namespace {
 
 using nlohmann::json;
 
+void requireAt(const World &world, Address address, Result result)
+{
+    if (result != Result::Ok)
+        throw ControlError(reasonAt(world.crate, address, result));
+}
+
 json trip(World &world, const json &request)
 {
     const bool external = boolField(request, "external", false);
-    require(world.crate.tripChannel(
-        addressOf(request), external ? channelbit::ExternalTrip : channelbit::InternalTrip));
+    const Address address = addressOf(request);
+    requireAt(world, address,
+              world.crate.tripChannel(address, external ? channelbit::ExternalTrip
+                                                        : channelbit::InternalTrip));
     return json::object();
 }
 
-// Raises or drops a status bit from outside: "bit" counts from 0. Without a
-// channel it is the board's.
+template <size_t size>
+uint32_t bitNamed(const std::array<StatusWord, size> &words, const std::string &name)
+{
+    std::vector<std::string_view> settable;
+    for (const auto &[bit, word, isCondition] : words) {
+        if (isCondition && word == name)
+            return bit;
+        if (isCondition)
+            settable.push_back(word);
+    }
+    throw ControlError("\"" + name + "\" is no condition that can be set"
+                       + suggestion(name, settable));
+}
+
+template <size_t size>
+uint32_t bitNumbered(const std::array<StatusWord, size> &words, int32_t number)
+{
+    const auto found = std::find_if(words.begin(), words.end(), [number](const StatusWord &each) {
+        return each.isCondition && number < 32 && each.bit == 1u << number;
+    });
+    if (found == words.end())
+        throw ControlError("\"bit\" is missing or no condition that can be set");
+    return found->bit;
+}
+
+// "name", or the number of the status bit from 0.
+template <size_t size>
+uint32_t conditionBit(const std::array<StatusWord, size> &words, const json &request)
+{
+    return request.contains("name") ? bitNamed(words, textField(request, "name"))
+                                    : bitNumbered(words, countField(request, "bit", 32));
+}
+
+// Raises or drops a status bit from outside. Without a channel it is the
+// board's.
 json condition(World &world, const json &request)
 {
-    constexpr uint32_t settableOnBoard = 0xf;
-    constexpr uint32_t settableOnChannel =
-        channelbit::OverVoltage | channelbit::UnderVoltage | channelbit::ExternalDisable
-        | channelbit::CalibrationError | channelbit::Unplugged | channelbit::UnderCurrent
-        | channelbit::OverVoltageProtection | channelbit::PowerFail
-        | channelbit::TemperatureError;
     const Address address = addressOf(request);
-    const int32_t number = countField(request, "bit", 32);
-    const uint32_t bit = number < 32 ? 1u << number : 0;
     const bool on = boolField(request, "on", true);
-    const bool ofBoard = address.channel < 0;
-    if ((bit & (ofBoard ? settableOnBoard : settableOnChannel)) == 0)
-        throw ControlError("\"bit\" is missing or no condition that can be set");
-    require(ofBoard ? world.crate.setBoardCondition(address.slot, bit, on)
-                    : world.crate.setChannelCondition(address, bit, on));
+    if (address.channel < 0) {
+        const uint32_t bit = conditionBit(boardStatusWords, request);
+        requireAt(world, address, world.crate.setBoardCondition(address.slot, bit, on));
+    } else {
+        const uint32_t bit = conditionBit(channelStatusWords, request);
+        requireAt(world, address, world.crate.setChannelCondition(address, bit, on));
+    }
     return json::object();
 }
 
 json remove(World &world, const json &request)
 {
-    require(world.crate.removeBoard(addressOf(request).slot));
+    const Address address = addressOf(request);
+    requireAt(world, address, world.crate.removeBoard(address.slot));
     return json::object();
 }
 
 json insert(World &world, const json &request)
 {
-    require(world.crate.insertBoard(addressOf(request).slot));
+    const Address address = addressOf(request);
+    const Result result = world.crate.insertBoard(address.slot);
+    if (result == Result::Refused)
+        throw ControlError("the board in slot " + std::to_string(address.slot)
+                           + " is in its place already");
+    requireAt(world, address, result);
     return json::object();
 }
 

@@ -25,15 +25,11 @@ public:
     // Crate time that passes with one tick of the wall clock while not paused.
     Duration modelStep() const { return m_modelStep; }
 
-    void pass(Duration time) { m_uptime += time; }
-    Duration uptime() const { return m_uptime; }
-
 private:
     const Duration m_tick;
     double m_speed = 1;
     bool m_paused = false;
     Duration m_modelStep{0};
-    Duration m_uptime{0};
 };
 
 } // namespace sim::daemon

@@ -6,6 +6,7 @@
 #include <spdlog/spdlog.h>
 
 #include "../model/defaultcrate.h"
+#include "../protocol/controlpath.h"
 #include "server.h"
 
 namespace {
@@ -31,8 +32,17 @@ void declare(CLI::App &app, Arguments &arguments)
         app.add_option("--password", arguments.password, "That user's password (default: admin)");
     user->needs(password);
     password->needs(user);
-    app.add_option("--control", server.controlPath, "Unix socket of the control port")
-        ->type_name("PATH");
+    server.controlPath = sim::defaultControlPath();
+    app.add_option_function<std::string>(
+           "--control",
+           [&server](const std::string &path) {
+               server.controlPath = path;
+               server.needsControl = true;
+           },
+           "Unix socket of the control port, for zantocratectl")
+        ->type_name("PATH")
+        ->default_str(server.controlPath);
+    server.needsControl = false;
     app.add_option("--speed", server.speed, "How many times faster than the clock time passes")
         ->check(CLI::Range(0.001, 100000.0))
         ->capture_default_str();

@@ -22,8 +22,7 @@ Server::Server(CrateDescription description, const ServerSettings &settings)
         throw std::invalid_argument("speed is out of range");
     listen(settings);
     m_world.onRelease = [this] { resumeSessions(); };
-    if (!settings.controlPath.empty())
-        m_control.emplace(m_context, settings.controlPath, m_world);
+    openControl(settings);
     accept();
     m_timer.expires_after(m_tick);
     tick();
@@ -54,6 +53,19 @@ void Server::listen(const ServerSettings &settings)
                                                      + std::to_string(settings.port));
     }
     m_port = m_acceptor.local_endpoint().port();
+}
+
+void Server::openControl(const ServerSettings &settings)
+{
+    if (settings.controlPath.empty())
+        return;
+    try {
+        m_control.emplace(m_context, settings.controlPath, m_world);
+    } catch (const std::exception &failure) {
+        if (settings.needsControl)
+            throw;
+        spdlog::warn("{}; the crate runs without a control port", failure.what());
+    }
 }
 
 // Without a free descriptor the next attempt waits for a tick.

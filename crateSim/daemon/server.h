@@ -17,6 +17,7 @@ struct ServerSettings {
     std::string address = "127.0.0.1";
     uint16_t port = 3180;              // 0: one that is free
     std::string controlPath;           // empty: no control port
+    bool needsControl = true;          // false: runs without when the path is taken
     std::chrono::milliseconds tick{50};
     double speed = 1;                  // crate time per wall-clock time
     uint64_t seed = 1;
@@ -45,6 +46,7 @@ public:
 
 private:
     void listen(const ServerSettings &settings);
+    void openControl(const ServerSettings &settings);
     void accept();
     void tick();
     void resumeSessions();

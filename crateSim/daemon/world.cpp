@@ -14,7 +14,6 @@ bool World::accepts(const std::string &user, const std::string &password) const
 
 void World::step(Duration time)
 {
-    clock.pass(time);
     crate.step(time);
     sendChanges();
 }
