@@ -21,26 +21,43 @@ constexpr std::array<std::string_view, 7> propertyTypes = {
 
 constexpr std::array<std::string_view, 4> modes = {"read", "write", "read-write", "none"};
 
-constexpr std::array<std::string_view, static_cast<size_t>(Role::Count_)> roles = {
-    "",
-    "voltage-set",
-    "current-set",
-    "ramp-up",
-    "ramp-down",
-    "trip-time",
-    "voltage-limit",
-    "power",
-    "power-down",
-    "voltage",
-    "current",
-    "status",
-    "trip-cause",
-    "clear-trip",
-    "board-status",
-    "temperature",
-    "board-voltage-limit",
-    "board-enable",
+struct RoleWord {
+    Role role;
+    std::string_view word;
 };
+
+constexpr RoleWord roles[] = {
+    {Role::None, ""},
+    {Role::VoltageSet, "voltage-set"},
+    {Role::CurrentSet, "current-set"},
+    {Role::RampUp, "ramp-up"},
+    {Role::RampDown, "ramp-down"},
+    {Role::TripTime, "trip-time"},
+    {Role::VoltageLimit, "voltage-limit"},
+    {Role::Power, "power"},
+    {Role::PowerDown, "power-down"},
+    {Role::Voltage, "voltage"},
+    {Role::Current, "current"},
+    {Role::Status, "status"},
+    {Role::TripCause, "trip-cause"},
+    {Role::ClearTrip, "clear-trip"},
+    {Role::CurrentMinimum, "current-minimum"},
+    {Role::BoardStatus, "board-status"},
+    {Role::Temperature, "temperature"},
+    {Role::BoardVoltageLimit, "board-voltage-limit"},
+    {Role::BoardEnable, "board-enable"},
+};
+
+constexpr bool hasEveryRole()
+{
+    size_t index = 0;
+    for (const auto &[role, word] : roles)
+        if (static_cast<size_t>(role) != index++)
+            return false;
+    return index == static_cast<size_t>(Role::Count_);
+}
+
+static_assert(hasEveryRole(), "a word for each role, in their order");
 
 } // namespace
 
@@ -61,7 +78,8 @@ std::string_view wordOf(Mode mode)
 
 std::string_view wordOf(Role role)
 {
-    return wordAt(roles, role);
+    const auto index = static_cast<size_t>(role);
+    return index < std::size(roles) ? roles[index].word : std::string_view();
 }
 
 } // namespace sim
