@@ -1,0 +1,102 @@
+// zantocratectl: looks at a simulated crate and steers it through its control
+// port.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "../protocol/controlpath.h"
+#include "commands.h"
+#include "problem.h"
+
+namespace {
+
+using namespace sim::ctl;
+
+constexpr const char *version = "zantocratectl 0.1";
+
+constexpr const char *footer =
+    "PLACE is SLOT:CHANNEL, SLOT or \"system\"; 3:7 and 3:007 are the same channel.\n"
+    "\"zantocratectl COMMAND --help\" tells more of a command.\n"
+    "\n"
+    "Examples:\n"
+    "  zantocratectl show                   the crate and its boards\n"
+    "  zantocratectl show 3 --live          the channels of the board in slot 3, live\n"
+    "  zantocratectl set 3:7 VSet 120       a set-point, as at the front panel\n"
+    "  zantocratectl trip 3:7               an over-current trip\n"
+    "  zantocratectl remove 3               pulls the board out";
+
+struct Group {
+    const char *title;
+    void (*declare)(CLI::App &app, Action &chosen);
+};
+
+constexpr Group groups[] = {
+    {"The crate and its front panel", declareCrateCommands},
+    {"Boards and channels from outside", declareHardwareCommands},
+    {"Time", declareClockCommands},
+    {"Clients", declareTrafficCommands},
+    {"Faults", declareFaultCommands},
+};
+
+void declare(CLI::App &app, Settings &settings, Action &chosen)
+{
+    settings.control = sim::defaultControlPath();
+    app.footer(footer);
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option("--control", settings.control, "Unix socket of the crate's control port")
+        ->capture_default_str()
+        ->type_name("PATH");
+    app.add_flag("--json", settings.json, "Print the crate's answer as one line of JSON");
+    app.add_option("--timeout", settings.timeout, "How long to wait for an answer")
+        ->check(CLI::Range(0.001, 3600.0))
+        ->capture_default_str()
+        ->type_name("SECONDS");
+    app.set_version_flag("--version", version);
+    for (const auto &[title, declareGroup] : groups) {
+        const size_t before = app.get_subcommands(nullptr).size();
+        declareGroup(app, chosen);
+        const auto all = app.get_subcommands(nullptr);
+        for (size_t index = before; index < all.size(); ++index)
+            all[index]->group(title);
+    }
+}
+
+int carryOut(const Settings &settings, const Action &chosen)
+{
+    try {
+        Client client(settings);
+        return chosen(client);
+    } catch (const Refused &refusal) {
+        if (settings.json)
+            std::puts(refusal.answer.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+        std::fprintf(stderr, "zantocratectl: %s\n", refusal.what());
+    }
+    return 1;
+}
+
+int run(int argc, char **argv)
+{
+    CLI::App app("Looks at a simulated high-voltage mainframe and steers it", "zantocratectl");
+    Settings settings;
+    Action chosen;
+    declare(app, settings, chosen);
+    CLI11_PARSE(app, argc, argv);
+    const int status = carryOut(settings, chosen);
+    if (std::fflush(stdout) != 0)
+        throw Problem("cannot write to standard output");
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "zantocratectl: %s\n", error.what());
+    } catch (...) {
+        std::fputs("zantocratectl: unknown failure\n", stderr);
+    }
+    return 1;
+}
