@@ -22,10 +22,15 @@ def until(condition, what, timeout=WATCHDOG):
 
 
 class Output:
-    """What a process has written to one stream. Read by a thread of its own."""
+    """What a process has written to one stream. Read by a thread of its own, which hands each
+    line to `sink` if there is one; then only the end of the text is kept."""
 
-    def __init__(self, descriptor):
+    TAIL = 1 << 16
+
+    def __init__(self, descriptor, sink=None):
         self._descriptor = descriptor
+        self._sink = sink
+        self._rest = b""
         self._changed = threading.Condition()
         self._bytes = b""
         self._ended = False
@@ -38,13 +43,22 @@ class Output:
                 data = os.read(self._descriptor, 65536)
             except OSError:  # a terminal whose other end is gone
                 data = b""
+            if self._sink:
+                self._pass_on(data)
             with self._changed:
                 self._bytes += data
+                if self._sink:
+                    self._bytes = self._bytes[-self.TAIL:]
                 self._ended = not data
                 self._changed.notify_all()
             if not data:
                 os.close(self._descriptor)
                 return
+
+    def _pass_on(self, data):
+        *lines, self._rest = (self._rest + data).split(b"\n")
+        for line in lines:
+            self._sink(line.decode("utf-8", "replace"))
 
     @property
     def text(self):
@@ -76,14 +90,14 @@ class Output:
 class Process:
     """A child with pipes. Whoever starts it ends it: see World."""
 
-    def __init__(self, name, argv, env, stdin=subprocess.DEVNULL):
+    def __init__(self, name, argv, env, stdin=subprocess.DEVNULL, sink=None):
         self.name = name
         self.argv = argv
         self._child = subprocess.Popen(argv, env=env, stdin=stdin, stdout=subprocess.PIPE,
                                        stderr=subprocess.PIPE, start_new_session=True)
         self.pid = self._child.pid
         self.stdin = self._child.stdin
-        self.stdout = Output(os.dup(self._child.stdout.fileno()))
+        self.stdout = Output(os.dup(self._child.stdout.fileno()), sink)
         self.stderr = Output(os.dup(self._child.stderr.fileno()))
         self._child.stdout.close()
         self._child.stderr.close()

@@ -97,8 +97,8 @@ class World:
         return ["nsenter", "-t", str(self._holder.pid), "-U", "-m", "-n", "--preserve-credentials",
                 "--", "setpriv", "--pdeathsig", "KILL", "--", *map(str, argv)]
 
-    def start(self, name, argv, env=(), stdin=subprocess.DEVNULL):
-        process = Process(name, self.inside(argv), environment(env), stdin)
+    def start(self, name, argv, env=(), stdin=subprocess.DEVNULL, sink=None):
+        process = Process(name, self.inside(argv), environment(env), stdin, sink)
         self._processes.append(process)
         return process
 
