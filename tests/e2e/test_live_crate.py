@@ -121,6 +121,7 @@ def differences(scenario, tracker, server):
                     yield f"{tracker.tool} {name} at {moment - asked[0]:.2f} s: {value}, not {said}"
 
 
+@pytest.mark.alone
 def test_a_minute_of_a_live_crate(scenario):
     crate = scenario.crate
     # A hundred channels ramp up.
