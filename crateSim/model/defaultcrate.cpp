@@ -1,6 +1,7 @@
 #include "defaultcrate.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace sim {
@@ -120,7 +121,7 @@ ChannelDescription channelOf(const Rating &r, size_t index, size_t count, double
     const double ampsAtLimit = static_cast<double>(r.startLimit)
                                * (r.currentExponent == -6 ? 1e-6 : 1e-3);
     const double share = index % 3 == 2 ? 1.6 : 0.4;
-    channel.load.ohm = static_cast<double>(r.volts) / (ampsAtLimit * share);
+    channel.load.ohm = std::round(static_cast<double>(r.volts) / (ampsAtLimit * share));
     channel.load.noise = noise;
     return channel;
 }

@@ -49,6 +49,28 @@ struct Place {
     }
 };
 
+// What the physics reads and writes there.
+bool fits(Role role, Shape shape)
+{
+    switch (role) {
+    case Role::None: return true;
+    case Role::Power:
+    case Role::PowerDown:
+    case Role::ClearTrip:
+    case Role::BoardEnable: return shape == Shape::Unsigned;
+    case Role::Status:
+    case Role::BoardStatus: return shape == Shape::Signed;
+    case Role::TripCause: return shape == Shape::Text;
+    default: return shape == Shape::Real;
+    }
+}
+
+bool fits(PropertyRole role, Shape shape)
+{
+    return role == PropertyRole::None
+           || (role == PropertyRole::HostAddress) == (shape == Shape::Text);
+}
+
 class Checker {
 public:
     explicit Checker(const CrateDescription &description) : m_description(description) {}
@@ -109,6 +131,8 @@ private:
 
     void checkProperty(const Place &place, const PropertyDescription &property)
     {
+        if (!fits(property.role, shapeOf(property.type)))
+            report(place.at("role"), "role does not go with the type");
         if (shapeOf(property.type) != shapeOf(property.start))
             report(place.at("start"), "start value does not fit the type");
         else if (checkValue({{}, property.name, property.mode, shapeOf(property.type), nullptr,
@@ -175,6 +199,8 @@ private:
             const bool channelRole = parameter.role < Role::BoardStatus;
             if (parameter.role != Role::None && channelRole != ofChannel)
                 report(place.at("role"), "role belongs to the other level");
+            if (!fits(parameter.role, shapeOf(parameter.type)))
+                report(place.at("role"), "role does not go with the type");
             if (parameter.role != Role::None && !roles.insert(parameter.role).second)
                 report(place.at("role"), "role is used twice");
         }
@@ -199,7 +225,7 @@ private:
                         nullptr};
         if (item.shape != shapeOf(start))
             report(place, "start value does not fit the type");
-        else if (checkValue(item, start) != Result::Ok)
+        else if (parameter.minimum <= parameter.maximum && checkValue(item, start) != Result::Ok)
             report(place, "start value is out of range");
     }
 
