@@ -1,0 +1,233 @@
+#include "cratefile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+
+#include "reader.h"
+
+namespace sim {
+
+namespace {
+
+// More channels than any crate has, and few enough to be built.
+constexpr size_t maxChannels = 1 << 20;
+
+class CrateReader {
+public:
+    CrateReader(const NamedNode &root, Notes &notes)
+        : m_fields(root, "a crate description", notes), m_notes(notes)
+    {
+    }
+
+    CrateFile run()
+    {
+        CrateFile file;
+        auto &crate = file.crate;
+        crate.name = m_fields.text("name", Need::Required).value_or("");
+        crate.users = readUsers(m_fields.list("users", Need::Required), m_notes);
+        crate.properties = readProperties(m_fields.list("properties", Need::Optional), m_notes);
+        crate.commands = readCommands(m_fields.list("commands", Need::Optional), m_notes);
+        ReadModels models = readModels(m_fields.entries("models", Need::Optional), m_notes);
+        const auto slots = m_fields.integer<uint16_t>("slots", Need::Required);
+        readBoards(models);
+        file.faults = readFaults(m_fields.list("faults", Need::Optional), m_notes);
+        m_fields.finish();
+        crate.models = std::move(models.models);
+        judge(crate);
+        placeBoards(crate, slots);
+        return file;
+    }
+
+private:
+    void readBoards(const ReadModels &models)
+    {
+        size_t channels = 0;
+        for (const auto &node : m_fields.list("boards", Need::Optional)) {
+            m_boards.push_back(readBoard(node, models, m_notes));
+            channels += m_boards.back().board.channels.size();
+            if (channels > maxChannels) {
+                m_notes.report(node.line, node.path,
+                               "more than " + std::to_string(maxChannels) + " channels in all");
+                return;
+            }
+        }
+    }
+
+    // The boards are judged in their order in the file: what is wrong with their
+    // slots must not hide what else is wrong with them.
+    void judge(const CrateDescription &crate)
+    {
+        CrateDescription judged = crate;
+        for (const auto &read : m_boards)
+            judged.slots.emplace_back(read.board);
+        std::map<std::pair<std::string, std::string>, size_t> told;
+        std::vector<std::pair<Problem, size_t>> firsts;
+        for (auto &problem : findProblems(judged)) {
+            problem.path = filePath(problem.path);
+            if (m_notes.isReported(problem.path))
+                continue;
+            const auto [known, isFirst] = told.try_emplace({problem.path, reasonIn(problem.text)},
+                                                           firsts.size());
+            if (isFirst)
+                firsts.emplace_back(std::move(problem), 0);
+            else
+                ++firsts[known->second].second;
+        }
+        for (const auto &[problem, more] : firsts)
+            m_notes.report(m_notes.lineOf(problem.path), problem.path,
+                           titled(problem) + (more == 0 ? "" : " (and " + std::to_string(more)
+                                                                   + " more like it)"));
+    }
+
+    // Several channels may owe the same problem to one entry of the file.
+    static std::string reasonIn(const std::string &text)
+    {
+        const auto colon = text.rfind(": ");
+        return colon == std::string::npos ? text : text.substr(colon);
+    }
+
+    // Where in the file something of the description comes from.
+    std::string filePath(const std::string &path) const
+    {
+        constexpr std::string_view slots = "slots/";
+        if (path.compare(0, slots.size(), slots) != 0)
+            return path;
+        const auto [index, rest] = numberAndRest(path.substr(slots.size()));
+        if (index >= m_boards.size())
+            return path;
+        const ReadBoard &read = m_boards[index];
+        constexpr std::string_view channels = "channels/";
+        if (rest.compare(0, channels.size(), channels) != 0)
+            return read.path + "/" + rest;
+        const auto [channel, member] = numberAndRest(rest.substr(channels.size()));
+        return read.path + "/" + channelPath(read, channel, member);
+    }
+
+    std::string channelPath(const ReadBoard &read, size_t channel,
+                            const std::string &member) const
+    {
+        const std::string name = "names/" + std::to_string(channel);
+        if (member == "name")
+            return m_notes.isPlaced(read.path + "/" + name) ? name : "names";
+        const bool ofLoad = member.compare(0, 5, "load/") == 0;
+        const auto &owners = ofLoad ? read.loads : read.settings;
+        if (channel >= owners.size() || owners[channel] < 0)
+            return "channels";
+        return (ofLoad ? "loads/" : "settings/") + std::to_string(owners[channel]) + "/"
+               + (ofLoad ? member.substr(5) : member);
+    }
+
+    static std::pair<size_t, std::string> numberAndRest(const std::string &path)
+    {
+        const auto slash = std::min(path.find('/'), path.size());
+        const auto number = parseInteger(path.substr(0, slash)).value_or(0);
+        return {static_cast<size_t>(number), path.substr(std::min(slash + 1, path.size()))};
+    }
+
+    // The problem's text begins with the board's position, which says nothing to
+    // a reader of the file.
+    std::string titled(const Problem &problem) const
+    {
+        for (size_t index = 0; index < m_boards.size(); ++index) {
+            const std::string position = "slot " + std::to_string(index);
+            const auto &slot = m_boards[index].slot;
+            const bool here = problem.path.compare(0, m_boards[index].path.size() + 1,
+                                                   m_boards[index].path + "/")
+                              == 0;
+            if (here && problem.text.compare(0, position.size(), position) == 0)
+                return (slot ? "slot " + std::to_string(*slot) : "board")
+                       + problem.text.substr(position.size());
+        }
+        return problem.text;
+    }
+
+    void placeBoards(CrateDescription &crate, std::optional<uint16_t> slots)
+    {
+        crate.slots.resize(slots.value_or(UINT16_MAX));
+        for (auto &read : m_boards) {
+            if (!read.slot)
+                continue;
+            const std::string path = read.path + "/slot";
+            const std::string name = "slot " + std::to_string(*read.slot);
+            if (*read.slot >= crate.slots.size())
+                m_notes.report(m_notes.lineOf(path), path,
+                               name + " does not exist, the crate has "
+                                   + std::to_string(crate.slots.size()));
+            else if (crate.slots[*read.slot])
+                m_notes.report(m_notes.lineOf(path), path, name + " has a board already");
+            else
+                crate.slots[*read.slot] = std::move(read.board);
+        }
+    }
+
+    Fields m_fields;
+    Notes &m_notes;
+    std::vector<ReadBoard> m_boards;
+};
+
+std::string failure(const char *what)
+{
+    return std::string("cannot be ") + what + ": " + std::strerror(errno);
+}
+
+} // namespace
+
+CrateReading readCrate(const std::string &yaml)
+{
+    CrateReading reading;
+    const YamlPointer root = readYaml(yaml, reading.findings);
+    Notes notes;
+    for (const auto &finding : reading.findings)
+        notes.report(finding.line, "", finding.text);
+    try {
+        if (root)
+            reading.file = CrateReader({root, root->line, "the document", ""}, notes).run();
+    } catch (const TooMuchToRead &) {
+        notes.report(0, "", "its aliases make it too large");
+    }
+    reading.findings = notes.takeFindings();
+    return reading;
+}
+
+CrateReading readCrateFile(const std::string &path)
+{
+    CrateReading reading;
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"),
+                                                                std::fclose);
+    if (!file) {
+        reading.findings.push_back({0, failure("opened")});
+        return reading;
+    }
+    // One more byte than is read shows that there are more.
+    std::string text(maxYamlSize + 1, '\0');
+    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+    if (std::ferror(file.get()) == 0)
+        return readCrate(text);
+    reading.findings.push_back({0, failure("read")});
+    return reading;
+}
+
+std::string findingText(const std::string &file, const Finding &finding)
+{
+    const std::string line = finding.line > 0 ? ":" + std::to_string(finding.line) : "";
+    return file + line + ": " + finding.text;
+}
+
+std::string crateSummary(const CrateDescription &crate)
+{
+    const auto counted = [](size_t count, const char *what) {
+        return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+    };
+    size_t boards = 0;
+    size_t channels = 0;
+    for (const auto &slot : crate.slots) {
+        boards += slot ? 1 : 0;
+        channels += slot ? slot->channels.size() : 0;
+    }
+    return counted(boards, "board") + ", " + counted(channels, "channel");
+}
+
+} // namespace sim

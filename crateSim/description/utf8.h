@@ -1,0 +1,16 @@
+// Texts that may or may not be UTF-8.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+// Bytes of the character that the text begins with; 0 when that is none, or the
+// text is empty.
+size_t utf8Length(std::string_view text);
+
+// With U+FFFD for every byte that belongs to no character.
+std::string harmlessUtf8(std::string_view text);
+
+} // namespace sim
