@@ -5,6 +5,7 @@
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include "../description/cratefile.h"
 #include "../model/defaultcrate.h"
 #include "../protocol/controlpath.h"
 #include "server.h"
@@ -15,6 +16,9 @@ constexpr const char *version = "zantocrate 0.1";
 
 struct Arguments {
     sim::daemon::ServerSettings server;
+    std::string file;
+    bool check = false;
+    bool printDefault = false;
     std::string user;
     std::string password;
     std::string logLevel = "info";
@@ -23,13 +27,22 @@ struct Arguments {
 void declare(CLI::App &app, Arguments &arguments)
 {
     auto &server = arguments.server;
+    auto *file = app.add_option("FILE", arguments.file,
+                                "Crate description in YAML (default: the built-in crate)");
+    app.add_flag("--check", arguments.check,
+                 "Say what is wrong with FILE, line by line, and end: with status 0 if nothing is")
+        ->needs(file);
+    app.add_flag("--print-default", arguments.printDefault,
+                 "Print the built-in crate as a description to start from, and end")
+        ->excludes(file);
     app.add_option("--address", server.address, "IP address to listen on")->capture_default_str();
     app.add_option("--port", server.port, "TCP port to listen on; 0 takes a free one")
         ->capture_default_str();
     auto *user = app.add_option("--user", arguments.user,
-                                "Name of the only user who may log in (default: admin)");
+                                "Name of the only user who may log in (default: those\n"
+                                "of the description; admin for the built-in crate)");
     auto *password =
-        app.add_option("--password", arguments.password, "That user's password (default: admin)");
+        app.add_option("--password", arguments.password, "That user's password");
     user->needs(password);
     password->needs(user);
     server.controlPath = sim::defaultControlPath();
@@ -53,15 +66,41 @@ void declare(CLI::App &app, Arguments &arguments)
     app.set_version_flag("--version", version);
 }
 
-sim::CrateDescription crateFor(const Arguments &arguments)
+// Prints what is wrong with the file; without a result it cannot be used.
+std::optional<sim::CrateFile> readFile(const std::string &path)
 {
-    auto crate = sim::defaultCrate();
+    auto reading = sim::readCrateFile(path);
+    for (const auto &finding : reading.findings)
+        std::fprintf(stderr, "%s\n", sim::findingText(path, finding).c_str());
+    if (!reading.findings.empty())
+        return std::nullopt;
+    return std::move(reading.file);
+}
+
+int checkFile(const std::string &path)
+{
+    const auto file = readFile(path);
+    if (file)
+        std::printf("%s: in order: %s\n", path.c_str(), sim::crateSummary(file->crate).c_str());
+    return file ? 0 : 1;
+}
+
+int printDefault()
+{
+    const auto text = sim::writeCrate({sim::defaultCrate(), {}},
+                                      {"The built-in crate of zantocrate.",
+                                       "Change a copy of it and start: zantocrate FILE"});
+    std::fputs(text.c_str(), stdout);
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+void adapt(sim::CrateDescription &crate, const Arguments &arguments)
+{
     if (!arguments.user.empty())
         crate.users = {{arguments.user, arguments.password}};
     for (auto &property : crate.properties)
         if (property.role == sim::PropertyRole::HostAddress)
             property.start = arguments.server.address;
-    return crate;
 }
 
 void startLogging(const std::string &level)
@@ -71,9 +110,18 @@ void startLogging(const std::string &level)
     spdlog::set_default_logger(logger);
 }
 
-int serve(const Arguments &arguments)
+int serve(Arguments &arguments)
 {
-    sim::daemon::Server server(crateFor(arguments), arguments.server);
+    sim::CrateFile file{sim::defaultCrate(), {}};
+    if (!arguments.file.empty()) {
+        auto read = readFile(arguments.file);
+        if (!read)
+            return 1;
+        file = std::move(*read);
+    }
+    adapt(file.crate, arguments);
+    arguments.server.faults = std::move(file.faults);
+    sim::daemon::Server server(std::move(file.crate), arguments.server);
     asio::signal_set signals(server.context(), SIGINT, SIGTERM);
     signals.async_wait([&server](const asio::error_code &error, int number) {
         if (error)
@@ -93,6 +141,10 @@ int run(int argc, char **argv)
     Arguments arguments;
     declare(app, arguments);
     CLI11_PARSE(app, argc, argv);
+    if (arguments.printDefault)
+        return printDefault();
+    if (arguments.check)
+        return checkFile(arguments.file);
     startLogging(arguments.logLevel);
     return serve(arguments);
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "../description/faultorder.h"
 #include "control.h"
 #include "session.h"
 #include "world.h"
@@ -21,6 +22,7 @@ struct ServerSettings {
     std::chrono::milliseconds tick{50};
     double speed = 1;                  // crate time per wall-clock time
     uint64_t seed = 1;
+    std::vector<FaultOrder> faults;    // in force from the start
     LinkSettings links;
 };
 
