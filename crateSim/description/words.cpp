@@ -1,39 +1,97 @@
 #include "words.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <iterator>
 
 namespace sim {
 
 namespace {
 
-template <size_t Size>
-using Table = std::array<std::string_view, Size>;
-
-constexpr Table<7> paramTypes = {"numeric", "on-off", "channel-status", "board-status",
-                                 "integer", "text",   "enumeration"};
-
-constexpr Table<4> modes = {"read", "write", "read-write", "none"};
-
-constexpr Table<11> units = {"none", "ampere", "volt", "watt", "celsius", "hertz", "bar",
-                             "volt-per-second", "second", "rpm", "count"};
-
-constexpr Table<18> roles = {
-    "none",          "voltage-set", "current-set",         "ramp-up",    "ramp-down",
-    "trip-time",     "voltage-limit", "power",             "power-down", "voltage",
-    "current",       "status",      "trip-cause",          "clear-trip", "board-status",
-    "temperature",   "board-voltage-limit", "board-enable",
+template <class Code>
+struct Row {
+    Code code;
+    std::string_view word;
 };
-static_assert(roles.size() == static_cast<size_t>(Role::Count_), "a role without a word");
 
-constexpr Table<7> propertyTypes = {"text",      "real",      "unsigned-16", "unsigned-32",
-                                    "signed-16", "signed-32", "boolean"};
+constexpr Row<ParamType> paramTypes[] = {
+    {ParamType::Numeric, "numeric"},
+    {ParamType::OnOff, "on-off"},
+    {ParamType::ChannelStatus, "channel-status"},
+    {ParamType::BoardStatus, "board-status"},
+    {ParamType::Integer, "integer"},
+    {ParamType::Text, "text"},
+    {ParamType::Enumeration, "enumeration"},
+};
 
-constexpr Table<5> propertyRoles = {"none", "host-address", "output-power", "uptime-minutes",
-                                    "trip-count"};
+constexpr Row<Mode> modes[] = {
+    {Mode::Read, "read"},
+    {Mode::Write, "write"},
+    {Mode::ReadWrite, "read-write"},
+    {Mode::None, "none"},
+};
 
-constexpr Table<4> actions = {"none", "kill-all", "switch-all-off", "clear-alarms"};
+constexpr Row<Unit> units[] = {
+    {Unit::None, "none"},
+    {Unit::Ampere, "ampere"},
+    {Unit::Volt, "volt"},
+    {Unit::Watt, "watt"},
+    {Unit::Celsius, "celsius"},
+    {Unit::Hertz, "hertz"},
+    {Unit::Bar, "bar"},
+    {Unit::VoltPerSecond, "volt-per-second"},
+    {Unit::Second, "second"},
+    {Unit::Rpm, "rpm"},
+    {Unit::Count, "count"},
+};
+
+constexpr Row<Role> roles[] = {
+    {Role::None, "none"},
+    {Role::VoltageSet, "voltage-set"},
+    {Role::CurrentSet, "current-set"},
+    {Role::RampUp, "ramp-up"},
+    {Role::RampDown, "ramp-down"},
+    {Role::TripTime, "trip-time"},
+    {Role::VoltageLimit, "voltage-limit"},
+    {Role::Power, "power"},
+    {Role::PowerDown, "power-down"},
+    {Role::Voltage, "voltage"},
+    {Role::Current, "current"},
+    {Role::Status, "status"},
+    {Role::TripCause, "trip-cause"},
+    {Role::ClearTrip, "clear-trip"},
+    {Role::CurrentMinimum, "current-minimum"},
+    {Role::BoardStatus, "board-status"},
+    {Role::Temperature, "temperature"},
+    {Role::BoardVoltageLimit, "board-voltage-limit"},
+    {Role::BoardEnable, "board-enable"},
+};
+static_assert(std::size(roles) == static_cast<size_t>(Role::Count_), "a role without a word");
+
+constexpr Row<PropertyType> propertyTypes[] = {
+    {PropertyType::Text, "text"},
+    {PropertyType::Real, "real"},
+    {PropertyType::UInt16, "unsigned-16"},
+    {PropertyType::UInt32, "unsigned-32"},
+    {PropertyType::Int16, "signed-16"},
+    {PropertyType::Int32, "signed-32"},
+    {PropertyType::Boolean, "boolean"},
+};
+
+constexpr Row<PropertyRole> propertyRoles[] = {
+    {PropertyRole::None, "none"},
+    {PropertyRole::HostAddress, "host-address"},
+    {PropertyRole::OutputPower, "output-power"},
+    {PropertyRole::UptimeMinutes, "uptime-minutes"},
+    {PropertyRole::TripCount, "trip-count"},
+};
+
+constexpr Row<Action> actions[] = {
+    {Action::None, "none"},
+    {Action::KillAll, "kill-all"},
+    {Action::SwitchAllOff, "switch-all-off"},
+    {Action::ClearAlarms, "clear-alarms"},
+};
 
 const auto &tableOf(ParamType) { return paramTypes; }
 const auto &tableOf(Mode) { return modes; }
@@ -55,27 +113,27 @@ int32_t nearestToZero(float minimum, float maximum)
 template <class Code>
 std::string_view wordOf(Code code)
 {
-    const auto &table = tableOf(code);
-    const auto index = static_cast<size_t>(code);
-    return index < table.size() ? table[index] : std::string_view();
+    for (const auto &row : tableOf(code))
+        if (row.code == code)
+            return row.word;
+    return {};
 }
 
 template <class Code>
 std::optional<Code> findWord(std::string_view word)
 {
-    const auto &table = tableOf(Code());
-    const auto found = std::find(table.begin(), table.end(), word);
-    if (found == table.end())
-        return std::nullopt;
-    return static_cast<Code>(found - table.begin());
+    for (const auto &row : tableOf(Code()))
+        if (row.word == word)
+            return row.code;
+    return std::nullopt;
 }
 
 template <class Code>
 std::string allWords()
 {
     std::string all;
-    for (const auto word : tableOf(Code()))
-        all.append(all.empty() ? "" : ", ").append(word);
+    for (const auto &row : tableOf(Code()))
+        all.append(all.empty() ? "" : ", ").append(row.word);
     return all;
 }
 
