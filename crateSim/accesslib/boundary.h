@@ -2,6 +2,7 @@
 // are written only when everything has succeeded.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -71,11 +72,15 @@ auto copyOf(const Container &source)
     return buffer;
 }
 
-// Whether a value may be copied into a caller's buffer of that width, where 0
-// means a text.
-inline bool fits(const std::string &bytes, size_t width)
+// Copies a value into the caller's buffer of that width, where 0 means a text.
+// What no buffer of a caller's has room for is cut.
+inline void copyValue(const std::string &bytes, size_t width, void *buffer)
 {
-    return width == 0 ? bytes.size() <= VEXAHV_TEXT_SIZE : bytes.size() == width;
+    requireUnderstood(width == 0 || bytes.size() == width);
+    const size_t kept = std::min<size_t>(bytes.size(), VEXAHV_TEXT_SIZE);
+    std::memcpy(buffer, bytes.data(), kept);
+    if (kept < bytes.size())
+        static_cast<char *>(buffer)[kept - 1] = '\0';
 }
 
 // The caller's index list.

@@ -1,7 +1,7 @@
 // Parameters of boards and channels, and channel names.
 #include <string_view>
 
-#include "boundary.h"
+#include "handedlists.h"
 
 using namespace sim;
 using namespace sim::accesslib;
@@ -33,9 +33,7 @@ void getProperty(int32_t handle, wire::Operation operation,
                  const wire::ParameterPropertyRequest &request, void *value)
 {
     const auto bytes = call(handle, operation, request).body<wire::BytesAnswer>().bytes;
-    const size_t width = propertyWidth(request.property);
-    requireUnderstood(fits(bytes, width));
-    std::memcpy(value, bytes.data(), bytes.size());
+    copyValue(bytes, propertyWidth(request.property), value);
 }
 
 void copyElements(const Reply &reply, size_t count, size_t size, void *values)
@@ -56,7 +54,7 @@ VEXAHVRESULT VEXAHV_GetBdParamInfo(int32_t handle, uint16_t slot, char **nameTab
         const auto answer =
             call(handle, wire::Operation::GetBdParamInfo, wire::PlaceRequest{slot, -1})
                 .body<wire::NameTableAnswer>();
-        *nameTable = copyOf(answer.table).release();
+        *nameTable = wholeTable(answer.table).release();
     });
 }
 
@@ -119,7 +117,7 @@ VEXAHVRESULT VEXAHV_GetChParamInfo(int32_t handle, uint16_t slot, uint16_t chann
         const auto answer =
             call(handle, wire::Operation::GetChParamInfo, wire::PlaceRequest{slot, channel})
                 .body<wire::NameTableAnswer>();
-        *nameTable = copyOf(answer.table).release();
+        *nameTable = wholeTable(answer.table).release();
         *count = answer.count;
     });
 }

@@ -1,5 +1,5 @@
 // System properties, commands, crate map.
-#include "boundary.h"
+#include "handedlists.h"
 
 using namespace sim;
 using namespace sim::accesslib;
@@ -10,7 +10,7 @@ void packedList(int32_t handle, wire::Operation operation, uint16_t *count, char
 {
     requireArguments(count, list);
     const auto answer = call(handle, operation, wire::Nothing()).body<wire::PackedListAnswer>();
-    *list = copyOf(answer.list).release();
+    *list = wholeTexts(answer.list, answer.count).release();
     *count = answer.count;
 }
 
@@ -67,8 +67,8 @@ VEXAHVRESULT VEXAHV_GetSysProp(int32_t handle, const char *name, void *value)
                                .body<wire::BytesAnswer>()
                                .bytes;
         const auto width = propertyWidth(handle, name);
-        requireUnderstood(width && fits(bytes, *width));
-        std::memcpy(value, bytes.data(), bytes.size());
+        requireUnderstood(width.has_value());
+        copyValue(bytes, *width, value);
     });
 }
 
@@ -102,12 +102,12 @@ VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount, uint16_t **
                          firmwareMinor, firmwareMajor);
         const auto map =
             call(handle, wire::Operation::GetCrateMap, wire::Nothing()).body<wire::CrateMapAnswer>();
-        auto counts = copyOf(map.channelCounts);
-        auto modelList = copyOf(map.models);
-        auto descriptionList = copyOf(map.descriptions);
-        auto serials = copyOf(map.serialNumbers);
-        auto minors = copyOf(map.firmwareMinor);
-        auto majors = copyOf(map.firmwareMajor);
+        auto counts = wholeNumbers(map.channelCounts, map.slotCount);
+        auto modelList = wholeTexts(map.models, map.slotCount);
+        auto descriptionList = wholeTexts(map.descriptions, map.slotCount);
+        auto serials = wholeNumbers(map.serialNumbers, map.slotCount);
+        auto minors = wholeNumbers(map.firmwareMinor, map.slotCount);
+        auto majors = wholeNumbers(map.firmwareMajor, map.slotCount);
         *slotCount = map.slotCount;
         *channelCounts = counts.release();
         *models = modelList.release();

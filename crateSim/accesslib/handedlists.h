@@ -1,0 +1,32 @@
+// Lists on their way to the caller, who owns them and reads as far as their
+// count or their end says.
+//
+// A crate may send lists that lack their end, or entries that their count
+// promises. Handed on as they are they would have the caller read what lies
+// behind by chance, with another outcome each time. Such a list gets made-up
+// entries that are not empty, and an end. A list that is whole gets not a byte
+// more, so that memory checkers still find a reader that goes too far.
+#pragma once
+
+#include "boundary.h"
+
+namespace sim::accesslib {
+
+// Texts that end with a NUL each, at least count of them. Null when there are
+// none at all: nobody gives back a list without entries.
+Buffer<char> wholeTexts(std::string list, size_t count);
+
+// Parameter names in slots, up to the first empty one.
+Buffer<char> wholeTable(std::string table);
+
+// At least count numbers.
+template <class Number>
+Buffer<Number> wholeNumbers(std::vector<Number> list, size_t count)
+{
+    constexpr Number madeUp = 1;
+    if (list.size() < count)
+        list.resize(count, madeUp);
+    return copyOf(list);
+}
+
+} // namespace sim::accesslib
