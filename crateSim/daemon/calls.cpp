@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "brokenanswers.h"
 #include "callhandlers.h"
 #include "calltext.h"
 
@@ -11,22 +12,53 @@ namespace {
 
 using wire::Operation;
 
-// Notes the call, lets an ordered failure have its way, else carries it out.
+// What of a request decides about the form of its answer.
+template <class Request>
+std::string_view askedFor(const Request &)
+{
+    return {};
+}
+std::string_view askedFor(const wire::NameRequest &request)
+{
+    return request.name;
+}
+std::string_view askedFor(const wire::ParameterPropertyRequest &request)
+{
+    return request.property;
+}
+
+void breakAnswer(World &world, Operation operation, std::string_view item, msgpack::sbuffer &body)
+{
+    ItemId id = 0;
+    const bool isText = world.crate.find({}, item, id) == Result::Ok
+                        && world.crate.items().item(id).shape == Shape::Text;
+    const AnswerForm form = answerForm(operation, item, isText);
+    const auto answer = world.faults.takeAnswer(
+        operation, [form](FaultAnswer each) { return canBreak(each, form); });
+    if (answer)
+        body = broken(*answer, form, body);
+}
+
+// Notes the call and carries it out, unless it has to fail.
 template <class Request, Outcome (*handler)(Session &, const Request &)>
-std::pair<int32_t, msgpack::sbuffer> carryOut(Session &session, const wire::Call &call)
+std::pair<int32_t, msgpack::sbuffer> carryOut(Session &session, const wire::Call &call,
+                                              std::optional<int32_t> code)
 {
     const auto request = wire::convert<Request>(call.body);
     World &world = session.world();
     world.statistics.countCall(call.operation, callText(world.crate, call.operation, request));
-    if (const auto code = world.faults.takeFailure(call.operation))
+    if (code)
         return {*code, msgpack::sbuffer()};
     if (!session.isLoggedIn() && call.operation != Operation::InitSystem)
         return {static_cast<int32_t>(Result::NotLoggedIn), msgpack::sbuffer()};
     Outcome outcome = handler(session, request);
+    if (outcome.result == Result::Ok && !world.faults.none())
+        breakAnswer(world, call.operation, askedFor(request), outcome.body);
     return {static_cast<int32_t>(outcome.result), std::move(outcome.body)};
 }
 
-using Carrier = std::pair<int32_t, msgpack::sbuffer> (*)(Session &, const wire::Call &);
+using Carrier = std::pair<int32_t, msgpack::sbuffer> (*)(Session &, const wire::Call &,
+                                                  std::optional<int32_t>);
 
 // In the order of the operations.
 constexpr std::array<Carrier, wire::operationCount> carriers = {
@@ -59,11 +91,16 @@ constexpr std::array<Carrier, wire::operationCount> carriers = {
 
 } // namespace
 
-std::string answerCall(Session &session, std::string_view payload)
+CallFault takeCallFault(Faults &faults, std::string_view payload)
+{
+    return faults.takeCall(wire::readCall(wire::unpackPayload(payload)).operation);
+}
+
+std::string answerCall(Session &session, std::string_view payload, std::optional<int32_t> code)
 {
     const auto unpacked = wire::unpackPayload(payload);
     const wire::Call call = wire::readCall(unpacked);
-    const auto [result, body] = carriers[static_cast<size_t>(call.operation)](session, call);
+    const auto [result, body] = carriers[static_cast<size_t>(call.operation)](session, call, code);
     if (result == 0)
         return wire::makeAnswer(0, body);
     session.world().statistics.countFailure(call.operation);

@@ -37,8 +37,7 @@ Outcome subscribe(Session &session, const wire::SubscriptionRequest &request)
 {
     const Crate &crate = session.world().crate;
     return forEachItem(crate, request, [&](ItemId id) {
-        const Mode mode = crate.items().item(id).mode;
-        if (mode != Mode::Read && mode != Mode::ReadWrite)
+        if (crate.items().item(id).mode == Mode::Write)
             return Result::NotReadable;
         session.link(request.port).subscribe(id);
         return Result::Ok;

@@ -1,4 +1,4 @@
-// Misbehaviour towards the clients.
+// Misbehaviour to order.
 #include "controlfields.h"
 #include "controltables.h"
 
@@ -8,40 +8,71 @@ namespace {
 
 using nlohmann::json;
 
-json dropEvents(World &world, const json &)
+FaultFieldValue fieldValue(const std::string &name, const json &value)
 {
-    const size_t connected = world.connectedLinks();
-    for (const auto &link : world.openLinks())
-        link->drop();
-    return {{"dropped", connected}};
+    if (value.is_boolean())
+        return value.get<bool>();
+    if (value.is_number_integer())
+        return value.get<int64_t>();
+    if (value.is_number())
+        return value.get<double>();
+    if (value.is_string())
+        return value.get<std::string>();
+    throw ControlError("\"" + name + "\" is neither number nor text");
 }
 
-json hang(World &world, const json &request)
+// Every field but the command's name belongs to the order.
+FaultOrder orderOf(const json &request)
 {
-    const bool on = boolField(request, "on", true);
-    world.faults.hang(on);
-    if (!on && world.onRelease)
-        world.onRelease();
+    FaultFields fields;
+    for (const auto &[name, value] : request.items())
+        if (name != "cmd")
+            fields[name] = fieldValue(name, value);
+    std::vector<FaultProblem> problems;
+    const auto order = readFaultOrder(fields, problems);
+    if (!order)
+        throw ControlError(problems.front().text);
+    return *order;
+}
+
+json toJson(const FaultOrder &order)
+{
+    json fields = json::object();
+    for (const auto &[name, value] : faultFields(order))
+        std::visit([&, &key = name](const auto &field) { fields[key] = field; }, value);
+    return fields;
+}
+
+json orderFault(World &world, const json &request)
+{
+    const FaultOrder order = orderOf(request);
+    try {
+        world.orderFault(order);
+    } catch (const std::invalid_argument &error) {
+        throw ControlError(error.what());
+    }
     return json::object();
 }
 
-json refuseLogins(World &world, const json &request)
+json showFaults(World &world, const json &)
 {
-    world.faults.refuseLogins(static_cast<uint32_t>(countField(request, "count", 1)));
-    return json::object();
+    json active = json::array();
+    for (const auto &order : world.activeFaults())
+        active.push_back(toJson(order));
+    return {{"active", active}, {"counts", faultCounts(world.statistics.faults)}};
 }
 
-json fail(World &world, const json &request)
+json clearFaults(World &world, const json &request)
 {
-    const auto operation = operationField(request, "operation");
-    const auto code = request.value("code", json(1));
-    if (!code.is_number_integer() || code == 0)
-        throw ControlError("\"code\" is no number other than 0");
-    const int32_t count = countField(request, "count", 1);
-    if (count == 0)
-        throw ControlError("\"count\" is 0");
-    world.faults.fail(operation, code.get<int32_t>(), static_cast<uint32_t>(count),
-                      static_cast<uint32_t>(countField(request, "after", 0)));
+    if (!request.contains("kind")) {
+        world.clearFaults(std::nullopt);
+        return json::object();
+    }
+    const std::string name = textField(request, "kind");
+    const auto kind = findFaultKind(name);
+    if (!kind)
+        throw ControlError("\"" + name + "\" is no kind of fault");
+    world.clearFaults(kind);
     return json::object();
 }
 
@@ -50,12 +81,23 @@ json fail(World &world, const json &request)
 const CommandTable &faultCommands()
 {
     static const CommandTable table = {
-        {"drop-events", dropEvents},
-        {"fail", fail},
-        {"hang", hang},
-        {"refuse-logins", refuseLogins},
+        {"clear-faults", clearFaults},
+        {"fault", orderFault},
+        {"faults", showFaults},
     };
     return table;
+}
+
+// Kinds that have never been applied are left out.
+nlohmann::json faultCounts(const FaultCounts &counts)
+{
+    auto fields = nlohmann::json::object();
+    for (size_t index = 0; index < static_cast<size_t>(FaultKind::Count_); ++index) {
+        const auto kind = static_cast<FaultKind>(index);
+        if (counts.of(kind) > 0)
+            fields[std::string(faultKindName(kind))] = counts.of(kind);
+    }
+    return fields;
 }
 
 } // namespace sim::daemon

@@ -50,7 +50,8 @@ json statistics(World &world, const json &request)
                    {"eventConnectionsLost", s.eventConnectionsLost},
                    {"eventsSent", s.eventsSent},
                    {"batchesSent", s.batchesSent},
-                   {"keepAlivesSent", s.keepAlivesSent}};
+                   {"keepAlivesSent", s.keepAlivesSent},
+                   {"faults", faultCounts(s.faults)}};
     if (const int32_t last = countField(request, "log", 0); last > 0)
         answer["log"] = logLines(s, request, last);
     if (boolField(request, "clear", false))

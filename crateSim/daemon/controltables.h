@@ -26,6 +26,9 @@ const CommandTable &itemCommands();
 const CommandTable &showCommands();
 const CommandTable &statisticsCommands();
 
+// How often each kind has been applied.
+nlohmann::json faultCounts(const FaultCounts &counts);
+
 void step(const ControlContext &context, const nlohmann::json &request, const Reply &reply);
 void wait(const ControlContext &context, const nlohmann::json &request, const Reply &reply);
 

@@ -27,6 +27,16 @@ Waits::Condition sessionCondition(World &world, const json &request)
     return [&world, count] { return world.sessions == count; };
 }
 
+Waits::Condition faultCondition(World &world, const json &request)
+{
+    const std::string name = textField(request, "fault");
+    const auto kind = findFaultKind(name);
+    if (!kind)
+        throw ControlError("\"" + name + "\" is no kind of fault");
+    const auto count = static_cast<uint64_t>(countField(request, "count", 1));
+    return [&world, kind = *kind, count] { return world.statistics.faults.of(kind) >= count; };
+}
+
 bool matches(const Value &value, const json &wanted, double tolerance)
 {
     if (wanted.is_string())
@@ -60,6 +70,8 @@ Waits::Condition conditionOf(World &world, const json &request)
 {
     if (request.contains("call"))
         return callCondition(world, request);
+    if (request.contains("fault"))
+        return faultCondition(world, request);
     if (request.contains("eventConnections"))
         return connectionCondition(world, request);
     if (request.contains("sessions"))

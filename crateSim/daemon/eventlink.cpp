@@ -2,6 +2,8 @@
 
 #include <spdlog/spdlog.h>
 
+#include "strangeevents.h"
+
 namespace sim::daemon {
 
 namespace {
@@ -14,17 +16,19 @@ constexpr size_t maxInsertions = 256;
 } // namespace
 
 EventLink::EventLink(asio::io_context &context, const Tcp::endpoint &subscriber, int32_t handle,
-                     const Crate &crate, Statistics &statistics, const LinkSettings &settings,
-                     std::function<void()> changed)
+                     const Crate &crate, Statistics &statistics, Faults &faults,
+                     const LinkSettings &settings, std::function<void()> changed)
     : m_subscriber(subscriber),
       m_handle(handle),
       m_crate(crate),
       m_statistics(statistics),
+      m_faults(faults),
       m_settings(settings),
       m_changed(std::move(changed)),
       m_socket(context),
       m_timer(context),
-      m_flags(crate.items().size())
+      m_flags(crate.items().size()),
+      m_streamFaults(statistics.faults)
 {
 }
 
@@ -32,6 +36,8 @@ void EventLink::subscribe(ItemId item)
 {
     if ((m_flags[item] & subscribed) == 0) {
         m_flags[item] |= subscribed;
+        if (m_crate.items().item(item).mode == Mode::None)
+            m_flags[item] |= silent;
         ++m_subscriptionCount;
     }
     makePending(item);
@@ -50,7 +56,7 @@ bool EventLink::unsubscribe(ItemId item)
 
 void EventLink::makePending(ItemId item)
 {
-    if ((m_flags[item] & pending) != 0)
+    if ((m_flags[item] & (pending | silent)) != 0)
         return;
     m_flags[item] |= pending;
     m_pending.push_back(item);
@@ -114,12 +120,18 @@ void EventLink::connected()
     ++m_statistics.eventConnectionsOpened;
     Error ignored;
     m_socket.set_option(Tcp::no_delay(true), ignored);
+    m_socket.non_blocking(true, ignored);
+    m_sending = false;
+    m_halfClosed = false;
+    for (const auto &fault : m_faults.takeForConnection())
+        m_streamFaults.add(fault);
     m_lastSent = Clock::now();
     for (ItemId item = 0; item < m_flags.size(); ++item)
         if (isSubscribed(item))
             makePending(item);
     watchPeer();
     m_changed();
+    applyDueEnd();
     flush();
 }
 
@@ -177,23 +189,87 @@ void EventLink::shutSocket()
     m_socket.close(ignored);
 }
 
+// ---- Faults
+
+void EventLink::orderFault(const ActiveFault &fault)
+{
+    m_streamFaults.add(fault);
+    applyDueEnd();
+}
+
+void EventLink::applyDueEnd()
+{
+    if (!isConnected() || m_halfClosed)
+        return;
+    if (const auto kind = m_streamFaults.takeEnd())
+        endAsOrdered(*kind);
+}
+
+void EventLink::endAsOrdered(FaultKind kind)
+{
+    spdlog::info("{} to {}:{}", faultKindName(kind), m_subscriber.address().to_string(),
+                 m_subscriber.port());
+    Error ignored;
+    if (kind == FaultKind::HalfCloseEvents) {
+        m_halfClosed = true;
+        m_socket.shutdown(Tcp::socket::shutdown_send, ignored);
+        return;
+    }
+    // A socket that does not linger is reset instead of being closed.
+    if (kind == FaultKind::ResetEvents)
+        m_socket.set_option(asio::socket_base::linger(true, 0), ignored);
+    lost();
+}
+
 // ---- Sending
 
 void EventLink::flush()
 {
-    if (m_state != State::Connected || m_sending)
-        return;
+    do {
+        if (m_state != State::Connected || m_sending || m_halfClosed || !fillBuffer())
+            return;
+        m_sending = true;
+        m_written = 0;
+        m_lastSent = Clock::now();
+        write();
+    } while (m_more);
+}
+
+bool EventLink::fillBuffer()
+{
+    if (!m_streamFaults.active().empty() && fillStrangely())
+        return true;
     wire::BatchWriter batch;
     addInsertions(batch);
     addChanges(batch);
     if (batch.count() == 0)
         addKeepAlive(batch);
     if (batch.count() == 0)
-        return;
+        return false;
     m_statistics.eventsSent += batch.count();
     ++m_statistics.batchesSent;
     m_buffer = batch.finish(m_handle);
-    send();
+    return true;
+}
+
+// The truth about the items that were lied about is due with the next batch,
+// which goes out with the next step.
+bool EventLink::fillStrangely()
+{
+    if (const size_t bytes = m_streamFaults.takeGarbage(); bytes > 0) {
+        m_buffer = garbage(bytes);
+        m_more = false;
+        return true;
+    }
+    if (!m_streamFaults.takeStrangeEvents())
+        return false;
+    wire::BatchWriter batch;
+    addStrangeEvents(
+        batch, m_crate.items(), [this](ItemId item) { return m_flags[item] == subscribed; },
+        [this](ItemId item) { makePending(item); });
+    m_more = false;
+    m_buffer = batch.finish(m_handle);
+    return true;
 }
 
 void EventLink::addInsertions(wire::BatchWriter &batch)
@@ -231,23 +307,56 @@ void EventLink::addKeepAlive(wire::BatchWriter &batch)
     ++m_statistics.keepAlivesSent;
 }
 
+// Writes until the socket takes no more, without a turn of the loop in between
+// unless the stream is to be split.
+void EventLink::write()
+{
+    while (m_written < m_buffer.size()) {
+        const size_t piece = m_streamFaults.piece(m_buffer.size() - m_written);
+        Error error;
+        const size_t sent =
+            m_socket.write_some(asio::buffer(m_buffer.data() + m_written, piece), error);
+        if (error == asio::error::would_block)
+            return waitToWrite();
+        if (error)
+            return lost();
+        m_written += sent;
+        m_streamFaults.noteSent(sent);
+        const uint64_t connection = m_connection;
+        applyDueEnd();
+        if (connection != m_connection || m_halfClosed)
+            return;
+        if (m_written < m_buffer.size() && m_streamFaults.isSplit())
+            return writeLater();
+    }
+    m_sending = false;
+    m_streamFaults.noteBatchSent();
+}
+
+void EventLink::waitToWrite()
+{
+    m_socket.async_wait(Tcp::socket::wait_write, [self = shared_from_this(),
+                                                  connection = m_connection](const Error &) {
+        self->goOnWriting(connection);
+    });
+}
+
+void EventLink::writeLater()
+{
+    asio::post(m_socket.get_executor(), [self = shared_from_this(), connection = m_connection] {
+        self->goOnWriting(connection);
+    });
+}
+
 // A batch that was too long for one frame goes on as soon as the first part
 // has left.
-void EventLink::send()
+void EventLink::goOnWriting(uint64_t connection)
 {
-    m_sending = true;
-    m_lastSent = Clock::now();
-    const auto sent = [self = shared_from_this(), connection = m_connection](const Error &error,
-                                                                             size_t) {
-        if (connection != self->m_connection || self->m_state != State::Connected)
-            return;
-        self->m_sending = false;
-        if (error)
-            self->lost();
-        else if (self->m_more)
-            self->flush();
-    };
-    asio::async_write(m_socket, asio::buffer(m_buffer), sent);
+    if (connection != m_connection || m_state != State::Connected || m_halfClosed)
+        return;
+    write();
+    if (m_more)
+        flush();
 }
 
 } // namespace sim::daemon

@@ -17,6 +17,7 @@
 #include "../protocol/events.h"
 #include "net.h"
 #include "statistics.h"
+#include "streamfaults.h"
 
 namespace sim::daemon {
 
@@ -30,7 +31,8 @@ class EventLink : public std::enable_shared_from_this<EventLink> {
 public:
     // changed is called whenever a connection was made or lost.
     EventLink(asio::io_context &context, const Tcp::endpoint &subscriber, int32_t handle,
-              const Crate &crate, Statistics &statistics, const LinkSettings &settings,
+              const Crate &crate, Statistics &statistics, Faults &faults,
+              const LinkSettings &settings,
               std::function<void()> changed);
 
     // The first subscription starts the connection; each one makes the item's
@@ -48,6 +50,11 @@ public:
     // Sends at most one batch, and none while the last one is on its way.
     void flush();
 
+    // Happens to the connection that is open, or that is opened next.
+    void orderFault(const ActiveFault &fault);
+    void clearFaults(std::optional<FaultKind> kind) { m_streamFaults.clear(kind); }
+    const ActiveFaults &activeFaults() const { return m_streamFaults.active(); }
+
     // Closes the connection; it is opened again while there are subscriptions.
     void drop();
     // Closes for good.
@@ -57,6 +64,7 @@ private:
     enum class State : uint8_t { Idle, Connecting, Waiting, Connected, Closed };
     static constexpr uint8_t subscribed = 1;
     static constexpr uint8_t pending = 2;
+    static constexpr uint8_t silent = 4;  // may be subscribed, but has no value to send
 
     void startConnecting();
     void connect();
@@ -68,13 +76,21 @@ private:
     void addInsertions(wire::BatchWriter &batch);
     void addChanges(wire::BatchWriter &batch);
     void addKeepAlive(wire::BatchWriter &batch);
-    void send();
+    bool fillBuffer();
+    bool fillStrangely();
+    void write();
+    void waitToWrite();
+    void writeLater();
+    void goOnWriting(uint64_t connection);
+    void applyDueEnd();
+    void endAsOrdered(FaultKind kind);
     void shutSocket();
 
     const Tcp::endpoint m_subscriber;
     const int32_t m_handle;
     const Crate &m_crate;
     Statistics &m_statistics;
+    Faults &m_faults;
     const LinkSettings m_settings;
     const std::function<void()> m_changed;
 
@@ -90,8 +106,11 @@ private:
     size_t m_subscriptionCount = 0;
     std::vector<ItemId> m_pending;
     std::vector<int32_t> m_insertions;
+    StreamFaults m_streamFaults;
     std::string m_buffer;   // the batch on its way
+    size_t m_written = 0;   // bytes of it that the socket has taken
     bool m_sending = false;
+    bool m_halfClosed = false;
     bool m_more = false;    // the batch on its way had no room for everything
 };
 

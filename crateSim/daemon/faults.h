@@ -1,58 +1,78 @@
-// Misbehaviour ordered through the control port.
+// The misbehaviour that is ordered and still to come, as far as it is not tied
+// to an event connection, and how often each kind has been applied.
 #pragma once
 
+#include <array>
+#include <chrono>
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <optional>
+#include <vector>
 
-#include "../protocol/operations.h"
+#include "../description/faultorder.h"
 
 namespace sim::daemon {
 
-class Faults {
+// An order counts itself down: what it holds is what is left of it.
+struct ActiveFault {
+    uint64_t number;  // tells orders apart that are alike
+    FaultOrder order;
+};
+
+using ActiveFaults = std::vector<ActiveFault>;
+
+// Takes away one application of those that are left, and with the last one the
+// order; returns the order that follows.
+ActiveFaults::iterator useUp(ActiveFaults &faults, ActiveFaults::iterator fault);
+
+// No kind: all of them.
+void clearFaults(ActiveFaults &faults, std::optional<FaultKind> kind);
+
+// Whether a fault of that kind happens to event connections, and whether it
+// then happens to each one there will ever be.
+bool isOfEvents(FaultKind kind);
+bool isOfAllConnections(const FaultOrder &order);
+
+class FaultCounts {
 public:
-    void refuseLogins(uint32_t count) { m_refusals = count; }
-    bool takeRefusal() { return m_refusals > 0 && m_refusals-- > 0; }
-
-    // The next calls of the operation, after letting some pass, answer with
-    // the code.
-    void fail(wire::Operation operation, int32_t code, uint32_t count, uint32_t after)
-    {
-        m_failures[operation] = {code, count, after};
-    }
-
-    // The code with which this call has to fail, if it has to.
-    std::optional<int32_t> takeFailure(wire::Operation operation)
-    {
-        const auto found = m_failures.find(operation);
-        if (found == m_failures.end())
-            return std::nullopt;
-        Failure &failure = found->second;
-        if (failure.after > 0) {
-            --failure.after;
-            return std::nullopt;
-        }
-        const int32_t code = failure.code;
-        if (failure.count <= 1)
-            m_failures.erase(found);
-        else
-            --failure.count;
-        return code;
-    }
-
-    void hang(bool on) { m_hanging = on; }
-    bool isHanging() const { return m_hanging; }
+    void add(FaultKind kind) { ++m_counts[static_cast<size_t>(kind)]; }
+    uint64_t of(FaultKind kind) const { return m_counts[static_cast<size_t>(kind)]; }
 
 private:
-    struct Failure {
-        int32_t code;
-        uint32_t count;
-        uint32_t after;
-    };
+    std::array<uint64_t, static_cast<size_t>(FaultKind::Count_)> m_counts{};
+};
 
-    uint32_t m_refusals = 0;
-    std::map<wire::Operation, Failure> m_failures;
-    bool m_hanging = false;
+// What a call has to suffer; decided when it arrives.
+struct CallFault {
+    std::chrono::milliseconds delay{0};
+    bool hangs = false;
+    std::optional<int32_t> code;  // fails with it and is not carried out
+};
+
+// Whatever is taken counts and is used up.
+class Faults {
+public:
+    explicit Faults(FaultCounts &counts) : m_counts(counts) {}
+
+    void add(const ActiveFault &fault) { m_active.push_back(fault); }
+    void clear(std::optional<FaultKind> kind) { clearFaults(m_active, kind); }
+    const ActiveFaults &active() const { return m_active; }
+    bool none() const { return m_active.empty(); }
+
+    bool takeRefusal();
+    CallFault takeCall(wire::Operation operation);
+    // The way in which an answer has to be broken, of those that are possible.
+    using Possible = std::function<bool(FaultAnswer)>;
+    std::optional<FaultAnswer> takeAnswer(wire::Operation operation, const Possible &possible);
+    // What waits for an event connection; not counted yet.
+    ActiveFaults takeForConnection();
+
+private:
+    using Meant = std::function<bool(const FaultOrder &)>;
+    std::optional<FaultOrder> take(FaultKind kind, const Meant &meant);
+
+    FaultCounts &m_counts;
+    ActiveFaults m_active;
 };
 
 } // namespace sim::daemon

@@ -23,6 +23,8 @@ Server::Server(CrateDescription description, const ServerSettings &settings)
     listen(settings);
     m_world.onRelease = [this] { resumeSessions(); };
     openControl(settings);
+    for (const auto &fault : settings.faults)
+        m_world.orderFault(fault);
     accept();
     m_timer.expires_after(m_tick);
     tick();

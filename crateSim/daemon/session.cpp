@@ -17,7 +17,8 @@ Tcp::endpoint peerOf(const Tcp::socket &socket)
 } // namespace
 
 Session::Session(asio::io_context &context, Tcp::socket socket, World &world)
-    : m_context(context), m_socket(std::move(socket)), m_world(world), m_peer(peerOf(m_socket))
+    : m_context(context), m_socket(std::move(socket)), m_world(world),
+      m_peer(peerOf(m_socket)), m_delay(context)
 {
     ++m_world.sessions;
 }
@@ -59,10 +60,23 @@ void Session::handlePayload()
 {
     if (m_closed)
         return;
-    if (m_world.faults.isHanging())
-        return hold();
     try {
-        write(answerCall(*this, m_payload));
+        m_fault = m_world.faults.none() ? CallFault() : takeCallFault(m_world.faults, m_payload);
+    } catch (const std::exception &error) {
+        return fail(error.what());
+    }
+    if (m_fault.hangs)
+        hold();
+    else if (m_fault.delay.count() > 0)
+        delay();
+    else
+        carryOut();
+}
+
+void Session::carryOut()
+{
+    try {
+        write(answerCall(*this, m_payload, m_fault.code));
     } catch (const std::exception &error) {
         fail(error.what());
     }
@@ -72,21 +86,36 @@ void Session::handlePayload()
 void Session::hold()
 {
     m_held = true;
-    m_socket.async_wait(Tcp::socket::wait_read, [self = shared_from_this()](const Error &error) {
+    m_world.notify();
+    m_socket.async_wait(Tcp::socket::wait_read, [self = shared_from_this(),
+                                                 number = ++m_holds](const Error &error) {
         Error readError;
-        if (self->m_held && (error || self->m_socket.available(readError) == 0)) {
+        const bool waits = self->m_held && self->m_holds == number;
+        if (waits && (error || self->m_socket.available(readError) == 0)) {
             self->m_held = false;
             self->close();
         }
     });
 }
 
+void Session::delay()
+{
+    hold();
+    m_delay.expires_after(m_fault.delay);
+    m_delay.async_wait([self = shared_from_this(), number = m_holds](const Error &error) {
+        if (error || !self->m_held || self->m_holds != number)
+            return;
+        self->m_held = false;
+        self->carryOut();
+    });
+}
+
 void Session::resume()
 {
-    if (!m_held)
+    if (!m_held || !m_fault.hangs)
         return;
     m_held = false;
-    handlePayload();
+    carryOut();
 }
 
 void Session::write(std::string frame)
@@ -119,6 +148,7 @@ void Session::close()
                      m_peer.port());
     m_loggedIn = false;
     logout();
+    m_delay.cancel();
     Error ignored;
     m_socket.close(ignored);
     m_world.notify();

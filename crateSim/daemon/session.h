@@ -18,7 +18,7 @@ public:
 
     void start();
     bool isClosed() const { return m_closed; }
-    // Answers a call that was held back.
+    // Answers a call that hangs.
     void resume();
     void close();
 
@@ -37,7 +37,9 @@ private:
     void readHeader();
     void readPayload(uint32_t length);
     void handlePayload();
+    void carryOut();
     void hold();
+    void delay();
     void write(std::string frame);
     void fail(const char *reason);
 
@@ -48,7 +50,10 @@ private:
     wire::Header m_header{};
     std::string m_payload;
     std::string m_answer;
-    bool m_held = false;
+    CallFault m_fault;      // of the call that is under way
+    asio::steady_timer m_delay;
+    bool m_held = false;    // the call waits, delayed or hanging
+    uint64_t m_holds = 0;   // tells late completions of an older wait
     bool m_closed = false;
     bool m_loggedIn = false;
     bool m_ending = false;  // logged out: the answer is the last thing sent

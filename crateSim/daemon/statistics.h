@@ -7,6 +7,7 @@
 #include <string>
 
 #include "../protocol/operations.h"
+#include "faults.h"
 
 namespace sim::daemon {
 
@@ -32,6 +33,7 @@ public:
     uint64_t sessionsAccepted = 0;
     uint64_t loginsRefused = 0;
     uint64_t badFrames = 0;
+    FaultCounts faults;
 
 private:
     static size_t index(wire::Operation operation) { return static_cast<size_t>(operation); }

@@ -1,6 +1,10 @@
 #include "world.h"
 
 #include <algorithm>
+#include <map>
+#include <stdexcept>
+
+#include "brokenanswers.h"
 
 namespace sim::daemon {
 
@@ -41,7 +45,7 @@ std::shared_ptr<EventLink> World::openLink(asio::io_context &context,
                                            const Tcp::endpoint &subscriber, int32_t handle)
 {
     m_links.push_back(std::make_shared<EventLink>(context, subscriber, handle, crate, statistics,
-                                                  m_linkSettings, [this] { notify(); }));
+                                                  faults, m_linkSettings, [this] { notify(); }));
     return m_links.back();
 }
 
@@ -55,6 +59,49 @@ size_t World::connectedLinks() const
 {
     return static_cast<size_t>(std::count_if(m_links.begin(), m_links.end(),
                                              [](const auto &link) { return link->isConnected(); }));
+}
+
+void World::orderFault(const FaultOrder &order)
+{
+    if (order.kind == FaultKind::Answer && order.operation
+        && !canBreak(order.answer, *order.operation))
+        throw std::invalid_argument("no answer of \""
+                                    + std::string(faultOperationName(order.operation))
+                                    + "\" can be broken that way");
+    const ActiveFault fault{++m_faultsOrdered, order};
+    if (!isOfEvents(order.kind) || isOfAllConnections(order) || connectedLinks() == 0)
+        faults.add(fault);
+    if (!isOfEvents(order.kind))
+        return;
+    // An order may end a connection at once; the list stays as it is.
+    for (const auto &link : m_links)
+        if (link->isConnected())
+            link->orderFault(fault);
+}
+
+void World::clearFaults(std::optional<FaultKind> kind)
+{
+    faults.clear(kind);
+    for (const auto &link : m_links)
+        link->clearFaults(kind);
+    if (onRelease && kind.value_or(FaultKind::Hang) == FaultKind::Hang)
+        onRelease();
+}
+
+std::vector<FaultOrder> World::activeFaults() const
+{
+    std::map<uint64_t, FaultOrder> found;
+    const auto add = [&found](const ActiveFaults &active) {
+        for (const auto &[number, order] : active)
+            found.emplace(number, order);
+    };
+    add(faults.active());
+    for (const auto &link : m_links)
+        add(link->activeFaults());
+    std::vector<FaultOrder> orders;
+    for (const auto &[number, order] : found)
+        orders.push_back(order);
+    return orders;
 }
 
 void World::notify()

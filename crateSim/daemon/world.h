@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "../model/crate.h"
@@ -36,13 +37,23 @@ public:
     const std::vector<std::shared_ptr<EventLink>> &openLinks() const { return m_links; }
     size_t connectedLinks() const;
 
+    // What is ordered for event connections happens to those that are open, and
+    // while there is none to the next one. Throws std::invalid_argument when it
+    // could never happen.
+    void orderFault(const FaultOrder &order);
+    // No kind: all of them. Calls that hang go on when hanging is no longer
+    // ordered.
+    void clearFaults(std::optional<FaultKind> kind);
+    // What is left of the orders, in their order.
+    std::vector<FaultOrder> activeFaults() const;
+
     // Tells who waits that something may have happened.
     void notify();
 
     Crate crate;
     CrateClock clock;
     Statistics statistics;
-    Faults faults;
+    Faults faults{statistics.faults};
     size_t sessions = 0;
     std::function<void()> onChange;
     std::function<void()> onRelease;  // calls may be answered again
@@ -52,6 +63,7 @@ private:
 
     const LinkSettings m_linkSettings;
     std::vector<std::shared_ptr<EventLink>> m_links;
+    uint64_t m_faultsOrdered = 0;
 };
 
 } // namespace sim::daemon

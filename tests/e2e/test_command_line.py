@@ -71,7 +71,7 @@ CRATES = {
 def _closed_crate(shared):
     """Takes connections on every address and lets nobody in."""
     shared.the_crate = shared.crate(address="0.0.0.0")
-    shared.the_crate.control("refuse-logins", count=1000000)
+    shared.the_crate.fault("refuse-logins", count=1000000)
     return shared
 
 

@@ -47,7 +47,7 @@ def test_server_outlives_its_crate(running):
 
 
 def test_hanging_crate_delays_writes_only(running):
-    running.the_crate.control("hang")
+    running.the_crate.hang()
     put = running.world.start("writer", running.clients.command("pvput", RECORD, "7"))
     put.stdout.wait_for("^Old")
     for _ in range(3):
@@ -63,10 +63,10 @@ def test_hanging_crate_delays_writes_only(running):
 
 
 def test_crate_that_answers_late_is_waited_for(running):
-    running.the_crate.control("hang")
+    running.the_crate.hang()
     put = running.world.start("writer", running.clients.command("pvput", RECORD, "7"))
     put.stdout.wait_for("^Old")
-    running.the_crate.control("hang", on=False)
+    running.the_crate.release()
     assert put.wait() == 0
     assert running.the_crate.get("VSet", 0, 0) == 7
 
@@ -84,7 +84,7 @@ def test_crate_killed_while_the_tree_is_built(site):
 
 def test_crate_killed_while_its_refusals_are_retried(site):
     crate = site.crate()
-    crate.control("fail", operation="VEXAHV_GetChParamProp", code=5, count=2000000000, after=100)
+    crate.fault("fail", operation="VEXAHV_GetChParamProp", code=5, count=0, after=100)
     ioc = site.ioc("-D", "1")
     line = r"^Error fetching \[\d+:\d+:[^]]+\] properties$"
     ioc.stdout.wait_for(line)
@@ -97,7 +97,7 @@ def test_crate_killed_while_its_refusals_are_retried(site):
 
 def test_crate_killed_while_a_boards_refusals_are_retried(site):
     crate = site.crate()
-    crate.control("fail", operation="VEXAHV_GetBdParamProp", code=5, count=2000000000)
+    crate.fault("fail", operation="VEXAHV_GetBdParamProp", code=5, count=0)
     ioc = site.ioc("-D", "1")
     line = r"^Error fetching \[\d+:[^]]+\] properties$"
     ioc.stdout.wait_for(line)
@@ -119,7 +119,7 @@ def test_crate_killed_between_the_subscriptions(site):
 
 
 def test_crate_killed_while_the_server_ends(running):
-    running.the_crate.control("hang")
+    running.the_crate.hang()
     running.the_ioc.send(signal.SIGTERM)
     running.the_ioc.stdout.wait_for("^Shutting down crate$")
     running.the_crate.kill()
@@ -150,7 +150,7 @@ FAILING = {
 def test_part_that_cannot_be_read_is_left_out_and_the_rest_served(site, part):
     operation, missing = FAILING[part]
     crate = site.crate()
-    crate.control("fail", operation=operation, code=5)
+    crate.fault("fail", operation=operation, code=5)
     site.ioc().wait_running()
     database = site.world.read("/tmp/ZANTO.db")
     for name in missing:
@@ -162,7 +162,7 @@ def test_part_that_cannot_be_read_is_left_out_and_the_rest_served(site, part):
 
 def test_refused_subscription_leaves_values_from_the_start(site):
     crate = site.crate()
-    crate.control("fail", operation="VEXAHV_SubscribeBoardParams", code=5)
+    crate.fault("fail", operation="VEXAHV_SubscribeBoardParams", code=5)
     ioc = site.ioc("-D", "1").wait_running()
     assert "Error subscribing board [0] parameters: [BdStatus][HVMax]" in ioc.stdout.text
     crate.wait(eventConnections=1)

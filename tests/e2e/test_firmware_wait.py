@@ -39,7 +39,7 @@ def test_host_that_is_no_address_is_waited_for(site):
 
 def test_firmware_probe_is_no_login(site):
     crate = site.crate()
-    crate.control("refuse-logins", count=1)
+    crate.fault("refuse-logins", count=1)
     assert site.ioc().wait() == 0
     seen = crate.statistics(log=10)
     assert seen["sessionsAccepted"] == 2

@@ -61,7 +61,7 @@ def test_signal_leaves_the_terminal_as_it_was(terminal, number):
 
 
 def test_signal_while_leaving_does_not_end_it_twice(terminal):
-    terminal.crate.control("hang")
+    terminal.crate.hang()
     terminal.type("exit")
     terminal.expect("Shutting down crate")
     terminal.kill_by(signal.SIGTERM)

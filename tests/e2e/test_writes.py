@@ -123,7 +123,7 @@ def test_rejected_write_fails_and_the_next_event_restores_the_value(live, put, s
     slot, channel = 15, slot_channel[1]
     record = f"ZC16:{slot}:{channel:03d}:ISet"
     before = live.clients.caget(f"{record}:RBV")
-    live.the_crate.control("fail", operation="VEXAHV_SetChParam", code=9)
+    live.the_crate.fault("fail", operation="VEXAHV_SetChParam", code=9)
     assert put(record, "42") != ""
     assert live.the_crate.get("ISet", slot, channel) == float(before)
     # The tree kept the old value, the client's stays in the set-point until the crate speaks.
@@ -153,7 +153,7 @@ def test_write_beyond_the_crates_limit_is_told(live):
 
 
 def test_a_write_after_a_rejected_one_goes_through(live):
-    live.the_crate.control("fail", operation="VEXAHV_SetBdParam", code=3)
+    live.the_crate.fault("fail", operation="VEXAHV_SetBdParam", code=3)
     assert live.clients.caput("ZC16:07:AlarmMsk", "1") != ""
     assert live.clients.caput("ZC16:07:AlarmMsk", "2") == ""
     assert live.the_crate.get("AlarmMsk", 7) == 2

@@ -61,6 +61,20 @@ class Crate:
         """For a call (and its count), eventConnections, sessions, or an item's value."""
         self.control("wait", **{"timeout": WATCHDOG, **fields})
 
+    def fault(self, kind, **fields):
+        self.control("fault", kind=kind, **fields)
+
+    def hang(self):
+        """No call gets an answer until the release."""
+        self.fault("hang", operation="any", count=0)
+
+    def release(self):
+        self.control("clear-faults", kind="hang")
+
+    def faults_applied(self):
+        """How often, by kind."""
+        return self.statistics()["faults"]
+
     def kill(self):
         self.process.kill()
 

@@ -47,9 +47,18 @@ TEST_F(ControlTest, ErrorsSayWhatIsWrong)
                 HasSubstr("text"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"set","name":"FanTrim","value":1e300})"),
                 HasSubstr("range"));
-    EXPECT_THAT(control.errorOf(R"({"cmd":"fail","operation":"Dance"})"), HasSubstr("Dance"));
-    EXPECT_THAT(control.errorOf(R"({"cmd":"fail","operation":"VEXAHV_ExecComm","code":0})"),
+    EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"fail","operation":"Dance"})"), HasSubstr("Dance"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"fail","operation":"any","code":0})"),
                 HasSubstr("code"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"drop-events","colour":"red"})"),
+                HasSubstr("colour"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"drop-events","offset":[1]})"),
+                HasSubstr("offset"));
+    EXPECT_THAT(control.errorOf(
+                    R"({"cmd":"fault","kind":"answer","operation":"ExecComm","answer":"no-nul"})"),
+                HasSubstr("ExecComm"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"clear-faults","kind":"weather"})"),
+                HasSubstr("weather"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"condition","slot":0,"channel":0,"bit":1})"),
                 HasSubstr("bit"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"wait","slot":0,"channel":0,"name":"VSet"})"),
@@ -100,7 +109,8 @@ TEST_F(ControlTest, WaitsForACallAndAnEventConnection)
     EXPECT_EQ(subscribers[0]["port"], static_cast<uint16_t>(receiver.port()));
     EXPECT_EQ(subscribers[0]["items"],
               Json::parse(R"([{"slot":0,"channel":-1,"name":"Temp"}])"));
-    EXPECT_EQ(control.ask({{"cmd", "drop-events"}})["dropped"], 1);
+    control.ask({{"cmd", "fault"}, {"kind", "drop-events"}});
+    EXPECT_EQ(control.ask({{"cmd", "statistics"}})["faults"], Json({{"drop-events", 1}}));
 }
 
 TEST_F(ControlTest, TripsConditionsAndBoards)
@@ -125,17 +135,22 @@ TEST_F(ControlTest, TripsConditionsAndBoards)
 
 TEST_F(ControlTest, RefusesAndFailsAndHangs)
 {
-    control.ask({{"cmd", "refuse-logins"}, {"count", 1}});
+    control.ask({{"cmd", "fault"}, {"kind", "refuse-logins"}});
     EXPECT_NE(Login(crate).result, 0);
     const Login login(crate);
     ASSERT_EQ(login.result, 0);
-    control.ask({{"cmd", "fail"}, {"operation", "VEXAHV_ExecComm"}, {"code", -8}});
+    control.ask({{"cmd", "fault"}, {"kind", "fail"}, {"operation", "VEXAHV_ExecComm"},
+                 {"code", -8}});
     EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), -8);
-    control.ask({{"cmd", "hang"}});
+    control.ask({{"cmd", "fault"}, {"kind", "hang"}, {"operation", "any"}});
     auto call =
         std::async(std::launch::async, [&] { return VEXAHV_ExecComm(login.handle, "Kill"); });
-    control.ask({{"cmd", "hang"}, {"on", false}});
+    EXPECT_EQ(control.ask({{"cmd", "wait"}, {"fault", "hang"}})["ok"], true);
+    control.ask({{"cmd", "clear-faults"}});
     EXPECT_EQ(call.get(), 0);
+    const Json answer = control.ask({{"cmd", "faults"}});
+    EXPECT_EQ(answer["active"], Json::array());
+    EXPECT_EQ(answer["counts"], Json({{"refuse-logins", 1}, {"fail", 1}, {"hang", 1}}));
 }
 
 TEST_F(ControlTest, SocketFileOfARunningCrateIsKept)

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include "accesslib/session.h"
-#include "daemon/faults.h"
 #include "runningCrate.h"
 
 using namespace crateTest;
@@ -77,7 +76,7 @@ TEST(LibraryLogin, WrongPasswordIsRefused)
 TEST(LibraryLogin, RefusalsCanBeOrdered)
 {
     RunningCrate crate;
-    crate.on([](auto &world) { world.faults.refuseLogins(2); return 0; });
+    crate.order({{"kind", "refuse-logins"}, {"count", 2}});
     EXPECT_NE(Login(crate).result, 0);
     EXPECT_NE(Login(crate).result, 0);
     EXPECT_EQ(Login(crate).result, 0);
@@ -325,37 +324,13 @@ TEST_F(LibraryTest, CommandsAreExecuted)
     EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Nothing"), code(Result::NoCommand));
 }
 
-TEST_F(LibraryTest, OrderedFailuresHaveTheirCodeAndNumber)
-{
-    crate.on([](auto &world) { world.faults.fail(Operation::ExecComm, -42, 2, 1); return 0; });
-    EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), 0);
-    EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), -42);
-    EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), -42);
-    EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), 0);
-    EXPECT_EQ(crate.on([](auto &world) { return world.statistics.failures(Operation::ExecComm); }),
-              2u);
-}
-
 TEST_F(LibraryTest, HungCrateFailsInTimeAndForGood)
 {
-    crate.on([](auto &world) { world.faults.hang(true); return 0; });
+    crate.order({{"kind", "hang"}, {"operation", "any"}});
     sim::accesslib::tuning().timeout = std::chrono::milliseconds(50);
     EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), sim::accesslib::failure::timedOut);
     sim::accesslib::tuning().timeout = std::chrono::hours(1);
     EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), sim::accesslib::failure::connectionLost);
-}
-
-TEST_F(LibraryTest, HeldCallsAreAnsweredOnRelease)
-{
-    crate.on([](auto &world) { world.faults.hang(true); return 0; });
-    auto call = std::async(std::launch::async,
-                           [&] { return VEXAHV_ExecComm(login.handle, "Kill"); });
-    crate.on([](auto &world) {
-        world.faults.hang(false);
-        world.onRelease();
-        return 0;
-    });
-    EXPECT_EQ(call.get(), 0);
 }
 
 TEST_F(LibraryTest, ThreadsShareASession)

@@ -39,6 +39,22 @@ RunningCrate::~RunningCrate()
     m_thread.join();
 }
 
+void RunningCrate::order(const sim::FaultFields &fields)
+{
+    std::vector<sim::FaultProblem> problems;
+    const auto read = sim::readFaultOrder(fields, problems);
+    ASSERT_TRUE(read) << problems.front().text;
+    on([&](auto &world) {
+        world.orderFault(*read);
+        return 0;
+    });
+}
+
+uint64_t RunningCrate::applied(sim::FaultKind kind)
+{
+    return on([kind](auto &world) { return world.statistics.faults.of(kind); });
+}
+
 Login::Login(const RunningCrate &crate, const char *user, const char *password)
 {
     result = VEXAHV_InitSystem(VEXAHV_SYSTEM_MAINFRAME, VEXAHV_LINK_TCPIP,
@@ -86,16 +102,21 @@ EventReceiver::EventReceiver()
 EventReceiver::~EventReceiver()
 {
     close(m_listener);
+    hangUp();
+}
+
+void EventReceiver::hangUp()
+{
     if (m_socket >= 0)
         close(m_socket);
+    m_socket = -1;
 }
 
 bool EventReceiver::accept()
 {
     if (!isReadable(m_listener))
         return false;
-    if (m_socket >= 0)
-        close(m_socket);
+    hangUp();
     m_socket = ::accept(m_listener, nullptr, nullptr);
     return m_socket >= 0;
 }

@@ -38,6 +38,10 @@ public:
         return result.get();
     }
 
+    // Orders misbehaviour by the fields of the order.
+    void order(const sim::FaultFields &fields);
+    uint64_t applied(sim::FaultKind kind);
+
 private:
     const sim::daemon::ServerSettings m_settings;
     std::unique_ptr<sim::daemon::Server> m_server;
@@ -85,6 +89,9 @@ public:
     bool waitFor(const std::string &name, const std::function<bool(const SeenEvent &)> &condition);
     // True once the crate has closed the connection.
     bool isClosed();
+    // The connection that was accepted last; stays with the receiver.
+    int descriptor() const { return m_socket; }
+    void hangUp();
 
 private:
     int m_listener = -1;
