@@ -24,7 +24,6 @@ struct ServerSettings {
     uint64_t seed = 1;
     std::vector<FaultOrder> faults;    // in force from the start
     LinkSettings links;
-    std::vector<FaultOrder> faults;    // ordered from the start
 };
 
 class Server {
