@@ -44,7 +44,8 @@ json itemJson(const ItemStore &items, ItemId id)
     if (item.parameter == nullptr)
         return shown;
     shown["unit"] = unitSymbol(item.parameter->unit, item.parameter->exponent);
-    shown["role"] = wordOf(item.parameter->role);
+    if (item.parameter->role != Role::None)
+        shown["role"] = wordOf(item.parameter->role);
     if (item.parameter->type == ParamType::Numeric)
         shown["decimals"] = item.parameter->decimals;
     if (item.parameter->type == ParamType::OnOff)

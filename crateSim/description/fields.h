@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "../model/value.h"
-#include "words.h"
+#include "../model/words.h"
 #include "yamltree.h"
 
 namespace sim {

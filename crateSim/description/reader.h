@@ -8,6 +8,7 @@
 #include "../model/description.h"
 #include "faultorder.h"
 #include "fields.h"
+#include "usual.h"
 
 namespace sim {
 

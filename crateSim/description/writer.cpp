@@ -5,11 +5,12 @@
 #include <charconv>
 #include <cmath>
 
+#include "../model/words.h"
 #include "channelnames.h"
 #include "channelset.h"
 #include "cratefile.h"
 #include "scalartext.h"
-#include "words.h"
+#include "usual.h"
 
 namespace sim {
 

@@ -1,33 +1,50 @@
 #include "words.h"
 
+#include <iterator>
+
 namespace sim {
 
 namespace {
 
-template <size_t size, class Code>
-std::string_view wordAt(const std::array<std::string_view, size> &words, Code code)
-{
-    const auto index = static_cast<size_t>(code);
-    return index < size ? words[index] : std::string_view();
-}
-
-constexpr std::array<std::string_view, 7> paramTypes = {
-    "numeric", "on-off", "channel-status", "board-status", "integer", "text", "enumeration",
-};
-
-constexpr std::array<std::string_view, 7> propertyTypes = {
-    "text", "real", "uint16", "uint32", "int16", "int32", "boolean",
-};
-
-constexpr std::array<std::string_view, 4> modes = {"read", "write", "read-write", "none"};
-
-struct RoleWord {
-    Role role;
+template <class Code>
+struct Row {
+    Code code;
     std::string_view word;
 };
 
-constexpr RoleWord roles[] = {
-    {Role::None, ""},
+constexpr Row<ParamType> paramTypes[] = {
+    {ParamType::Numeric, "numeric"},
+    {ParamType::OnOff, "on-off"},
+    {ParamType::ChannelStatus, "channel-status"},
+    {ParamType::BoardStatus, "board-status"},
+    {ParamType::Integer, "integer"},
+    {ParamType::Text, "text"},
+    {ParamType::Enumeration, "enumeration"},
+};
+
+constexpr Row<Mode> modes[] = {
+    {Mode::Read, "read"},
+    {Mode::Write, "write"},
+    {Mode::ReadWrite, "read-write"},
+    {Mode::None, "none"},
+};
+
+constexpr Row<Unit> units[] = {
+    {Unit::None, "none"},
+    {Unit::Ampere, "ampere"},
+    {Unit::Volt, "volt"},
+    {Unit::Watt, "watt"},
+    {Unit::Celsius, "celsius"},
+    {Unit::Hertz, "hertz"},
+    {Unit::Bar, "bar"},
+    {Unit::VoltPerSecond, "volt-per-second"},
+    {Unit::Second, "second"},
+    {Unit::Rpm, "rpm"},
+    {Unit::Count, "count"},
+};
+
+constexpr Row<Role> roles[] = {
+    {Role::None, "none"},
     {Role::VoltageSet, "voltage-set"},
     {Role::CurrentSet, "current-set"},
     {Role::RampUp, "ramp-up"},
@@ -47,39 +64,83 @@ constexpr RoleWord roles[] = {
     {Role::BoardVoltageLimit, "board-voltage-limit"},
     {Role::BoardEnable, "board-enable"},
 };
+static_assert(std::size(roles) == static_cast<size_t>(Role::Count_), "a role without a word");
 
-constexpr bool hasEveryRole()
-{
-    size_t index = 0;
-    for (const auto &[role, word] : roles)
-        if (static_cast<size_t>(role) != index++)
-            return false;
-    return index == static_cast<size_t>(Role::Count_);
-}
+constexpr Row<PropertyType> propertyTypes[] = {
+    {PropertyType::Text, "text"},
+    {PropertyType::Real, "real"},
+    {PropertyType::UInt16, "uint16"},
+    {PropertyType::UInt32, "uint32"},
+    {PropertyType::Int16, "int16"},
+    {PropertyType::Int32, "int32"},
+    {PropertyType::Boolean, "boolean"},
+};
 
-static_assert(hasEveryRole(), "a word for each role, in their order");
+constexpr Row<PropertyRole> propertyRoles[] = {
+    {PropertyRole::None, "none"},
+    {PropertyRole::HostAddress, "host-address"},
+    {PropertyRole::OutputPower, "output-power"},
+    {PropertyRole::UptimeMinutes, "uptime-minutes"},
+    {PropertyRole::TripCount, "trip-count"},
+};
+
+constexpr Row<Action> actions[] = {
+    {Action::None, "none"},
+    {Action::KillAll, "kill-all"},
+    {Action::SwitchAllOff, "switch-all-off"},
+    {Action::ClearAlarms, "clear-alarms"},
+};
+
+const auto &tableOf(ParamType) { return paramTypes; }
+const auto &tableOf(Mode) { return modes; }
+const auto &tableOf(Unit) { return units; }
+const auto &tableOf(Role) { return roles; }
+const auto &tableOf(PropertyType) { return propertyTypes; }
+const auto &tableOf(PropertyRole) { return propertyRoles; }
+const auto &tableOf(Action) { return actions; }
 
 } // namespace
 
-std::string_view wordOf(ParamType type)
+template <class Code>
+std::string_view wordOf(Code code)
 {
-    return wordAt(paramTypes, type);
+    for (const auto &row : tableOf(code))
+        if (row.code == code)
+            return row.word;
+    return {};
 }
 
-std::string_view wordOf(PropertyType type)
+template <class Code>
+std::optional<Code> findWord(std::string_view word)
 {
-    return wordAt(propertyTypes, type);
+    for (const auto &row : tableOf(Code()))
+        if (row.word == word)
+            return row.code;
+    return std::nullopt;
 }
 
-std::string_view wordOf(Mode mode)
+template <class Code>
+std::string allWords()
 {
-    return wordAt(modes, mode);
+    std::string all;
+    for (const auto &row : tableOf(Code()))
+        all.append(all.empty() ? "" : ", ").append(row.word);
+    return all;
 }
 
-std::string_view wordOf(Role role)
-{
-    const auto index = static_cast<size_t>(role);
-    return index < std::size(roles) ? roles[index].word : std::string_view();
-}
+#define INSTANTIATE(Code)                                          \
+    template std::string_view wordOf(Code);                        \
+    template std::optional<Code> findWord<Code>(std::string_view); \
+    template std::string allWords<Code>();
+
+INSTANTIATE(ParamType)
+INSTANTIATE(Mode)
+INSTANTIATE(Unit)
+INSTANTIATE(Role)
+INSTANTIATE(PropertyType)
+INSTANTIATE(PropertyRole)
+INSTANTIATE(Action)
+
+#undef INSTANTIATE
 
 } // namespace sim

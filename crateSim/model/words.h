@@ -1,9 +1,11 @@
-// The words by which people know the codes of parameters and the bits of the
-// status words.
+// The words by which people know the codes of a crate and the bits of the status
+// words: in descriptions, at the control port.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "codes.h"
@@ -11,11 +13,15 @@
 
 namespace sim {
 
-std::string_view wordOf(ParamType type);
-std::string_view wordOf(PropertyType type);
-std::string_view wordOf(Mode mode);
-// Empty for a parameter that is a plain store.
-std::string_view wordOf(Role role);
+// One table for each of ParamType, Mode, Unit, Role, PropertyType, PropertyRole
+// and Action; there is no other instance. Codes without a word give an empty one.
+template <class Code>
+std::string_view wordOf(Code code);
+template <class Code>
+std::optional<Code> findWord(std::string_view word);
+// All of them, separated by commas, for messages.
+template <class Code>
+std::string allWords();
 
 struct StatusWord {
     uint32_t bit;

@@ -8,7 +8,7 @@
 
 #include "crateEquality.h"
 #include "description/channelnames.h"
-#include "description/words.h"
+#include "description/usual.h"
 #include "model/defaultcrate.h"
 
 using namespace sim;
