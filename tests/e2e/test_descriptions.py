@@ -1,0 +1,89 @@
+"""Crate descriptions: checked, printed, and served."""
+
+import pytest
+
+from harness import places
+
+CRATES = places.top() / "crateSim/crates"
+EXAMPLES = {"small": "1 board, 8 channels", "full": "16 boards, 768 channels",
+            "detector": "7 boards, 180 channels", "odd": "3 boards, 10 channels"}
+
+
+@pytest.fixture(name="zantocrate")
+def _zantocrate(shared):
+    def run(*args):
+        return shared.world.run([places.program("zantocrate"), *args])
+    return run
+
+
+@pytest.mark.parametrize("name", EXAMPLES)
+def test_check_passes_the_examples(zantocrate, name):
+    path = CRATES / f"{name}.yaml"
+    done = zantocrate("--check", path)
+    assert (done.stdout, done.stderr, done.returncode) == (
+        f"{path}: in order: {EXAMPLES[name]}\n", "", 0)
+
+
+def test_check_says_what_is_wrong_and_where(zantocrate, shared):
+    text = (CRATES / "small.yaml").read_text(encoding="utf-8")
+    lines = text.splitlines()
+    slot = next(n for n, line in enumerate(lines, 1) if line == "  - slot: 0")
+    role = next(n for n, line in enumerate(lines, 1) if "role: voltage-set" in line)
+    lines[slot - 1] = "  - slot: 9"
+    lines[role - 1] = lines[role - 1].replace("maximum: 3000", "maximum: -1")
+    path = "/tmp/wrong.yaml"
+    shared.world.path(path).write_text("\n".join(lines) + "\n", encoding="utf-8")
+    findings = [
+        f'{path}:{role}: model "ZA08P", channel parameter "VSet": limits are reversed',
+        f"{path}:{slot}: slot 9 does not exist, the crate has 4"]
+    for options in (["--check", path], [path]):
+        done = zantocrate(*options)
+        assert (done.stdout, done.stderr.splitlines(), done.returncode) == ("", findings, 1)
+
+
+def test_check_of_no_file(zantocrate):
+    done = zantocrate("--check", "/tmp/nothing.yaml")
+    assert (done.stdout, done.stderr, done.returncode) == (
+        "", "/tmp/nothing.yaml: cannot be opened: No such file or directory\n", 1)
+    assert zantocrate("--check").returncode != 0
+
+
+def test_the_printed_crate_is_in_order(zantocrate, shared):
+    printed = zantocrate("--print-default")
+    assert (printed.stderr, printed.returncode) == ("", 0)
+    path = "/tmp/default.yaml"
+    shared.world.path(path).write_text(printed.stdout, encoding="utf-8")
+    done = zantocrate("--check", path)
+    assert (done.stdout, done.returncode) == (f"{path}: in order: 5 boards, 120 channels\n", 0)
+
+
+def test_the_printed_crate_serves_what_the_built_in_one_serves(zantocrate, make_site):
+    printed = zantocrate("--print-default").stdout
+    written = {}
+    for name, options in (("built-in", []), ("printed", ["/tmp/default.yaml"])):
+        site = make_site()
+        site.world.path("/tmp/default.yaml").write_text(printed, encoding="utf-8")
+        site.crate(*options)
+        ioc = site.ioc().wait_running()
+        written[name] = [site.world.read(path) for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt")]
+        assert ioc.stop() == 0
+    assert written["printed"] == written["built-in"]
+
+
+def test_a_server_on_the_small_crate(site):
+    crate = site.crate(CRATES / "small.yaml")
+    site.ioc().wait_running()
+    crate.wait(eventConnections=1)
+    assert site.clients.caput("ZC16:00:001:Pw", "1") == ""
+    crate.wait(name="Pw", slot=0, channel=1, value=1)
+
+
+def test_a_server_on_the_odd_crate(site):
+    """Without the faults that it asks for, among them a refused login."""
+    text = (CRATES / "odd.yaml").read_text(encoding="utf-8")
+    site.world.path("/tmp/odd.yaml").write_text(text[:text.index("\nfaults:")], encoding="utf-8")
+    crate = site.crate("/tmp/odd.yaml")
+    site.ioc().wait_running()
+    crate.wait(eventConnections=1)
+    assert site.clients.caget("ZC16:01:003:VSet:RBV") == "20"
+    assert crate.get("VSet", slot=1, channel=1) == 1.5
