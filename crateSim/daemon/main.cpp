@@ -7,64 +7,11 @@
 
 #include "../description/cratefile.h"
 #include "../model/defaultcrate.h"
-#include "../protocol/controlpath.h"
-#include "server.h"
+#include "arguments.h"
 
 namespace {
 
-constexpr const char *version = "zantocrate 0.1";
-
-struct Arguments {
-    sim::daemon::ServerSettings server;
-    std::string file;
-    bool check = false;
-    bool printDefault = false;
-    std::string user;
-    std::string password;
-    std::string logLevel = "info";
-};
-
-void declare(CLI::App &app, Arguments &arguments)
-{
-    auto &server = arguments.server;
-    auto *file = app.add_option("FILE", arguments.file,
-                                "Crate description in YAML (default: the built-in crate)");
-    app.add_flag("--check", arguments.check,
-                 "Say what is wrong with FILE, line by line, and end: with status 0 if nothing is")
-        ->needs(file);
-    app.add_flag("--print-default", arguments.printDefault,
-                 "Print the built-in crate as a description to start from, and end")
-        ->excludes(file);
-    app.add_option("--address", server.address, "IP address to listen on")->capture_default_str();
-    app.add_option("--port", server.port, "TCP port to listen on; 0 takes a free one")
-        ->capture_default_str();
-    auto *user = app.add_option("--user", arguments.user,
-                                "Name of the only user who may log in (default: those\n"
-                                "of the description; admin for the built-in crate)");
-    auto *password =
-        app.add_option("--password", arguments.password, "That user's password");
-    user->needs(password);
-    password->needs(user);
-    server.controlPath = sim::defaultControlPath();
-    app.add_option_function<std::string>(
-           "--control",
-           [&server](const std::string &path) {
-               server.controlPath = path;
-               server.needsControl = true;
-           },
-           "Unix socket of the control port, for zantocratectl")
-        ->type_name("PATH")
-        ->default_str(server.controlPath);
-    server.needsControl = false;
-    app.add_option("--speed", server.speed, "How many times faster than the clock time passes")
-        ->check(CLI::Range(0.001, 100000.0))
-        ->capture_default_str();
-    app.add_option("--seed", server.seed, "Start of the random numbers")->capture_default_str();
-    app.add_option("--log-level", arguments.logLevel, "What is worth a line on standard error")
-        ->check(CLI::IsMember({"trace", "debug", "info", "warn", "error", "off"}))
-        ->capture_default_str();
-    app.set_version_flag("--version", version);
-}
+using sim::daemon::Arguments;
 
 // Prints what is wrong with the file; without a result it cannot be used.
 std::optional<sim::CrateFile> readFile(const std::string &path)
@@ -137,9 +84,9 @@ int serve(Arguments &arguments)
 
 int run(int argc, char **argv)
 {
-    CLI::App app("A simulated high-voltage mainframe", "zantocrate");
+    CLI::App app("Simulates a high-voltage mainframe", "zantocrate");
     Arguments arguments;
-    declare(app, arguments);
+    sim::daemon::declare(app, arguments);
     CLI11_PARSE(app, argc, argv);
     if (arguments.printDefault)
         return printDefault();
