@@ -46,7 +46,7 @@ struct ItemOptions {
 
 void declareItem(CLI::App &command, ItemOptions &options)
 {
-    addPlace(command, options.place, PlaceKind::Item)->required();
+    addPlace(command, options.place, PlaceKind::Any)->required();
     command.add_option("NAME", options.name, "Name of the parameter or property")
         ->required()
         ->type_name("");

@@ -7,10 +7,11 @@
 
 #include "commands.h"
 #include "place.h"
+#include "views.h"
 
 namespace sim::ctl {
 
-enum class PlaceKind : uint8_t { Any, Item, BoardOrChannel, Channel };
+enum class PlaceKind : uint8_t { Any, BoardOrChannel, Channel };
 
 // A positional PLACE of the kind; anything else is an error of usage.
 CLI::Option *addPlace(CLI::App &command, std::string &place, PlaceKind kind);
@@ -45,6 +46,7 @@ struct NoOptions {};
 
 inline void nothingToFill(CLI::App &, NoOptions &) {}
 
+// On standard output.
 void print(const View &view);
 
 } // namespace sim::ctl

@@ -48,10 +48,11 @@ void declare(CLI::App &app, Settings &settings, Action &chosen)
         ->type_name("PATH");
     app.add_flag("--json", settings.json, "Print the crate's answer as one line of JSON");
     app.add_option("--timeout", settings.timeout, "How long to wait for an answer")
-        ->check(CLI::Range(0.001, 3600.0))
+        ->check(CLI::Range(0.001, 3600.0).description(""))
         ->capture_default_str()
         ->type_name("SECONDS");
-    app.set_version_flag("--version", version);
+    app.set_version_flag("--version", version, "Print the version and end");
+    app.set_help_flag("-h,--help", "Print this help and end");
     for (const auto &[title, declareGroup] : groups) {
         const size_t before = app.get_subcommands(nullptr).size();
         declareGroup(app, chosen);

@@ -232,7 +232,7 @@ void addCounters(Table &table, const Json &counters)
 void addNested(Table &table, const std::string &prefix, const Json &counters)
 {
     for (const auto &[name, value] : counters.items())
-        table.rows.push_back({{prefix + " " + name, textOf(value)}, Tone::Plain});
+        table.rows.push_back({{fmt::format("{} {}", prefix, name), textOf(value)}, Tone::Plain});
 }
 
 } // namespace
