@@ -82,7 +82,7 @@ void wait(Client &client, const WaitOptions &options)
 void declareWait(CLI::App &command, WaitOptions &options)
 {
     command.footer("Says nothing once it holds. Gives up after --timeout, with status 1.");
-    auto *place = addPlace(command, options.place, PlaceKind::Item);
+    auto *place = addPlace(command, options.place, PlaceKind::Any);
     auto *name = command.add_option("NAME", options.name, "Name of a parameter or property")
                      ->type_name("");
     auto *value = command.add_option("VALUE", options.value, "Value that it is to have")
@@ -103,16 +103,16 @@ void declareWait(CLI::App &command, WaitOptions &options)
     command.add_option("--count", options.count, "How many of these calls (default: 1)")
         ->type_name("N")
         ->needs(call)
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::NonNegativeNumber.description(""));
     auto *connections =
         command.add_option("--event-connections", options.eventConnections,
                            "Wait until so many event connections are open")
             ->type_name("N")
-            ->check(CLI::NonNegativeNumber);
+            ->check(CLI::NonNegativeNumber.description(""));
     auto *sessions = command.add_option("--sessions", options.sessions,
                                         "Wait until so many connections of the library are open")
                          ->type_name("N")
-                         ->check(CLI::NonNegativeNumber);
+                         ->check(CLI::NonNegativeNumber.description(""));
     for (auto *one : {place, call, connections, sessions})
         for (auto *other : {place, call, connections, sessions})
             if (one != other)
