@@ -1,5 +1,6 @@
 #include "board.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace sim {
@@ -12,6 +13,9 @@ constexpr double heatingSeconds = 60.0;  // time constant
 constexpr double sameTemperature = 0.01;
 constexpr double underTemperature = 5.0;
 constexpr double overTemperature = 65.0;
+
+// What says that a board is too hot to work.
+constexpr uint32_t hotBits = boardbit::OverTemperature | boardbit::TemperatureError;
 
 ItemId addItems(ItemStore &items, int32_t slot, const ModelDescription &model,
                 const StartValues &start)
@@ -40,11 +44,13 @@ Board::Board(ItemStore &items, int32_t slot, const BoardDescription &description
     for (const auto &channel : description.channels)
         m_channels.emplace_back(items, Address{slot, static_cast<int32_t>(m_channels.size())},
                                 channel, *crate.channelModel(description, channel));
+    if (const auto id = itemOf(Role::Temperature))
+        m_temperatureItem.emplace(*id, *items.item(*id).parameter);
     m_ambient = setting(Role::Temperature, roomTemperature);
     m_temperature = m_ambient;
     afterWrite(Role::BoardVoltageLimit);
-    afterWrite(Role::BoardEnable);
-    publish();
+    checkTemperature();
+    applyConditions();
 }
 
 std::optional<ItemId> Board::itemOf(Role role) const
@@ -61,28 +67,34 @@ double Board::setting(Role role, double missing) const
     return toNumber(m_items.value(*id)) * unitFactor(*m_items.item(*id).parameter);
 }
 
-void Board::forEachChannel(void (Channel::*action)())
+// Its channels may have something to do again.
+void Board::wake()
 {
-    for (auto &channel : m_channels)
-        (channel.*action)();
+    m_outputsSettled = false;
+    m_quiet = false;
 }
 
-void Board::setChannelCondition(uint32_t bit, bool present)
+void Board::forEachChannel(void (Channel::*action)())
 {
+    wake();
     for (auto &channel : m_channels)
-        channel.setCondition(bit, present);
+        (channel.*action)();
 }
 
 void Board::remove()
 {
     m_present = false;
-    setChannelCondition(channelbit::Unplugged, true);
+    m_power = 0;
+    applyConditions();
 }
 
 void Board::insert()
 {
     m_present = true;
-    setChannelCondition(channelbit::Unplugged, false);
+    m_temperature = m_ambient;
+    clearTrips();
+    checkTemperature();
+    applyConditions();
 }
 
 Result Board::beforeWrite(Role role, const Value &value)
@@ -90,7 +102,7 @@ Result Board::beforeWrite(Role role, const Value &value)
     if (role == Role::BoardStatus)
         return Result::NotWritable;
     if (role == Role::Temperature) {
-        m_ambient = toNumber(value);
+        m_ambient = toNumber(value) * unitFactor(*m_items.item(*itemOf(role)).parameter);
         m_temperature = m_ambient;
     }
     return Result::Ok;
@@ -99,24 +111,39 @@ Result Board::beforeWrite(Role role, const Value &value)
 void Board::afterWrite(Role role)
 {
     constexpr double none = std::numeric_limits<double>::infinity();
-    if (role == Role::BoardVoltageLimit)
+    if (role == Role::BoardVoltageLimit) {
+        wake();
         for (auto &channel : m_channels)
             channel.setBoardLimit(setting(Role::BoardVoltageLimit, none));
+    }
     else if (role == Role::BoardEnable)
-        setChannelCondition(channelbit::ExternalDisable, setting(Role::BoardEnable, 1) == 0);
+        applyConditions();
     else if (role == Role::Temperature)
         checkTemperature();
-    publish();
+    show();
 }
 
 void Board::setCondition(uint32_t bit, bool present)
 {
     m_conditions = present ? m_conditions | bit : m_conditions & ~bit;
-    if (bit == boardbit::PowerFail)
-        setChannelCondition(channelbit::PowerFail, present);
-    else if (bit == boardbit::HvCalibration)
-        setChannelCondition(channelbit::CalibrationError, present);
-    publish();
+    applyConditions();
+}
+
+// Everything about the board that its channels have to bear, whatever else
+// they have of their own.
+void Board::applyConditions()
+{
+    uint32_t bits = 0;
+    const auto impose = [&bits](bool cause, uint32_t bit) { bits |= cause ? bit : 0; };
+    impose(!m_present, channelbit::Unplugged);
+    impose(setting(Role::BoardEnable, 1) == 0, channelbit::ExternalDisable);
+    impose((status() & boardbit::PowerFail) != 0, channelbit::PowerFail);
+    impose((status() & boardbit::HvCalibration) != 0, channelbit::CalibrationError);
+    impose((status() & hotBits) != 0, channelbit::TemperatureError);
+    wake();
+    for (auto &channel : m_channels)
+        channel.setBoardConditions(bits);
+    show();
 }
 
 void Board::clearTrips()
@@ -124,21 +151,22 @@ void Board::clearTrips()
     forEachChannel(&Channel::clearTrip);
 }
 
-double Board::power() const
+double Board::finalTemperature() const
 {
-    double sum = 0;
-    for (const auto &channel : m_channels)
-        sum += channel.power();
-    return sum;
+    return m_ambient + kelvinPerWatt * m_power;
 }
 
-void Board::heat(double seconds)
+void Board::measureTemperature(Duration time)
 {
-    const double target = m_ambient + kelvinPerWatt * power();
+    if (!m_present || isTemperatureSettled())
+        return;
+    const double seconds = std::chrono::duration<double>(time).count();
+    const double target = finalTemperature();
     const double distance = target - m_temperature;
     m_temperature = std::abs(distance) < sameTemperature
                         ? target
                         : target - distance * std::exp(-seconds / heatingSeconds);
+    checkTemperature();
 }
 
 void Board::checkTemperature()
@@ -149,29 +177,48 @@ void Board::checkTemperature()
         m_temperatureBits |= boardbit::UnderTemperature;
     if (m_temperature > overTemperature)
         m_temperatureBits |= boardbit::OverTemperature;
-    const bool hot = (m_temperatureBits & boardbit::OverTemperature) != 0;
-    const bool wasHot = (before & boardbit::OverTemperature) != 0;
-    if (hot != wasHot)
-        setChannelCondition(channelbit::TemperatureError, hot);
+    if (m_temperatureBits != before)
+        applyConditions();
+    m_quiet = false;
 }
 
-void Board::advance(Duration time, Random &random)
+void Board::advance(Duration time)
 {
-    if (!m_present)
+    if (!m_present || m_outputsSettled)
         return;
-    for (auto &channel : m_channels)
-        channel.advance(time, random);
-    heat(std::chrono::duration<double>(time).count());
-    checkTemperature();
-    publish();
+    m_outputsSettled = true;
+    m_power = 0;
+    m_tripCount = 0;
+    for (auto &channel : m_channels) {
+        channel.advance(time);
+        m_outputsSettled = m_outputsSettled && channel.isSettled();
+        m_power += channel.power();
+        m_tripCount += channel.tripCount();
+    }
 }
 
-void Board::publish()
+void Board::publish(Random &random)
+{
+    if (!m_present || m_quiet)
+        return;
+    m_quiet = true;
+    for (auto &channel : m_channels) {
+        channel.publish(random);
+        m_quiet = m_quiet && channel.isQuiet();
+    }
+    show();
+}
+
+void Board::show()
 {
     if (const auto id = itemOf(Role::BoardStatus))
-        m_items.assign(*id, static_cast<int32_t>(m_conditions | m_temperatureBits));
-    if (const auto id = itemOf(Role::Temperature))
-        m_items.assign(*id, quantised(*m_items.item(*id).parameter, m_temperature));
+        m_items.assign(*id, fromNumber(m_items.item(*id).shape, status()));
+    if (!m_temperatureItem)
+        return;
+    if (isTemperatureSettled())
+        m_temperatureItem->settle(m_items, m_temperature);
+    else
+        m_temperatureItem->follow(m_items, m_temperature);
 }
 
 } // namespace sim

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "codes.h"
+
 namespace sim {
 
 Channel::Channel(ItemStore &items, Address address, const ChannelDescription &description,
@@ -12,7 +14,7 @@ Channel::Channel(ItemStore &items, Address address, const ChannelDescription &de
                         description.name)),
       m_model(model),
       m_load(description.load),
-      m_output(description.load.ohm)
+      m_output(description.load.ohm, description.load.farad)
 {
     for (const auto &parameter : model.channel) {
         const ItemId id = items.add({address, parameter.name, parameter.mode,
@@ -21,18 +23,37 @@ Channel::Channel(ItemStore &items, Address address, const ChannelDescription &de
         if (parameter.role != Role::None)
             m_roles[static_cast<size_t>(parameter.role)] = id;
     }
+    if (const auto id = itemOf(Role::Voltage))
+        m_voltage.readBack.emplace(*id, *items.item(*id).parameter);
+    if (const auto id = itemOf(Role::Current))
+        m_current.readBack.emplace(*id, *items.item(*id).parameter);
     configure();
     if (setting(Role::Power, 0) != 0)
         m_output.switchOn();
 }
 
-// The value of an item in the unit without its exponent.
+// The value of an item in the unit without its exponent. A module knows no
+// sign: what counts below 0 is 0.
 double Channel::setting(Role role, double missing) const
 {
     const auto id = itemOf(role);
     if (!id)
         return missing;
-    return toNumber(m_items.value(*id)) * unitFactor(*m_items.item(*id).parameter);
+    const double number = toNumber(m_items.value(*id)) * unitFactor(*m_items.item(*id).parameter);
+    return std::max(0.0, number);
+}
+
+Duration Channel::tripTime() const
+{
+    const auto id = itemOf(Role::TripTime);
+    if (!id)
+        return Duration::max();
+    constexpr double most = 9e9; // seconds; more does not fit a duration
+    const double seconds = setting(Role::TripTime, 0);
+    const auto maximum = static_cast<double>(m_items.item(*id).parameter->maximum);
+    if (toNumber(m_items.value(*id)) >= maximum || seconds > most)
+        return Duration::max();
+    return Duration(std::llround(seconds * 1e9));
 }
 
 void Channel::configure()
@@ -47,15 +68,8 @@ void Channel::configure()
     settings.hardLimit = std::min(setting(Role::VoltageLimit, none), m_boardLimit);
     settings.currentMinimum = setting(Role::CurrentMinimum, 0);
     settings.rampOff = setting(Role::PowerDown, 1) != 0;
-    if (const auto trip = itemOf(Role::TripTime)) {
-        const double seconds = setting(Role::TripTime, 0);
-        const auto &parameter = *m_items.item(*trip).parameter;
-        const bool never = toNumber(m_items.value(*trip)) >= static_cast<double>(parameter.maximum);
-        settings.tripTime = never ? Duration::max()
-                                  : Duration(std::llround(seconds * 1e9));
-    }
+    settings.tripTime = tripTime();
     m_output.configure(settings);
-    m_quiet = false;
 }
 
 Result Channel::beforeWrite(Role role, const Value &value)
@@ -80,106 +94,131 @@ Result Channel::beforeWrite(Role role, const Value &value)
     return Result::Ok;
 }
 
+// What somebody does to the channel shows at once, without noise: no time has
+// passed.
+void Channel::act()
+{
+    m_output.advance(Duration(0));
+    noteTrips();
+    show(0);
+}
+
 void Channel::afterWrite()
 {
     configure();
-    const uint32_t before = m_output.status();
-    m_output.advance(Duration(0));
-    noteTrips(before);
-    publish(nullptr);
+    act();
 }
 
 void Channel::setBoardLimit(double volts)
 {
-    m_boardLimit = volts;
+    m_boardLimit = std::max(0.0, volts);
     afterWrite();
+}
+
+void Channel::applyConditions()
+{
+    m_output.setConditions(m_ownConditions | m_boardConditions);
+    act();
 }
 
 void Channel::setCondition(uint32_t bit, bool present)
 {
-    m_output.setCondition(bit, present);
-    afterWrite();
+    m_ownConditions = present ? m_ownConditions | bit : m_ownConditions & ~bit;
+    applyConditions();
+}
+
+void Channel::setBoardConditions(uint32_t bits)
+{
+    m_boardConditions = bits;
+    applyConditions();
 }
 
 void Channel::trip(uint32_t tripBit)
 {
-    const uint32_t before = m_output.status();
     m_output.trip(tripBit);
-    noteTrips(before);
-    afterWrite();
+    act();
 }
 
 void Channel::clearTrip()
 {
     m_output.clearTrip();
-    afterWrite();
+    act();
 }
 
 void Channel::switchOff()
 {
     m_output.switchOff();
-    afterWrite();
+    act();
 }
 
 void Channel::kill()
 {
     m_output.kill();
-    afterWrite();
+    act();
 }
 
-void Channel::noteTrips(uint32_t before)
+void Channel::noteTrips()
 {
+    const uint32_t fresh = m_output.trips() & ~m_knownTrips;
+    m_tripCount += fresh != 0 && m_knownTrips == 0 ? 1 : 0;
+    m_knownTrips = m_output.trips();
     const auto cause = itemOf(Role::TripCause);
-    const uint32_t fresh = m_output.status() & ~before;
-    if (!cause)
+    if (!cause || fresh == 0)
         return;
-    if ((fresh & channelbit::InternalTrip) != 0)
-        m_items.assign(*cause, std::string("over-current"));
-    if ((fresh & channelbit::ExternalTrip) != 0)
-        m_items.assign(*cause, std::string("external"));
+    const bool internal = (fresh & channelbit::InternalTrip) != 0;
+    m_items.assign(*cause, std::string(internal ? "over-current" : "external"));
 }
 
-void Channel::advance(Duration time, Random &random)
+void Channel::advance(Duration time)
 {
-    if (m_quiet)
-        return;
-    const uint32_t before = m_output.status();
     m_output.advance(time);
-    noteTrips(before);
-    publish(&random);
-    m_quiet = m_output.isSettled() && (m_load.noise == 0 || m_output.voltage() == 0);
+    noteTrips();
+}
+
+void Channel::publish(Random &random)
+{
+    if (!isQuiet())
+        show(noise(random));
 }
 
 // Without a voltage there is no current, so there is no noise either.
 double Channel::noise(Random &random) const
 {
-    const auto id = itemOf(Role::Current);
-    if (!id || m_load.noise == 0 || m_output.voltage() == 0)
+    if (!m_current.readBack || !isNoisy())
         return 0;
-    const auto &parameter = *m_items.item(*id).parameter;
     std::uniform_real_distribution<double> steps(-m_load.noise, m_load.noise);
-    return steps(random) * unitFactor(parameter) / std::pow(10.0, parameter.decimals);
+    return steps(random) * m_current.readBack->step();
 }
 
-void Channel::publishMeasurement(Role role, double value)
+void Channel::assign(Role role, double number)
 {
-    if (const auto id = itemOf(role)) {
-        const auto &parameter = *m_items.item(*id).parameter;
-        m_items.assign(*id, quantised(parameter, value / unitFactor(parameter)));
+    if (const auto id = itemOf(role))
+        m_items.assign(*id, fromNumber(m_items.item(*id).shape, number));
+}
+
+// A steady value is shown as it is, once; noise around it has to pass the
+// deadband afterwards.
+void Channel::show(Measurement &measurement, double value, double noise)
+{
+    if (!measurement.readBack)
+        return;
+    if (m_output.isSteady() && value != measurement.steady) {
+        measurement.steady = value;
+        measurement.readBack->settle(m_items, value);
+        return;
     }
+    if (!m_output.isSteady())
+        measurement.steady = std::numeric_limits<double>::quiet_NaN();
+    measurement.readBack->follow(m_items, std::max(0.0, value + noise));
 }
 
-// Without a random source the current is shown without noise: a write shows
-// its immediate effect and lets no time pass.
-void Channel::publish(Random *random)
+void Channel::show(double noise)
 {
-    const double noisy = m_output.current() + (random != nullptr ? noise(*random) : 0.0);
-    publishMeasurement(Role::Voltage, m_output.voltage());
-    publishMeasurement(Role::Current, std::max(0.0, noisy));
-    if (const auto id = itemOf(Role::Status))
-        m_items.assign(*id, static_cast<int32_t>(m_output.status()));
-    if (const auto id = itemOf(Role::Power))
-        m_items.assign(*id, m_output.isOn() ? 1u : 0u);
+    show(m_voltage, m_output.voltage(), 0);
+    show(m_current, m_output.current(), noise);
+    assign(Role::Status, static_cast<int32_t>(m_output.status()));
+    assign(Role::Power, m_output.isOn() ? 1 : 0);
+    m_settledShown = isSettled();
 }
 
 } // namespace sim

@@ -19,6 +19,14 @@ CrateDescription checked(CrateDescription description)
     return description;
 }
 
+// How often boards measure their temperature.
+constexpr Duration measuringPeriod = std::chrono::seconds(1);
+
+bool isOneOf(uint32_t bit, uint32_t bits)
+{
+    return bit != 0 && (bit & ~bits) == 0;
+}
+
 Role roleOf(const Item &item)
 {
     return item.parameter != nullptr ? item.parameter->role : Role::None;
@@ -51,22 +59,24 @@ void Crate::buildIndex()
 
 void Crate::addProperties()
 {
-    for (const auto &property : m_description.properties)
-        m_properties[property.name] = m_items.add(
+    for (const auto &property : m_description.properties) {
+        const ItemId id = m_items.add(
             {{}, property.name, property.mode, shapeOf(property.type), nullptr, &property},
             property.start);
+        m_properties[property.name] = id;
+        const double resolution = property.role == PropertyRole::OutputPower ? 0.01 : 1;
+        if (property.role != PropertyRole::None && property.role != PropertyRole::HostAddress)
+            m_kept.push_back({property.role, ReadBack(id, property, resolution)});
+    }
 }
 
 void Crate::addBoards()
 {
-    size_t channels = 0;
     for (const auto &slot : m_description.slots) {
         const auto number = static_cast<int32_t>(m_boards.size());
         m_boards.push_back(
             slot ? std::make_unique<Board>(m_items, number, *slot, m_description) : nullptr);
-        channels += slot ? slot->channels.size() : 0;
     }
-    m_tripped.resize(channels);
 }
 
 const Board *Crate::board(int32_t slot) const
@@ -199,6 +209,8 @@ Result Crate::execute(std::string_view command)
 
 Result Crate::tripChannel(Address address, uint32_t tripBit)
 {
+    if (!isOneOf(tripBit, channelbit::trips))
+        return Result::BadRequest;
     Channel *channel = nullptr;
     const Result result = findChannel(address, channel);
     if (result == Result::Ok)
@@ -208,6 +220,8 @@ Result Crate::tripChannel(Address address, uint32_t tripBit)
 
 Result Crate::setChannelCondition(Address address, uint32_t bit, bool present)
 {
+    if (!isOneOf(bit, channelbit::conditions))
+        return Result::BadRequest;
     Channel *channel = nullptr;
     const Result result = findChannel(address, channel);
     if (result == Result::Ok)
@@ -217,6 +231,8 @@ Result Crate::setChannelCondition(Address address, uint32_t bit, bool present)
 
 Result Crate::setBoardCondition(int32_t slot, uint32_t bit, bool present)
 {
+    if (!isOneOf(bit, boardbit::conditions))
+        return Result::BadRequest;
     Board *board = nullptr;
     const Result result = findBoard(slot, board);
     if (result == Result::Ok)
@@ -249,44 +265,66 @@ Result Crate::insertBoard(int32_t slot)
     return Result::Ok;
 }
 
-void Crate::step(Duration time)
+bool Crate::isSettled() const
+{
+    return std::all_of(m_boards.begin(), m_boards.end(),
+                       [](const auto &board) { return !board || board->isSettled(); });
+}
+
+// At most until the next measurement is due.
+void Crate::pass(Duration time)
 {
     m_uptime += time;
     for (auto &board : m_boards)
         if (board)
-            board->advance(time, m_random);
-    countTrips();
-    publishProperties();
+            board->advance(time);
+    if (time == Duration(0) || m_uptime % measuringPeriod != Duration(0))
+        return;
+    for (auto &board : m_boards)
+        if (board)
+            board->measureTemperature(measuringPeriod);
 }
 
-void Crate::countTrips()
+// Measurements are due at fixed moments of the crate's time: what comes of them
+// does not depend on the steps either.
+void Crate::step(Duration time)
 {
-    constexpr uint32_t trips = channelbit::InternalTrip | channelbit::ExternalTrip;
-    size_t number = 0;
-    for (const auto &board : m_boards) {
-        for (size_t index = 0; board && index < board->channelCount(); ++index, ++number) {
-            const bool tripped = (board->channel(index).status() & trips) != 0;
-            m_trips += tripped && !m_tripped[number] ? 1 : 0;
-            m_tripped[number] = tripped;
-        }
-    }
+    do {
+        const Duration part = std::min(time, measuringPeriod - m_uptime % measuringPeriod);
+        pass(part);
+        time -= part;
+    } while (time > Duration(0) && !isSettled());
+    m_uptime += time;
+    publish();
+}
+
+void Crate::publish()
+{
+    for (auto &board : m_boards)
+        if (board)
+            board->publish(m_random);
+    publishProperties();
 }
 
 void Crate::publishProperties()
 {
+    const bool settled = isSettled();
     double power = 0;
-    for (const auto &board : m_boards)
+    uint32_t trips = 0;
+    for (const auto &board : m_boards) {
         power += board && board->isPresent() ? board->power() : 0.0;
+        trips += board ? board->tripCount() : 0;
+    }
     const auto minutes = std::chrono::duration_cast<std::chrono::minutes>(m_uptime).count();
-    for (const auto &property : m_description.properties) {
-        const ItemId id = m_properties.at(property.name);
-        const Shape shape = shapeOf(property.type);
-        if (property.role == PropertyRole::OutputPower)
-            m_items.assign(id, fromNumber(shape, std::round(power * 100) / 100));
-        else if (property.role == PropertyRole::UptimeMinutes)
-            m_items.assign(id, fromNumber(shape, static_cast<double>(minutes)));
-        else if (property.role == PropertyRole::TripCount)
-            m_items.assign(id, fromNumber(shape, m_trips % (UINT16_MAX + 1)));
+    for (const auto &[role, readBack] : m_kept) {
+        if (role == PropertyRole::UptimeMinutes)
+            readBack.settle(m_items, static_cast<double>(minutes));
+        else if (role == PropertyRole::TripCount)
+            readBack.settle(m_items, trips % (UINT16_MAX + 1));
+        else if (settled)
+            readBack.settle(m_items, power);
+        else
+            readBack.follow(m_items, power);
     }
 }
 

@@ -33,6 +33,7 @@ public:
 
     const CrateDescription &description() const { return m_description; }
 
+    // Lets time pass, none or more of it.
     void step(Duration time);
     // All the time that has passed since the crate was made.
     Duration uptime() const { return m_uptime; }
@@ -54,7 +55,9 @@ public:
     Result write(Address address, std::string_view name, const Value &value, Origin origin);
     Result execute(std::string_view command);
 
-    // Faults from outside. A trip bit or condition is named by its status bit.
+    // Faults from outside, named by their status bit; BadRequest for a bit that
+    // cannot come from outside. A condition of a channel goes when both the
+    // channel's own and the board's are gone.
     Result tripChannel(Address address, uint32_t tripBit);
     Result setChannelCondition(Address address, uint32_t bit, bool present);
     Result setBoardCondition(int32_t slot, uint32_t bit, bool present);
@@ -62,6 +65,11 @@ public:
     Result insertBoard(int32_t slot);
 
 private:
+    // A property that the crate itself keeps up to date.
+    struct KeptProperty {
+        PropertyRole role;
+        ReadBack readBack;
+    };
     using NameIndex = std::unordered_map<std::string_view, ItemId>;
     struct ModelIndex {
         NameIndex board;
@@ -75,18 +83,19 @@ private:
     Result findChannel(Address address, Channel *&channel) const;
     Result beforeWrite(const Item &item, const Value &value);
     void afterWrite(const Item &item);
+    bool isSettled() const;
+    void pass(Duration time);
+    void publish();
     void publishProperties();
-    void countTrips();
 
     const CrateDescription m_description;
     Random m_random;
     ItemStore m_items;
     NameIndex m_properties;
+    std::vector<KeptProperty> m_kept;
     std::unordered_map<std::string_view, ModelIndex> m_modelIndex;
     std::vector<std::unique_ptr<Board>> m_boards;
     std::vector<int32_t> m_insertions;
-    std::vector<bool> m_tripped;  // by channel, to count each trip once
-    uint32_t m_trips = 0;
     Duration m_uptime{0};
 };
 

@@ -140,7 +140,7 @@ struct Placement {
 constexpr size_t slots = 16;
 constexpr Placement placements[] = {
     {0, 0, 12, "12 channels 3 kV 3 mA", 101, 1, 4, 0},
-    {2, 1, 24, "24 channels -8 kV 0.5 mA", 202, 3, 5, 0.6},
+    {2, 1, 24, "24 channels -8 kV 0.5 mA", 202, 3, 5, 1.2},
     {3, 2, 48, "48 channels 500 V 20 mA", 65001, 2, 10, 0},
     {7, 1, 24, "24 channels -8 kV 0.5 mA", 203, 3, 5, 0},
     {15, 0, 12, "12 channels 3 kV 3 mA", 102, 1, 4, 0},

@@ -1,5 +1,6 @@
 #include "items.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -31,17 +32,10 @@ std::vector<ItemId> ItemStore::takeChanges()
     return std::exchange(m_changes, {});
 }
 
-Value quantised(const ParameterDescription &parameter, double number)
-{
-    if (shapeOf(parameter.type) != Shape::Real)
-        return fromNumber(shapeOf(parameter.type), number);
-    const double steps = std::pow(10.0, parameter.decimals);
-    return static_cast<float>(std::round(number * steps) / steps);
-}
-
 double unitFactor(const ParameterDescription &parameter)
 {
-    return std::pow(10.0, parameter.exponent);
+    constexpr int most = 60; // keeps products of a few such values finite
+    return std::pow(10.0, std::clamp<int>(parameter.exponent, -most, most));
 }
 
 } // namespace sim

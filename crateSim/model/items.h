@@ -53,10 +53,6 @@ private:
     std::vector<ItemId> m_changes;
 };
 
-// Read-backs are shown in steps of the last decimal: a change below that is
-// none.
-Value quantised(const ParameterDescription &parameter, double number);
-
 // Ten to the parameter's exponent.
 double unitFactor(const ParameterDescription &parameter);
 

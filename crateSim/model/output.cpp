@@ -1,7 +1,6 @@
 #include "output.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "codes.h"
 
@@ -9,89 +8,73 @@ namespace sim {
 
 namespace {
 
-// Differences below this are rounding, not voltage.
-constexpr double sameVoltage = 1e-6;
-
 constexpr uint32_t killingConditions = channelbit::Unplugged | channelbit::PowerFail
                                        | channelbit::OverVoltageProtection;
 constexpr uint32_t offConditions =
     killingConditions | channelbit::ExternalDisable | channelbit::TemperatureError;
 
-Duration timeFor(double volts, double rate)
-{
-    const double nanoseconds = std::ceil(volts / rate * 1e9);
-    constexpr double limit = 9e18;
-    return nanoseconds < limit ? Duration(static_cast<int64_t>(nanoseconds)) : Duration::max();
-}
-
 } // namespace
 
-double Output::ceiling() const
+Output::Output(double loadOhm, double loadFarad) : m_circuit{loadOhm, loadFarad}
 {
-    return std::isinf(m_ohm) ? m_ohm : m_settings.currentLimit * m_ohm;
+    startPiece();
 }
 
-double Output::wanted() const
+void Output::configure(const OutputSettings &settings)
 {
-    return m_on ? std::min(m_settings.voltage, m_settings.hardLimit) : 0.0;
+    m_settings = settings;
+    startPiece();
 }
 
-double Output::goal() const
+// Whatever happens to the output makes a new piece of its way start here. With
+// no rate to ramp at, nothing holds the voltage of a channel that is off.
+void Output::startPiece()
 {
-    return std::min(wanted(), ceiling());
-}
-
-bool Output::isOverCurrent() const
-{
-    return m_on && wanted() > ceiling() && m_voltage >= ceiling() - sameVoltage;
-}
-
-bool Output::isSettled() const
-{
-    return m_voltage == goal() && !isOverCurrent();
-}
-
-// The current limit holds at once; a trip is due the moment its time is up.
-void Output::settle()
-{
-    if (m_on && m_voltage > ceiling())
-        m_voltage = ceiling();
-    if (!isOverCurrent())
+    if (!m_on && m_settings.rampDown == 0)
+        m_voltage = 0;
+    m_drive = {m_on ? std::min(m_settings.voltage, m_settings.hardLimit) : 0.0,
+               m_settings.rampUp, m_settings.rampDown, m_settings.currentLimit};
+    m_piece = nextPiece(m_circuit, m_drive, m_voltage);
+    while (m_piece.length == Duration(0)) {
+        m_voltage = m_piece.to;
+        m_piece = nextPiece(m_circuit, m_drive, m_voltage);
+    }
+    m_inPiece = Duration(0);
+    if (!isTripComing())
         m_overCurrentFor = Duration(0);
-    else if (m_settings.tripTime != Duration::max() && m_overCurrentFor >= m_settings.tripTime)
+}
+
+void Output::tripWhenDue()
+{
+    if (isTripComing() && m_overCurrentFor >= m_settings.tripTime)
         trip(channelbit::InternalTrip);
 }
 
-// Moves towards the goal for at most the given time and returns the time
-// used, which is less when the goal is reached before.
-Duration Output::move(Duration time)
+Duration Output::untilChange() const
 {
-    const double distance = goal() - m_voltage;
-    const double rate = distance > 0 ? m_settings.rampUp : m_settings.rampDown;
-    if (distance == 0 || rate <= 0)
-        return time;
-    const Duration used = std::min(time, timeFor(std::abs(distance), rate));
-    const double moved = rate * static_cast<double>(used.count()) * 1e-9;
-    if (moved >= std::abs(distance) - sameVoltage)
-        m_voltage = goal();
-    else
-        m_voltage += std::copysign(moved, distance);
-    return used;
+    const Duration rest =
+        m_piece.length == Duration::max() ? m_piece.length : m_piece.length - m_inPiece;
+    return isTripComing() ? std::min(rest, m_settings.tripTime - m_overCurrentFor) : rest;
+}
+
+void Output::pass(Duration time)
+{
+    m_inPiece += time;
+    m_voltage = m_piece.at(m_inPiece);
+    if (isTripComing())
+        m_overCurrentFor += time;
+    if (m_inPiece >= m_piece.length)
+        startPiece();
+    tripWhenDue();
 }
 
 void Output::advance(Duration time)
 {
-    settle();
+    tripWhenDue();
     while (time > Duration(0) && !isSettled()) {
-        Duration part = time;
-        const bool counting = isOverCurrent() && m_settings.tripTime != Duration::max();
-        if (counting)
-            part = std::min(part, m_settings.tripTime - m_overCurrentFor);
-        part = move(part);
-        if (counting)
-            m_overCurrentFor += part;
+        const Duration part = std::min(time, untilChange());
+        pass(part);
         time -= part;
-        settle();
     }
 }
 
@@ -100,6 +83,7 @@ bool Output::switchOn()
     if (m_trips != 0 || (m_conditions & offConditions) != 0)
         return false;
     m_on = true;
+    startPiece();
     return true;
 }
 
@@ -108,29 +92,29 @@ void Output::switchOff()
     m_on = false;
     if (!m_settings.rampOff)
         m_voltage = 0;
+    startPiece();
 }
 
 void Output::kill()
 {
     m_on = false;
     m_voltage = 0;
+    startPiece();
 }
 
 void Output::trip(uint32_t tripBit)
 {
     m_trips |= tripBit;
-    m_overCurrentFor = Duration(0);
     switchOff();
 }
 
-void Output::setCondition(uint32_t bit, bool present)
+void Output::setConditions(uint32_t bits)
 {
-    m_conditions = present ? m_conditions | bit : m_conditions & ~bit;
-    if (!present)
-        return;
-    if ((bit & killingConditions) != 0)
+    const uint32_t fresh = bits & ~m_conditions;
+    m_conditions = bits;
+    if ((fresh & killingConditions) != 0)
         kill();
-    else if ((bit & offConditions) != 0)
+    else if ((fresh & offConditions) != 0)
         switchOff();
 }
 
@@ -138,15 +122,15 @@ uint32_t Output::status() const
 {
     uint32_t bits = m_trips | m_conditions;
     const auto set = [&bits](bool condition, uint32_t bit) { bits |= condition ? bit : 0; };
-    const bool overCurrent = isOverCurrent();
     set(m_on, channelbit::On);
-    set(m_voltage < goal(), channelbit::RampingUp);
-    set(m_voltage > goal(), channelbit::RampingDown);
-    set(overCurrent, channelbit::OverCurrent | channelbit::UnderVoltage);
+    set(m_piece.to > m_piece.from, channelbit::RampingUp);
+    set(m_piece.to < m_piece.from, channelbit::RampingDown);
+    set(isOverCurrent(), channelbit::OverCurrent);
+    set(isOverCurrent() && m_voltage < m_drive.voltage, channelbit::UnderVoltage);
     set(m_on && m_voltage > m_settings.hardLimit, channelbit::OverVoltage);
     set(m_on && m_settings.voltage > m_settings.hardLimit && m_voltage >= m_settings.hardLimit,
         channelbit::HvMax);
-    set(m_on && m_voltage != 0 && m_voltage == goal() && current() < m_settings.currentMinimum,
+    set(m_on && m_voltage != 0 && m_piece.isSteady() && current() < m_settings.currentMinimum,
         channelbit::UnderCurrent);
     return bits;
 }

@@ -3,14 +3,14 @@
 // cut into steps. Knows nothing of parameters and their names.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <limits>
 
+#include "ramp.h"
+
 namespace sim {
 
-using Duration = std::chrono::nanoseconds;
-
+// Nothing in it is negative.
 struct OutputSettings {
     double voltage = 0;
     double currentLimit = std::numeric_limits<double>::infinity();
@@ -25,9 +25,9 @@ struct OutputSettings {
 
 class Output {
 public:
-    explicit Output(double loadOhm) : m_ohm(loadOhm) {}
+    explicit Output(double loadOhm, double loadFarad = 0);
 
-    void configure(const OutputSettings &settings) { m_settings = settings; }
+    void configure(const OutputSettings &settings);
 
     // Lets time pass. A duration of 0 applies what happens at once.
     void advance(Duration time);
@@ -41,32 +41,39 @@ public:
     void trip(uint32_t tripBit);
     void clearTrip() { m_trips = 0; }
 
-    // Raises or drops a condition, given as its bit of the status word.
-    void setCondition(uint32_t bit, bool present);
+    // All conditions that are present, as bits of the status word. Some switch
+    // the channel off when they appear; none switches it on when it goes.
+    void setConditions(uint32_t bits);
 
     bool isOn() const { return m_on; }
     double voltage() const { return m_voltage; }
-    double current() const { return m_voltage / m_ohm; }
+    double current() const { return currentIn(m_piece, m_circuit, m_drive, m_voltage); }
+    uint32_t trips() const { return m_trips; }
     uint32_t status() const;
 
+    // True when voltage and current stay as they are, for now.
+    bool isSteady() const { return m_piece.isSteady(); }
     // True when nothing will change as time passes.
-    bool isSettled() const;
+    bool isSettled() const { return isSteady() && !isTripComing(); }
 
 private:
-    double ceiling() const;   // voltage at which the current limit is reached
-    double wanted() const;    // set-point within the hard limit, 0 when off
-    double goal() const;      // wanted, within the current limit
-    bool isOverCurrent() const;
-    void settle();
-    Duration move(Duration time);
+    bool isOverCurrent() const { return m_on && m_piece.limited; }
+    bool isTripComing() const { return isOverCurrent() && m_settings.tripTime != Duration::max(); }
+    void startPiece();
+    Duration untilChange() const;
+    void pass(Duration time);
+    void tripWhenDue();
 
-    const double m_ohm;
+    const Circuit m_circuit;
     OutputSettings m_settings;
     bool m_on = false;
-    double m_voltage = 0;
-    Duration m_overCurrentFor{0};
     uint32_t m_trips = 0;
     uint32_t m_conditions = 0;
+    double m_voltage = 0;
+    Drive m_drive;
+    Piece m_piece;
+    Duration m_inPiece{0};         // time since the piece started
+    Duration m_overCurrentFor{0};  // since the limit binds and a trip can come of it
 };
 
 } // namespace sim

@@ -260,12 +260,12 @@ TEST_P(OutputConditionTest, ShowsItsBitAndHasItsEffect)
 {
     const auto &[bit, keepsOn, voltageAtOnce] = GetParam();
     atVoltage();
-    output.setCondition(bit, true);
+    output.setConditions(bit);
     EXPECT_EQ(output.status() & bit, bit);
     EXPECT_EQ(output.isOn(), keepsOn);
     EXPECT_EQ(output.voltage(), voltageAtOnce);
     EXPECT_EQ(output.switchOn(), keepsOn);
-    output.setCondition(bit, false);
+    output.setConditions(0);
     EXPECT_EQ(output.status() & bit, 0u);
     EXPECT_TRUE(output.switchOn());
 }

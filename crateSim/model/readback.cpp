@@ -1,0 +1,83 @@
+#include "readback.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace sim {
+
+namespace {
+
+using Range = std::pair<double, double>;
+
+Range rangeOf(Shape shape)
+{
+    if (shape == Shape::Signed)
+        return {INT32_MIN, INT32_MAX};
+    if (shape == Shape::Unsigned)
+        return {0, UINT32_MAX};
+    const double most = static_cast<double>(std::numeric_limits<float>::max());
+    return {-most, most};
+}
+
+Range rangeOf(PropertyType type)
+{
+    switch (type) {
+    case PropertyType::UInt16: return {0, UINT16_MAX};
+    case PropertyType::Int16: return {INT16_MIN, INT16_MAX};
+    case PropertyType::Boolean: return {0, 1};
+    case PropertyType::Text:
+    case PropertyType::Real:
+    case PropertyType::UInt32:
+    case PropertyType::Int32: break;
+    }
+    return rangeOf(shapeOf(type));
+}
+
+// What counts in whole numbers moves by whole numbers.
+double stepsPerUnitOf(const ParameterDescription &parameter)
+{
+    constexpr int most = 60; // far beyond what a float can tell apart
+    if (shapeOf(parameter.type) != Shape::Real)
+        return 1;
+    return std::pow(10.0, std::clamp<int>(parameter.decimals, -most, most));
+}
+
+} // namespace
+
+ReadBack::ReadBack(ItemId id, const ParameterDescription &parameter)
+    : m_id(id),
+      m_shape(shapeOf(parameter.type)),
+      m_factor(unitFactor(parameter)),
+      m_stepsPerUnit(stepsPerUnitOf(parameter))
+{
+    const auto [low, high] = rangeOf(m_shape);
+    m_minimum = std::clamp(static_cast<double>(parameter.minimum), low, high);
+    m_maximum = std::clamp(static_cast<double>(parameter.maximum), low, high);
+}
+
+ReadBack::ReadBack(ItemId id, const PropertyDescription &property, double resolution)
+    : m_id(id),
+      m_shape(shapeOf(property.type)),
+      m_stepsPerUnit(m_shape == Shape::Real ? 1 / resolution : 1),
+      m_minimum(rangeOf(property.type).first),
+      m_maximum(rangeOf(property.type).second)
+{
+}
+
+void ReadBack::follow(ItemStore &items, double value) const
+{
+    constexpr double wholeStep = 1 - 1e-6;
+    const double shown = std::round(toNumber(items.value(m_id)) * m_stepsPerUnit);
+    if (std::abs(value / m_factor * m_stepsPerUnit - shown) >= wholeStep)
+        settle(items, value);
+}
+
+void ReadBack::settle(ItemStore &items, double value) const
+{
+    const double steps = std::round(value / m_factor * m_stepsPerUnit);
+    const double number = std::clamp(steps / m_stepsPerUnit, m_minimum, m_maximum);
+    items.assign(m_id, fromNumber(m_shape, number));
+}
+
+} // namespace sim
