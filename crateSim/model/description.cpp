@@ -203,9 +203,6 @@ private:
                 report(place.at("role"), "role does not go with the type");
             if (parameter.role != Role::None && !roles.insert(parameter.role).second)
                 report(place.at("role"), "role is used twice");
-            const bool isText = parameter.type == ParamType::Text;
-            if (parameter.role != Role::None && isText != (parameter.role == Role::TripCause))
-                report(place.at("role"), "role does not suit the type");
         }
     }
 

@@ -119,7 +119,7 @@ const ProblemCase problems[] = {
     {"roleLevel", [](auto &c) { parameter(c).role = Role::BoardStatus; }, "other level",
      "models/0/channel/0/role"},
     {"roleType", [](auto &c) { c.models[0].channel[18].role = Role::CurrentMinimum; },
-     "role does not suit the type", "models/0/channel/18/role"},
+     "role does not go with the type", "models/0/channel/18/role"},
     {"modelTwice", [](auto &c) { c.models[1].key = "ZA12P"; }, "key is used twice",
      "models/1/key"},
     {"property", [](auto &c) { c.properties[0].name = "TwentyCharactersLong"; }, "longer than 19",
