@@ -13,7 +13,7 @@ inline std::string defaultControlPath()
         const char *text = std::getenv(name);
         return std::string(text != nullptr ? text : "");
     };
-    if (const auto path = variable("ZANTOCRATE_CONTROL"); !path.empty())
+    if (auto path = variable("ZANTOCRATE_CONTROL"); !path.empty())
         return path;
     if (const auto folder = variable("XDG_RUNTIME_DIR"); !folder.empty())
         return folder + "/zantocrate.control";
