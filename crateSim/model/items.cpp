@@ -16,6 +16,25 @@ ItemId ItemStore::add(const Item &item, Value start)
 
 void ItemStore::assign(ItemId id, Value value)
 {
+    if (!m_truths.empty())
+        m_truths.erase(id);
+    show(id, std::move(value));
+}
+
+void ItemStore::disturb(ItemId id, Value value)
+{
+    m_truths.try_emplace(id, m_values[id]);
+    show(id, std::move(value));
+}
+
+void ItemStore::showTruth()
+{
+    for (auto &[id, value] : std::exchange(m_truths, {}))
+        show(id, std::move(value));
+}
+
+void ItemStore::show(ItemId id, Value value)
+{
     if (m_values[id] == value)
         return;
     m_values[id] = std::move(value);
