@@ -13,7 +13,8 @@ CommandTable joined()
 {
     CommandTable all;
     for (const auto *table : {&clockCommands(), &faultCommands(), &hardwareCommands(),
-                              &itemCommands(), &showCommands(), &statisticsCommands()})
+                              &itemCommands(), &showCommands(), &statisticsCommands(),
+                              &stormCommands()})
         all.insert(table->begin(), table->end());
     return all;
 }

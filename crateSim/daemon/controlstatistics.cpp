@@ -51,7 +51,8 @@ json statistics(World &world, const json &request)
                    {"eventsSent", s.eventsSent},
                    {"batchesSent", s.batchesSent},
                    {"keepAlivesSent", s.keepAlivesSent},
-                   {"faults", faultCounts(s.faults)}};
+                   {"faults", faultCounts(s.faults)},
+                   {"storm", stormState(world.stormMaker)}};
     if (const int32_t last = countField(request, "log", 0); last > 0)
         answer["log"] = logLines(s, request, last);
     if (boolField(request, "clear", false))

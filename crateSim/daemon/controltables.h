@@ -25,9 +25,12 @@ const CommandTable &hardwareCommands();
 const CommandTable &itemCommands();
 const CommandTable &showCommands();
 const CommandTable &statisticsCommands();
+const CommandTable &stormCommands();
 
 // How often each kind has been applied.
 nlohmann::json faultCounts(const FaultCounts &counts);
+
+nlohmann::json stormState(const Storm &storm);
 
 void step(const ControlContext &context, const nlohmann::json &request, const Reply &reply);
 void wait(const ControlContext &context, const nlohmann::json &request, const Reply &reply);

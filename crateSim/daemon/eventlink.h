@@ -44,6 +44,8 @@ public:
     size_t subscriptionCount() const { return m_subscriptionCount; }
     bool isSubscribed(ItemId item) const { return (m_flags[item] & subscribed) != 0; }
     bool isConnected() const { return m_state == State::Connected; }
+    // The subscriber has not read what is on its way; changes gather meanwhile.
+    bool isBusy() const { return m_sending || m_halfClosed; }
     const Tcp::endpoint &subscriber() const { return m_subscriber; }
 
     void noteChanges(const Changes &changes);

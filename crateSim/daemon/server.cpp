@@ -10,18 +10,26 @@ namespace {
 
 constexpr size_t maxSessions = 256;
 
+// At the rates that a storm is for, a batch of a model step would be long.
+constexpr std::chrono::milliseconds stormStep{1};
+
 } // namespace
 
 Server::Server(CrateDescription description, const ServerSettings &settings)
     : m_world(std::move(description), settings.seed, settings.tick, settings.links),
       m_acceptor(m_context),
       m_timer(m_context),
+      m_stormTimer(m_context),
       m_tick(settings.tick)
 {
     if (!m_world.clock.setSpeed(settings.speed))
         throw std::invalid_argument("speed is out of range");
     listen(settings);
     m_world.onRelease = [this] { resumeSessions(); };
+    m_world.onStorm = [this] {
+        m_stormed = std::chrono::steady_clock::now();
+        stormTick();
+    };
     openControl(settings);
     for (const auto &fault : settings.faults)
         m_world.orderFault(fault);
@@ -34,6 +42,7 @@ Server::~Server()
 {
     m_world.onChange = nullptr;
     m_world.onRelease = nullptr;
+    m_world.onStorm = nullptr;
     for (const auto &session : m_sessions)
         session->close();
 }
@@ -113,6 +122,20 @@ void Server::tick()
         const auto due = m_timer.expiry() + m_tick;
         m_timer.expires_at(now - due > asleep ? now + m_tick : due);
         tick();
+    });
+}
+
+// Ends by itself with the storm; a new storm replaces the wait of the old one.
+void Server::stormTick()
+{
+    m_stormTimer.expires_after(stormStep);
+    m_stormTimer.async_wait([this](const Error &error) {
+        if (error || !m_world.stormMaker.isRunning())
+            return;
+        const auto now = std::chrono::steady_clock::now();
+        m_world.storm(now - m_stormed);
+        m_stormed = now;
+        stormTick();
     });
 }
 

@@ -51,6 +51,7 @@ private:
     void openControl(const ServerSettings &settings);
     void accept();
     void tick();
+    void stormTick();
     void resumeSessions();
     void forgetClosedSessions();
 
@@ -59,6 +60,8 @@ private:
     asio::io_context m_context{1};
     Tcp::acceptor m_acceptor;
     asio::steady_timer m_timer;
+    asio::steady_timer m_stormTimer;
+    std::chrono::steady_clock::time_point m_stormed;  // up to when it has been made
     const std::chrono::milliseconds m_tick;
     uint16_t m_port = 0;
     std::vector<std::shared_ptr<Session>> m_sessions;

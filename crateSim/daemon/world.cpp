@@ -30,7 +30,19 @@ void World::tick()
         step(clock.modelStep());
 }
 
+void World::storm(Duration time)
+{
+    stormMaker.advance(time, m_links, [this] { passChanges(); });
+    notify();
+}
+
 void World::sendChanges()
+{
+    passChanges();
+    notify();
+}
+
+void World::passChanges()
 {
     const Changes changes = crate.takeChanges();
     for (const auto &link : m_links)
@@ -38,7 +50,6 @@ void World::sendChanges()
     // Sending may lose a connection and so tell others; the list stays as it is.
     for (const auto &link : m_links)
         link->flush();
-    notify();
 }
 
 std::shared_ptr<EventLink> World::openLink(asio::io_context &context,

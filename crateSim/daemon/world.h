@@ -12,6 +12,7 @@
 #include "eventlink.h"
 #include "faults.h"
 #include "statistics.h"
+#include "storm.h"
 
 namespace sim::daemon {
 
@@ -19,7 +20,8 @@ class World {
 public:
     World(CrateDescription description, uint64_t seed, std::chrono::milliseconds tick,
           const LinkSettings &linkSettings)
-        : crate(std::move(description), seed), clock(tick), m_linkSettings(linkSettings)
+        : crate(std::move(description), seed), clock(tick), stormMaker(crate, seed),
+          m_linkSettings(linkSettings)
     {
     }
 
@@ -47,6 +49,9 @@ public:
     // What is left of the orders, in their order.
     std::vector<FaultOrder> activeFaults() const;
 
+    // Lets wall-clock time pass for the storm.
+    void storm(Duration time);
+
     // Tells who waits that something may have happened.
     void notify();
 
@@ -54,12 +59,15 @@ public:
     CrateClock clock;
     Statistics statistics;
     Faults faults{statistics.faults};
+    Storm stormMaker;
     size_t sessions = 0;
     std::function<void()> onChange;
     std::function<void()> onRelease;  // calls may be answered again
+    std::function<void()> onStorm;    // a storm begins
 
 private:
     void sendChanges();
+    void passChanges();
 
     const LinkSettings m_linkSettings;
     std::vector<std::shared_ptr<EventLink>> m_links;

@@ -1,0 +1,293 @@
+// Storms: how many events, of what, and that nothing is left of them.
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <map>
+#include <set>
+
+#include "runningCrate.h"
+
+using namespace crateTest;
+using namespace std::chrono_literals;
+using sim::daemon::StormKind;
+using sim::daemon::StormMix;
+using sim::daemon::StormOrder;
+using sim::daemon::World;
+
+namespace {
+
+StormMix only(StormKind kind)
+{
+    StormMix mix{};
+    mix[static_cast<size_t>(kind)] = 1;
+    return mix;
+}
+
+// The model stands still, and a storm's time passes as the test says.
+sim::daemon::ServerSettings still()
+{
+    auto settings = RunningCrate::quick();
+    settings.speed = 0.001;
+    return settings;
+}
+
+struct StormTest : testing::Test {
+    RunningCrate crate{still()};
+    Login login{crate};
+    EventReceiver receiver;
+    uint64_t before = 0;
+
+    void SetUp() override
+    {
+        ASSERT_EQ(login.result, 0);
+        crate.on([](World &world) {
+            world.clock.setPaused(true);
+            return 0;
+        });
+    }
+
+    void subscribe(const std::string &names, uint16_t channel, const Login &who,
+                   const EventReceiver &port)
+    {
+        const auto count =
+            static_cast<uint32_t>(std::count(names.begin(), names.end(), ':') + 1);
+        std::vector<char> results(count);
+        ASSERT_EQ(VEXAHV_SubscribeChannelParams(who.handle, port.port(), 0, channel,
+                                                names.c_str(), count, results.data()),
+                  0);
+        EXPECT_THAT(results, testing::Each(0));
+    }
+    // Subscribes and takes the values that come at once.
+    void subscribeMany()
+    {
+        for (uint16_t channel = 0; channel < 4; ++channel)
+            subscribe("VSet:Pw:VMon:IMon:Status:POn:Trip Int:TripExt:Comment", channel, login,
+                      receiver);
+        char results[2];
+        ASSERT_EQ(VEXAHV_SubscribeSystemParams(login.handle, receiver.port(), "Location:AlarmMask",
+                                               2, results),
+                  0);
+        ASSERT_TRUE(receiver.accept());
+        size_t taken = 0;
+        while (taken < 38)
+            taken += receiver.nextBatch().size();
+    }
+    void start(double rate, StormMix mix = sim::daemon::usualMix)
+    {
+        crate.on([&](World &world) {
+            before = world.statistics.eventsSent;
+            StormOrder order;
+            order.rate = rate;
+            order.mix = mix;
+            world.stormMaker.start(order);
+            return 0;
+        });
+    }
+    void pass(sim::Duration time)
+    {
+        crate.on([&](World &world) {
+            world.storm(time);
+            return 0;
+        });
+    }
+    void stop()
+    {
+        crate.on([](World &world) {
+            world.stormMaker.stop();
+            return 0;
+        });
+    }
+    uint64_t sent()
+    {
+        return crate.on([](World &world) { return world.stormMaker.sent(); });
+    }
+    std::vector<SeenEvent> take(size_t count)
+    {
+        std::vector<SeenEvent> seen;
+        while (seen.size() < count) {
+            const auto batch = receiver.nextBatch();
+            if (batch.empty())
+                break;
+            seen.insert(seen.end(), batch.begin(), batch.end());
+        }
+        return seen;
+    }
+    sim::Value stored(int32_t slot, int32_t channel, const std::string &name)
+    {
+        return crate.on([&](World &world) {
+            sim::ItemId id = 0;
+            world.crate.find({slot, channel}, name, id);
+            return world.crate.items().value(id);
+        });
+    }
+};
+
+} // namespace
+
+TEST_F(StormTest, AsManyEventsAsOrderedEvenOfFewItems)
+{
+    subscribeMany();
+    start(2000);
+    for (int part = 0; part < 100; ++part) {
+        pass(1ms);
+        EXPECT_EQ(take(2).size(), 2u);
+    }
+    EXPECT_EQ(sent(), 200u);
+    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.eventsSent - before; }), 200u);
+}
+
+// A hundred at once of two items: none hides another.
+TEST_F(StormTest, FewItemsMoveOften)
+{
+    subscribeMany();
+    start(1000, only(StormKind::Property));
+    pass(100ms);
+    EXPECT_EQ(take(100).size(), 100u);
+    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.eventsSent - before; }), 100u);
+}
+
+TEST_F(StormTest, MixIsKept)
+{
+    subscribeMany();
+    start(1000, {5, 2, 1, 1, 1, 0});
+    pass(100ms);
+    std::map<std::string, int> kinds;
+    for (const auto &event : take(100))
+        ++kinds[event.name.substr(0, 4)];
+    EXPECT_EQ(kinds["VMon"] + kinds["IMon"], 50);
+    EXPECT_EQ(kinds["Stat"], 20);
+    EXPECT_EQ(kinds["POn"], 10);
+    EXPECT_EQ(kinds["Trip"] , 10);
+    EXPECT_EQ(kinds["Comm"], 10);
+}
+
+TEST_F(StormTest, EventsStoreAndLibraryAgree)
+{
+    subscribeMany();
+    start(1000);
+    pass(40ms);
+    std::map<std::pair<int32_t, std::string>, SeenEvent> last;
+    for (const auto &event : take(40))
+        last.insert_or_assign({event.channel, event.name}, event);
+    EXPECT_GT(last.size(), 10u);
+    for (const auto &[key, event] : last) {
+        const auto channel = static_cast<uint16_t>(key.first);
+        int32_t word = 0;
+        ASSERT_EQ(VEXAHV_GetChParam(login.handle, 0, event.name.c_str(), 1, &channel, &word), 0);
+        EXPECT_EQ(word, event.integer) << event.name;
+    }
+}
+
+TEST_F(StormTest, EveryMoveIsAMove)
+{
+    subscribeMany();
+    start(1000, {1, 1, 1, 1, 1, 1});
+    pass(240ms);
+    std::map<std::tuple<int32_t, int32_t, std::string>, std::pair<int32_t, std::string>> last;
+    for (const auto &event : take(240)) {
+        const std::pair<int32_t, std::string> value = {event.integer, event.text};
+        const auto [found, isNew] =
+            last.insert({{event.slot, event.channel, event.name}, value});
+        EXPECT_TRUE(isNew || found->second != value) << event.name;
+        found->second = value;
+    }
+}
+
+TEST_F(StormTest, SetPointsAndSwitchesStayAsTheyAre)
+{
+    subscribeMany();
+    start(1000, {1, 1, 1, 1, 1, 1});
+    pass(240ms);
+    std::set<std::string> moved;
+    for (const auto &event : take(240))
+        moved.insert(event.name);
+    EXPECT_EQ(moved.count("VSet") + moved.count("Pw"), 0u);
+    EXPECT_EQ(moved.size(), 9u);
+}
+
+TEST_F(StormTest, TruthIsBackAndToldAtTheEnd)
+{
+    subscribeMany();
+    const std::vector<std::string> names = {"VMon", "IMon", "Status", "POn", "Trip Int", "Comment"};
+    std::vector<sim::Value> truth;
+    for (const auto &name : names)
+        truth.push_back(stored(0, 2, name));
+    StormOrder order;
+    order.rate = 1000;
+    order.mix = {1, 1, 1, 1, 1, 1};
+    order.length = 100ms;
+    crate.on([&](World &world) {
+        world.stormMaker.start(order);
+        return 0;
+    });
+    pass(50ms);
+    EXPECT_TRUE(crate.on([](World &world) { return world.stormMaker.isRunning(); }));
+    EXPECT_NE(stored(0, 2, "Comment"), truth.back());
+    pass(500ms);
+    EXPECT_FALSE(crate.on([](World &world) { return world.stormMaker.isRunning(); }));
+    EXPECT_EQ(sent(), 100u);
+    for (size_t index = 0; index < names.size(); ++index)
+        EXPECT_EQ(stored(0, 2, names[index]), truth[index]) << names[index];
+    EXPECT_TRUE(receiver.waitFor("Location", [](auto &e) { return e.text == "Test stand"; }));
+}
+
+TEST_F(StormTest, WhatIsWrittenMeanwhileStays)
+{
+    subscribeMany();
+    start(1000, only(StormKind::Text));
+    pass(20ms);
+    crate.on([](World &world) {
+        return world.crate.write({0, 1}, "Comment", std::string("mine"), sim::Origin::FrontPanel);
+    });
+    stop();
+    EXPECT_EQ(stored(0, 1, "Comment"), sim::Value("mine"));
+    EXPECT_EQ(stored(0, 2, "Comment"), sim::Value(""));
+}
+
+// Whether they share their items or not.
+TEST_F(StormTest, EachSubscriberGetsItsRate)
+{
+    const Login second(crate);
+    const Login third(crate);
+    EventReceiver same;
+    EventReceiver apart;
+    subscribe("VMon:IMon", 0, login, receiver);
+    subscribe("VMon:IMon", 0, second, same);
+    subscribe("VMon:IMon", 5, third, apart);
+    const auto take = [](EventReceiver &from, size_t count) {
+        size_t taken = 0;
+        while (taken < count)
+            taken += from.nextBatch().size();
+        return taken;
+    };
+    for (auto *each : {&receiver, &same, &apart}) {
+        ASSERT_TRUE(each->accept());
+        take(*each, 2);
+    }
+    start(1000, only(StormKind::Numeric));
+    pass(100ms);
+    for (auto *each : {&receiver, &same, &apart})
+        EXPECT_EQ(take(*each, 100), 100u);
+    EXPECT_EQ(sent(), 300u);
+}
+
+// What a subscriber does not read is not kept for it.
+TEST_F(StormTest, SlowReaderGetsFewer)
+{
+    subscribeMany();
+    start(200000);
+    for (int part = 0; part < 1000; ++part)
+        pass(10ms);
+    const auto dropped = crate.on([](World &world) { return world.stormMaker.dropped(); });
+    EXPECT_GT(dropped, 0u);
+    EXPECT_EQ(sent() + dropped, 2000000u);
+    stop();
+    EXPECT_TRUE(receiver.waitFor("VMon", [](auto &e) { return e.channel == 3 && e.real == 0; }));
+    EXPECT_EQ(stored(0, 3, "VMon"), sim::Value(0.0f));
+}
+
+TEST_F(StormTest, NobodySubscribed)
+{
+    start(1000);
+    pass(1s);
+    EXPECT_EQ(sent(), 0u);
+}
