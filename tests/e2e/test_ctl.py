@@ -53,12 +53,15 @@ class Terminal:
     def __init__(self, argv, rows=24, columns=100, term="xterm-256color"):
         self._screen = pyte.Screen(columns, rows)
         self._stream = pyte.Stream(self._screen)
+        # It starts once its terminal has been looked at.
+        held = ["-c", 'read -r go && exec "$@"', "sh", *argv]
         self._child = pexpect.spawn(
-            argv[0], argv[1:], timeout=WATCHDOG, encoding="utf-8", dimensions=(rows, columns),
+            "/bin/sh", held, timeout=WATCHDOG, encoding="utf-8", dimensions=(rows, columns),
             env=environment({"ZANTOCRATE_CONTROL": CONTROL, "TERM": term, "LC_ALL": "C.UTF-8"}))
         self.pid = self._child.pid
         self.shown = ""
         self.untouched = termios.tcgetattr(self._child.fileno())
+        self._child.sendline()
 
     def _read(self):
         """What came at once; False at the end."""
