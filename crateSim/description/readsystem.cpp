@@ -103,30 +103,32 @@ std::optional<FaultOrder> readFault(const NamedNode &node, Notes &notes)
     return order;
 }
 
+template <class Described>
+std::vector<Described> readEach(const std::vector<NamedNode> &list, Notes &notes,
+                                Described (*read)(const NamedNode &, Notes &))
+{
+    std::vector<Described> all;
+    all.reserve(list.size());
+    for (const auto &node : list)
+        all.push_back(read(node, notes));
+    return all;
+}
+
 } // namespace
 
 std::vector<PropertyDescription> readProperties(const std::vector<NamedNode> &list, Notes &notes)
 {
-    std::vector<PropertyDescription> properties;
-    for (const auto &node : list)
-        properties.push_back(readProperty(node, notes));
-    return properties;
+    return readEach(list, notes, readProperty);
 }
 
 std::vector<CommandDescription> readCommands(const std::vector<NamedNode> &list, Notes &notes)
 {
-    std::vector<CommandDescription> commands;
-    for (const auto &node : list)
-        commands.push_back(readCommand(node, notes));
-    return commands;
+    return readEach(list, notes, readCommand);
 }
 
 std::vector<User> readUsers(const std::vector<NamedNode> &list, Notes &notes)
 {
-    std::vector<User> users;
-    for (const auto &node : list)
-        users.push_back(readUser(node, notes));
-    return users;
+    return readEach(list, notes, readUser);
 }
 
 std::vector<FaultOrder> readFaults(const std::vector<NamedNode> &list, Notes &notes)
