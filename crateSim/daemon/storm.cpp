@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <utility>
 
 namespace sim::daemon {
 
@@ -31,6 +33,17 @@ std::optional<StormKind> kindOf(const Item &item)
     case ParamType::Text: break;
     }
     return StormKind::Text;
+}
+
+// What lies within the limits of the item and those of its shape.
+std::pair<double, double> rangeOf(const Item &item)
+{
+    const bool isReal = item.shape == Shape::Real;
+    const auto most = static_cast<double>(std::numeric_limits<float>::max());
+    const double low = isReal ? -most : item.shape == Shape::Signed ? INT32_MIN : 0;
+    const double high = isReal ? most : item.shape == Shape::Signed ? INT32_MAX : UINT32_MAX;
+    return {std::clamp<double>(item.parameter->minimum, low, high),
+            std::clamp<double>(item.parameter->maximum, low, high)};
 }
 
 // The bits that a status word may have.
@@ -203,14 +216,13 @@ Value Storm::anotherNumber(const Item &item, double now)
                           static_cast<double>((static_cast<uint32_t>(static_cast<int64_t>(now))
                                                + 1 + m_random() % 7)
                                               & statusBits(parameter.type)));
-    const double low = parameter.minimum;
-    const double high = parameter.maximum;
+    const auto [low, high] = rangeOf(item);
     const double share = static_cast<double>(m_random() >> 11) * 0x1p-53;
-    const Value value = quantised(parameter, low + (high - low) * share);
-    const double number = toNumber(value);
-    if (number != now && number >= low && number <= high)
-        return value;
-    return quantised(parameter, now == low ? high : low);
+    const double steps = item.shape == Shape::Real ? std::pow(10.0, std::clamp<int>(parameter.decimals, -60, 60))
+                                                  : 1;
+    const double number = std::round((low + (high - low) * share) * steps) / steps;
+    const Value value = fromNumber(item.shape, std::clamp(number, low, high));
+    return toNumber(value) != now ? value : fromNumber(item.shape, now == low ? high : low);
 }
 
 } // namespace sim::daemon
