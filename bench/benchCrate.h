@@ -1,0 +1,78 @@
+// A crate that runs in this process on a thread of its own and a port that was free, with the
+// access library pointed at it.
+#pragma once
+
+#include "daemon/server.h"
+
+#include <cstdint>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace crateBench {
+
+/// 16 boards of 48 channels, of the built-in crate's kinds.
+sim::CrateDescription fullCrate();
+
+class BenchCrate {
+public:
+    explicit BenchCrate(sim::CrateDescription description);
+    ~BenchCrate();
+    BenchCrate(const BenchCrate &) = delete;
+    BenchCrate &operator=(const BenchCrate &) = delete;
+
+    static sim::daemon::ServerSettings settings();
+
+    /// Runs a function on the crate's thread and returns its result.
+    template <class Function>
+    auto on(Function function)
+    {
+        std::packaged_task<decltype(function(m_server->world()))()> task(
+            [&] { return function(m_server->world()); });
+        auto result = task.get_future();
+        asio::post(m_server->context(), [&task] { task(); });
+        return result.get();
+    }
+
+    /// Seconds that the crate's thread has kept a core busy.
+    double cpuSeconds();
+
+private:
+    std::unique_ptr<sim::daemon::Server> m_server;
+    std::thread m_thread;
+};
+
+/// A login that ends with the object; handle is negative when it failed.
+class Login {
+public:
+    Login();
+    ~Login();
+    Login(const Login &) = delete;
+    Login &operator=(const Login &) = delete;
+
+    int32_t handle = -1;
+};
+
+/// What a program does to receive events.
+class Subscriber {
+public:
+    Subscriber();
+    ~Subscriber();
+    Subscriber(const Subscriber &) = delete;
+    Subscriber &operator=(const Subscriber &) = delete;
+
+    /// Subscribes a parameter of every channel. False when something was refused.
+    bool subscribe(int32_t handle, const sim::CrateDescription &crate, const char *name);
+    /// Waits for the crate's connection.
+    bool accept();
+    /// The number of events of the next batch; 0 at the end of the stream.
+    uint32_t nextBatch();
+
+private:
+    int m_listener = -1;
+    int m_socket = -1;
+    uint16_t m_port = 0;
+};
+
+} // namespace crateBench
