@@ -24,10 +24,17 @@ sim::daemon::ServerSettings RunningCrate::quick()
     return settings;
 }
 
-RunningCrate::RunningCrate(sim::daemon::ServerSettings settings) : m_settings(std::move(settings))
+RunningCrate::RunningCrate(sim::daemon::ServerSettings settings)
+    : RunningCrate(sim::defaultCrate(), std::move(settings))
+{
+}
+
+RunningCrate::RunningCrate(sim::CrateDescription description,
+                           sim::daemon::ServerSettings settings)
+    : m_settings(std::move(settings))
 {
     spdlog::set_level(spdlog::level::off);
-    m_server = std::make_unique<sim::daemon::Server>(sim::defaultCrate(), m_settings);
+    m_server = std::make_unique<sim::daemon::Server>(std::move(description), m_settings);
     sim::accesslib::tuning().port = m_server->port();
     sim::accesslib::tuning().timeout = 20s;
     m_thread = std::thread([this] { m_server->run(); });

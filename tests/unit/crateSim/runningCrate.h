@@ -19,6 +19,8 @@ constexpr auto patience = std::chrono::seconds(20);
 class RunningCrate {
 public:
     explicit RunningCrate(sim::daemon::ServerSettings settings = quick());
+    explicit RunningCrate(sim::CrateDescription description,
+                          sim::daemon::ServerSettings settings = quick());
     ~RunningCrate();
 
     // Every tick is short; the crate's time passes as the clock's.
