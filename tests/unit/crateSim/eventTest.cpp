@@ -90,7 +90,7 @@ TEST_F(EventTest, EachNameHasItsResult)
     EXPECT_EQ(results[0], 0);
     EXPECT_NE(results[1], 0);
     EXPECT_NE(results[2], 0);
-    EXPECT_EQ(results[3], 0);
+    EXPECT_EQ(results[3], 0); // has no value, but may be watched
     EXPECT_EQ(results[4], 0);
     EXPECT_NE(results[5], 0); // counted, but not named
 }
