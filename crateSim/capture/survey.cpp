@@ -160,8 +160,8 @@ private:
         std::set<std::string> taken;
         if (place.channel >= 0)
             taken.insert("Name"); // the channel's name itself
-        for (const auto &name :
-             usable(names, place.text() + ": parameter", maxParameterName, std::move(taken)))
+        names = usable(names, place.text() + ": parameter", maxParameterName, std::move(taken));
+        for (const auto &name : names)
             attempt([&] { readParameter(place, name, level); });
         return level;
     }

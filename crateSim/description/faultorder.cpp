@@ -30,7 +30,7 @@ constexpr NumberField code{"code", &FaultOrder::code, std::numeric_limits<int32_
                            int32Max};
 constexpr NumberField count{"count", &FaultOrder::count, 0, int32Max};
 constexpr NumberField after{"after", &FaultOrder::after, 0, int32Max};
-constexpr NumberField milliseconds{"milliseconds", &FaultOrder::milliseconds, 0, 3600 * 1000};
+constexpr NumberField milliseconds{"milliseconds", &FaultOrder::milliseconds, 0, 3600000};
 constexpr NumberField offset{"offset", &FaultOrder::offset, 0, int64_t{1} << 40};
 constexpr NumberField chunk{"chunk", &FaultOrder::chunk, 1, 1 << 20};
 constexpr NumberField bytes{"bytes", &FaultOrder::bytes, 1, 1 << 20};
