@@ -51,10 +51,30 @@ std::vector<ItemId> ItemStore::takeChanges()
     return std::exchange(m_changes, {});
 }
 
+namespace {
+
+// Far beyond what a float can tell apart; products of a few such stay finite.
+double tenTo(int16_t power)
+{
+    return std::pow(10.0, std::clamp<int>(power, -60, 60));
+}
+
+} // namespace
+
+double stepsPerUnit(const ParameterDescription &parameter)
+{
+    return shapeOf(parameter.type) == Shape::Real ? tenTo(parameter.decimals) : 1;
+}
+
+Value quantised(const ParameterDescription &parameter, double number)
+{
+    const double steps = stepsPerUnit(parameter);
+    return fromNumber(shapeOf(parameter.type), std::round(number * steps) / steps);
+}
+
 double unitFactor(const ParameterDescription &parameter)
 {
-    constexpr int most = 60; // keeps products of a few such values finite
-    return std::pow(10.0, std::clamp<int>(parameter.exponent, -most, most));
+    return tenTo(parameter.exponent);
 }
 
 } // namespace sim

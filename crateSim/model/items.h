@@ -62,6 +62,13 @@ private:
     std::vector<ItemId> m_changes;
 };
 
+// How many steps of the parameter's resolution make one of its unit. What
+// counts in whole numbers moves by whole numbers.
+double stepsPerUnit(const ParameterDescription &parameter);
+
+// The nearest whole step.
+Value quantised(const ParameterDescription &parameter, double number);
+
 // Ten to the parameter's exponent.
 double unitFactor(const ParameterDescription &parameter);
 

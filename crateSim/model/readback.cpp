@@ -34,22 +34,13 @@ Range rangeOf(PropertyType type)
     return rangeOf(shapeOf(type));
 }
 
-// What counts in whole numbers moves by whole numbers.
-double stepsPerUnitOf(const ParameterDescription &parameter)
-{
-    constexpr int most = 60; // far beyond what a float can tell apart
-    if (shapeOf(parameter.type) != Shape::Real)
-        return 1;
-    return std::pow(10.0, std::clamp<int>(parameter.decimals, -most, most));
-}
-
 } // namespace
 
 ReadBack::ReadBack(ItemId id, const ParameterDescription &parameter)
     : m_id(id),
       m_shape(shapeOf(parameter.type)),
       m_factor(unitFactor(parameter)),
-      m_stepsPerUnit(stepsPerUnitOf(parameter))
+      m_stepsPerUnit(stepsPerUnit(parameter))
 {
     const auto [low, high] = rangeOf(m_shape);
     m_minimum = std::clamp(static_cast<double>(parameter.minimum), low, high);
