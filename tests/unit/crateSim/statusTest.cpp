@@ -231,6 +231,16 @@ TEST_F(StatusTest, DisableLastsAsLongAsAnybodyDisables)
     EXPECT_TRUE(canSwitchOn());
 }
 
+TEST_F(StatusTest, ConditionsOfBoardAndChannelShowTogether)
+{
+    condition(channelbit::CalibrationError);
+    boardCondition(boardbit::PowerFail);
+    EXPECT_EQ(status(), channelbit::CalibrationError | channelbit::PowerFail);
+    EXPECT_EQ(status({0, 1}), channelbit::PowerFail);
+    boardCondition(boardbit::PowerFail, false);
+    EXPECT_EQ(status(), channelbit::CalibrationError);
+}
+
 TEST_F(StatusTest, UnpluggedChannelStaysSoWhenItsBoardComesBack)
 {
     rampFully();
