@@ -33,6 +33,14 @@ void ItemStore::showTruth()
         show(id, std::move(value));
 }
 
+const Value &ItemStore::truth(ItemId id) const
+{
+    if (m_truths.empty())
+        return m_values[id];
+    const auto found = m_truths.find(id);
+    return found == m_truths.end() ? m_values[id] : found->second;
+}
+
 void ItemStore::show(ItemId id, Value value)
 {
     if (m_values[id] == value)

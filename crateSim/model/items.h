@@ -48,6 +48,8 @@ public:
     // disturbed items show the truth again.
     void disturb(ItemId id, Value value);
     void showTruth();
+    // What the item would show without being disturbed: what the physics go by.
+    const Value &truth(ItemId id) const;
 
     // The items that changed since the last call, each once, oldest first.
     std::vector<ItemId> takeChanges();
