@@ -1,5 +1,7 @@
 #include "session.h"
 
+#include <algorithm>
+
 namespace sim::accesslib {
 
 namespace {
@@ -38,11 +40,30 @@ wire::Unpacked Session::tryExchange(const std::string &frame)
 {
     const Deadline deadline = std::chrono::steady_clock::now() + tuning().timeout;
     require(m_socket.send(frame.data(), frame.size(), deadline));
-    wire::Header header{};
-    require(m_socket.receive(header.data(), header.size(), deadline));
-    std::string payload(wire::payloadLength(header), '\0');
-    require(m_socket.receive(payload.data(), payload.size(), deadline));
-    return wire::unpackPayload(payload);
+    return wire::unpackPayload(receiveFrame(deadline));
+}
+
+// The payload, valid until the next frame. Most frames come in one piece, and
+// behind an answer nothing may follow.
+std::string_view Session::receiveFrame(Deadline deadline)
+{
+    constexpr size_t usual = 4096;
+    m_input.resize(usual);
+    size_t filled = 0;
+    size_t wanted = wire::headerSize;
+    while (filled < wanted) {
+        size_t received = 0;
+        require(m_socket.receive(m_input.data() + filled, m_input.size() - filled, received,
+                                 deadline));
+        filled += received;
+        if (wanted > wire::headerSize || filled < wire::headerSize)
+            continue;
+        wanted = wire::headerSize + wire::payloadLength(wire::headerOf(m_input));
+        m_input.resize(std::max(wanted, usual));
+    }
+    if (filled > wanted)
+        throw wire::BadFrame("more than an answer");
+    return std::string_view(m_input).substr(wire::headerSize, wanted - wire::headerSize);
 }
 
 std::optional<uint32_t> Session::propertyType(const std::string &name) const

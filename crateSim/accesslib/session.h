@@ -76,12 +76,14 @@ public:
 
 private:
     wire::Unpacked tryExchange(const std::string &frame);
+    std::string_view receiveFrame(Deadline deadline);
 
     std::map<std::string, uint32_t> m_types;
 
     std::mutex m_mutex; // guards what follows
     Socket m_socket;
     bool m_dead = false;
+    std::string m_input; // keeps its memory from call to call
 };
 
 // All logins of the process. Thread-safe.

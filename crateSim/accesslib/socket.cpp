@@ -132,22 +132,20 @@ Transfer Socket::send(const void *data, size_t size, Deadline deadline)
     return Transfer::Done;
 }
 
-Transfer Socket::receive(void *data, size_t size, Deadline deadline)
+// An answer is never there at once, so the wait comes first.
+Transfer Socket::receive(void *data, size_t size, size_t &received, Deadline deadline)
 {
-    char *position = static_cast<char *>(data);
-    while (size > 0) {
-        const ssize_t received = recv(m_descriptor, position, size, 0);
-        if (received > 0) {
-            position += received;
-            size -= static_cast<size_t>(received);
-        } else if (received < 0 && wouldBlock(errno)) {
-            if (const Transfer waited = waitFor(POLLIN, deadline); waited != Transfer::Done)
-                return waited;
-        } else if (received == 0 || !isInterruption(errno)) {
-            return Transfer::Lost;
+    for (;;) {
+        if (const Transfer waited = waitFor(POLLIN, deadline); waited != Transfer::Done)
+            return waited;
+        const ssize_t taken = recv(m_descriptor, data, size, 0);
+        if (taken > 0) {
+            received = static_cast<size_t>(taken);
+            return Transfer::Done;
         }
+        if (taken == 0 || (!wouldBlock(errno) && !isInterruption(errno)))
+            return Transfer::Lost;
     }
-    return Transfer::Done;
 }
 
 size_t receiveSome(int descriptor, void *data, size_t size)

@@ -28,7 +28,8 @@ public:
 
     Transfer connect(const std::string &host, uint16_t port, Deadline deadline);
     Transfer send(const void *data, size_t size, Deadline deadline);
-    Transfer receive(void *data, size_t size, Deadline deadline);
+    // Waits for data and takes what there is, at most size bytes.
+    Transfer receive(void *data, size_t size, size_t &received, Deadline deadline);
 
 private:
     Transfer waitFor(short events, Deadline deadline) const;

@@ -1,6 +1,7 @@
 #include "calls.h"
 
 #include <array>
+#include <spdlog/spdlog.h>
 
 #include "brokenanswers.h"
 #include "callhandlers.h"
@@ -35,8 +36,10 @@ void breakAnswer(World &world, Operation operation, std::string_view item, msgpa
     const AnswerForm form = answerForm(operation, item, isText);
     const auto answer = world.faults.takeAnswer(
         operation, [form](FaultAnswer each) { return canBreak(each, form); });
-    if (answer)
-        body = broken(*answer, form, body);
+    if (!answer)
+        return;
+    spdlog::debug("{} gets a broken answer as ordered", wire::operationName(operation));
+    body = broken(*answer, form, body);
 }
 
 // Notes the call and carries it out, unless it has to fail.
@@ -47,8 +50,11 @@ std::pair<int32_t, msgpack::sbuffer> carryOut(Session &session, const wire::Call
     const auto request = wire::convert<Request>(call.body);
     World &world = session.world();
     world.statistics.countCall(call.operation, callText(world.crate, call.operation, request));
-    if (code)
+    spdlog::trace("{}", world.statistics.log().back());
+    if (code) {
+        spdlog::debug("{} fails as ordered", wire::operationName(call.operation));
         return {*code, msgpack::sbuffer()};
+    }
     if (!session.isLoggedIn() && call.operation != Operation::InitSystem)
         return {static_cast<int32_t>(Result::NotLoggedIn), msgpack::sbuffer()};
     Outcome outcome = handler(session, request);

@@ -1,5 +1,6 @@
 // Subscriptions to change events.
 #include <algorithm>
+#include <spdlog/spdlog.h>
 
 #include "../protocol/lists.h"
 #include "callhandlers.h"
@@ -36,6 +37,8 @@ Outcome forEachItem(const Crate &crate, const wire::SubscriptionRequest &request
 Outcome subscribe(Session &session, const wire::SubscriptionRequest &request)
 {
     const Crate &crate = session.world().crate;
+    spdlog::debug("port {} watches {}/{}: {}", request.port, request.slot, request.channel,
+                  request.names);
     return forEachItem(crate, request, [&](ItemId id) {
         if (crate.items().item(id).mode == Mode::Write)
             return Result::NotReadable;

@@ -1,4 +1,6 @@
 // Misbehaviour to order.
+#include <spdlog/spdlog.h>
+
 #include "controlfields.h"
 #include "controltables.h"
 
@@ -46,6 +48,7 @@ json toJson(const FaultOrder &order)
 json orderFault(World &world, const json &request)
 {
     const FaultOrder order = orderOf(request);
+    spdlog::info("fault ordered: {}", toJson(order).dump());
     try {
         world.orderFault(order);
     } catch (const std::invalid_argument &error) {

@@ -1,6 +1,7 @@
 // Events in great number.
 #include <algorithm>
 #include <cmath>
+#include <spdlog/spdlog.h>
 
 #include "controlfields.h"
 #include "controltables.h"
@@ -57,8 +58,10 @@ json storm(World &world, const json &request)
         order.length = Duration(std::llround(seconds * 1e9));
     if (order.rate == 0) {
         world.stormMaker.stop();
+        spdlog::info("storm stopped");
         return json::object();
     }
+    spdlog::info("storm of {} events per second", order.rate);
     world.stormMaker.start(order);
     if (world.onStorm)
         world.onStorm();

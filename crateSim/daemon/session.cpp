@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include <algorithm>
 #include <spdlog/spdlog.h>
 
 #include "calls.h"
@@ -7,6 +8,9 @@
 namespace sim::daemon {
 
 namespace {
+
+constexpr size_t usualInput = 4096;
+constexpr size_t keptInput = 65536;
 
 Tcp::endpoint peerOf(const Tcp::socket &socket)
 {
@@ -26,34 +30,53 @@ Session::Session(asio::io_context &context, Tcp::socket socket, World &world)
 void Session::start()
 {
     ++m_world.statistics.sessionsAccepted;
+    spdlog::debug("{}:{} connected", m_peer.address().to_string(), m_peer.port());
     Error ignored;
     m_socket.set_option(Tcp::no_delay(true), ignored);
-    readHeader();
+    readMore();
 }
 
-void Session::readHeader()
+// Whatever has come is taken at once; mostly it is a whole call.
+void Session::readMore()
 {
-    asio::async_read(m_socket, asio::buffer(m_header),
-                     [self = shared_from_this()](const Error &error, size_t) {
-                         if (error)
-                             return self->close();
-                         try {
-                             self->readPayload(wire::payloadLength(self->m_header));
-                         } catch (const wire::BadFrame &bad) {
-                             self->fail(bad.what());
-                         }
-                     });
+    m_input.resize(std::max(m_frame, usualInput));
+    asio::mutable_buffer room(m_input.data() + m_filled, m_input.size() - m_filled);
+    m_socket.async_read_some(room, [self = shared_from_this()](const Error &error, size_t size) {
+        if (error)
+            return self->close();
+        self->m_filled += size;
+        self->handleInput();
+    });
 }
 
-void Session::readPayload(uint32_t length)
+void Session::handleInput()
 {
-    m_payload.resize(length);
-    asio::async_read(m_socket, asio::buffer(m_payload),
-                     [self = shared_from_this()](const Error &error, size_t) {
-                         if (error)
-                             return self->close();
-                         self->handlePayload();
-                     });
+    if (m_filled < wire::headerSize)
+        return readMore();
+    try {
+        m_frame = wire::headerSize + wire::payloadLength(wire::headerOf(m_input));
+    } catch (const wire::BadFrame &bad) {
+        return fail(bad.what());
+    }
+    if (m_filled < m_frame)
+        return readMore();
+    handlePayload();
+}
+
+// The call has been answered; what came behind it is the next.
+void Session::nextCall()
+{
+    m_input.erase(0, m_frame);
+    if (m_input.capacity() > keptInput)
+        m_input.shrink_to_fit();
+    m_filled -= m_frame;
+    m_frame = 0;
+    handleInput();
+}
+
+std::string_view Session::payload() const
+{
+    return std::string_view(m_input).substr(wire::headerSize, m_frame - wire::headerSize);
 }
 
 void Session::handlePayload()
@@ -61,7 +84,7 @@ void Session::handlePayload()
     if (m_closed)
         return;
     try {
-        m_fault = m_world.faults.none() ? CallFault() : takeCallFault(m_world.faults, m_payload);
+        m_fault = m_world.faults.none() ? CallFault() : takeCallFault(m_world.faults, payload());
     } catch (const std::exception &error) {
         return fail(error.what());
     }
@@ -76,7 +99,7 @@ void Session::handlePayload()
 void Session::carryOut()
 {
     try {
-        write(answerCall(*this, m_payload, m_fault.code));
+        write(answerCall(*this, payload(), m_fault.code));
     } catch (const std::exception &error) {
         fail(error.what());
     }
@@ -86,6 +109,7 @@ void Session::carryOut()
 void Session::hold()
 {
     m_held = true;
+    spdlog::debug("{}:{}: call held back", m_peer.address().to_string(), m_peer.port());
     m_world.notify();
     m_socket.async_wait(Tcp::socket::wait_read, [self = shared_from_this(),
                                                  number = ++m_holds](const Error &error) {
@@ -125,7 +149,7 @@ void Session::write(std::string frame)
                       [self = shared_from_this()](const Error &error, size_t) {
                           if (error || self->m_ending)
                               return self->close();
-                          self->readHeader();
+                          self->nextCall();
                       });
     m_world.notify();
 }
@@ -143,6 +167,7 @@ void Session::close()
         return;
     m_closed = true;
     --m_world.sessions;
+    spdlog::debug("{}:{} gone", m_peer.address().to_string(), m_peer.port());
     if (m_loggedIn)
         spdlog::info("{}:{} left without logging out", m_peer.address().to_string(),
                      m_peer.port());

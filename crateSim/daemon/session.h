@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "../protocol/codec.h"
 #include "world.h"
@@ -34,9 +35,11 @@ public:
     void closeLink(uint16_t port);
 
 private:
-    void readHeader();
-    void readPayload(uint32_t length);
+    void readMore();
+    void handleInput();
     void handlePayload();
+    void nextCall();
+    std::string_view payload() const;
     void carryOut();
     void hold();
     void delay();
@@ -47,8 +50,9 @@ private:
     Tcp::socket m_socket;
     World &m_world;
     const Tcp::endpoint m_peer;
-    wire::Header m_header{};
-    std::string m_payload;
+    std::string m_input;    // as far as it is filled: the call under way and what follows it
+    size_t m_filled = 0;
+    size_t m_frame = 0;     // bytes of the call under way; 0: not known yet
     std::string m_answer;
     CallFault m_fault;      // of the call that is under way
     asio::steady_timer m_delay;

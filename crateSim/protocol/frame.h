@@ -3,11 +3,13 @@
 // calls, answers and events. Pure functions; no I/O.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace sim::wire {
 
@@ -32,6 +34,14 @@ inline Header makeHeader(size_t payload)
         header[index] = magic[index];
     for (size_t index = 0; index < 4; ++index)
         header[4 + index] = static_cast<unsigned char>(payload >> (24 - 8 * index));
+    return header;
+}
+
+// The first bytes of a stream, of which there have to be enough.
+inline Header headerOf(std::string_view bytes)
+{
+    Header header{};
+    std::copy_n(bytes.begin(), header.size(), header.begin());
     return header;
 }
 
