@@ -8,7 +8,7 @@ namespace sim {
 namespace {
 
 constexpr size_t maxFindings = 1000;
-constexpr size_t maxVisits = 2000000;
+constexpr size_t maxVisits = 500000;
 
 template <class Number>
 std::optional<Number> parseReal(std::string_view text)

@@ -16,7 +16,7 @@ namespace {
 
 // Bounds what aliases and merges can make of a small text, and the memory of a
 // large one.
-constexpr size_t maxNodes = 1000000;
+constexpr size_t maxNodes = 250000;
 
 class TooLarge : public std::runtime_error {
 public:

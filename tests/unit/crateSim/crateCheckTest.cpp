@@ -295,9 +295,9 @@ TEST(CrateCheck, BombsAreBounded)
     EXPECT_THAT(check("name: " + std::string(5000, '{')),
                 testing::ElementsAre(HasSubstr("is not YAML")));
     std::string many = "users:\n";
-    for (int count = 0; count < 1100000; ++count)
+    for (int count = 0; count < 300000; ++count)
         many += "- a\n";
-    EXPECT_THAT(check(many), testing::ElementsAre(HasSubstr("more than 1000000 values")));
+    EXPECT_THAT(check(many), testing::ElementsAre(HasSubstr("more than 250000 values")));
 }
 
 TEST(CrateCheck, AliasesCannotMakeItEndless)
