@@ -9,36 +9,11 @@ namespace sim::daemon {
 
 namespace {
 
-using wire::Operation;
-
 constexpr size_t parameterSlot = maxParameterName + 1;
 constexpr size_t channelSlot = maxChannelName + 1;
 constexpr size_t textSize = maxText + 1;
 constexpr size_t longText = 5000;
 constexpr uint16_t missingEntries = 5;
-
-constexpr uint32_t bitOf(FaultAnswer answer)
-{
-    return 1u << static_cast<unsigned>(answer);
-}
-
-constexpr uint32_t strangeTexts = bitOf(FaultAnswer::BadUtf8) | bitOf(FaultAnswer::QuotedText);
-constexpr uint32_t lists = bitOf(FaultAnswer::NoNul) | bitOf(FaultAnswer::LongCount)
-                           | bitOf(FaultAnswer::EmptyList) | strangeTexts;
-
-constexpr uint32_t limits = bitOf(FaultAnswer::NanLimits) | bitOf(FaultAnswer::InfiniteLimits);
-
-// In the order of the forms.
-constexpr uint32_t breakable[] = {
-    0,
-    lists | bitOf(FaultAnswer::LongText),
-    lists | bitOf(FaultAnswer::LongText),
-    lists | bitOf(FaultAnswer::NoEnd),
-    bitOf(FaultAnswer::NoNul) | strangeTexts,
-    bitOf(FaultAnswer::NoNul) | bitOf(FaultAnswer::LongText) | strangeTexts,
-    limits,
-    limits,
-};
 
 // The text that takes a text's place.
 std::string strangeText(FaultAnswer answer, const std::string &text)
@@ -148,41 +123,6 @@ msgpack::sbuffer rebuilt(const msgpack::sbuffer &packed, FaultAnswer answer, Mor
 }
 
 } // namespace
-
-AnswerForm answerForm(Operation operation, std::string_view property, bool isText)
-{
-    switch (operation) {
-    case Operation::GetSysPropList:
-    case Operation::GetExecCommList: return AnswerForm::PackedList;
-    case Operation::GetCrateMap: return AnswerForm::CrateMap;
-    case Operation::GetBdParamInfo:
-    case Operation::GetChParamInfo: return AnswerForm::NameTable;
-    case Operation::GetChName: return AnswerForm::ChannelNames;
-    case Operation::GetSysProp: return isText ? AnswerForm::Text : AnswerForm::Other;
-    case Operation::GetBdParamProp:
-    case Operation::GetChParamProp:
-        if (property == "Minval")
-            return AnswerForm::LowerLimit;
-        if (property == "Maxval")
-            return AnswerForm::UpperLimit;
-        return property == "Onstate" || property == "Offstate" ? AnswerForm::Text
-                                                               : AnswerForm::Other;
-    default: return AnswerForm::Other;
-    }
-}
-
-bool canBreak(FaultAnswer answer, AnswerForm form)
-{
-    return (breakable[static_cast<size_t>(form)] & bitOf(answer)) != 0;
-}
-
-bool canBreak(FaultAnswer answer, Operation operation)
-{
-    for (const std::string_view property : {"Minval", "Onstate"})
-        if (canBreak(answer, answerForm(operation, property, true)))
-            return true;
-    return false;
-}
 
 msgpack::sbuffer broken(FaultAnswer answer, AnswerForm form, const msgpack::sbuffer &body)
 {

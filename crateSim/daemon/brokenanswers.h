@@ -1,33 +1,10 @@
 // Answers as a broken library could give them.
 #pragma once
 
-#include <optional>
-#include <string_view>
-
-#include "../description/faultorder.h"
+#include "../description/answerforms.h"
 #include "../protocol/codec.h"
 
 namespace sim::daemon {
-
-// What an answer consists of, as far as it can be broken.
-enum class AnswerForm : uint8_t {
-    Other,
-    PackedList,
-    CrateMap,
-    NameTable,
-    ChannelNames,
-    Text,
-    LowerLimit,
-    UpperLimit
-};
-
-// The item is the property that was asked for, where that matters; text tells
-// whether a system property is one.
-AnswerForm answerForm(wire::Operation operation, std::string_view property, bool isText);
-
-bool canBreak(FaultAnswer answer, AnswerForm form);
-// Whether some answer of the operation can be broken that way.
-bool canBreak(FaultAnswer answer, wire::Operation operation);
 
 // The packed answer, broken. The form has to allow it.
 msgpack::sbuffer broken(FaultAnswer answer, AnswerForm form, const msgpack::sbuffer &body);

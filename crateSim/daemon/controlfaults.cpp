@@ -49,11 +49,7 @@ json orderFault(World &world, const json &request)
 {
     const FaultOrder order = orderOf(request);
     spdlog::info("fault ordered: {}", toJson(order).dump());
-    try {
-        world.orderFault(order);
-    } catch (const std::invalid_argument &error) {
-        throw ControlError(error.what());
-    }
+    world.orderFault(order);
     return json::object();
 }
 

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <map>
-#include <stdexcept>
 
-#include "brokenanswers.h"
 
 namespace sim::daemon {
 
@@ -74,11 +72,6 @@ size_t World::connectedLinks() const
 
 void World::orderFault(const FaultOrder &order)
 {
-    if (order.kind == FaultKind::Answer && order.operation
-        && !canBreak(order.answer, *order.operation))
-        throw std::invalid_argument("no answer of \""
-                                    + std::string(faultOperationName(order.operation))
-                                    + "\" can be broken that way");
     const ActiveFault fault{++m_faultsOrdered, order};
     if (!isOfEvents(order.kind) || isOfAllConnections(order) || connectedLinks() == 0)
         faults.add(fault);

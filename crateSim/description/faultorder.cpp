@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+#include "answerforms.h"
+
 namespace sim {
 
 namespace {
@@ -114,6 +116,8 @@ public:
             readAnswer();
         for (const auto &use : row->numbers)
             readNumber(use);
+        if (m_problems.size() == before && row->hasAnswer)
+            checkAnswer();
         if (m_order.code == 0 && row->kind == FaultKind::Fail)
             report("code", "\"code\" is 0, which means success");
         for (const auto &[name, value] : m_left)
@@ -187,6 +191,13 @@ private:
             report("answer", "\"answer\" is none of " + listed(answerNames));
         else
             m_order.answer = static_cast<FaultAnswer>(found - answerNames.begin());
+    }
+
+    void checkAnswer()
+    {
+        if (m_order.operation && !canBreak(m_order.answer, *m_order.operation))
+            report("answer", "no answer of \"" + std::string(faultOperationName(m_order.operation))
+                                 + "\" can be broken that way");
     }
 
     void readNumber(const NumberUse &use)
