@@ -79,11 +79,18 @@ def test_a_server_on_the_small_crate(site):
 
 
 def test_a_server_on_the_odd_crate(site):
-    """Without the faults that it asks for, among them a refused login."""
-    text = (CRATES / "odd.yaml").read_text(encoding="utf-8")
-    site.world.path("/tmp/odd.yaml").write_text(text[:text.index("\nfaults:")], encoding="utf-8")
-    crate = site.crate("/tmp/odd.yaml")
-    site.ioc().wait_running()
+    """With the faults that it asks for: the first login is refused, the second and third write
+    of a property fail, a command takes its time, the first events come in pieces."""
+    crate = site.crate(CRATES / "odd.yaml")
+    assert site.ioc().wait() == 0
+    site.ioc("-D", "2").wait_running()
     crate.wait(eventConnections=1)
     assert site.clients.caget("ZC16:01:003:VSet:RBV") == "20"
     assert crate.get("VSet", slot=1, channel=1) == 1.5
+    failed = [bool(site.clients.caput("ZC16:Small", value)) for value in (5, 6, 7, 8)]
+    assert failed == [False, True, True, False]
+    crate.wait(name="Small", value=8)
+    assert site.clients.caput("ZC16:AllOff", 1) == ""
+    applied = crate.statistics()["faults"]
+    assert 1 <= applied.pop("split-events") <= 10
+    assert applied == {"refuse-logins": 1, "fail": 2, "delay": 1}
