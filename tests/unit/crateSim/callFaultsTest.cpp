@@ -36,8 +36,8 @@ struct CallFaultsTest : testing::Test {
     }
     void waitForFault(FaultKind kind)
     {
-        while (crate.applied(kind) == 0)
-            std::this_thread::yield();
+        EXPECT_TRUE(crate.until(
+            [kind](auto &world) { return world.statistics.faults.of(kind) > 0; }));
     }
 
     void breakAnswer(const char *operation, const char *answer)
@@ -144,8 +144,7 @@ TEST_F(CallFaultsTest, CallOfACallerThatGaveUpIsDropped)
         sim::accesslib::tuning().timeout = 20ms;
         EXPECT_EQ(VEXAHV_ExecComm(impatient.handle, "Kill"), sim::accesslib::failure::timedOut);
         sim::accesslib::tuning().timeout = 20s;
-        while (crate.on([](auto &world) { return world.sessions; }) > 1)
-            std::this_thread::yield();
+        EXPECT_TRUE(crate.until([](auto &world) { return world.sessions <= 1; }));
         release();
         EXPECT_EQ(calls(Operation::ExecComm), 0u) << kind;
     }

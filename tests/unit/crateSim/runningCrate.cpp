@@ -125,7 +125,9 @@ bool EventReceiver::accept()
         return false;
     hangUp();
     m_socket = ::accept(m_listener, nullptr, nullptr);
-    return m_socket >= 0;
+    // Who reads from the socket itself is to be as patient as the others.
+    const timeval limit{patience.count(), 0};
+    return setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
 }
 
 std::vector<SeenEvent> EventReceiver::nextBatch()

@@ -2,6 +2,7 @@
 // free, with the access library pointed at it.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <future>
 #include <memory>
@@ -38,6 +39,20 @@ public:
         auto result = task.get_future();
         asio::post(m_server->context(), [&task] { task(); });
         return result.get();
+    }
+
+    // Whether a condition, tested on the crate's thread, comes to hold while there is
+    // patience.
+    template <class Condition>
+    bool until(Condition condition)
+    {
+        const auto end = std::chrono::steady_clock::now() + patience;
+        while (!on(condition)) {
+            if (std::chrono::steady_clock::now() > end)
+                return false;
+            std::this_thread::yield();
+        }
+        return true;
     }
 
     // Orders misbehaviour by the fields of the order.
