@@ -100,7 +100,7 @@ def delayed_capture(site):
     crate = site.crate()
     crate.control("fault", kind="delay", operation="GetExecCommList", milliseconds=1500)
     process = site.world.start("zantocrate-capture", command(password="admin"))
-    crate.wait(call="VEXAHV_GetExecCommList")
+    crate.wait(fault="delay")
     return crate, process
 
 
