@@ -175,7 +175,7 @@ def test_long_answers_are_read_whole(bench):
     ("3:1", "Trip Int", "0x1f", 31),
     ("3:1", "Name", "Drift 1", "Drift 1"),
     ("3:1", "Comment", "12", "12"),
-    ("2", "BdEnable", "Disabled", 0),
+    ("15", "BdEnable", "Disabled", 0),
     ("2", "Jumpers", "3", 3),
     ("system", "FanTrim", "-7", -7),
     ("system", "RemoteOnly", "false", 0),
