@@ -166,12 +166,17 @@ void Storm::serve(const Links &links, size_t index, const Send &send)
         if (!link.isConnected())
             return;
         if (link.isBusy()) {
-            m_dropped += share.due;
+            m_dropped += std::exchange(share.due, 0);
             return;
         }
         const auto item = pick(share);
         if (!item)
             return;
+        // Nobody would get the event, and it would be due for ever.
+        if (!link.isSubscribed(*item)) {
+            --share.due;
+            continue;
+        }
         if (m_moved[*item])
             sendMoved(send);
         move(*item, links);
@@ -187,8 +192,12 @@ void Storm::move(ItemId item, const Links &links)
         const EventLink &link = *links[index];
         if (!link.isConnected() || !link.isSubscribed(item))
             continue;
-        ++(link.isBusy() ? m_dropped : m_sent);
-        m_shares[index].due -= m_shares[index].due > 0 ? 1 : 0;
+        uint64_t &due = m_shares[index].due;
+        if (!link.isBusy())
+            ++m_sent;
+        else if (due > 0)
+            ++m_dropped;
+        due -= due > 0 ? 1 : 0;
     }
 }
 

@@ -279,6 +279,24 @@ TEST_F(StormTest, SlowReaderGetsFewer)
     EXPECT_EQ(stored(0, 3, "VMon"), sim::Value(0.0f));
 }
 
+// The storm learns of it only later, and must not wait for it.
+TEST_F(StormTest, SubscriptionsEndMeanwhile)
+{
+    subscribe("VSet:VMon", 0, login, receiver);
+    ASSERT_TRUE(receiver.accept());
+    take(2);
+    start(1000, only(StormKind::Numeric));
+    pass(10ms);
+    EXPECT_EQ(take(10).size(), 10u);
+    char result = 1;
+    ASSERT_EQ(VEXAHV_UnSubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VMon", 1,
+                                              &result),
+              0);
+    EXPECT_EQ(result, 0);
+    pass(10ms);
+    EXPECT_EQ(sent(), 10u);
+}
+
 TEST_F(StormTest, NobodySubscribed)
 {
     start(1000);
