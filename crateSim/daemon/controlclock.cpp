@@ -39,11 +39,19 @@ Duration stepField(const json &request)
     return Duration(std::llround(seconds * 1e9));
 }
 
+// A model step, but at a slow speed that of the usual one: the steps of a slow
+// clock are so short that the whole would take for ever.
+Duration pieceOf(const CrateClock &clock)
+{
+    const auto step = static_cast<double>(clock.modelStep().count());
+    return Duration(std::llround(step / std::min(clock.speed(), 1.0)));
+}
+
 // Between two model steps the loop gets its turn: the batch of the first has
 // left, and other clients are served, however long the whole takes.
 void stepOn(const ControlContext &context, Duration left, const Reply &reply)
 {
-    const Duration part = std::min(left, context.world.clock.modelStep());
+    const Duration part = std::min(left, pieceOf(context.world.clock));
     context.world.step(part);
     if (part == left)
         return reply(success(json::object()));

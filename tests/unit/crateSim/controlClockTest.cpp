@@ -46,6 +46,15 @@ TEST_F(ControlClock, StepMovesPausedTimeExactly)
     EXPECT_NEAR(uptime() - before, 600.001, 1e-9);
 }
 
+// At its own pace the step would be made of millions of pieces.
+TEST_F(ControlClock, StepOfASlowClockIsAsQuick)
+{
+    const double before = uptime();
+    ASSERT_EQ(control.ask({{"cmd", "speed"}, {"factor", 0.001}})["ok"], true);
+    step(100);
+    EXPECT_NEAR(uptime() - before, 100, 1e-9);
+}
+
 TEST_F(ControlClock, RampFollowsTheSteps)
 {
     set("VSet", 100);
