@@ -49,6 +49,9 @@ Waits::Condition valueCondition(World &world, const json &request)
 {
     const ItemId id = itemOf(world.crate, request);
     if (request.contains("bits")) {
+        const Item &item = world.crate.items().item(id);
+        if (item.shape != Shape::Signed && item.shape != Shape::Unsigned)
+            throw ControlError("\"" + std::string(item.name) + "\" is no word of bits");
         const auto bits = static_cast<uint32_t>(countField(request, "bits", 0));
         return [&world, id, bits] {
             const auto status = static_cast<int64_t>(toNumber(world.crate.items().value(id)));

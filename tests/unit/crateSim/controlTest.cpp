@@ -120,6 +120,8 @@ TEST_F(ControlTest, TripsConditionsAndBoards)
     Json tripped = wait;
     tripped["bits"] = sim::channelbit::InternalTrip;
     EXPECT_EQ(control.ask(tripped)["ok"], true);
+    tripped["name"] = "VMon";
+    EXPECT_EQ(control.ask(tripped)["error"], "\"VMon\" is no word of bits");
     control.ask({{"cmd", "execute"}, {"name", "ClearAlarm"}});
     control.ask({{"cmd", "condition"}, {"slot", 0}, {"channel", 2}, {"bit", 12}});
     Json condition = wait;
