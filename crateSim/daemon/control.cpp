@@ -11,6 +11,7 @@ namespace sim::daemon {
 namespace {
 
 constexpr size_t longestLine = size_t{64} * 1024;
+constexpr std::chrono::milliseconds retry{50};
 
 // One connection: a line in, a line out, in turn.
 class ControlSession : public std::enable_shared_from_this<ControlSession> {
@@ -107,12 +108,16 @@ ControlPort::~ControlPort()
     unlink(m_path.c_str());
 }
 
+// Without a free descriptor the next attempt waits for a while.
 void ControlPort::accept()
 {
     m_acceptor.async_accept([this](const Error &error, Local::socket socket) {
+        if (error == asio::error::operation_aborted)
+            return;
         if (error) {
-            if (error != asio::error::operation_aborted)
-                spdlog::error("control port closed: {}", error.message());
+            spdlog::warn("control port: cannot accept: {}", error.message());
+            auto pause = std::make_shared<asio::steady_timer>(m_context, retry);
+            pause->async_wait([this, pause](const Error &) { accept(); });
             return;
         }
         const ControlContext context{m_context, m_world, m_waits};

@@ -62,6 +62,9 @@ void runControlCommand(const ControlContext &context, const std::string &line,
         reply(failure(error.what()));
     } catch (const json::exception &) {
         reply(failure("the request is no valid JSON"));
+    } catch (const std::exception &error) {
+        // Whatever it is, one bad request ends no crate.
+        reply(failure(error.what()));
     }
 }
 
