@@ -131,15 +131,15 @@ private:
     // a reader of the file.
     std::string titled(const Problem &problem) const
     {
-        for (size_t index = 0; index < m_boards.size(); ++index) {
-            const std::string position = "slot " + std::to_string(index);
+        constexpr std::string_view boards = "boards/";
+        if (problem.path.compare(0, boards.size(), boards) != 0)
+            return problem.text;
+        const size_t index = numberAndRest(problem.path.substr(boards.size())).first;
+        const std::string position = "slot " + std::to_string(index);
+        if (index < m_boards.size() && problem.text.compare(0, position.size(), position) == 0) {
             const auto &slot = m_boards[index].slot;
-            const bool here = problem.path.compare(0, m_boards[index].path.size() + 1,
-                                                   m_boards[index].path + "/")
-                              == 0;
-            if (here && problem.text.compare(0, position.size(), position) == 0)
-                return (slot ? "slot " + std::to_string(*slot) : "board")
-                       + problem.text.substr(position.size());
+            return (slot ? "slot " + std::to_string(*slot) : "board")
+                   + problem.text.substr(position.size());
         }
         return problem.text;
     }

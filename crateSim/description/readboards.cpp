@@ -88,6 +88,12 @@ public:
         readSettings();
         readStart(m_fields, board.model, &ModelDescription::board, board.start);
         m_fields.finish();
+        // Nobody asks whose a channel is that the board may not have, and many
+        // boards without a count would take up much.
+        if (!m_counted) {
+            m_read.loads = std::vector<int32_t>();
+            m_read.settings = std::vector<int32_t>();
+        }
         return std::move(m_read);
     }
 
@@ -240,6 +246,13 @@ void readChannelNames(const NamedNode &node, std::vector<ChannelDescription> &ch
         notes.report(node.line, node.path,
                      "\"names\" is neither a list nor a text with # in place of the number, in quotes "
                      "where a blank stands before it");
+        return;
+    }
+    // Far beyond any name, and all channels would have a copy.
+    constexpr size_t longestPattern = 100;
+    if (pattern.text.size() > longestPattern) {
+        notes.report(node.line, node.path,
+                     "\"names\" is longer than " + std::to_string(longestPattern) + " bytes");
         return;
     }
     for (size_t index = 0; index < channels.size(); ++index)

@@ -1,5 +1,6 @@
 #include "yamltree.h"
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
@@ -18,9 +19,13 @@ namespace {
 // large one.
 constexpr size_t maxNodes = 250000;
 
+// Aliases of aliases make a tree far deeper than the text; walking and deleting
+// it goes level by level.
+constexpr int maxHeight = 500;
+
 class TooLarge : public std::runtime_error {
 public:
-    explicit TooLarge(int line) : std::runtime_error("too large"), m_line(line) {}
+    TooLarge(int line, const std::string &what) : std::runtime_error(what), m_line(line) {}
     int line() const { return m_line; }
 
 private:
@@ -112,7 +117,7 @@ private:
     void count(int line)
     {
         if (++m_count > maxNodes)
-            throw TooLarge(line);
+            throw TooLarge(line, "more than " + std::to_string(maxNodes) + " values");
     }
 
     static bool isStandard(const std::string &tag, std::initializer_list<std::string_view> names)
@@ -152,7 +157,13 @@ private:
 
     void close()
     {
-        const YamlPointer node = m_open.back().node;
+        const auto node = m_open.back().node;
+        for (const auto &item : node->items)
+            node->height = std::max(node->height, item->height + 1);
+        for (const auto &entry : node->entries)
+            node->height = std::max(node->height, entry.value->height + 1);
+        if (node->height > maxHeight)
+            throw TooLarge(node->line, "more than " + std::to_string(maxHeight) + " levels");
         m_open.pop_back();
         place(node);
     }
@@ -278,7 +289,7 @@ YamlPointer readYaml(const std::string &text, std::vector<Finding> &findings)
     try {
         return parse(text, findings);
     } catch (const TooLarge &error) {
-        findings.push_back({error.line(), "more than " + std::to_string(maxNodes) + " values"});
+        findings.push_back({error.line(), error.what()});
     } catch (const YAML::Exception &error) {
         findings.push_back({std::max(0, lineOf(error.mark)), "is not YAML: " + error.msg});
     }

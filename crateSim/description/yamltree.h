@@ -31,6 +31,7 @@ struct YamlNode {
     Kind kind = Kind::Null;
     bool plain = false;  // a scalar written without quotes, which may be a number
     int line = 0;
+    int height = 0;      // levels below it
     std::string text;                 // of a scalar, as written
     std::vector<YamlPointer> items;   // of a list
     std::vector<YamlEntry> entries;   // of a map: each key once, merged ones last

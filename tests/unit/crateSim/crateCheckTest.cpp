@@ -117,6 +117,10 @@ const Case cases[] = {
     {"one channel name too long", 23, "    names: [a, b,\n      CHANNELNAME2, c]",
      "F:24: slot 0, channel 2: name is longer than 11 characters"},
     {"too few names", 23, "    names: [a, b]", "F:23: 2 names for 4 channels"},
+    {"names far too long", 23,
+     "    names: NNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNN"
+     "NNNNNNNNNNNNNNNNNNNN#",
+     "F:23: \"names\" is longer than 100 bytes"},
     {"names without a number", 23, "    names: abc", "F:23: \"names\" is neither a list nor a text"},
     {"names with two numbers", 23, "    names: a#b#", "F:23: \"names\" is neither a list nor a te"},
     {"type missing", 14, "      - {name: Pw, mode: read}", "F:14: \"type\" is missing in a para"},
@@ -301,6 +305,10 @@ TEST(CrateCheck, BombsAreBounded)
     for (int count = 0; count < 300000; ++count)
         many += "- a\n";
     EXPECT_THAT(check(many), testing::ElementsAre(HasSubstr("more than 250000 values")));
+    std::string deep = "- &a0 [a]\n";
+    for (int count = 1; count < 60000; ++count)
+        deep += "- &a" + std::to_string(count) + " [*a" + std::to_string(count - 1) + "]\n";
+    EXPECT_THAT(check(deep), testing::ElementsAre(HasSubstr("more than 500 levels")));
 }
 
 TEST(CrateCheck, AliasesCannotMakeItEndless)
