@@ -227,8 +227,7 @@ Value Storm::anotherNumber(const Item &item, double now)
                                               & statusBits(parameter.type)));
     const auto [low, high] = rangeOf(item);
     const double share = static_cast<double>(m_random() >> 11) * 0x1p-53;
-    const double steps = item.shape == Shape::Real ? std::pow(10.0, std::clamp<int>(parameter.decimals, -60, 60))
-                                                  : 1;
+    const double steps = stepsPerUnit(parameter);
     const double number = std::round((low + (high - low) * share) * steps) / steps;
     const Value value = fromNumber(item.shape, std::clamp(number, low, high));
     return toNumber(value) != now ? value : fromNumber(item.shape, now == low ? high : low);
