@@ -51,8 +51,8 @@ void declare(CLI::App &app, Arguments &arguments)
     app.set_version_flag("--version", version);
     app.footer("Example: zantocrate-capture -c LAB1@192.168.0.10 -u admin -p admin > lab1.yaml\n\n"
                "Reads only, so that nothing at the mainframe changes. Bytes of its texts that are\n"
-               "no UTF-8 become question marks. The access library is the libvexahvwrapper.so that the loader finds\n"
-               "first; LD_LIBRARY_PATH names the folder of another.\n\n"
+               "no UTF-8 become question marks. The access library is the libvexahvwrapper.so that\n"
+               "the loader finds first; LD_LIBRARY_PATH names the folder of another.\n\n"
                "Status 0: all is there. 2: parts were left out, as standard error and the head\n"
                "of the description say. 1: nothing was written.");
 }

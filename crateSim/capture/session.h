@@ -53,7 +53,8 @@ struct Place {
 using CallHook = std::function<void(const char *)>;
 
 // Texts come as long as their slot when they had no end in it, which is one byte
-// longer than they may be. Every call blocks until the mainframe has answered, and throws CallFailed.
+// longer than they may be. Every call blocks until the mainframe has answered, and
+// throws CallFailed.
 class Session {
 public:
     Session(const std::string &host, const std::string &user, const std::string &password,
