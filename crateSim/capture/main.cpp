@@ -42,17 +42,24 @@ void declare(CLI::App &app, Arguments &arguments)
         ->type_name("NAME@HOST")
         ->required()
         ->check(checkCrate);
-    app.add_option("-u,--user", arguments.user, "Whom to log in as")->required();
-    app.add_option("-p,--password", arguments.password, "That user's password")->required();
+    app.add_option("-u,--user", arguments.user, "Whom to log in as")
+        ->type_name("USER")
+        ->required();
+    app.add_option("-p,--password", arguments.password, "That user's password")
+        ->type_name("PASSWORD")
+        ->required();
     app.add_option("--timeout", arguments.timeout,
                    "Seconds that the mainframe may take for one answer, the login included")
-        ->check(CLI::Range(1u, 86400u))
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1u, 86400u).description(""))
         ->capture_default_str();
-    app.set_version_flag("--version", version);
+    app.set_version_flag("--version", version, "Print the version and end");
+    app.set_help_flag("-h,--help", "Print this help and end");
     app.footer("Example: zantocrate-capture -c LAB1@192.168.0.10 -u admin -p admin > lab1.yaml\n\n"
-               "Reads only, so that nothing at the mainframe changes. Bytes of its texts that are\n"
-               "no UTF-8 become question marks. The access library is the libvexahvwrapper.so that\n"
-               "the loader finds first; LD_LIBRARY_PATH names the folder of another.\n\n"
+               "Reads only, so that nothing at the mainframe changes. Bytes of its texts that\n"
+               "are no UTF-8 become question marks. The access library is the\n"
+               "libvexahvwrapper.so that the loader finds first; LD_LIBRARY_PATH names the\n"
+               "folder of another.\n\n"
                "Status 0: all is there. 2: parts were left out, as standard error and the head\n"
                "of the description say. 1: nothing was written.");
 }

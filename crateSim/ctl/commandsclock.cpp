@@ -103,16 +103,16 @@ void declareWait(CLI::App &command, WaitOptions &options)
     command.add_option("--count", options.count, "How many of these calls (default: 1)")
         ->type_name("N")
         ->needs(call)
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check(wholeNumberFrom0());
     auto *connections =
         command.add_option("--event-connections", options.eventConnections,
                            "Wait until so many event connections are open")
             ->type_name("N")
-            ->check(CLI::NonNegativeNumber.description(""));
+            ->check(wholeNumberFrom0());
     auto *sessions = command.add_option("--sessions", options.sessions,
                                         "Wait until so many connections of the library are open")
                          ->type_name("N")
-                         ->check(CLI::NonNegativeNumber.description(""));
+                         ->check(wholeNumberFrom0());
     for (auto *one : {place, call, connections, sessions})
         for (auto *other : {place, call, connections, sessions})
             if (one != other)

@@ -41,7 +41,7 @@ void declareStorm(CLI::App &command, StormOptions &options)
                        "such as numeric=8,status=1")
         ->type_name("KIND=SHARE,...");
     command.add_option("--seconds", options.seconds, "End by itself after so long")
-        ->check(CLI::PositiveNumber.description(""))
+        ->check(numberAbove0())
         ->type_name("S");
 }
 
@@ -98,7 +98,7 @@ void declareTrafficCommands(CLI::App &app, Action &chosen)
             command.add_option("--match", options.match, "Only lines that begin like this")
                 ->type_name("TEXT");
             command.add_option("--last", options.last, "Only the last ones")
-                ->check(CLI::PositiveNumber.description(""))
+                ->check(wholeNumberFrom0())
                 ->type_name("N");
         },
         log);

@@ -1,7 +1,9 @@
 #include "declare.h"
 
+#include <cmath>
 #include <cstdio>
 
+#include "values.h"
 #include "views.h"
 
 namespace sim::ctl {
@@ -40,11 +42,37 @@ CLI::Option *addPlace(CLI::App &command, std::string &place, PlaceKind kind)
     return command.add_option("PLACE", place, formOf(kind))->check(check)->type_name("");
 }
 
+namespace {
+
+CLI::Validator numberThat(const char *what, bool (*fits)(double))
+{
+    const auto check = [what, fits](const std::string &given) {
+        const auto number = parseReal(given);
+        const bool good = number && fits(*number);
+        return good ? std::string() : "\"" + given + "\" is no " + what;
+    };
+    return CLI::Validator(check, "");
+}
+
+} // namespace
+
+CLI::Validator wholeNumberFrom0()
+{
+    return numberThat("whole number from 0 up", [](double number) {
+        return number >= 0 && number <= INT32_MAX && number == std::floor(number);
+    });
+}
+
+CLI::Validator numberAbove0()
+{
+    return numberThat("number above 0", [](double number) { return number > 0; });
+}
+
 CLI::Option *addSlot(CLI::App &command, int32_t &slot)
 {
     return command.add_option("SLOT", slot, "Number of the slot, from 0")
         ->required()
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->check(wholeNumberFrom0())
         ->type_name("");
 }
 

@@ -17,6 +17,10 @@ enum class PlaceKind : uint8_t { Any, BoardOrChannel, Channel };
 CLI::Option *addPlace(CLI::App &command, std::string &place, PlaceKind kind);
 CLI::Option *addSlot(CLI::App &command, int32_t &slot);
 
+// For options that take a number; anything else is an error of usage.
+CLI::Validator wholeNumberFrom0();
+CLI::Validator numberAbove0();
+
 // For places that were checked when the command line was read.
 inline Place placeOf(const std::string &text)
 {

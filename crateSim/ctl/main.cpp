@@ -2,6 +2,7 @@
 // port.
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <optional>
 
 #include "../protocol/controlpath.h"
 #include "commands.h"
@@ -62,6 +63,23 @@ void declare(CLI::App &app, Settings &settings, Action &chosen)
     }
 }
 
+// The status to end with, after help or an error of usage.
+std::optional<int> parse(CLI::App &app, int argc, char **argv)
+{
+    try {
+        app.parse(argc, argv);
+        return std::nullopt;
+    } catch (const CLI::RequiredError &error) {
+        const auto rest = app.remaining();
+        if (rest.empty())
+            return app.exit(error);
+        return app.exit(CLI::ExtrasError("\"" + rest.front() + "\" is no command",
+                                         CLI::ExitCodes::ExtrasError));
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error);
+    }
+}
+
 int carryOut(const Settings &settings, const Action &chosen)
 {
     try {
@@ -81,7 +99,8 @@ int run(int argc, char **argv)
     Settings settings;
     Action chosen;
     declare(app, settings, chosen);
-    CLI11_PARSE(app, argc, argv);
+    if (const auto failed = parse(app, argc, argv))
+        return *failed;
     const int status = carryOut(settings, chosen);
     if (std::fflush(stdout) != 0)
         throw Problem("cannot write to standard output");

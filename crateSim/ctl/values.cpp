@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
-#include <optional>
 
 #include "problem.h"
 
@@ -28,16 +27,6 @@ std::optional<int64_t> parseInteger(std::string_view text)
     const char *end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
     if (error != std::errc() || rest != end || (isHex && number < 0))
-        return std::nullopt;
-    return number;
-}
-
-std::optional<double> parseReal(std::string_view text)
-{
-    double number = 0;
-    const char *end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || !std::isfinite(number))
         return std::nullopt;
     return number;
 }
@@ -69,6 +58,16 @@ Json required(const std::optional<Number> &value, const Json &item, const std::s
 }
 
 } // namespace
+
+std::optional<double> parseReal(std::string_view text)
+{
+    double number = 0;
+    const char *end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || rest != end || !std::isfinite(number))
+        return std::nullopt;
+    return number;
+}
 
 Json valueFor(const Json &item, const std::string &text)
 {
@@ -111,7 +110,7 @@ Json parseMix(const std::string &text)
         const size_t equals = part.find('=');
         const auto weight = parseReal(part.substr(equals == std::string::npos ? 0 : equals + 1));
         if (equals == 0 || equals == std::string::npos || !weight || *weight < 0)
-            throw Problem(fmt::format("\"{}\" is not of the form KIND=WEIGHT", part));
+            throw Problem(fmt::format("\"{}\" is not of the form KIND=SHARE", part));
         mix[part.substr(0, equals)] = plainValue(part.substr(equals + 1));
     }
     return mix;
@@ -135,8 +134,10 @@ std::string textOf(const Json &value)
 
 std::string fixed(const Json &value, int decimals)
 {
-    return value.is_number() ? fmt::format("{:.{}f}", value.get<double>(), decimals)
-                             : textOf(value);
+    constexpr int most = 20; // a crate may state anything
+    return value.is_number()
+               ? fmt::format("{:.{}f}", value.get<double>(), std::clamp(decimals, 0, most))
+               : textOf(value);
 }
 
 std::vector<std::string> splitAt(char separator, const std::string &text)

@@ -1,6 +1,7 @@
 // Values as the user writes and reads them.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,6 +9,9 @@
 #include "json.h"
 
 namespace sim::ctl {
+
+// A finite number, the text as a whole.
+std::optional<double> parseReal(std::string_view text);
 
 // The value for an item as "show" lists it: a text, a number, or for a switch
 // also one of its labels. Throws Problem.

@@ -89,9 +89,9 @@ Table boardsTable(const Json &slots)
 
 View crateView(const Json &shown)
 {
-    return {{fmt::format("{}: {} slots, {} boards, {}", text(shown, "name"),
-                         text(shown, "slotCount"), shown.at("slots").size(),
-                         clockText(shown.at("clock")))},
+    const size_t boards = shown.at("slots").size();
+    return {{fmt::format("{}: {} slots, {} {}, {}", text(shown, "name"), text(shown, "slotCount"),
+                         boards, boards == 1 ? "board" : "boards", clockText(shown.at("clock")))},
             boardsTable(shown.at("slots")),
             {}};
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "../description/faultorder.h"
 #include "placeitems.h"
 
 namespace sim::daemon {
@@ -56,7 +57,7 @@ bool boolField(const json &request, const char *name, bool missing)
 wire::Operation operationField(const json &request, const char *name)
 {
     const std::string text = textField(request, name);
-    const auto operation = wire::findOperation(text);
+    const auto operation = findOperationNamed(text);
     if (!operation)
         throw ControlError("\"" + text + "\" is no operation");
     return *operation;

@@ -172,9 +172,7 @@ private:
         const auto name = takeText("operation");
         if (!name || *name == anyOperation)
             return;
-        m_order.operation = wire::findOperation(*name);
-        if (!m_order.operation)
-            m_order.operation = wire::findOperation(std::string(prefix) + *name);
+        m_order.operation = findOperationNamed(*name);
         if (!m_order.operation)
             report("operation",
                    "\"operation\" is neither \"any\" nor a call that reaches the crate: \"" + *name
@@ -261,6 +259,12 @@ std::optional<FaultKind> findFaultKind(std::string_view name)
         if (row.name == name)
             return row.kind;
     return std::nullopt;
+}
+
+std::optional<wire::Operation> findOperationNamed(const std::string &name)
+{
+    const auto operation = wire::findOperation(name);
+    return operation ? operation : wire::findOperation(std::string(prefix) + name);
 }
 
 std::string_view faultOperationName(std::optional<wire::Operation> operation)

@@ -82,7 +82,9 @@ FaultFields faultFields(const FaultOrder &order);
 std::string_view faultKindName(FaultKind kind);
 std::optional<FaultKind> findFaultKind(std::string_view name);
 
-// Without the prefix that all operations share; "any" for none.
+// With or without the prefix that all operations share.
+std::optional<wire::Operation> findOperationNamed(const std::string &name);
+// Without the prefix; "any" for none.
 std::string_view faultOperationName(std::optional<wire::Operation> operation);
 
 } // namespace sim

@@ -313,6 +313,32 @@ def test_usage_errors(bench, arguments):
     assert done.stdout == ""
 
 
+@pytest.mark.parametrize("arguments, text", [
+    (["sho"], '"sho" is no command'),
+    (["remove", "0:1"], '"0:1" is no whole number from 0 up'),
+    (["log", "--last", "x"], '"x" is no whole number from 0 up'),
+    (["storm", "1000", "--seconds", "0"], '"0" is no number above 0'),
+])
+def test_usage_errors_name_what_is_wrong(bench, arguments, text):
+    assert text in bench.ctl.run(*arguments).stderr
+
+
+def test_an_operation_goes_by_either_name(bench):
+    bench.ctl.done("wait", "--call", "GetCrateMap", "--count", "0")
+    bench.ctl.done("wait", "--call", "VEXAHV_GetCrateMap", "--count", "0")
+
+
+def test_the_odd_crate_can_be_shown(site):
+    crate = site.crate(places.top() / "crateSim/crates/odd.yaml")
+    ctl = Ctl(site.world)
+    for board in crate.control("show")["slots"]:
+        slot = board["slot"]
+        shown = ctl.run("--control", CONTROL, "show", str(slot))
+        assert (shown.returncode, shown.stderr) == (0, "")
+        for channel in range(board["channels"]):
+            assert ctl.run("--control", CONTROL, "show", f"{slot}:{channel}").returncode == 0
+
+
 def test_default_paths_meet(site):
     home = {"XDG_RUNTIME_DIR": "/tmp/run", "ZANTOCRATE_CONTROL": ""}
     site.world.run(["mkdir", "/tmp/run"])

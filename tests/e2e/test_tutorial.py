@@ -15,7 +15,7 @@ FOLDER = "/tmp/tutorial"
 
 # What it promises of an output. The others only have to succeed.
 PROMISES = {
-    "zantocratectl show": r"^LAB1: 4 slots, 1 boards",
+    "zantocratectl show": r"^LAB1: 4 slots, 1 board,",
     "zantocratectl show 0": r"GEM3 bot",
     "zantocratectl subscriptions": r"^127\.0\.0\.1:5180 +yes",
     "zantocratectl get 0:3 VMon": r"^250\b",

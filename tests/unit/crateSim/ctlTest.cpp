@@ -131,7 +131,7 @@ TEST(CtlValue, FieldsAndMixes)
     EXPECT_THAT(problemOf([&] { addField(request, "=3"); }), HasSubstr("FIELD=VALUE"));
     EXPECT_EQ(parseMix("numeric=8,status=1.5"), Json({{"numeric", 8}, {"status", 1.5}}));
     for (const char *mix : {"", "numeric", "numeric=", "numeric=-1", "=1", "numeric=1,"})
-        EXPECT_THAT(problemOf([mix] { parseMix(mix); }), HasSubstr("KIND=WEIGHT")) << mix;
+        EXPECT_THAT(problemOf([mix] { parseMix(mix); }), HasSubstr("KIND=SHARE")) << mix;
 }
 
 TEST(CtlValue, TextsCannotUpsetATerminal)
