@@ -324,8 +324,8 @@ def test_usage_errors_name_what_is_wrong(bench, arguments, text):
 
 
 def test_an_operation_goes_by_either_name(bench):
-    bench.ctl.done("wait", "--call", "GetCrateMap", "--count", "0")
-    bench.ctl.done("wait", "--call", "VEXAHV_GetCrateMap", "--count", "0")
+    bench.ctl("wait", "--call", "GetCrateMap", "--count", "0")
+    bench.ctl("wait", "--call", "VEXAHV_GetCrateMap", "--count", "0")
 
 
 def test_the_odd_crate_can_be_shown(site):
@@ -333,10 +333,9 @@ def test_the_odd_crate_can_be_shown(site):
     ctl = Ctl(site.world)
     for board in crate.control("show")["slots"]:
         slot = board["slot"]
-        shown = ctl.run("--control", CONTROL, "show", str(slot))
-        assert (shown.returncode, shown.stderr) == (0, "")
+        assert board["description"] in ctl("show", str(slot))
         for channel in range(board["channels"]):
-            assert ctl.run("--control", CONTROL, "show", f"{slot}:{channel}").returncode == 0
+            assert "Value" in ctl("show", f"{slot}:{channel}")
 
 
 def test_default_paths_meet(site):
@@ -348,7 +347,7 @@ def test_default_paths_meet(site):
     assert "ZC16" in ctl.run("show", env=home).stdout
     second = site.world.start("zantocrate", [places.program("zantocrate"), "--port", "0"], env=home)
     second.stdout.wait_for("ready")
-    assert "without a control port" in second.stderr.text
+    second.stderr.wait_for("without a control port")
     for process in (second, crate):
         process.send(signal.SIGTERM)
         assert process.wait() == 0
