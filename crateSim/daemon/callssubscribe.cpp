@@ -42,7 +42,10 @@ Outcome subscribe(Session &session, const wire::SubscriptionRequest &request)
     return forEachItem(crate, request, [&](ItemId id) {
         if (crate.items().item(id).mode == Mode::Write)
             return Result::NotReadable;
-        session.link(request.port).subscribe(id);
+        EventLink *const link = session.link(request.port);
+        if (link == nullptr)
+            return Result::Refused;
+        link->subscribe(id);
         return Result::Ok;
     });
 }

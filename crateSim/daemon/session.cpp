@@ -194,12 +194,14 @@ void Session::logout()
     m_links.clear();
 }
 
-EventLink &Session::link(uint16_t port)
+EventLink *Session::link(uint16_t port)
 {
-    auto &link = m_links[port];
-    if (!link)
-        link = m_world.openLink(m_context, Tcp::endpoint(m_peer.address(), port), m_handle);
-    return *link;
+    if (EventLink *const known = findLink(port))
+        return known;
+    if (m_links.size() >= maxLinks)
+        return nullptr;
+    auto made = m_world.openLink(m_context, Tcp::endpoint(m_peer.address(), port), m_handle);
+    return m_links.emplace(port, std::move(made)).first->second.get();
 }
 
 EventLink *Session::findLink(uint16_t port)

@@ -29,8 +29,10 @@ public:
     bool isLoggedIn() const { return m_loggedIn; }
     void login(int32_t handle);
     void logout();
-    // The link to a port of the caller's, made when there is none yet.
-    EventLink &link(uint16_t port);
+    // The link to a port of the caller's, made when there is none yet; null when
+    // it has links enough. A program listens on one port.
+    static constexpr size_t maxLinks = 16;
+    EventLink *link(uint16_t port);
     EventLink *findLink(uint16_t port);
     void closeLink(uint16_t port);
 

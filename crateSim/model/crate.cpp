@@ -307,6 +307,10 @@ void Crate::pass(Duration time)
 // does not depend on the steps either.
 void Crate::step(Duration time)
 {
+    // Counts anew before the counter overflows: at the highest speed a day may be enough.
+    constexpr Duration century = std::chrono::hours(24) * 36525;
+    static_assert(century % measuringPeriod == Duration(0));
+    m_uptime %= century;
     do {
         const Duration part = std::min(time, measuringPeriod - m_uptime % measuringPeriod);
         pass(part);

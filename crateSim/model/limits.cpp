@@ -1,5 +1,7 @@
 #include "limits.h"
 
+#include <cmath>
+
 namespace sim {
 
 namespace {
@@ -16,7 +18,7 @@ bool fits(const PropertyDescription &property, const Value &value)
     case PropertyType::UInt16: return within(number, 0, UINT16_MAX);
     case PropertyType::Int16: return within(number, INT16_MIN, INT16_MAX);
     case PropertyType::Boolean: return within(number, 0, 1);
-    case PropertyType::Real: return number == number;
+    case PropertyType::Real: return std::isfinite(number);
     case PropertyType::Text: return std::get<std::string>(value).size() <= maxText;
     case PropertyType::UInt32:
     case PropertyType::Int32: break;

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "accesslib/session.h"
+#include "daemon/session.h"
 #include "runningCrate.h"
 
 using namespace crateTest;
@@ -145,4 +146,21 @@ TEST_F(SubscribersTest, ItemWithoutAModeIsWatchedAndSilent)
     EXPECT_EQ(batch[0].name, "VSet");
     EXPECT_EQ(first.change(VEXAHV_UnSubscribeChannelParams), 0);
     EXPECT_NE(first.change(VEXAHV_UnSubscribeChannelParams), 0);
+}
+
+TEST(Subscriptions, OneProgramCannotHaveEventsSentToPortsWithoutEnd)
+{
+    const RunningCrate crate;
+    const Login login(crate);
+    ASSERT_EQ(login.result, 0);
+    const auto watch = [&](size_t number) {
+        char result = 0x55;
+        const auto port = static_cast<int16_t>(1 + number);
+        EXPECT_EQ(VEXAHV_SubscribeChannelParams(login.handle, port, 0, 0, "VSet", 1, &result), 0);
+        return result;
+    };
+    for (size_t number = 0; number < sim::daemon::Session::maxLinks; ++number)
+        EXPECT_EQ(watch(number), 0);
+    EXPECT_NE(watch(sim::daemon::Session::maxLinks), 0);
+    EXPECT_EQ(watch(0), 0) << "an open one goes on";
 }
