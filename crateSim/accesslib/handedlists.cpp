@@ -19,7 +19,7 @@ bool hasEmptySlot(const std::string &table)
 
 Buffer<char> wholeTexts(std::string list, size_t count)
 {
-    if (list.empty() && count == 0)
+    if (count == 0)
         return nullptr;
     if (!list.empty() && list.back() != '\0')
         list.append({madeUp, '\0'});

@@ -12,8 +12,8 @@
 
 namespace sim::accesslib {
 
-// Texts that end with a NUL each, at least count of them. Null when there are
-// none at all: nobody gives back a list without entries.
+// Texts that end with a NUL each, at least count of them. Null when the count
+// is 0, whatever there is: nobody gives back a list without entries.
 Buffer<char> wholeTexts(std::string list, size_t count);
 
 // Parameter names in slots, up to the first empty one.
