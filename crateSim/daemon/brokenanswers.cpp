@@ -45,7 +45,7 @@ void breakPacked(std::string &list, FaultAnswer answer)
 // rubbish behind it.
 std::string brokenSlot(const std::string &slot, FaultAnswer answer)
 {
-    const std::string name(slot.c_str());
+    const std::string name = slot.substr(0, slot.find('\0'));
     std::string made = strangeText(answer, name);
     if (answer == FaultAnswer::NoNul)
         made.resize(slot.size(), '~');
