@@ -1,5 +1,6 @@
 #include "socket.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <memory>
@@ -8,6 +9,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -132,11 +134,23 @@ Transfer Socket::send(const void *data, size_t size, Deadline deadline)
     return Transfer::Done;
 }
 
-// An answer is never there at once, so the wait comes first.
+// An answer is usually a matter of microseconds, and on a machine with nothing
+// else to do it takes longer than that to wake a thread that sleeps: look again
+// a while, leaving the processor to others, before going to sleep.
+Transfer Socket::waitForAnswer(Deadline deadline) const
+{
+    constexpr auto patience = std::chrono::microseconds(100);
+    const Deadline sleepAt = std::min(deadline, std::chrono::steady_clock::now() + patience);
+    pollfd entry{m_descriptor, POLLIN, 0};
+    while (poll(&entry, 1, 0) == 0 && std::chrono::steady_clock::now() < sleepAt)
+        std::this_thread::yield();
+    return waitFor(POLLIN, deadline);
+}
+
 Transfer Socket::receive(void *data, size_t size, size_t &received, Deadline deadline)
 {
     for (;;) {
-        if (const Transfer waited = waitFor(POLLIN, deadline); waited != Transfer::Done)
+        if (const Transfer waited = waitForAnswer(deadline); waited != Transfer::Done)
             return waited;
         const ssize_t taken = recv(m_descriptor, data, size, 0);
         if (taken > 0) {

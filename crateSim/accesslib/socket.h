@@ -33,6 +33,7 @@ public:
 
 private:
     Transfer waitFor(short events, Deadline deadline) const;
+    Transfer waitForAnswer(Deadline deadline) const;
     Transfer connectTo(const addrinfo &address, Deadline deadline);
 
     int m_descriptor = -1;

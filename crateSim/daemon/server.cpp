@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <spdlog/spdlog.h>
 #include <stdexcept>
+#include <thread>
 
 namespace sim::daemon {
 
@@ -145,9 +146,25 @@ void Server::resumeSessions()
         asio::post(m_context, [session] { session->resume(); });
 }
 
+// Who has made a call often makes the next one as soon as it has the answer, and
+// on a machine with nothing else to do waking up takes longer than a call: after
+// one the loop looks again a while before it sleeps, leaving the processor to others.
 void Server::run()
 {
-    m_context.run();
+    using Clock = std::chrono::steady_clock;
+    constexpr auto patience = std::chrono::microseconds(100);
+    uint64_t calls = m_world.statistics.allCalls();
+    Clock::time_point sleepAt;
+    while (!m_context.stopped()) {
+        if (Clock::now() >= sleepAt)
+            m_context.run_one();
+        else if (m_context.poll() == 0)
+            std::this_thread::yield();
+        if (m_world.statistics.allCalls() != calls) {
+            calls = m_world.statistics.allCalls();
+            sleepAt = Clock::now() + patience;
+        }
+    }
 }
 
 void Server::stop()
