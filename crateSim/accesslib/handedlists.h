@@ -4,7 +4,8 @@
 // A crate may send lists that lack their end, or entries that their count
 // promises. Handed on as they are they would have the caller read what lies
 // behind by chance, with another outcome each time. Such a list gets made-up
-// entries that are not empty, and an end. A list that is whole gets not a byte
+// entries that are not empty, and an end. A table of names goes by its end: the
+// count beside it is handed on as it came. A list that is whole gets not a byte
 // more, so that memory checkers still find a reader that goes too far.
 #pragma once
 

@@ -100,10 +100,12 @@ Value fromJson(Shape shape, const json &value)
     if (!value.is_number())
         throw ControlError("the value has to be a number");
     const auto number = value.get<double>();
+    const bool isReal = shape == Shape::Real;
     const bool isSigned = shape == Shape::Signed;
-    const double low = isSigned ? INT32_MIN : 0;
-    const double high = isSigned ? INT32_MAX : UINT32_MAX;
-    if (shape != Shape::Real && !(number >= low && number <= high))
+    const auto most = static_cast<double>(std::numeric_limits<float>::max());
+    const double low = isReal ? -most : isSigned ? INT32_MIN : 0;
+    const double high = isReal ? most : isSigned ? INT32_MAX : UINT32_MAX;
+    if (!(number >= low && number <= high))
         throw ControlError(resultText(Result::OutOfRange));
     return fromNumber(shape, number);
 }

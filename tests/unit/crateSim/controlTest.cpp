@@ -47,6 +47,8 @@ TEST_F(ControlTest, ErrorsSayWhatIsWrong)
                 HasSubstr("text"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"set","name":"FanTrim","value":1e300})"),
                 HasSubstr("range"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"set","name":"PowerLimit","value":1e300})"),
+                HasSubstr("range"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"fail","operation":"Dance"})"), HasSubstr("Dance"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"fail","operation":"any","code":0})"),
                 HasSubstr("code"));
