@@ -10,7 +10,10 @@ Socket connected(const char *host)
 {
     Socket socket;
     const Deadline deadline = std::chrono::steady_clock::now() + tuning().timeout;
-    if (socket.connect(host, tuning().port, deadline) != Transfer::Done)
+    const Transfer result = socket.connect(host, tuning().port, deadline);
+    if (result == Transfer::Interrupted)
+        throw CallFailure{failure::interrupted};
+    if (result != Transfer::Done)
         throw CallFailure{failure::cannotConnect};
     return socket;
 }
@@ -29,7 +32,8 @@ VEXAHVRESULT VEXAHV_InitSystem(int32_t systemType, int32_t linkType, const char 
         const auto session = std::make_shared<Session>(connected(linkArg));
         const wire::LoginRequest request{number,  systemType, linkType,
                                          linkArg, userName,   password};
-        const Reply reply(session->exchange(wire::makeCall(wire::Operation::InitSystem, request)));
+        constexpr auto operation = wire::Operation::InitSystem;
+        const Reply reply(session->exchange(operation, wire::makeCall(operation, request)));
         const auto types = reply.body<wire::LoginAnswer>().propertyTypes;
         session->setPropertyTypes({types.begin(), types.end()});
         table.add(number, session);
@@ -41,7 +45,8 @@ VEXAHVRESULT VEXAHV_DeinitSystem(int32_t handle)
 {
     return guarded([&] {
         const auto session = SessionTable::instance().take(handle);
-        Reply(session->exchange(wire::makeCall(wire::Operation::DeinitSystem, wire::Nothing())));
+        constexpr auto operation = wire::Operation::DeinitSystem;
+        Reply(session->exchange(operation, wire::makeCall(operation, wire::Nothing())));
     });
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "misbehaviour.h"
+
 namespace sim::accesslib {
 
 namespace {
@@ -12,6 +14,8 @@ void require(Transfer transfer)
         throw CallFailure{failure::timedOut};
     if (transfer == Transfer::Lost)
         throw CallFailure{failure::connectionLost};
+    if (transfer == Transfer::Interrupted)
+        throw CallFailure{failure::interrupted};
 }
 
 } // namespace
@@ -22,48 +26,86 @@ Tuning &tuning()
     return values;
 }
 
-wire::Unpacked Session::exchange(const std::string &frame)
+wire::Unpacked Session::exchange(wire::Operation operation, const std::string &frame)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_dead)
         throw CallFailure{failure::connectionLost};
+    auto answer = exchangeOrDie(frame);
+    misbehaviour().dawdle(operation);
+    return answer;
+}
+
+wire::Unpacked Session::exchangeOrDie(const std::string &frame)
+{
     try {
         return tryExchange(frame);
+    } catch (const CallFailure &failed) {
+        // Nothing can follow a call that has not gone out whole.
+        if (failed.code != failure::interrupted || m_sending)
+            die();
+        throw;
     } catch (...) {
-        m_dead = true;
-        m_socket.close();
+        die();
         throw;
     }
+}
+
+void Session::die()
+{
+    m_dead = true;
+    m_socket.close();
 }
 
 wire::Unpacked Session::tryExchange(const std::string &frame)
 {
     const Deadline deadline = std::chrono::steady_clock::now() + tuning().timeout;
-    require(m_socket.send(frame.data(), frame.size(), deadline));
-    return wire::unpackPayload(receiveFrame(deadline));
+    send(frame, deadline);
+    for (receiveFrame(deadline); m_awaited > 1; receiveFrame(deadline))
+        dropFrame();
+    if (m_filled > m_frame)
+        throw wire::BadFrame("more than an answer");
+    auto answer = wire::unpackPayload(
+        std::string_view(m_input).substr(wire::headerSize, m_frame - wire::headerSize));
+    dropFrame();
+    return answer;
 }
 
-// The payload, valid until the next frame. Most frames come in one piece, and
-// behind an answer nothing may follow.
-std::string_view Session::receiveFrame(Deadline deadline)
+void Session::send(const std::string &frame, Deadline deadline)
+{
+    m_sending = true;
+    require(m_socket.send(frame.data(), frame.size(), deadline));
+    m_sending = false;
+    ++m_awaited;
+}
+
+// Most frames come in one piece. What is there of one stays when the wait for
+// the rest ends early.
+void Session::receiveFrame(Deadline deadline)
 {
     constexpr size_t usual = 4096;
-    m_input.resize(usual);
-    size_t filled = 0;
-    size_t wanted = wire::headerSize;
-    while (filled < wanted) {
+    while (!hasFrame()) {
+        m_input.resize(std::max(m_frame, usual));
         size_t received = 0;
-        require(m_socket.receive(m_input.data() + filled, m_input.size() - filled, received,
+        require(m_socket.receive(m_input.data() + m_filled, m_input.size() - m_filled, received,
                                  deadline));
-        filled += received;
-        if (wanted > wire::headerSize || filled < wire::headerSize)
-            continue;
-        wanted = wire::headerSize + wire::payloadLength(wire::headerOf(m_input));
-        m_input.resize(std::max(wanted, usual));
+        m_filled += received;
     }
-    if (filled > wanted)
-        throw wire::BadFrame("more than an answer");
-    return std::string_view(m_input).substr(wire::headerSize, wanted - wire::headerSize);
+}
+
+bool Session::hasFrame()
+{
+    if (m_frame == 0 && m_filled >= wire::headerSize)
+        m_frame = wire::headerSize + wire::payloadLength(wire::headerOf(m_input));
+    return m_frame > 0 && m_filled >= m_frame;
+}
+
+void Session::dropFrame()
+{
+    m_input.erase(0, m_frame);
+    m_filled -= m_frame;
+    m_frame = 0;
+    --m_awaited;
 }
 
 std::optional<uint32_t> Session::propertyType(const std::string &name) const

@@ -25,6 +25,7 @@ constexpr int32_t timedOut = -4;
 constexpr int32_t connectionLost = -5;
 constexpr int32_t notUnderstood = -6;
 constexpr int32_t noMemory = -7;
+constexpr int32_t interrupted = -8;
 } // namespace failure
 
 // Carries a failure to the C boundary.
@@ -62,12 +63,14 @@ private:
 
 // Thread-safe: calls follow one another. After the first call that got no
 // proper answer in time the session is dead and every later call fails at once.
+// A call that a signal ends while it waits for its answer leaves the session
+// alive: that answer is passed over when it comes.
 class Session {
 public:
     explicit Session(Socket socket) : m_socket(std::move(socket)) {}
 
     // Throws CallFailure.
-    wire::Unpacked exchange(const std::string &frame);
+    wire::Unpacked exchange(wire::Operation operation, const std::string &frame);
 
     // Set once, before the session is shared.
     void setPropertyTypes(std::map<std::string, uint32_t> types) { m_types = std::move(types); }
@@ -75,15 +78,24 @@ public:
     std::optional<uint32_t> propertyType(const std::string &name) const;
 
 private:
+    wire::Unpacked exchangeOrDie(const std::string &frame);
     wire::Unpacked tryExchange(const std::string &frame);
-    std::string_view receiveFrame(Deadline deadline);
+    void send(const std::string &frame, Deadline deadline);
+    void receiveFrame(Deadline deadline);
+    bool hasFrame();
+    void dropFrame();
+    void die();
 
     std::map<std::string, uint32_t> m_types;
 
     std::mutex m_mutex; // guards what follows
     Socket m_socket;
     bool m_dead = false;
-    std::string m_input; // keeps its memory from call to call
+    bool m_sending = false;
+    unsigned m_awaited = 0; // answers to come; all but the last are passed over
+    std::string m_input;    // as far as it is filled; keeps its memory from call to call
+    size_t m_filled = 0;
+    size_t m_frame = 0;     // bytes of the first answer in it; 0: not known yet
 };
 
 // All logins of the process. Thread-safe.
@@ -109,7 +121,7 @@ template <class Request>
 Reply call(int32_t handle, wire::Operation operation, const Request &request)
 {
     const auto session = SessionTable::instance().find(handle);
-    return Reply(session->exchange(wire::makeCall(operation, request)));
+    return Reply(session->exchange(operation, wire::makeCall(operation, request)));
 }
 
 } // namespace sim::accesslib

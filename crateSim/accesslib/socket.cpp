@@ -13,15 +13,23 @@
 #include <unistd.h>
 #include <utility>
 
+#include "misbehaviour.h"
+
 namespace sim::accesslib {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-bool isInterruption(int error)
+// Of an interruption that does not end the wait.
+bool isPassedOver(int error)
 {
-    return error == EINTR;
+    return error == EINTR && !misbehaviour().failsInterrupted;
+}
+
+Transfer failureOf(int error)
+{
+    return error == EINTR ? Transfer::Interrupted : Transfer::Lost;
 }
 
 bool wouldBlock(int error)
@@ -78,8 +86,8 @@ Transfer Socket::waitFor(short events, Deadline deadline) const
             return Transfer::Done;
         if (ready == 0)
             return Transfer::TimedOut;
-        if (!isInterruption(errno))
-            return Transfer::Lost;
+        if (!isPassedOver(errno))
+            return failureOf(errno);
     }
 }
 
@@ -92,6 +100,8 @@ Transfer Socket::connect(const std::string &host, uint16_t port, Deadline deadli
         if (result == Transfer::Done)
             break;
         close();
+        if (result == Transfer::Interrupted)
+            break;
     }
     return result;
 }
@@ -105,8 +115,8 @@ Transfer Socket::connectTo(const addrinfo &address, Deadline deadline)
     setsockopt(m_descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     if (::connect(m_descriptor, address.ai_addr, address.ai_addrlen) == 0)
         return Transfer::Done;
-    if (errno != EINPROGRESS && !isInterruption(errno))
-        return Transfer::Lost;
+    if (errno != EINPROGRESS && !isPassedOver(errno))
+        return failureOf(errno);
     const Transfer waited = waitFor(POLLOUT, deadline);
     if (waited != Transfer::Done)
         return waited;
@@ -127,8 +137,10 @@ Transfer Socket::send(const void *data, size_t size, Deadline deadline)
         } else if (sent < 0 && wouldBlock(errno)) {
             if (const Transfer waited = waitFor(POLLOUT, deadline); waited != Transfer::Done)
                 return waited;
-        } else if (sent == 0 || !isInterruption(errno)) {
+        } else if (sent == 0) {
             return Transfer::Lost;
+        } else if (!isPassedOver(errno)) {
+            return failureOf(errno);
         }
     }
     return Transfer::Done;
@@ -142,8 +154,13 @@ Transfer Socket::waitForAnswer(Deadline deadline) const
     constexpr auto patience = std::chrono::microseconds(100);
     const Deadline sleepAt = std::min(deadline, std::chrono::steady_clock::now() + patience);
     pollfd entry{m_descriptor, POLLIN, 0};
-    while (poll(&entry, 1, 0) == 0 && std::chrono::steady_clock::now() < sleepAt)
+    int ready = poll(&entry, 1, 0);
+    while (ready == 0 && std::chrono::steady_clock::now() < sleepAt) {
         std::this_thread::yield();
+        ready = poll(&entry, 1, 0);
+    }
+    if (ready < 0 && !isPassedOver(errno))
+        return failureOf(errno);
     return waitFor(POLLIN, deadline);
 }
 
@@ -157,8 +174,10 @@ Transfer Socket::receive(void *data, size_t size, size_t &received, Deadline dea
             received = static_cast<size_t>(taken);
             return Transfer::Done;
         }
-        if (taken == 0 || (!wouldBlock(errno) && !isInterruption(errno)))
+        if (taken == 0)
             return Transfer::Lost;
+        if (!wouldBlock(errno) && !isPassedOver(errno))
+            return failureOf(errno);
     }
 }
 
@@ -169,9 +188,9 @@ size_t receiveSome(int descriptor, void *data, size_t size)
         if (received >= 0)
             return static_cast<size_t>(received);
         pollfd entry{descriptor, POLLIN, 0};
-        if (wouldBlock(errno))
-            poll(&entry, 1, -1);
-        else if (!isInterruption(errno))
+        if (wouldBlock(errno) && poll(&entry, 1, -1) >= 0)
+            continue;
+        if (!isPassedOver(errno))
             return 0;
     }
 }

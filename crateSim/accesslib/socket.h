@@ -12,7 +12,9 @@ namespace sim::accesslib {
 
 using Deadline = std::chrono::steady_clock::time_point;
 
-enum class Transfer : uint8_t { Done, TimedOut, Lost };
+// Interrupted: by a signal, if such misbehaviour is asked for.
+enum class Transfer : uint8_t { Done, TimedOut, Lost, Interrupted };
+
 
 // Owns its descriptor.
 class Socket {
@@ -41,7 +43,8 @@ private:
 
 // Reads from a descriptor that belongs to somebody else, for as long as it
 // takes, at most size bytes. Returns the number of bytes, 0 at the end of the
-// stream or on an error. Blocking or not, the descriptor's mode is kept.
+// stream, on an error, or when a signal ends the wait. Blocking or not, the
+// descriptor's mode is kept.
 size_t receiveSome(int descriptor, void *data, size_t size);
 
 } // namespace sim::accesslib
