@@ -13,6 +13,7 @@ struct StormOptions {
     std::string rate;
     std::string mix;
     double seconds = 0;
+    int32_t batch = 0;
 };
 
 void storm(Client &client, const StormOptions &options)
@@ -26,6 +27,8 @@ void storm(Client &client, const StormOptions &options)
     }
     if (options.seconds > 0)
         request["seconds"] = options.seconds;
+    if (options.batch > 0)
+        request["batch"] = options.batch;
     if (!options.mix.empty())
         request["mix"] = parseMix(options.mix);
     client.order(request);
@@ -43,6 +46,10 @@ void declareStorm(CLI::App &command, StormOptions &options)
     command.add_option("--seconds", options.seconds, "End by itself after so long")
         ->check(numberAbove0())
         ->type_name("S");
+    command.add_option("--batch", options.batch,
+                       "Send them in batches of so many, not of what is due at a time")
+        ->check(wholeNumberFrom0())
+        ->type_name("N");
 }
 
 struct StatisticsOptions {

@@ -52,6 +52,9 @@ json storm(World &world, const json &request)
     StormOrder order;
     order.rate = numberUpTo(request, "rate", highestRate);
     order.mix = mixOf(request);
+    order.batch = static_cast<uint64_t>(countField(request, "batch", 0));
+    if (order.batch > wire::maxBatchRecords)
+        throw ControlError("\"batch\" is above " + std::to_string(wire::maxBatchRecords));
     const double seconds =
         request.contains("seconds") ? numberUpTo(request, "seconds", longestStorm) : 0;
     if (seconds > 0)

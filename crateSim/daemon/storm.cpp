@@ -77,8 +77,11 @@ void Storm::stop()
 uint64_t Storm::eventsDue(Duration time)
 {
     m_owed += m_order.rate * static_cast<double>(time.count()) * 1e-9;
-    m_owed = std::min(m_owed, std::max(1.0, m_order.rate * longestDebt));
-    const auto due = static_cast<uint64_t>(m_owed);
+    const uint64_t batch = std::max<uint64_t>(m_order.batch, 1);
+    m_owed = std::min(m_owed,
+                      std::max(static_cast<double>(batch), m_order.rate * longestDebt));
+    auto due = static_cast<uint64_t>(m_owed);
+    due -= due % batch;
     m_owed -= static_cast<double>(due);
     return due;
 }
@@ -180,6 +183,8 @@ void Storm::serve(const Links &links, size_t index, const Send &send)
         if (m_moved[*item])
             sendMoved(send);
         move(*item, links);
+        if (m_movedItems.size() == m_order.batch)
+            sendMoved(send);
     }
 }
 

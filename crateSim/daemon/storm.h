@@ -35,6 +35,9 @@ struct StormOrder {
     double rate = 0;  // events per second and subscriber
     std::optional<Duration> length;
     StormMix mix = usualMix;
+    // Events in each batch, which is sent once they are due. An item that moves a
+    // second time begins a batch early. 0: whatever is due at a time.
+    uint64_t batch = 0;
 };
 
 class Storm {

@@ -69,13 +69,14 @@ struct StormTest : testing::Test {
         ASSERT_TRUE(receiver.accept());
         ASSERT_EQ(take(38).size(), 38u);
     }
-    void start(double rate, StormMix mix = sim::daemon::usualMix)
+    void start(double rate, StormMix mix = sim::daemon::usualMix, uint64_t batch = 0)
     {
         crate.on([&](World &world) {
             before = world.statistics.eventsSent;
             StormOrder order;
             order.rate = rate;
             order.mix = mix;
+            order.batch = batch;
             world.stormMaker.start(order);
             return 0;
         });
@@ -143,6 +144,38 @@ TEST_F(StormTest, FewItemsMoveOften)
     pass(100ms);
     EXPECT_EQ(take(100).size(), 100u);
     EXPECT_EQ(crate.on([&](World &world) { return world.statistics.eventsSent - before; }), 100u);
+}
+
+TEST_F(StormTest, BatchesOfOneHoldOneEventEach)
+{
+    subscribeMany();
+    start(10000, sim::daemon::usualMix, 1);
+    pass(1ms);
+    for (int event = 0; event < 10; ++event)
+        EXPECT_EQ(receiver.nextBatch().size(), 1u);
+    EXPECT_EQ(sent(), 10u);
+}
+
+TEST_F(StormTest, BatchIsSentWhenItIsFull)
+{
+    subscribeMany();
+    start(1000, only(StormKind::Numeric), 5);
+    for (int part = 0; part < 4; ++part)
+        pass(1ms);
+    EXPECT_EQ(sent(), 0u);
+    pass(7ms);
+    EXPECT_EQ(receiver.nextBatch().size(), 5u);
+    EXPECT_EQ(receiver.nextBatch().size(), 5u);
+    EXPECT_EQ(sent(), 10u);
+}
+
+TEST_F(StormTest, BatchIsWaitedForHoweverLongItTakes)
+{
+    subscribeMany();
+    start(2, only(StormKind::Numeric), 5);
+    for (int part = 0; part < 10; ++part)
+        pass(250ms);
+    EXPECT_EQ(receiver.nextBatch().size(), 5u);
 }
 
 TEST_F(StormTest, MixIsKept)
