@@ -1,0 +1,274 @@
+#!/usr/bin/python3
+"""Storms of events of a crate with 16 boards of 48 channels: how soon every record holds its last
+value, how long events and reads take meanwhile. Prints a Markdown table and ends.
+
+Runs in a private network, beside nothing else that matters. Takes about ten seconds a storm.
+"""
+
+import argparse
+import contextlib
+import datetime
+import json
+import re
+import socket
+import sys
+import time
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests/e2e"))
+
+# pylint: disable=wrong-import-position
+from harness import places
+from harness.clients import Clients
+from harness.crate import CONTROL, Crate
+from harness.ioc import Ioc, LOOPBACK
+from harness.tracker import Tracker
+from harness.world import World
+
+NAME = "FULL"
+MIX = {"numeric": 580, "status": 100, "on-off": 100, "integer": 100, "text": 116, "property": 4}
+# Channels of the full crate get what storms can move of the other kinds.
+MORE_PARAMETERS = """\
+      - {name: Comment, type: text, mode: read-write}
+      - {name: Level, type: integer, mode: read, minimum: 0, maximum: 60000}
+      - {name: POn, type: on-off, mode: read-write, on-label: "On", off-label: "Off"}
+"""
+LAST_OF_A_CHANNEL = "      - {name: Status, type: channel-status, mode: read, role: status}\n"
+
+INPUTS = ("ai", "bi", "mbbi", "mbbiDirect", "stringin")
+RECORD = re.compile(r'record\( (\w+), "([^"]+)"\)')
+COMPLAINT = re.compile(r"callbackRequest|ring buffer full", re.IGNORECASE)
+
+PROBE = f"{NAME}:00:000:VSet:RBV"
+HIGH = f"{NAME}:07:020:VMon"
+
+# Prints how many seconds each caget takes.
+READER = r"""
+while :; do
+    begin=$EPOCHREALTIME
+    "$1" -w 20 -t "$2" >/dev/null
+    echo "$begin $EPOCHREALTIME"
+done
+"""
+
+# What of a storm the end must not be waited for longer.
+SETTLED = 3.0
+
+
+class Control:
+    """One connection to the crate's control port."""
+
+    def __init__(self, world):
+        self._connection = socket.socket(socket.AF_UNIX)
+        self._connection.settimeout(60)
+        self._connection.connect(str(world.path(CONTROL)))
+        self._lines = self._connection.makefile("rw", encoding="utf-8")
+
+    def ask(self, cmd, **fields):
+        self._lines.write(json.dumps({"cmd": cmd, **fields}) + "\n")
+        self._lines.flush()
+        answer = json.loads(self._lines.readline())
+        assert answer["ok"], answer
+        return answer
+
+    def storm(self):
+        return self.ask("statistics")["storm"]
+
+
+def quantile(values, share):
+    ordered = sorted(values)
+    return ordered[min(int(share * len(ordered)), len(ordered) - 1)] if ordered else float("nan")
+
+
+def description():
+    text = (places.top() / "crateSim/crates/full.yaml").read_text(encoding="utf-8")
+    assert text.count(LAST_OF_A_CHANNEL) == 1
+    return text.replace(LAST_OF_A_CHANNEL, LAST_OF_A_CHANNEL + MORE_PARAMETERS)
+
+
+def place_of(record):
+    """The item that an input record shows."""
+    _, *where, name = record.removesuffix(":RBV").split(":")
+    place = dict(zip(("slot", "channel"), map(int, where)))
+    return {**place, "name": name}
+
+
+def seconds_of(text):
+    date, _, fraction = text.partition(".")
+    moment = datetime.datetime.strptime(date, "%Y-%m-%d %H:%M:%S").timestamp()
+    return moment + float("0." + fraction)
+
+
+def same(kind, shown, true):
+    if isinstance(true, str):
+        return shown == true
+    if kind == "mbbiDirect":
+        true = int(true) & 0xffff
+    return abs(float(shown) - float(true)) <= 1e-6 * max(1, abs(float(true)))
+
+
+class Bench:
+    def __init__(self, world):
+        self.world = world
+        world.path("/tmp/storms.yaml").write_text(description())
+        Crate(world, ["/tmp/storms.yaml"]).wait(sessions=0)
+        self.control = Control(world)
+        # What moves is the storm's alone.
+        self.control.ask("pause")
+        self.ioc = Ioc(world, crate=f"{NAME}@{LOOPBACK}").wait_running()
+        self.clients = Clients(world)
+        self.control.ask("wait", eventConnections=1, timeout=30)
+        found = RECORD.findall(world.read("/tmp/ZANTO.db"))
+        self.kinds = {name: kind for kind, name in found if kind in INPUTS}
+        self.probe = Tracker(world, "camonitor", [PROBE])
+        self.probe.wait_connected()
+        self._value = 0
+
+    def records(self):
+        """Text and time stamp of every input record."""
+        command = [places.client("caget"), "-w", "30", "-a", "-n", "-g", "9", "-F", "|",
+                   *self.kinds]
+        done = self.world.run(command)
+        assert done.returncode == 0, done.stderr[-500:]
+        rows = [line.split("|") for line in done.stdout.splitlines()]
+        return {row[0]: (row[2], seconds_of(row[1])) for row in rows}
+
+    def truth(self):
+        return {name: self.control.ask("get", **place_of(name))["value"] for name in self.kinds}
+
+    def change(self):
+        """Changes the probe's item and has it told at once; the moment and the value."""
+        self._value = self._value % 400 + 1
+        self.control.ask("set", name="VSet", slot=0, channel=0, value=self._value)
+        moment = time.monotonic()
+        self.control.ask("step", seconds=1e-6)
+        return moment, float(self._value)
+
+    def latencies(self, changes):
+        """A value that another one has overtaken counts with that one."""
+        shown = list(self.probe.histories[PROBE])
+        for moment, value in changes:
+            seen = [at for at, what in shown if at >= moment and what >= value]
+            if seen:
+                yield seen[0] - moment
+
+    def one_pass(self):
+        """How long all lists take together: one event of each type, nothing else."""
+        items = (("Comment", f"pass {time.monotonic()}"), ("Level", 1 + self._value % 2),
+                 ("POn", 1 - int(self.control.ask("get", name="POn", slot=0, channel=0)["value"])))
+        for name, value in items:
+            self.control.ask("set", name=name, slot=0, channel=0, value=value)
+        self.change()
+        time.sleep(0.5)
+        stamps = [stamp for name, (_, stamp) in self.records().items()
+                  if self.kinds[name] != "stringin" or name.count(":") > 2]
+        latest = max(stamps)
+        return latest - min(stamp for stamp in stamps if stamp > latest - 0.5)
+
+    def idle(self):
+        """Event to monitor, without a storm."""
+        changes = []
+        for _ in range(50):
+            changes.append(self.change())
+            time.sleep(0.02)
+        time.sleep(0.2)
+        return quantile(list(self.latencies(changes)), 0.5)
+
+    def storm(self, rate, batch, seconds):
+        begin = len(self.ioc.stdout.text), len(self.ioc.stderr.text)
+        self._value = 0
+        self.change()
+        time.sleep(0.3)
+        reader = self.world.start("caget", ["bash", "-c", READER, "bash", places.client("caget"),
+                                            f"{NAME}:03:005:VMon"])
+        self.control.ask("storm", rate=rate, batch=batch, seconds=seconds, mix=MIX)
+        changes = []
+        state = self.control.storm()
+        while state["running"]:
+            if len(changes) < 390:
+                changes.append(self.change())
+            time.sleep(0.015)
+            state = self.control.storm()
+        end = time.time()
+        reads = [float(b) - float(a) for a, b in re.findall(r"^(\S+) (\S+)$", reader.stdout.text,
+                                                            re.MULTILINE)]
+        reader.kill()
+        late, wrong = self.lateness(end)
+        return {"sent": state["sent"], "dropped": state["dropped"], "late": late, "wrong": wrong,
+                "latencies": list(self.latencies(changes)), "reads": reads,
+                "messages": self.complaints(*begin), "idle": self.idle_scans()}
+
+    def lateness(self, end):
+        """Seconds until the last record had its last value, and how many never had."""
+        first = self.records()
+        read = time.time()
+        while time.time() < end + SETTLED:
+            time.sleep(0.05)
+        last, truth = self.records(), self.truth()
+        wrong = sum(not same(kind, last[name][0], truth[name])
+                    for name, kind in self.kinds.items())
+        late = 0.0
+        for name, kind in self.kinds.items():
+            at = last[name][1]
+            if same(kind, first[name][0], truth[name]):
+                at = min(at, first[name][1], read)
+            late = max(late, at - end)
+        return late, wrong
+
+    def idle_scans(self):
+        """How many records are processed within a second in which nothing happens."""
+        before = self.records()
+        time.sleep(1)
+        after = self.records()
+        return sum(before[name][1] != after[name][1] for name in before)
+
+    def complaints(self, stdout, stderr):
+        said = self.ioc.stdout.text[stdout:] + self.ioc.stderr.text[stderr:]
+        return len(COMPLAINT.findall(said))
+
+
+HEAD = ["events/s", "batch", "priorities", "sent", "dropped", "last value after", "never",
+        "event to monitor p50", "p99", "caget p50", "p99", "queue messages", "idle scans"]
+
+
+def row(rate, batch, priorities, found):
+    milliseconds = [f"{1000 * quantile(found[what], share):.0f} ms"
+                    for what in ("latencies", "reads") for share in (0.5, 0.99)]
+    return [f"{rate:,}", f"{batch:,}", priorities, f"{found['sent']:,}", f"{found['dropped']:,}",
+            f"{found['late']:.2f} s", found["wrong"], *milliseconds, found["messages"],
+            found["idle"]]
+
+
+def show(cells):
+    print("| " + " | ".join(map(str, cells)) + " |", flush=True)
+
+
+def measure(world, options):
+    bench = Bench(world)
+    print(f"{len(bench.kinds)} input records; nothing else going on: one pass of all lists "
+          f"{1000 * bench.one_pass():.1f} ms, event to monitor {1000 * bench.idle():.1f} ms\n",
+          flush=True)
+    show(HEAD)
+    show(["---"] * len(HEAD))
+    for priorities in ("one", "one record HIGH"):
+        wanted = "LOW" if priorities == "one" else "HIGH"
+        assert bench.clients.caput(f"{HIGH}.PRIO", wanted) == ""
+        for rate in options.rates:
+            for batch in options.batches:
+                show(row(rate, batch, priorities, bench.storm(rate, batch, options.seconds)))
+    assert bench.ioc.stop() == 0
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--rates", type=int, nargs="+", default=[1000, 20000, 200000])
+    parser.add_argument("--batches", type=int, nargs="+", default=[1, 1000])
+    parser.add_argument("--seconds", type=float, default=3)
+    world = World(tmp_size="256m")
+    with contextlib.ExitStack() as ends:
+        ends.callback(lambda: print(*world.close(), sep="\n", end="", file=sys.stderr))
+        measure(world, parser.parse_args())
+
+
+if __name__ == "__main__":
+    main()
