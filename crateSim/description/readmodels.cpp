@@ -131,7 +131,7 @@ std::optional<Value> switchValue(const NamedNode &node, const ParameterDescripti
 {
     const YamlNode &scalar = *node.node;
     if (scalar.kind == YamlNode::Kind::Scalar) {
-        const auto number = scalar.plain ? parseInteger(scalar.text) : std::nullopt;
+        const int64_t number = scalar.plain ? parseInteger(scalar.text).value_or(-1) : -1;
         if (number == 0 || (scalar.plain && scalar.text == "false"))
             return uint32_t{0};
         if (number == 1 || (scalar.plain && scalar.text == "true"))

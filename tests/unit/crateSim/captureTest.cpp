@@ -87,17 +87,25 @@ void expectSame(const SeenCrate &one, const SeenCrate &other)
     }
 }
 
+// Time next to stands still, so that no temperature moves between two looks however far apart.
+sim::daemon::ServerSettings still()
+{
+    auto settings = RunningCrate::quick();
+    settings.speed = 0.001;
+    return settings;
+}
+
 void expectEquivalentCapture(const CrateDescription &original)
 {
     std::string first;
     SeenCrate seen;
     {
-        const RunningCrate crate(original);
+        const RunningCrate crate(original, still());
         seen = surveyOf(crate);
         EXPECT_THAT(seen.leftOut, IsEmpty());
         first = textOf(describe(seen, "TEST"));
     }
-    const RunningCrate again(readBack(first));
+    const RunningCrate again(readBack(first), still());
     expectSame(seen, surveyOf(again));
     EXPECT_EQ(textOf(captureOf(again)), first);
 }
