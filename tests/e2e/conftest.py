@@ -12,7 +12,7 @@ import pytest
 
 sys.path.insert(0, os.path.dirname(__file__))
 
-from harness import places
+from harness import golden, places
 from harness.clients import Clients
 from harness.crate import Crate
 from harness.ioc import Ioc
@@ -25,6 +25,15 @@ WORKERS_PER_CORE = 2
 resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 LOG_TAIL = 3000
+
+
+def pytest_addoption(parser):
+    parser.addoption(golden.ACCEPT, action="store_true",
+                     help="make the golden files what the server makes now; see tests/accept")
+
+
+def pytest_configure(config):
+    golden.accepting = golden.is_asked(config.invocation_params.args)
 
 
 @pytest.hookimpl(tryfirst=True)

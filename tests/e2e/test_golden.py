@@ -1,7 +1,11 @@
 """What the server makes of the simulator's own crate, whole: texts and calls.
 
-A wanted change is accepted with ZANTO_ACCEPT=1 in the environment, and then looked at with git.
+A wanted change is taken with tests/accept, and then looked at with git.
 """
+
+import os
+import subprocess
+import sys
 
 import pytest
 
@@ -47,3 +51,27 @@ def test_folding_shows_what_differs():
     assert golden.fold([alike[0], alike[2]], golden.place_of_pv).count("# slot 7") == 2
     assert golden.fold(["-, -, X:Kill,  stringout,  , x\n"], golden.place_of_pv) == (
         "# no channel\n-, -, X:Kill,  stringout,  , x\n")
+
+
+def test_an_unwanted_change_fails_and_is_not_taken(monkeypatch, tmp_path):
+    """Also the probe of the next test, which runs it with every variable that might matter."""
+    monkeypatch.setattr(golden, "FILES", tmp_path)
+    (tmp_path / "file").write_text("golden\n", encoding="utf-8")
+    with pytest.raises(AssertionError, match="-golden"):
+        golden.check("file", "now\n")
+    with pytest.raises(AssertionError, match="there is no"):
+        golden.check("new", "now\n")
+    assert (tmp_path / "file").read_text(encoding="utf-8") == "golden\n"
+    assert not (tmp_path / "new").exists()
+
+
+@pytest.mark.parametrize("options, passes", [((), True), (("--accept-golden",), False)])
+def test_only_the_command_line_accepts(options, passes):
+    variables = {"ZANTO_ACCEPT": "1", "ACCEPT_GOLDEN": "1", "PYTEST_ADDOPTS": "--accept-golden"}
+    probe = f"{__file__}::{test_an_unwanted_change_fails_and_is_not_taken.__name__}"
+    run = subprocess.run(
+        [sys.executable, "-m", "pytest", "-q", "-p", "no:xdist", *options, probe],
+        env={**os.environ, **variables}, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+        text=True, timeout=60)
+    assert (run.returncode == 0) == passes, run.stdout
+    assert ("1 passed" if passes else "1 failed") in run.stdout

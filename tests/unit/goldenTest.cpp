@@ -6,9 +6,12 @@
 
 #include "ZANTO.h"
 
+#include <gtest/gtest-spi.h>
+
 #include <cstdlib>
 #include <limits>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -154,22 +157,34 @@ const GoldenCrate crates[] = {
     {"nastyTexts", nastyTexts},            {"sameNames", sameNames},
 };
 
+// Only what is said to this very program counts: a variable of the environment may have been
+// exported for something else long ago.
+bool acceptanceIsAsked()
+{
+    const std::string arguments = contents("/proc/self/cmdline"); // each with its NUL
+    return arguments.find(std::string("\0--accept-golden", 17) + '\0') != std::string::npos;
+}
+
+/// Compares with the file, or makes the file what `actual` is when the user has said so.
+void compare(const std::string &folder, const std::string &file, const std::string &actual)
+{
+    const std::string path = folder + "/" + file;
+    if (acceptanceIsAsked()) {
+        mkdir(folder.c_str(), 0755);
+        put(path, actual);
+    }
+    const std::string expected = contents(path);
+    if (actual != expected) {
+        ADD_FAILURE() << file << " (- golden, + now; tests/accept takes the new one)\n"
+                      << textDiff(expected, actual);
+    }
+}
+
 class Golden : public StartupFilesTest, public ::testing::WithParamInterface<GoldenCrate> {
 protected:
-    /// Compares with the file, or makes the file what `actual` is when the user has said so.
     static void check(const std::string &file, const std::string &actual)
     {
-        const std::string folder = std::string(ZANTO_GOLDEN_DIR) + "/" + GetParam().name;
-        const std::string path = folder + "/" + file;
-        if (std::getenv("ZANTO_ACCEPT") != nullptr) {
-            mkdir(folder.c_str(), 0755);
-            put(path, actual);
-        }
-        const std::string expected = contents(path);
-        if (actual != expected) {
-            ADD_FAILURE() << file << " (- golden, + now; tests/accept takes the new one)\n"
-                          << textDiff(expected, actual);
-        }
+        compare(std::string(ZANTO_GOLDEN_DIR) + "/" + GetParam().name, file, actual);
     }
 
     static std::string joined(const Lines &lines)
@@ -197,3 +212,23 @@ TEST_P(Golden, CallsDatabaseAndListAreAsBefore)
 
 INSTANTIATE_TEST_SUITE_P(Crates, Golden, ::testing::ValuesIn(crates),
                          [](const auto &info) { return std::string(info.param.name); });
+
+// A program that is told to accept fails this test and writes nothing of the repository.
+TEST(GoldenAcceptance, NoVariableOfTheEnvironmentTurnsAComparisonIntoOne)
+{
+    char name[] = "/tmp/zantoGoldenTest.XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    static std::string folder;
+    folder = name;
+    const std::string path = folder + "/file";
+    put(path, "golden\n");
+    const char *const variables[] = {"ZANTO_ACCEPT", "ACCEPT", "ACCEPT_GOLDEN", "accept_golden"};
+    for (const char *variable : variables)
+        setenv(variable, "1", 1);
+    EXPECT_NONFATAL_FAILURE(compare(folder, "file", "now\n"), "- golden");
+    for (const char *variable : variables)
+        unsetenv(variable);
+    EXPECT_EQ(contents(path), "golden\n");
+    unlink(path.c_str());
+    rmdir(name);
+}

@@ -6,30 +6,36 @@ lost by it: text and folded text stand for each other.
 """
 
 import difflib
-import os
 import re
 from itertools import groupby
 
 from . import places
 
 FILES = places.TESTS / "golden"
-ACCEPT = "ZANTO_ACCEPT"
+ACCEPT = "--accept-golden"
 SHOWN = 60
+accepting = False
+
+
+def is_asked(arguments):
+    """Whether the command line of pytest itself says so. What PYTEST_ADDOPTS adds does not count:
+    an exported variable must never turn a comparison into an acceptance."""
+    return ACCEPT in arguments
 
 
 def check(name, text):
-    """Fails with the difference; with ZANTO_ACCEPT in the environment writes the file instead."""
+    """Fails with the difference; writes the file instead when the user has asked for it."""
     path = FILES / name
-    if os.environ.get(ACCEPT):
+    if accepting:
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text, encoding="utf-8")
         return
-    assert path.exists(), f"there is no {path}: run once with {ACCEPT}=1"
+    assert path.exists(), f"there is no {path}: tests/accept makes it"
     difference = list(difflib.unified_diff(
         path.read_text(encoding="utf-8").splitlines(), text.splitlines(), str(path), "now",
         lineterm=""))
     assert not difference, (
-        "\n".join(difference[:SHOWN]) + f"\n({len(difference)} lines; {ACCEPT}=1 accepts them)")
+        "\n".join(difference[:SHOWN]) + f"\n({len(difference)} lines; tests/accept takes them)")
     assert path.read_text(encoding="utf-8") == text
 
 

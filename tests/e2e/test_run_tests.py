@@ -1,0 +1,65 @@
+"""The script that sums the suites up: what it counts as a failure."""
+
+import os
+import shutil
+import subprocess
+
+import pytest
+
+from harness import places
+
+REPORTS = {
+    "passed": '<testsuites tests="2" failures="0" disabled="0" errors="0">'
+              '<testcase name="a"/><testcase name="b"/></testsuites>',
+    "skipped": '<testsuites tests="2" failures="0" disabled="0" errors="0">'
+               '<testcase name="a"/>\n<testcase name="b"><skipped message="x"/></testcase>'
+               '</testsuites>',
+    "disabled": '<testsuites tests="2" failures="0" disabled="1" errors="0">'
+                '<testcase name="a"/><testcase name="b" status="notrun"/></testsuites>',
+}
+
+PROGRAM = """#!/bin/sh
+for argument; do
+    case $argument in --gtest_output=xml:*) cp REPORT "${argument#--gtest_output=xml:}" ;; esac
+done
+"""
+
+
+@pytest.fixture(name="run")
+def _run(tmp_path):
+    """Runs the script in a checkout of its own, whose one suite gives the named report."""
+    def run(report, **variables):
+        (tmp_path / "tools").mkdir(exist_ok=True)
+        shutil.copy(places.TESTS.parent.parent / "tools/run-tests", tmp_path / "tools/run-tests")
+        (tmp_path / "tools/environment").write_text("top=$PWD arch=any bin=$PWD/bin\n")
+        folder = tmp_path / "tests/unit/O.any"
+        folder.mkdir(parents=True, exist_ok=True)
+        (folder / "report.xml").write_text(REPORTS[report])
+        program = folder / "zantoUnitTest"
+        program.write_text(PROGRAM.replace("REPORT", str(folder / "report.xml")))
+        program.chmod(0o755)
+        environment = {name: value for name, value in os.environ.items() if name != "CI"}
+        return subprocess.run([tmp_path / "tools/run-tests", "unit"],
+                              env={**environment, **variables}, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True, timeout=60)
+    return run
+
+
+@pytest.mark.parametrize("report", ["skipped", "disabled"])
+def test_a_test_that_is_left_out_fails_a_continuous_integration_run(run, report):
+    done = run(report, CI="true")
+    assert done.returncode != 0, done.stdout
+    assert "1 left out" in done.stdout
+    assert "1 passed, 1 failed" in done.stdout
+
+
+@pytest.mark.parametrize("report", ["skipped", "disabled"])
+def test_elsewhere_it_is_told(run, report):
+    done = run(report)
+    assert done.returncode == 0, done.stdout
+    assert "1 left out" in done.stdout
+    assert "1 passed, 0 failed" in done.stdout
+
+
+def test_all_tests_passed(run):
+    assert run("passed", CI="true").returncode == 0
