@@ -4,17 +4,19 @@
 
 #include <cstdio>
 #include <memory>
-#include <string>
+#include <string_view>
 
 /// A file opened for writing, closed at the latest by the destructor.
 class ZANTOOutputFile {
 public:
     /// Creates or empties the file. Never follows a symbolic link, never waits for a reader of
-    /// a FIFO and takes nothing but a regular file: somebody may have planted them there.
+    /// a FIFO and takes nothing but a regular file: somebody may have planted them there. One
+    /// that others could hold open for writing (of another user, with another name, writable by
+    /// others) is replaced by a fresh one, or not opened if it cannot be replaced.
     explicit ZANTOOutputFile(const char *path);
 
     bool isOpen() const { return m_file != nullptr; }
-    void write(const std::string &text);
+    void write(std::string_view text);
     /// False when anything that was written did not reach the file.
     bool close();
 

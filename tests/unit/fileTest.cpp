@@ -5,7 +5,31 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+namespace {
+
+bool otherUser = false;
+
+/// Files made by this process belong to another user than the one it runs as, for a scope. No
+/// privilege is needed for it.
+class OtherUser {
+public:
+    OtherUser() { otherUser = true; }
+    ~OtherUser() { otherUser = false; }
+    OtherUser(const OtherUser &) = delete;
+    OtherUser &operator=(const OtherUser &) = delete;
+};
+
+} // namespace
+
+// Instead of the C library's.
+extern "C" uid_t geteuid() noexcept
+{
+    const auto user = static_cast<uid_t>(syscall(SYS_geteuid));
+    return otherUser ? user + 1 : user;
+}
 
 namespace {
 
@@ -25,6 +49,36 @@ protected:
             unlink(path.c_str());
         rmdir(m_folder.c_str());
         ZantoTest::TearDown();
+    }
+
+    static ino_t fileAt(const std::string &path)
+    {
+        struct stat status = {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+        return status.st_ino;
+    }
+
+    static mode_t modeOf(const std::string &path)
+    {
+        struct stat status = {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+        return status.st_mode & 07777U;
+    }
+
+    /// Writes to the file at `name` and expects that one whom `old` reached is left behind.
+    static void expectReplaced(const std::string &name, int old)
+    {
+        ZANTOOutputFile file(name.c_str());
+        ASSERT_TRUE(file.isOpen());
+        struct stat before = {};
+        ASSERT_EQ(fstat(old, &before), 0);
+        EXPECT_NE(fileAt(name), before.st_ino);
+        EXPECT_EQ(before.st_size, 3) << "what is not ours is not emptied";
+        EXPECT_EQ(write(old, "planted", 7), 7);
+        file.write("ours");
+        EXPECT_TRUE(file.close());
+        EXPECT_EQ(contents(name), "ours");
+        EXPECT_EQ(modeOf(name) & ~0644U, 0U);
     }
 
     std::string path(const std::string &name)
@@ -197,4 +251,87 @@ TEST_F(OutputFile, IsNotInheritedByProgramsThatAreStarted)
     close(next);
     const ZANTOOutputFile file(path("private").c_str());
     EXPECT_EQ(fcntl(next, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+}
+
+// ---- files that others can hold open for writing ----
+
+TEST_F(OutputFile, KeepsAFileOfItsOwn)
+{
+    const std::string name = path("own");
+    put(name, "old");
+    ASSERT_EQ(chmod(name.c_str(), 0600), 0);
+    const int old = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    ZANTOOutputFile file(name.c_str());
+    file.write("new");
+    EXPECT_TRUE(file.close());
+    char text[4] = {};
+    EXPECT_EQ(read(old, text, 3), 3) << "whoever watches the file keeps it";
+    EXPECT_STREQ(text, "new");
+    EXPECT_EQ(modeOf(name), 0600U);
+    close(old);
+}
+
+TEST_F(OutputFile, ReplacesAFileOfAnotherUser)
+{
+    const std::string name = path("foreign");
+    put(name, "old");
+    ASSERT_EQ(chmod(name.c_str(), 0644), 0);
+    const int old = open(name.c_str(), O_RDWR | O_CLOEXEC);
+    {
+        const OtherUser stranger;
+        expectReplaced(name, old);
+    }
+    close(old);
+}
+
+TEST_F(OutputFile, ReplacesAFileWithAnotherName)
+{
+    const std::string name = path("linked");
+    const std::string other = path("other");
+    put(name, "old");
+    ASSERT_EQ(chmod(name.c_str(), 0644), 0);
+    ASSERT_EQ(link(name.c_str(), other.c_str()), 0);
+    const int old = open(other.c_str(), O_RDWR | O_CLOEXEC);
+    expectReplaced(name, old);
+    EXPECT_EQ(contents(other), "planted");
+    close(old);
+}
+
+TEST_F(OutputFile, ReplacesAFileThatOthersMayWrite)
+{
+    const std::string name = path("open");
+    for (const mode_t mode : {0666U, 0664U, 0646U}) {
+        unlink(name.c_str());
+        put(name, "old");
+        ASSERT_EQ(chmod(name.c_str(), mode), 0);
+        const int old = open(name.c_str(), O_RDWR | O_CLOEXEC);
+        expectReplaced(name, old);
+        close(old);
+    }
+}
+
+TEST_F(OutputFile, TakesTheNameOfAFileThatItMayNotWrite)
+{
+    const std::string name = path("readOnly");
+    put(name, "old");
+    ASSERT_EQ(chmod(name.c_str(), 0444), 0);
+    ZANTOOutputFile file(name.c_str());
+    file.write("new");
+    EXPECT_TRUE(file.close());
+    EXPECT_EQ(contents(name), "new");
+}
+
+TEST_F(OutputFile, RefusesAFileThatItCannotReplace)
+{
+    // Regular and writable, and nobody can remove it.
+    const char *name = "/proc/self/comm";
+    const std::string before = contents(name);
+    {
+        const OtherUser stranger;
+        ZANTOOutputFile file(name);
+        EXPECT_FALSE(file.isOpen());
+        file.write("new");
+        EXPECT_FALSE(file.close());
+    }
+    EXPECT_EQ(contents(name), before);
 }
