@@ -62,6 +62,14 @@ def refusal():
     return None if probe.returncode == 0 else probe.stdout.strip() or "unshare failed"
 
 
+def sockets(table):
+    """Local address and state of each socket in a table of /proc/net. The kernel goes on by
+    position: when sockets appear between two reads it lists again what it had listed."""
+    rows = {(fields[1], fields[2], fields[3])
+            for fields in map(str.split, table.splitlines()[1:])}
+    return [(local, state) for local, _, state in rows]
+
+
 def environment(more=()):
     """What a process of a world sees: nothing of EPICS or of the loader from outside."""
     env = {name: value for name, value in os.environ.items()
@@ -134,8 +142,8 @@ class World:
                    for local, state in self._sockets("tcp"))
 
     def _sockets(self, protocol):
-        table = Path(f"/proc/{self._holder.pid}/net/{protocol}").read_text(encoding="ascii")
-        return [(line.split()[1], line.split()[3]) for line in table.splitlines()[1:]]
+        return sockets(
+            Path(f"/proc/{self._holder.pid}/net/{protocol}").read_text(encoding="ascii"))
 
     def logs(self):
         return {title: text for process in self._processes
