@@ -21,21 +21,18 @@ int32_t unsubscribeParameters();
 /// no socket could be made.
 int32_t tryToConnectLoop(const char *host);
 
-/// SIGHUP, SIGINT, SIGQUIT and SIGTERM shut down once; a second one of them, of whichever kind,
-/// ends the process at once by its default action.
+/// SIGHUP, SIGINT, SIGQUIT and SIGTERM end the process in order, once; a second one of them, of
+/// whichever kind, ends it at once by its default action.
 void SetSigShutdownHandler();
-/// Only hands the signal over to the signal thread and puts the default actions back, so that
-/// it is safe in a handler. Numbers from 260 on are ignored.
+/// Only notes the signal, so that it is safe in a handler. Numbers from 260 on are ignored.
 void SigShutdownHandler(int signal);
-/// Starts the thread that shuts down on a signal, also on one caught before.
-void ZANTOStartSignalThread();
 
 /// Unsubscribes, logs out, frees the tree and ends the process with status 0. Never returns;
-/// whichever thread comes second waits for the first to end the process.
+/// a thread that comes when another one ends the process already does nothing any more.
 [[noreturn]] void Shutdown();
 
-/// Ends the process with status 0 for a main that serves nothing; waits instead when another
-/// thread ends it already.
-[[noreturn]] void ZANTOLeaveMain();
+/// From now on an exit of EPICS logs out, also one inside the start-up script, and iocInit goes
+/// no further once the process is ending. Once, before the script.
+void ZANTOWatchEpics();
 
 #endif

@@ -6,7 +6,7 @@
 #include <aoRecord.h>
 #include <epicsExport.h>
 
-ZANTOScanList ioscanpvt_ai;
+ZANTOScanList ioscanpvt_ai("ai");
 
 namespace {
 

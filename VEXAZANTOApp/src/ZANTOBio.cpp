@@ -6,7 +6,7 @@
 #include <boRecord.h>
 #include <epicsExport.h>
 
-ZANTOScanList ioscanpvt_bi;
+ZANTOScanList ioscanpvt_bi("bi");
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <mbboRecord.h>
 #include <epicsExport.h>
 
-ZANTOScanList ioscanpvt_mbbi;
+ZANTOScanList ioscanpvt_mbbi("mbbi");
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <mbboDirectRecord.h>
 #include <epicsExport.h>
 
-ZANTOScanList ioscanpvt_mbbiDirect;
+ZANTOScanList ioscanpvt_mbbiDirect("mbbiDirect");
 
 namespace {
 

@@ -1,5 +1,6 @@
 #include "ZANTOStringio.h"
 
+#include "ZANTOmessages.h"
 #include "ZANTOrecord.h"
 
 #include <epicsExport.h>
@@ -10,7 +11,7 @@
 #include <cstring>
 #include <string>
 
-ZANTOScanList ioscanpvt_stringin;
+ZANTOScanList ioscanpvt_stringin("stringin");
 
 namespace {
 
@@ -57,7 +58,7 @@ long read_stringin(stringinRecord *record)
     copyText(record->val, ZANTOReadNode(*node).toString());
     record->udf = 0;
     if (DEBUG > 7)
-        std::printf("[STRINGIN] - READ %s = %s\n", record->name, record->val);
+        ZANTOPrint("[STRINGIN] - READ %s = %s\n", record->name, record->val);
     return ZANTODontConvert;
 }
 
@@ -71,7 +72,7 @@ long write_stringout(stringoutRecord *record)
         return ZANTOFailed;
     if (node->getDataType() != nodeDataTypeString) {
         if (DEBUG > 0)
-            std::printf("[STRINGOUT] - error data type for node [%s]\n", record->name);
+            ZANTOPrint("[STRINGOUT] - error data type for node [%s]\n", record->name);
         return ZANTOFailed;
     }
     variant value;

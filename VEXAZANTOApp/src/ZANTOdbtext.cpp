@@ -13,8 +13,6 @@ bool isControl(char c)
     return byte < 0x20 || byte == 0x7F;
 }
 
-bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
-
 std::string withoutControls(std::string text)
 {
     text.erase(std::remove_if(text.begin(), text.end(), isControl), text.end());
@@ -31,15 +29,6 @@ std::string withoutMacros(std::string text)
     return text;
 }
 
-void cut(std::string &text, std::size_t capacity)
-{
-    if (text.size() <= capacity)
-        return;
-    while (capacity > 0 && isContinuation(text[capacity]))
-        --capacity;
-    text.resize(capacity);
-}
-
 } // namespace
 
 bool ZANTOIsRecordName(const std::string &name)
@@ -50,12 +39,10 @@ bool ZANTOIsRecordName(const std::string &name)
            });
 }
 
-std::string ZANTODbValue(const std::string &text, std::size_t capacity)
+std::string ZANTODbValue(const std::string &text)
 {
-    std::string kept = withoutMacros(withoutControls(text));
-    cut(kept, capacity);
     std::string escaped;
-    for (const char c : kept) {
+    for (const char c : withoutMacros(withoutControls(text))) {
         if (c == '"' || c == '\\')
             escaped += '\\';
         escaped += c;
@@ -64,16 +51,20 @@ std::string ZANTODbValue(const std::string &text, std::size_t capacity)
 }
 
 // A header is the only line that begins with its keyword; the rest is indented.
-std::vector<std::string> ZANTORecordNames(const std::string &records)
+void ZANTOForEachRecord(
+    std::string_view records,
+    const std::function<void(std::string_view name, std::string_view type)> &use)
 {
-    std::vector<std::string> names;
-    std::size_t line = 0;
-    while (line < records.size()) {
-        const std::size_t end = std::min(records.find('\n', line), records.size());
-        const std::size_t open = records.find('"', line);
-        if (records.compare(line, 7, "record(") == 0 && open < end)
-            names.push_back(records.substr(open + 1, records.find('"', open + 1) - open - 1));
-        line = end + 1;
+    constexpr std::string_view keyword = "record(";
+    while (!records.empty()) {
+        const std::string_view line = records.substr(0, records.find('\n'));
+        const std::size_t comma = line.find(',');
+        const std::size_t open = line.find('"');
+        const std::size_t close = line.find('"', open == line.npos ? open : open + 1);
+        if (line.substr(0, keyword.size()) == keyword && comma < open && close != line.npos) {
+            const std::size_t type = line.find_first_not_of(' ', keyword.size());
+            use(line.substr(open + 1, close - open - 1), line.substr(type, comma - type));
+        }
+        records.remove_prefix(std::min(line.size() + 1, records.size()));
     }
-    return names;
 }

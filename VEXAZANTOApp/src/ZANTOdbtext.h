@@ -2,29 +2,24 @@
 #ifndef ZANTODBTEXT_H
 #define ZANTODBTEXT_H
 
-#include <cstddef>
+#include <functional>
 #include <string>
-#include <vector>
-
-/// Longest values in bytes that the record fields take. A longer one is an error when the
-/// database is loaded and leaves the field empty.
-namespace ZANTOFieldCapacity {
-constexpr std::size_t egu = 15;
-constexpr std::size_t stateName = 25;
-constexpr std::size_t description = 40;
-} // namespace ZANTOFieldCapacity
+#include <string_view>
 
 /// True for a name that the IOC accepts: one that it does not aborts the load and loses every
 /// later record. A name has 1 to 60 bytes, and nothing in it can be escaped.
 bool ZANTOIsRecordName(const std::string &name);
 
-/// `text` as it may stand between the double quotes of a field value: at most `capacity` bytes
-/// are kept, never part of a UTF-8 character; quotes and backslashes are escaped; control bytes
-/// are dropped, and so is the dollar of a macro reference, which no field takes in whatever
-/// form. A sane text comes back as it is.
-std::string ZANTODbValue(const std::string &text, std::size_t capacity);
+/// `text` as it may stand between the double quotes of a field value: quotes and backslashes are
+/// escaped; control bytes are dropped, and so is the dollar of a macro reference, which no field
+/// takes in whatever form. A sane text comes back as it is, however long: the IOC refuses a value
+/// that a field has no room for and keeps the record.
+std::string ZANTODbValue(const std::string &text);
 
-/// The names of the records that a database text defines, in its order.
-std::vector<std::string> ZANTORecordNames(const std::string &records);
+/// Calls `use` with name and type of each record that a database text defines, in its order;
+/// both point into the text.
+void ZANTOForEachRecord(
+    std::string_view records,
+    const std::function<void(std::string_view name, std::string_view type)> &use);
 
 #endif

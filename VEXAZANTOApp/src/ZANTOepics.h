@@ -4,14 +4,21 @@
 
 #include <epicsVersion.h>
 
-/// From base 7 on scanIoRequest tells what it queued, scanIoSetComplete when a pass ended, and the
-/// base brings pvAccess and has a registrar for each of its servers.
+/// From base 7 on a scan list can be scanned for one priority alone, and the base brings pvAccess
+/// and has a registrar for each of its servers.
 #if EPICS_VERSION >= 7
-#define ZANTO_SCANS_REPORT_COMPLETION 1
+#define ZANTO_BASE_SCANS_ONE_PRIORITY 1
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 1
 #else
-#define ZANTO_SCANS_REPORT_COMPLETION 0
+#define ZANTO_BASE_SCANS_ONE_PRIORITY 0
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 0
+#endif
+
+/// From 7.0.3.1 on what is told of the IOC's start is told of its shutdown too.
+#if EPICS_VERSION_INT >= VERSION_INT(7, 0, 3, 1)
+#define ZANTO_BASE_TELLS_SHUTDOWN 1
+#else
+#define ZANTO_BASE_TELLS_SHUTDOWN 0
 #endif
 
 #endif

@@ -26,7 +26,8 @@ bool ZANTOWaitForEventPort(std::chrono::milliseconds limit);
 extern "C" void ZANTOEvents_Thread(void *);
 
 /// Gives the node that the item names its new value. The parameter type code, or -1 when there
-/// is no such node. Takes the node's lockSem, so it waits for a record access in progress.
+/// is no such node. Does not wait for a node in use, whose holder then takes the value over:
+/// whoever takes the node's lockSem later sees it.
 int32_t updateNode(int32_t boardIndex, int32_t channelIndex, const char *itemName,
                    const IDValue_t &value);
 

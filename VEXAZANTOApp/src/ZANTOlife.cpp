@@ -3,6 +3,8 @@
 #include "ZANTOstatic.h"
 #include "ZANTOtypes.h"
 
+#include <unistd.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -10,73 +12,145 @@
 
 namespace {
 
-struct Phases {
+constexpr int64_t noSession = -1;
+
+struct Life {
+    // Each changes by itself; the handler of a signal touches the first two only.
+    std::atomic<ZANTOLifeState> state{ZANTOLifeState()};
+    std::atomic<bool> hasEnder{false};
+    pthread_t ender{};                        // written before hasEnder is set
+    std::atomic<int64_t> session{noSession};  // a handle until the logout
+
     std::mutex mutex;
     std::condition_variable changed;
     // Guarded by mutex.
-    bool ending = false;
     std::thread::id startupThread; // nobody's id while no start-up work is done
 };
+static_assert(std::atomic<ZANTOLifeState>::is_always_lock_free, "for the handler of a signal");
 
-Phases &phases()
+/// What guards the tree; apart from the rest because each access of a record touches it.
+struct TreeGate {
+    std::atomic<bool> unfinished{false};
+    std::atomic<bool> closed{false};
+    std::atomic<int32_t> users{0};
+};
+
+Life &life()
 {
-    static ZANTONeverDestroyed<Phases> instance;
+    static ZANTONeverDestroyed<Life> instance;
     return instance.get();
 }
 
-std::atomic<bool> treeUnfinished{false};
-std::atomic<bool> treeClosed{false};
-std::atomic<int> treeUsers{0};
-std::atomic<bool> scriptRunning{false};
+TreeGate treeGate;
+
+// Until its verdict has been put into place.
+ZANTOLot happen(ZANTOHappening happening, uint16_t signal, bool byTheEnder) noexcept
+{
+    std::atomic<ZANTOLifeState> &state = life().state;
+    ZANTOLifeState now = state;
+    ZANTOVerdict verdict = ZANTODecide(now, happening, signal, byTheEnder);
+    while (!state.compare_exchange_weak(now, verdict.next))
+        verdict = ZANTODecide(now, happening, signal, byTheEnder);
+    return verdict.lot;
+}
+
+void nameEnder() noexcept
+{
+    life().ender = pthread_self();
+    life().hasEnder = true;
+}
 
 } // namespace
 
-// The counter is raised before the flag is looked at, and the closing side sets the flag
-// before it looks at the counter: with sequential consistency one of the two sees the other.
-ZANTOTreeUse::ZANTOTreeUse() noexcept
+// ---- phases ----
+
+void ZANTOBeginLife()
 {
-    treeUsers.fetch_add(1);
-    m_open = !treeClosed.load();
+    Life &l = life();
+    l.state = ZANTOLifeState();
+    l.hasEnder = false;
+    l.session = noSession;
+    std::lock_guard<std::mutex> lock(l.mutex);
+    l.startupThread = std::thread::id();
 }
 
-ZANTOTreeUse::~ZANTOTreeUse() { treeUsers.fetch_sub(1); }
+ZANTOLifeState ZANTOPresentLife() noexcept { return life().state; }
 
-void ZANTOBeginTree() { treeUnfinished = true; }
-
-void ZANTOOpenTree()
+void ZANTOAdvance(ZANTOHappening step)
 {
-    std::lock_guard<std::mutex> lock(phases().mutex);
-    treeClosed = false;
-    treeUnfinished = false;
-    phases().changed.notify_all();
+    if (happen(step, 0, ZANTOIsEnder()) == ZANTOLot::park)
+        ZANTOPark();
 }
 
-bool ZANTOTreeIsComplete() noexcept { return systemNode != nullptr && !treeUnfinished; }
-
-void ZANTOWaitForTree()
+void ZANTOLoggedIn(int32_t handle)
 {
-    std::unique_lock<std::mutex> lock(phases().mutex);
-    phases().changed.wait(lock, ZANTOTreeIsComplete);
+    life().session = handle & int64_t{0xFFFFFFFF};
+    ZANTOStartupCheckpoint();
+    ZANTOAdvance(ZANTOHappening::loggedIn);
 }
 
-bool ZANTOCloseTree(std::chrono::milliseconds limit)
+void ZANTOBeginEnd(ZANTOHappening cause)
 {
-    treeClosed = true;
-    const auto end = std::chrono::steady_clock::now() + limit;
-    // Seeing 0 once is enough: whoever raises the counter later is refused.
-    while (treeUsers != 0) {
-        if (std::chrono::steady_clock::now() >= end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    switch (happen(cause, 0, ZANTOIsEnder())) {
+    case ZANTOLot::goOn: return;
+    case ZANTOLot::end: nameEnder(); return;
+    case ZANTOLot::park: ZANTOPark();
     }
-    return true;
 }
+
+bool ZANTONoteSignal(uint16_t number) noexcept
+{
+    return happen(ZANTOHappening::signalled, number, false) == ZANTOLot::end;
+}
+
+void ZANTOTakeOverEnd() noexcept { nameEnder(); }
+
+bool ZANTOIsEnding() noexcept { return ZANTOPresentLife().ending(); }
+
+bool ZANTOIsEnder() noexcept
+{
+    return life().hasEnder && pthread_equal(life().ender, pthread_self()) != 0;
+}
+
+bool ZANTOMaySpeak() noexcept { return !ZANTOIsEnding() || ZANTOIsEnder(); }
+
+void ZANTOParkIfEnding()
+{
+    if (!ZANTOMaySpeak())
+        ZANTOPark();
+}
+
+void ZANTOPark()
+{
+    // Whoever waits for the start-up work sees that it has stopped.
+    Life &l = life();
+    {
+        std::lock_guard<std::mutex> lock(l.mutex);
+        if (l.startupThread == std::this_thread::get_id()) {
+            l.startupThread = std::thread::id();
+            l.changed.notify_all();
+        }
+    }
+    while (true)
+        pause();
+}
+
+// ---- session ----
+
+bool ZANTOTakeSession(int32_t &handle) noexcept
+{
+    const int64_t session = life().session.exchange(noSession);
+    handle = static_cast<int32_t>(static_cast<uint32_t>(session));
+    return session != noSession;
+}
+
+// ---- start-up work ----
 
 ZANTOStartupWork::ZANTOStartupWork()
 {
     {
-        std::lock_guard<std::mutex> lock(phases().mutex);
-        phases().startupThread = std::this_thread::get_id();
+        std::lock_guard<std::mutex> lock(life().mutex);
+        life().startupThread = std::this_thread::get_id();
     }
     // Work that would begin once the process is ending does not begin.
     ZANTOStartupCheckpoint();
@@ -84,38 +158,76 @@ ZANTOStartupWork::ZANTOStartupWork()
 
 ZANTOStartupWork::~ZANTOStartupWork()
 {
-    std::lock_guard<std::mutex> lock(phases().mutex);
-    phases().startupThread = std::thread::id();
-    phases().changed.notify_all();
+    std::lock_guard<std::mutex> lock(life().mutex);
+    life().startupThread = std::thread::id();
+    life().changed.notify_all();
 }
 
 void ZANTOStartupCheckpoint() { ZANTOStartupPause(std::chrono::milliseconds(0)); }
 
 void ZANTOStartupPause(std::chrono::milliseconds pause)
 {
-    Phases &p = phases();
-    std::unique_lock<std::mutex> lock(p.mutex);
-    if (pause.count() > 0)
-        p.changed.wait_for(lock, pause, [&p] { return p.ending; });
-    if (!p.ending || p.startupThread != std::this_thread::get_id())
-        return;
-    p.startupThread = std::thread::id();
-    p.changed.notify_all();
-    while (true)
-        p.changed.wait(lock);
+    Life &l = life();
+    {
+        std::unique_lock<std::mutex> lock(l.mutex);
+        if (pause.count() > 0)
+            l.changed.wait_for(lock, pause, ZANTOIsEnding);
+        if (ZANTOMaySpeak() || l.startupThread != std::this_thread::get_id())
+            return;
+    }
+    ZANTOPark();
 }
 
-bool ZANTOEndStartupWork(std::chrono::milliseconds limit)
+bool ZANTOAwaitStartup(std::chrono::milliseconds limit)
 {
-    Phases &p = phases();
-    std::unique_lock<std::mutex> lock(p.mutex);
-    p.ending = true;
-    p.changed.notify_all();
+    Life &l = life();
+    std::unique_lock<std::mutex> lock(l.mutex);
+    l.changed.notify_all();
     const auto self = std::this_thread::get_id();
-    return p.changed.wait_for(lock, limit, [&p, self] {
-        return p.startupThread == std::thread::id() || p.startupThread == self;
+    return l.changed.wait_for(lock, limit, [&l, self] {
+        return l.startupThread == std::thread::id() || l.startupThread == self;
     });
 }
 
-void ZANTOSetScriptRunning(bool running) noexcept { scriptRunning = running; }
-bool ZANTOScriptIsRunning() noexcept { return scriptRunning; }
+// ---- use of the tree ----
+
+// The counter is raised before the flag is looked at, and the closing side sets the flag
+// before it looks at the counter: with sequential consistency one of the two sees the other.
+ZANTOTreeUse::ZANTOTreeUse() noexcept
+{
+    treeGate.users.fetch_add(1);
+    m_open = !treeGate.closed.load();
+}
+
+ZANTOTreeUse::~ZANTOTreeUse() { treeGate.users.fetch_sub(1); }
+
+void ZANTOBeginTree() { treeGate.unfinished = true; }
+
+void ZANTOOpenTree()
+{
+    std::lock_guard<std::mutex> lock(life().mutex);
+    treeGate.closed = false;
+    treeGate.unfinished = false;
+    life().changed.notify_all();
+}
+
+bool ZANTOTreeIsComplete() noexcept { return systemNode != nullptr && !treeGate.unfinished; }
+
+void ZANTOWaitForTree()
+{
+    std::unique_lock<std::mutex> lock(life().mutex);
+    life().changed.wait(lock, ZANTOTreeIsComplete);
+}
+
+bool ZANTOCloseTree(std::chrono::milliseconds limit)
+{
+    treeGate.closed = true;
+    const auto end = std::chrono::steady_clock::now() + limit;
+    // Seeing 0 once is enough: whoever raises the counter later is refused.
+    while (treeGate.users != 0) {
+        if (std::chrono::steady_clock::now() >= end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}

@@ -1,7 +1,11 @@
 #include "ZANTO.h"
 #include "ZANTOcommandline.h"
+#include "ZANTOend.h"
 #include "ZANTOeventsthread.h"
 #include "ZANTOlife.h"
+#include "ZANTOmessages.h"
+#include "ZANTOscriptoutput.h"
+#include "ZANTOsignals.h"
 #include "ZANTOterminal.h"
 
 #include <epicsExit.h>
@@ -13,6 +17,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -56,30 +61,33 @@ void printUsage()
         std::puts(line);
 }
 
-[[noreturn]] void endWithoutCrate(const char *message)
+[[noreturn]] void endWithoutCrate(const std::string &message)
 {
-    std::puts(message);
-    ZANTOLeaveMain();
+    ZANTOBeginEnd(ZANTOHappening::startFailed);
+    ZANTOCloseCrate();
+    ZANTOPrintLine(message.c_str());
+    ZANTOExit();
 }
 
 constexpr const char *nothingToServe = "No crates to monitor.  Shutting down.";
 
-bool connectCrate(const ZANTOCommandLine &line)
+void connectCrate(const ZANTOCommandLine &line)
 {
-    std::puts("Waiting for firmware to start..\n");
+    ZANTOPrintLine("Waiting for firmware to start..\n");
     tryToConnectLoop(line.host.c_str());
-    std::printf("Connecting to crate %s at %s\n", line.crateName.c_str(), line.host.c_str());
-    if (createSystemTree(line.crateName, line.host, line.user, line.password) == 0)
-        return true;
-    std::printf("Error connecting to %s. Shutting down.\n", line.host.c_str());
-    return false;
+    ZANTOPrint("Connecting to crate %s at %s\n", line.crateName.c_str(), line.host.c_str());
+    if (createSystemTree(line.crateName, line.host, line.user, line.password) != 0)
+        endWithoutCrate("Error connecting to " + line.host + ". Shutting down.");
 }
 
 void runScript(const std::string &script)
 {
-    ZANTOSetScriptRunning(true);
-    iocsh(script.c_str());
-    ZANTOSetScriptRunning(false);
+    ZANTOParkIfEnding(); // not even the file is opened then
+    {
+        const ZANTOScriptOutput output;
+        iocsh(script.c_str());
+    }
+    ZANTOAdvance(ZANTOHappening::scriptEnded);
 }
 
 } // namespace
@@ -87,6 +95,7 @@ void runScript(const std::string &script)
 int main(int argc, char *argv[])
 {
     fillStandardDescriptors();
+    ZANTOBeginLife();
     SetSigShutdownHandler();
     ZANTO_HOOK_THREADS();
     // A supervisor that reads a pipe sees each line when it is printed.
@@ -95,7 +104,7 @@ int main(int argc, char *argv[])
         printUsage();
         return 0;
     }
-    ZANTOStartSignalThread();
+    ZANTOStartSignalAnswer();
     tcpServerThread = epicsThreadCreate("ZANTOTcpServerThread", 55,
                                         epicsThreadGetStackSize(epicsThreadStackBig),
                                         tcpServer_Thread, nullptr);
@@ -106,8 +115,8 @@ int main(int argc, char *argv[])
         endWithoutCrate("EPICS ioc VEXA ZANTO version 1.2.0");
     if (line.crateCount == 0)
         endWithoutCrate(nothingToServe);
-    if (!connectCrate(line))
-        ZANTOLeaveMain();
+    connectCrate(line);
+    ZANTOWatchEpics();
     if (!line.daemon)
         ZANTOSaveTerminal();
     runScript(line.script);

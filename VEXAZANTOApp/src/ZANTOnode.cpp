@@ -1,34 +1,12 @@
 #include "ZANTOnode.h"
 
+#include "ZANTOmessages.h"
 #include "ZANTOutils.h"
 #include "vexahvwrapper.h"
 
-#include <cstdio>
+#include <memory>
 
 namespace {
-
-class MutexGuard {
-public:
-    explicit MutexGuard(pthread_mutex_t &mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
-    ~MutexGuard() { pthread_mutex_unlock(&m_mutex); }
-    MutexGuard(const MutexGuard &) = delete;
-    MutexGuard &operator=(const MutexGuard &) = delete;
-
-private:
-    pthread_mutex_t &m_mutex;
-};
-
-void initRecursive(pthread_mutex_t &mutex, bool &live)
-{
-    if (live)
-        return;
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_init(&mutex, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-    live = true;
-}
 
 // insertChildNode leaves runs of one pointer; the node behind a run is deleted once.
 template <typename T> void deleteFromLastToFirst(std::vector<T *> &list)
@@ -54,6 +32,7 @@ ZANTONode::~ZANTONode()
         deleteFromLastToFirst(m_parameters);
         deleteFromLastToFirst(m_properties);
     }
+    const std::unique_ptr<Pending> nobodys(m_pending.load());
     destroySem();
 }
 
@@ -84,7 +63,7 @@ void ZANTONode::adopt(ZANTONode *node, std::vector<ZANTONode *> &list)
 {
     if (node == nullptr)
         return;
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     list.push_back(node);
     passSystemType(node);
 }
@@ -96,7 +75,7 @@ void ZANTONode::addProperty(ZANTONodeProperty *property)
 {
     if (property == nullptr)
         return;
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     m_properties.push_back(property);
 }
 
@@ -104,7 +83,7 @@ void ZANTONode::insertChildNode(ZANTONode *child, int32_t index)
 {
     if (child == nullptr || index < 0)
         return;
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     if (static_cast<size_t>(index) > m_children.size())
         return;
     m_children.insert(m_children.begin() + index, static_cast<size_t>(index), child);
@@ -115,7 +94,7 @@ void ZANTONode::removeChildNode(int32_t index)
 {
     if (index < 0 || static_cast<size_t>(index) >= m_children.size())
         return;
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     m_children.erase(m_children.begin() + index);
 }
 
@@ -138,7 +117,7 @@ ZANTONode *ZANTONode::findParameter(const std::string &name) const
 void ZANTONode::setSysHandle(int32_t handle)
 {
     m_sysHandle = handle;
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     for (ZANTONode *child : m_children)
         child->setSysHandle(handle);
     for (ZANTONode *parameter : m_parameters)
@@ -148,7 +127,7 @@ void ZANTONode::setSysHandle(int32_t handle)
 void ZANTONode::updateBdNameForAllChildren(const std::string &name)
 {
     m_bdName = name;
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     for (ZANTONode *parameter : m_parameters)
         parameter->setBdName(name);
     for (ZANTONode *child : m_children) {
@@ -160,7 +139,7 @@ void ZANTONode::updateBdNameForAllChildren(const std::string &name)
 
 ZANTONodeValue ZANTONode::ZANTOGetBoardInfoValue(ZANTONode *board, const std::string &item)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     const time_t now = std::time(nullptr);
     variant value;
     if (board == nullptr)
@@ -178,30 +157,11 @@ ZANTONodeValue ZANTONode::ZANTOGetBoardInfoValue(ZANTONode *board, const std::st
     return ZANTONodeValue(value, nodeValueQualityGood, now);
 }
 
-// ---- locks ----
-
-void ZANTONode::initSem()
-{
-    initRecursive(m_tcpMutex, m_tcpMutexLive);
-    initRecursive(m_serializer, m_serializerLive);
-}
-
-void ZANTONode::destroySem()
-{
-    if (!m_tcpMutexLive)
-        return;
-    pthread_mutex_destroy(&m_tcpMutex);
-    m_tcpMutexLive = false;
-}
-
-void ZANTONode::lockSem() { pthread_mutex_lock(&m_tcpMutex); }
-void ZANTONode::unlockSem() { pthread_mutex_unlock(&m_tcpMutex); }
-
 // ---- mainframe ----
 
 int32_t ZANTONode::ZANTOSubscriptionForNode(bool subscribe)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     const auto port = static_cast<int16_t>(tcpPort);
     const char *name = m_nodeName.c_str();
     char result[2] = {}; // one name, and room for a library that counts a separator as one
@@ -236,21 +196,21 @@ int32_t ZANTONode::writeToMainframe(const variant &value)
         return ZANTOUtils::ZANTOExeSystemCommandChanged(m_sysHandle, m_nodeName);
     default:
         if (DEBUG > 0)
-            std::printf("Error set node [%s] value - node type not found", m_nodeName.c_str());
+            ZANTOPrint("Error set node [%s] value - node type not found", m_nodeName.c_str());
         return -1;
     }
 }
 
 int32_t ZANTONode::setNodeEditedValue(const variant &value)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     const int32_t result = writeToMainframe(value);
     if (result == 0) {
         m_nodeValue.ZANTOSetValueData(value, nodeValueQualityGood, std::time(nullptr));
         return 0;
     }
     if (DEBUG > 2)
-        std::printf("Error set node [%s] value - write fail with code = %d\n", m_nodeName.c_str(),
+        ZANTOPrint("Error set node [%s] value - write fail with code = %d\n", m_nodeName.c_str(),
                     result);
     m_nodeValue.ZANTOSetQuality(nodeValueQualityWriteFail);
     return result;
@@ -258,14 +218,14 @@ int32_t ZANTONode::setNodeEditedValue(const variant &value)
 
 void ZANTONode::invalidate(time_t timestamp)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     m_nodeValue.ZANTOSetQuality(nodeValueQualityBad);
     m_nodeValue.ZANTOSetTimestamp(timestamp);
 }
 
 void ZANTONode::invalidateChildren(time_t timestamp)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     for (ZANTONode *child : m_children) {
         child->invalidate(timestamp);
         child->invalidateChildren(timestamp);
@@ -276,7 +236,7 @@ void ZANTONode::ZANTOInvalidateAllChildren() { invalidateChildren(std::time(null
 
 void ZANTONode::setConnectionStatus(connStatus status)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     m_connStatus = status;
     if (status != connStatus_OK)
         ZANTOInvalidateAllChildren();
@@ -286,7 +246,7 @@ void ZANTONode::setConnectionStatus(connStatus status)
 
 template <typename T> void ZANTONode::assign(T &member, const T &value)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     member = value;
 }
 
@@ -299,7 +259,7 @@ void ZANTONode::setSystemType(int32_t systemType) { assign(m_systemType, systemT
 
 void ZANTONode::setInitParam(const std::string &initParam)
 {
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     if (m_initParam.empty())
         m_initParam = initParam;
 }
@@ -316,7 +276,7 @@ void ZANTONode::setChName(const std::string &name) { assign(m_chName, name); }
 void ZANTONode::setExpUnit(const std::string &unit)
 {
     m_nodeExpUnit = unit;
-    MutexGuard guard(m_serializer);
+    const MemberGuard guard(*this);
     setNodeValue(m_nodeValue);
 }
 

@@ -6,6 +6,7 @@
 #include "ZANTOnodevalue.h"
 #include "ZANTOtypes.h"
 
+#include <atomic>
 #include <cstdint>
 #include <pthread.h>
 #include <string>
@@ -18,6 +19,9 @@
 /// setter. Order: m_tcpMutex before m_serializer, a parent's before a child's. Getters take no
 /// lock: the structure is complete before other threads see it, and the value, the only thing
 /// that changes later, is read and written by these threads under lockSem.
+///
+/// An event never waits for either: what it cannot apply at once it leaves to whoever holds the
+/// node (updateValue).
 ///
 /// Owns its children, parameters and properties, except when it is a nodeTypeEmptyNode, which
 /// may gather pointers to nodes owned elsewhere.
@@ -61,8 +65,17 @@ public:
     // Locks.
     void initSem();
     void destroySem();
+    /// Whoever has the lock sees every value that updateValue was given before.
     void lockSem();
     void unlockSem();
+
+    /// A number that stands for no connection.
+    static constexpr uint64_t noConnection = 0;
+    /// Gives the node the value that an event brought, unless it has one of a later connection;
+    /// a value of no connection is always taken. Does not wait for a node that is in use: then
+    /// the value is in place when its holder lets go (only without memory to keep it that long
+    /// does the call wait).
+    void updateValue(ZANTONodeValue value, uint64_t connection);
 
     // Mainframe. The calls block as long as the access library does, holding m_serializer.
     /// The library's result, or -1 for a node that cannot be watched.
@@ -88,6 +101,8 @@ public:
     nodeDataType getDataType() const { return m_nodeDataType; }
     void setDataType(nodeDataType dataType);
     ZANTONodeValue getNodeValue() const { return m_nodeValue; }
+    /// Without quality and time.
+    variant getVariant() const { return m_nodeValue.ZANTOGetValue(); }
     void setNodeValue(const ZANTONodeValue &value);
     int32_t getSysHandle() const { return m_sysHandle; }
     /// Passed on to children and parameters, recursively.
@@ -155,6 +170,35 @@ public:
     };
 
 private:
+    /// m_serializer for a scope.
+    class MemberGuard {
+    public:
+        explicit MemberGuard(ZANTONode &node) : m_node(node) { m_node.lockMembers(); }
+        ~MemberGuard() { m_node.unlockMembers(); }
+        MemberGuard(const MemberGuard &) = delete;
+        MemberGuard &operator=(const MemberGuard &) = delete;
+
+    private:
+        ZANTONode &m_node;
+    };
+
+    /// A value that an event left for the holder of the node.
+    struct Pending {
+        ZANTONodeValue value;
+        uint64_t connection = noConnection;
+    };
+
+    void lockMembers();
+    void unlockMembers();
+    bool applyAtOnce(const ZANTONodeValue &value, uint64_t connection);
+    void applyPending();
+    void take(const ZANTONodeValue &value, uint64_t connection);
+    bool leavePending(ZANTONodeValue &value, uint64_t connection);
+    void putPending(ZANTONodeValue &value, uint64_t connection);
+    bool anyPending();
+    bool tryToApply();
+    void settle();
+
     template <typename T> void assign(T &member, const T &value);
     void adopt(ZANTONode *node, std::vector<ZANTONode *> &list);
     void passSystemType(ZANTONode *node);
@@ -169,7 +213,6 @@ private:
     nodeType m_nodeType = nodeTypeEmptyNode;
     nodeAccessRights m_nodeAccessRight = nodeAccessNone;
     nodeDataType m_nodeDataType = nodeDataTypeInt;
-    ZANTONodeValue m_nodeValue;
     int32_t m_sysHandle = -1;
     int32_t m_systemType = -1;
     int32_t m_systemConnType = -1;
@@ -197,11 +240,19 @@ private:
     float m_minValue = -1.0F;
     std::string m_onString;
     std::string m_offString;
+
+    // What every read and every event touches lies side by side.
     pthread_mutex_t m_tcpMutex;
     pthread_mutex_t m_serializer;
+    // How often the holder of each lock has taken it; guarded by that lock.
+    uint16_t m_tcpDepth = 0;
+    uint16_t m_serializerDepth = 0;
     // Which of the two are initialised: initSem and destroySem may be called repeatedly.
     bool m_tcpMutexLive = false;
     bool m_serializerLive = false;
+    std::atomic<Pending *> m_pending{nullptr}; // owned; put by events, taken under both locks
+    uint64_t m_connection = noConnection; // of the last value that one brought
+    ZANTONodeValue m_nodeValue;
 };
 
 #endif

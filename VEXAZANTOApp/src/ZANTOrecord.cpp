@@ -1,5 +1,6 @@
 #include "ZANTOrecord.h"
 
+#include "ZANTOmessages.h"
 #include "ZANTOstatic.h"
 #include "ZANTOutils.h"
 
@@ -34,7 +35,7 @@ Binding *newBinding()
 long ZANTOInitRecord(dbCommon *record, const DBLINK &link, const char *format)
 {
     if (link.type != INST_IO) {
-        std::printf(format, record->name);
+        ZANTOPrintMessage(format, record->name);
         return S_db_badField;
     }
     if (record->dpvt == nullptr)
@@ -58,7 +59,7 @@ ZANTONode *ZANTONodeOfRecord(dbCommon *record)
 variant ZANTOReadNode(ZANTONode &node)
 {
     const ZANTONode::SemGuard guard(node);
-    return node.getNodeValue().ZANTOGetValue();
+    return node.getVariant();
 }
 
 int32_t ZANTOWriteNode(ZANTONode &node, const variant &value)
@@ -67,12 +68,24 @@ int32_t ZANTOWriteNode(ZANTONode &node, const variant &value)
     return node.setNodeEditedValue(value);
 }
 
+void ZANTOCountRecord(ZANTOScanList &list, int command, const dbCommon *record)
+{
+    constexpr int joins = 0;
+    constexpr int leaves = 1;
+    if (record == nullptr)
+        return;
+    if (command == joins)
+        list.recordJoins(record->prio);
+    else if (command == leaves)
+        list.recordLeaves(record->prio);
+}
+
 void ZANTOPrintMessage(const char *format, ...)
 {
     if (format == nullptr)
         return;
     va_list arguments;
     va_start(arguments, format);
-    std::vprintf(format, arguments);
+    ZANTOPrintList(format, arguments);
     va_end(arguments);
 }

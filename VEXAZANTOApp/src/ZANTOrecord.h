@@ -3,18 +3,20 @@
 #define ZANTORECORD_H
 
 #include "ZANTOlife.h"
+#include "ZANTOmessages.h"
 #include "ZANTOnode.h"
 #include "ZANTOnumeric.h"
+#include "ZANTOscanlist.h"
 #include "ZANTOtypes.h"
 
 #include <alarm.h>
 #include <dbAccess.h>
 #include <dbCommon.h>
+#include <dbScan.h>
 #include <devSup.h>
 #include <link.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <type_traits>
 
 /// Gives the record its place to keep its node. 0, or S_db_badField with the message for a link
@@ -34,6 +36,10 @@ int32_t ZANTOWriteNode(ZANTONode &node, const variant &value);
 /// printf to standard output for messages that a record type may lack (null: nothing is printed)
 /// or may word without using every argument.
 void ZANTOPrintMessage(const char *format, ...);
+
+/// Counts a record that the IOC puts into the list (command 0) or takes out of it (1). The IOC
+/// calls with the record locked, so that its priority is that of the list it joins or leaves.
+void ZANTOCountRecord(ZANTOScanList &list, int command, const dbCommon *record);
 
 /// Calls `use` with the number that a node of this data type holds, in its own type; false for
 /// a text or an enumeration, which have no number to show.
@@ -139,9 +145,12 @@ template <typename Trait> long ZANTOInitOutput(typename Trait::Record *record)
     return ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->out, Trait::badLink);
 }
 
-template <typename Trait> long ZANTOGetScanList(int, dbCommon *, IOSCANPVT *list)
+/// get_ioint_info of an input record: hands out the type's list, and counts the record in or out.
+template <typename Trait> long ZANTOGetScanList(int cmd, dbCommon *record, IOSCANPVT *list)
 {
     *list = Trait::list();
+    if (*list != nullptr) // else the IOC leaves the record passive
+        ZANTOCountRecord(Trait::list(), cmd, record);
     return 0;
 }
 
@@ -168,7 +177,7 @@ template <typename Trait> long ZANTOReadNumber(typename Trait::Record *record)
         return ZANTOFailed;
     record->udf = 0;
     if (DEBUG > 7)
-        std::printf(Trait::trace, record->name, Trait::shown(record));
+        ZANTOPrint(Trait::trace, record->name, Trait::shown(record));
     return ZANTODontConvert;
 }
 
@@ -184,7 +193,7 @@ long ZANTOSend(typename Trait::Record *record, ZANTONode &node, const variant &v
     }
     record->udf = 0;
     if (DEBUG > 6)
-        std::printf(Trait::trace, record->name, Trait::shown(record));
+        ZANTOPrint(Trait::trace, record->name, Trait::shown(record));
     return ZANTOOk;
 }
 

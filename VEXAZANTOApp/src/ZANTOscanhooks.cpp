@@ -5,26 +5,53 @@
 #include "ZANTOMBBio.h"
 #include "ZANTOMBBioDirect.h"
 #include "ZANTOStringio.h"
+#include "ZANTOepics.h"
 
+#include <epicsThread.h>
 #include <initHooks.h>
+
+#include <algorithm>
+#include <chrono>
 
 namespace {
 
 ZANTOScanList *const lists[] = {&ioscanpvt_ai, &ioscanpvt_bi, &ioscanpvt_mbbi,
                                 &ioscanpvt_mbbiDirect, &ioscanpvt_stringin};
 
+#if ZANTO_BASE_TELLS_SHUTDOWN
+
+// The IOC is about to take apart what scans use. A pass that stands at a write that hangs would
+// hold up the exit for ever.
+void stopScans()
+{
+    constexpr std::chrono::seconds limit{1};
+    for (ZANTOScanList *list : lists)
+        list->stop();
+    const auto runs = [](const ZANTOScanList *list) { return list->passRuns(); };
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (std::any_of(std::begin(lists), std::end(lists), runs) &&
+           std::chrono::steady_clock::now() < end)
+        epicsThreadSleep(0.01);
+}
+
+#endif
+
 void onInit(initHookState state)
 {
     if (state == initHookAfterInitDatabase) {
         for (ZANTOScanList *list : lists)
-            list->watchPasses();
+            list->start();
     }
     // What changed between the records' first processing and the start of the scans is in the
     // tree and in no record yet.
     if (state == initHookAfterIocRunning) {
         for (ZANTOScanList *list : lists)
-            list->request();
+            list->iocRuns();
     }
+#if ZANTO_BASE_TELLS_SHUTDOWN
+    if (state == initHookAtShutdown)
+        stopScans();
+#endif
 }
 
 } // namespace

@@ -2,8 +2,8 @@
 #ifndef ZANTOSCANHOOKS_H
 #define ZANTOSCANHOOKS_H
 
-/// From now on iocInit has the five scan lists watch their passes while none can be queued, and
-/// requests each once when the IOC runs. To be called before iocInit initialises the records;
+/// From now on iocInit has the five scan lists take requests once their records are initialised,
+/// and requests each once when the IOC runs. To be called before iocInit initialises the records;
 /// more than once is harmless.
 void ZANTORegisterScanHooks();
 

@@ -6,53 +6,68 @@
 #include <epicsTimer.h>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
-#if ZANTO_SCANS_REPORT_COMPLETION
+void iocInitList(IOSCANPVT *list) { scanIoInit(list); }
 
-void passEnded(void *scanList, IOSCANPVT, int prio)
+#if ZANTO_BASE_SCANS_ONE_PRIORITY
+
+// The system shows 15 characters of a name: these differ within them. The priorities are those of
+// the IOC's callback threads.
+constexpr struct {
+    const char *prefix;
+    unsigned priority;
+} threads[NUM_CALLBACK_PRIORITIES] = {{"scanLow-", epicsThreadPriorityScanLow - 1},
+                                      {"scanMed-", epicsThreadPriorityScanLow + 4},
+                                      {"scanHigh-", epicsThreadPriorityScanHigh + 1}};
+
+void runPass(void *scanList, int prio) { static_cast<ZANTOScanList *>(scanList)->pass(prio); }
+
+bool startThread(ZANTOScanList *scanList, ZANTOScanThread *thread, int prio)
 {
-    static_cast<ZANTOScanList *>(scanList)->passEnded(prio);
+    const auto &[prefix, priority] = threads[prio];
+    char name[32];
+    std::snprintf(name, sizeof(name), "%s%s", prefix, scanList->recordType());
+    return thread->start(name, priority, runPass, scanList, prio);
 }
 
-unsigned iocRequest(IOSCANPVT list) { return scanIoRequest(list); }
-
-void iocWatch(IOSCANPVT list, ZANTOScanList *scanList)
+bool iocQueuePass(ZANTOScanList *scanList, ZANTOScanThread *thread, int prio)
 {
-    scanIoSetComplete(list, passEnded, scanList);
+    if (!thread->isRunning() && !startThread(scanList, thread, prio))
+        return false;
+    thread->queue();
+    return true;
 }
+
+void iocScanPriority(IOSCANPVT list, int prio) { scanIoImmediate(list, prio); }
 
 #else
 
-// Older bases tell neither what was queued nor when a pass ends: requests go straight through.
-unsigned iocRequest(IOSCANPVT list)
-{
-    scanIoRequest(list);
-    return 0;
-}
-
-void iocWatch(IOSCANPVT, ZANTOScanList *) {}
+constexpr bool (*iocQueuePass)(ZANTOScanList *, ZANTOScanThread *, int) = nullptr;
+constexpr void (*iocScanPriority)(IOSCANPVT, int) = nullptr;
 
 #endif
 
-void iocInitList(IOSCANPVT *list) { scanIoInit(list); }
+void iocRequestAll(IOSCANPVT list) { scanIoRequest(list); }
 
-void retry(void *scanList) { static_cast<ZANTOScanList *>(scanList)->retry(); }
+void timeIsUp(void *scanList) { static_cast<ZANTOScanList *>(scanList)->timeIsUp(); }
 
-// Without memory for the timer the next request is the retry.
-void iocRetryLater(ZANTOScanList *scanList, void **timer, double delay)
+bool iocLater(ZANTOScanList *scanList, void **timer, double delay)
 {
     static const epicsTimerQueueId queue = epicsTimerQueueAllocate(1, epicsThreadPriorityLow);
     if (*timer == nullptr && queue != nullptr)
-        *timer = epicsTimerQueueCreateTimer(queue, retry, scanList);
+        *timer = epicsTimerQueueCreateTimer(queue, timeIsUp, scanList);
     if (*timer != nullptr)
         epicsTimerStartDelay(static_cast<epicsTimerId>(*timer), delay);
+    return *timer != nullptr;
 }
 
 } // namespace
 
-const ZANTOScanServices ZANTOIocScanServices = {iocInitList, iocRequest, iocWatch, iocRetryLater};
+const ZANTOScanServices ZANTOIocScanServices = {iocInitList, iocQueuePass, iocScanPriority,
+                                                iocRequestAll, iocLater};
 
 void ZANTOScanList::init()
 {
@@ -61,13 +76,44 @@ void ZANTOScanList::init()
     m_list = fresh;
 }
 
-void ZANTOScanList::watchPasses()
+// ---- records ----
+
+bool ZANTOScanList::isPriority(int prio) const
 {
-    if (m_list == nullptr || !ZANTO_SCANS_REPORT_COMPLETION)
+    return prio >= 0 && static_cast<size_t>(prio) < m_priorities.size();
+}
+
+// A record that moves misses what changes while it is in no list, and a pass that meets too many
+// moves stops short. The IOC changes its list only after this was called, so a pass that was
+// queued here could be over before: what is in the list is scanned once, a little later.
+void ZANTOScanList::recordMoves(int prio, int joining)
+{
+    if (!isPriority(prio))
         return;
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_services.watch(m_list, this);
-    m_watched = true;
+    Priority &priority = m_priorities[static_cast<size_t>(prio)];
+    priority.records = std::max(priority.records + joining, 0);
+    if (priority.records == 0)
+        priority.due = false;
+    else if (m_iocRuns)
+        makeDue(priority);
+}
+
+// ---- requests ----
+
+void ZANTOScanList::start()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_started = true;
+}
+
+void ZANTOScanList::iocRuns()
+{
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_iocRuns = true;
+    }
+    request();
 }
 
 void ZANTOScanList::request()
@@ -76,77 +122,112 @@ void ZANTOScanList::request()
     if (m_list == nullptr)
         return;
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_watched) {
-        m_services.request(m_list);
-    } else if (mayRequest()) {
-        requestNow();
-    } else {
-        m_due = true;
+    if (!m_started)
+        return;
+    if (m_services.queuePass == nullptr) {
+        requestAll();
+        return;
+    }
+    for (size_t prio = 0; prio < m_priorities.size(); ++prio) {
+        if (m_priorities[prio].records > 0)
+            queuePass(static_cast<int>(prio));
+    }
+}
+
+void ZANTOScanList::stop()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_started = m_iocRuns = false;
+}
+
+bool ZANTOScanList::passRuns() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_passesRun > 0;
+}
+
+void ZANTOScanList::queuePass(int prio)
+{
+    Priority &priority = m_priorities[static_cast<size_t>(prio)];
+    if (priority.queued >= maxQueued) {
         ++m_deferred;
-    }
-}
-
-bool ZANTOScanList::mayRequest() const
-{
-    int least = maxBacklog;
-    int most = 0;
-    for (unsigned prio = 0; prio < m_outstanding.size(); ++prio) {
-        if ((m_priorities & (1U << prio)) == 0)
-            continue;
-        least = std::min(least, m_outstanding[prio]);
-        most = std::max(most, m_outstanding[prio]);
-    }
-    return m_priorities == 0 || (least < maxOutstanding && most < maxBacklog);
-}
-
-// A priority that took requests before and does not now has been refused a place in its queue.
-void ZANTOScanList::requestNow()
-{
-    const unsigned queued = m_services.request(m_list);
-    for (unsigned prio = 0; prio < m_outstanding.size(); ++prio) {
-        if ((queued & (1U << prio)) != 0)
-            ++m_outstanding[prio];
-    }
-    m_due = false;
-    m_missed = queued == 0 || (m_priorities & ~queued) != 0;
-    m_priorities |= queued;
-    if (m_missed) {
-        ++m_refused;
-        armRetry();
+    } else if (m_services.queuePass(this, &priority.thread, prio)) {
+        ++priority.queued;
+        priority.due = false;
     } else {
-        m_refusedRetries = 0;
+        ++m_refused;
+        // With one queued the refusal costs nothing: that pass has not begun.
+        if (priority.queued == 0)
+            makeDue(priority);
     }
 }
 
-void ZANTOScanList::armRetry()
+// Counted as begun before the first record is read: whoever asks from here on gets another pass.
+void ZANTOScanList::pass(int prio)
 {
-    if (m_retryArmed)
+    if (!isPriority(prio))
         return;
-    m_retryArmed = true;
-    m_services.retryLater(this, &m_timer,
-                          m_refusedRetries < quickRetries ? retryDelay : lateRetryDelay);
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        --m_priorities[static_cast<size_t>(prio)].queued;
+        if (!m_started)
+            return;
+        ++m_passesRun;
+    }
+    m_services.scanPriority(m_list, prio);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    --m_passesRun;
 }
 
-void ZANTOScanList::passEnded(int prio)
+// Where scans can only be requested for all priorities together, and their end is not told: one
+// request at once, what is asked for in the interval after it once at its end.
+void ZANTOScanList::requestAll()
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    int &outstanding = m_outstanding.at(static_cast<size_t>(prio));
-    outstanding = std::max(outstanding - 1, 0);
-    // What was refused is left to the timed retry: asking at the end of each pass would scan the
-    // priorities that do get through in an endless loop.
-    if (m_due && mayRequest())
-        requestNow();
+    if (m_timerArmed) {
+        m_allDue = true;
+        ++m_deferred;
+        return;
+    }
+    m_services.requestAll(m_list);
+    armTimer(interval);
 }
 
-void ZANTOScanList::retry()
+// ---- timer ----
+
+bool ZANTOScanList::armTimer(double delay)
+{
+    if (!m_timerArmed)
+        m_timerArmed = m_services.later(this, &m_timer, delay);
+    return m_timerArmed;
+}
+
+// Without memory for the timer the next request makes up for it.
+void ZANTOScanList::makeDue(Priority &priority)
+{
+    bool &due = m_services.queuePass != nullptr ? priority.due : m_allDue;
+    due = armTimer(retryDelay);
+}
+
+void ZANTOScanList::queueDuePasses()
+{
+    for (size_t prio = 0; prio < m_priorities.size(); ++prio) {
+        if (m_priorities[prio].due) {
+            m_priorities[prio].due = false;
+            queuePass(static_cast<int>(prio));
+        }
+    }
+}
+
+void ZANTOScanList::timeIsUp()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_retryArmed = false;
-    if (!m_missed)
+    m_timerArmed = false;
+    if (!m_started)
         return;
-    m_refusedRetries = std::min(m_refusedRetries + 1, quickRetries);
-    if (mayRequest())
-        requestNow();
-    else
-        m_due = true;
+    if (m_services.queuePass != nullptr) {
+        queueDuePasses();
+    } else if (m_allDue) {
+        m_allDue = false;
+        requestAll();
+    }
 }

@@ -1,6 +1,8 @@
-/// An I/O-interrupt scan list that never floods the IOC's callback queues and loses nothing.
+/// An I/O-interrupt scan list that holds up no other, never floods the IOC and loses nothing.
 #ifndef ZANTOSCANLIST_H
 #define ZANTOSCANLIST_H
+
+#include "ZANTOscanthread.h"
 
 #include <callback.h>
 #include <dbScan.h>
@@ -15,28 +17,36 @@ class ZANTOScanList;
 /// What a scan list asks of the IOC; tests put their own in place.
 struct ZANTOScanServices {
     void (*init)(IOSCANPVT *list);
-    /// Bit mask of the priorities at which a pass was queued: none while scans do not run.
-    unsigned (*request)(IOSCANPVT list);
-    /// The end of each pass is told to `scanList` from now on.
-    void (*watch)(IOSCANPVT list, ZANTOScanList *scanList);
-    /// Has retry() called after `delay` seconds, on another thread; `timer` is the list's own to
-    /// keep.
-    void (*retryLater)(ZANTOScanList *scanList, void **timer, double delay);
+    /// Has `scanList->pass(prio)` called once on `thread`, the list's own for this priority, for
+    /// any number of calls; false when there is no such thread and none can be had. Null for a
+    /// base that cannot scan one priority alone.
+    bool (*queuePass)(ZANTOScanList *scanList, ZANTOScanThread *thread, int prio);
+    /// Scans the records of one priority on the calling thread.
+    void (*scanPriority)(IOSCANPVT list, int prio);
+    /// Queues a scan of every priority that has records; what it refuses is not told. Used where
+    /// there is no queuePass.
+    void (*requestAll)(IOSCANPVT list);
+    /// Has `scanList->timeIsUp()` called after `delay` seconds, on another thread; `timer` is the
+    /// list's own to keep. False when there is no memory for it.
+    bool (*later)(ZANTOScanList *scanList, void **timer, double delay);
 };
 /// The IOC's own services.
 extern const ZANTOScanServices ZANTOIocScanServices;
 
 /// The list of one input record type, shared by all records of that type.
 ///
-/// Every request makes the IOC scan the whole list and takes one of the 2,000 places of its
-/// callback queue. A full queue refuses requests, and with them the updates of unrelated lists.
-/// So only few requests of a list are outstanding; what is asked for meanwhile is remembered
-/// and requested when a pass ends, and what the IOC refused is asked for again until it gets
-/// through. Any thread may call any function; none blocks.
+/// A request has the whole list scanned. A pass waits at a record whose set-point's write hangs,
+/// so each priority has a thread of its own instead of the IOC's callback thread, behind which
+/// every other list would wait. It has at most two passes queued, whatever the others do: a
+/// request that finds two of them not yet begun is complete in itself, because they will read
+/// what was in the tree before it. Any thread may call any function; none blocks but pass(),
+/// which processes records.
 class ZANTOScanList {
 public:
-    constexpr explicit ZANTOScanList(const ZANTOScanServices &services = ZANTOIocScanServices)
-        : m_services(services)
+    /// `recordType` is for the names of the threads.
+    constexpr explicit ZANTOScanList(const char *recordType,
+                                     const ZANTOScanServices &services = ZANTOIocScanServices)
+        : m_services(services), m_recordType(recordType)
     {
     }
     ZANTOScanList(const ZANTOScanList &) = delete;
@@ -45,58 +55,78 @@ public:
     /// Replaces the IOC's list with a fresh one: called for every record, the last one counts.
     void init();
     operator IOSCANPVT() const noexcept { return m_list.load(); }
-    /// Counts passes from now on. To be called after the last init() and while no request can
-    /// be queued.
-    void watchPasses();
-    /// Asks for one scan of the list; does nothing when no record has called init().
-    void request();
+    const char *recordType() const noexcept { return m_recordType; }
 
-    /// Back-pressure, for whoever watches: calls of request(), those that had to wait, requests
-    /// that the IOC refused.
+    /// The IOC is about to put a record into the list at this priority, or to take one out of
+    /// it. A priority that is none is not counted.
+    void recordJoins(int prio) { recordMoves(prio, 1); }
+    void recordLeaves(int prio) { recordMoves(prio, -1); }
+
+    /// Requests reach the IOC from now on. To be called after the last init().
+    void start();
+    /// The scans run: asks for one. From now on a list is scanned soon after a record joined or
+    /// left it, because what changed meanwhile may have reached nobody.
+    void iocRuns();
+    /// Asks for one scan of the list; does nothing before start() and where no record is.
+    void request();
+    /// The IOC shuts down: nothing is queued and no pass begins any more, those that are queued
+    /// included, until the next start().
+    void stop();
+    /// A pass has begun and is not over.
+    bool passRuns() const;
+
+    /// Back-pressure, for whoever watches: calls of request(), passes that it needed not queue
+    /// or that had to wait, passes that got no thread.
     uint32_t asked() const noexcept { return m_asked; }
     uint32_t deferred() const noexcept { return m_deferred; }
     uint32_t refused() const noexcept { return m_refused; }
 
-    /// A pass over the records of priority `prio` ended. For the IOC's callback threads.
-    void passEnded(int prio);
-    /// Requests again what the IOC refused. For the retry timer.
-    void retry();
+    /// One pass over the records of a priority. For the thread of that priority.
+    void pass(int prio);
+    /// For the timer.
+    void timeIsUp();
 
-    /// Requests that may be queued or running at the priority that works them off fastest: the
-    /// running pass, and one that sees what changes during it.
-    static constexpr int maxOutstanding = 2;
-    /// As above, at any other priority: one that hangs must not keep the others from being
-    /// scanned, nor fill its queue.
-    static constexpr int maxBacklog = 100;
-    /// Seconds between retries: long enough for the IOC to work off a good part of its queue; in
-    /// the long run, as the missing priority may just have lost its records, hardly any work.
+    /// Passes of one priority that are queued and have not begun.
+    static constexpr int maxQueued = 2;
+    /// Seconds until what was refused is asked for again, and until a list that changed is
+    /// scanned.
     static constexpr double retryDelay = 0.05;
-    static constexpr double lateRetryDelay = 1.0;
-    static constexpr int quickRetries = 50;
+    /// Seconds between two requests where a base scans all priorities at once.
+    static constexpr double interval = 0.04;
 
 private:
-    bool mayRequest() const;
-    void requestNow();
-    void armRetry();
+    struct Priority {
+        int records = 0;
+        int queued = 0; // passes, not begun
+        bool due = false; // when the time is up
+        ZANTOScanThread thread;
+    };
+
+    bool isPriority(int prio) const;
+    void recordMoves(int prio, int joining);
+    void queuePass(int prio);
+    void makeDue(Priority &priority);
+    void queueDuePasses();
+    void requestAll();
+    bool armTimer(double delay);
 
     const ZANTOScanServices &m_services;
+    const char *const m_recordType;
     std::atomic<IOSCANPVT> m_list{nullptr};
     std::atomic<uint32_t> m_asked{0};
     std::atomic<uint32_t> m_deferred{0};
     std::atomic<uint32_t> m_refused{0};
 
-    // Held across scanIoRequest, which does not block, so that the end of a pass is never
-    // counted before its request.
-    std::mutex m_mutex;
+    // Held across the requests to the IOC, which do not block.
+    mutable std::mutex m_mutex;
     // Guarded by m_mutex.
-    bool m_watched = false;
-    bool m_due = false;    // asked for while too many were outstanding
-    bool m_missed = false; // refused, in part or whole
-    unsigned m_priorities = 0; // bit mask of the priorities that have records, as learned
-    std::array<int, NUM_CALLBACK_PRIORITIES> m_outstanding{};
-    int m_refusedRetries = 0; // in a row
-    bool m_retryArmed = false;
-    void *m_timer = nullptr; // of the retry queue, kept for ever once made
+    std::array<Priority, NUM_CALLBACK_PRIORITIES> m_priorities{};
+    int m_passesRun = 0;
+    bool m_started = false;
+    bool m_iocRuns = false;
+    bool m_allDue = false; // of a base that scans all priorities at once
+    bool m_timerArmed = false;
+    void *m_timer = nullptr; // of the timer queue, kept for ever once made
 };
 
 #endif

@@ -20,5 +20,5 @@ void ZANTORestoreTerminal()
 {
     // In the background the terminal has the settings of whoever is in front.
     if (haveSaved && tcgetpgrp(STDIN_FILENO) == getpgrp())
-        tcsetattr(STDIN_FILENO, TCSADRAIN, &saved);
+        tcsetattr(STDIN_FILENO, TCSANOW, &saved); // to wait for a stopped terminal would hang
 }

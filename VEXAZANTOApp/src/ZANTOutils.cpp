@@ -1,13 +1,14 @@
 #include "ZANTOutils.h"
 
-#include "ZANTOdbtext.h"
+#include "ZANTOlookup.h"
+#include "ZANTOmessages.h"
 #include "ZANTOnode.h"
+#include "ZANTOrecordtext.h"
+#include "ZANTOstartupcall.h"
 #include "ZANTOstatic.h"
+#include "ZANTOwirevalue.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -161,76 +162,6 @@ std::vector<std::string> ZANTOUtils::ZANTOCreateStringVectorForFwRel(uint8_t **p
 
 namespace {
 
-/// Shape of a value in the access library's buffers.
-enum class Wire { none, text, real, u16, u32, s16, s32 };
-
-// By system property type code. The write of a signed 32-bit property sets the low 16 bits
-// alone, as does that of a boolean.
-constexpr Wire sysPropRead[] = {Wire::text, Wire::real, Wire::u16, Wire::u32,
-                                Wire::s16,  Wire::s32,  Wire::s16};
-constexpr Wire sysPropWrite[] = {Wire::text, Wire::real, Wire::u16, Wire::u32,
-                                 Wire::s16,  Wire::s16,  Wire::s16};
-// By parameter type code, read and write alike. A string parameter has no access call.
-constexpr Wire parameter[] = {Wire::real, Wire::u32,  Wire::s32, Wire::s32,
-                              Wire::s32,  Wire::none, Wire::s32};
-
-template <size_t n> Wire wireOf(const Wire (&table)[n], uint32_t type)
-{
-    return type < n ? table[type] : Wire::none;
-}
-
-/// Room for any value of the library: zeroed, so that a value narrower than what the library
-/// reads is defined, and one byte longer than the longest text, so that a text always ends.
-class ValueBuffer {
-public:
-    void *data() { return m_bytes; }
-
-    variant decode(Wire wire) const
-    {
-        variant value;
-        switch (wire) {
-        case Wire::text: value.setValue(static_cast<const char *>(m_bytes)); break;
-        case Wire::real: value.setValue(as<float>()); break;
-        case Wire::u16: value.setValue(as<uint16_t>()); break;
-        case Wire::u32: value.setValue(as<uint32_t>()); break;
-        case Wire::s16: value.setValue(as<int16_t>()); break;
-        case Wire::s32: value.setValue(as<int32_t>()); break;
-        case Wire::none: break;
-        }
-        return value;
-    }
-
-    void encode(Wire wire, const variant &value)
-    {
-        switch (wire) {
-        case Wire::text: putText(value.toString()); break;
-        case Wire::real: put(value.toFloat()); break;
-        case Wire::u16: put(static_cast<uint16_t>(value.toUInt())); break;
-        case Wire::u32: put(value.toUInt()); break;
-        case Wire::s16: put(static_cast<int16_t>(value.toInt())); break;
-        case Wire::s32: put(value.toInt()); break;
-        case Wire::none: break;
-        }
-    }
-
-private:
-    template <typename T> T as() const
-    {
-        T v;
-        std::memcpy(&v, m_bytes, sizeof(T));
-        return v;
-    }
-
-    template <typename T> void put(T v) { std::memcpy(m_bytes, &v, sizeof(T)); }
-
-    void putText(const std::string &text)
-    {
-        std::memcpy(m_bytes, text.data(), std::min<size_t>(text.size(), VEXAHV_TEXT_SIZE - 1));
-    }
-
-    alignas(8) char m_bytes[VEXAHV_TEXT_SIZE + 1] = {};
-};
-
 ZANTONodeValue numberWithQuality(int32_t number, nodeValueQuality quality, time_t now)
 {
     variant value;
@@ -240,20 +171,20 @@ ZANTONodeValue numberWithQuality(int32_t number, nodeValueQuality quality, time_
 
 // `get` fills the buffer and returns the library's result.
 template <typename Get>
-bool readItem(Wire wire, ZANTONodeValue &result, time_t now, const Get &get)
+bool readItem(ZANTOWire wire, ZANTONodeValue &result, time_t now, const Get &get)
 {
-    ValueBuffer buffer;
-    if (wire == Wire::none || get(buffer.data()) != 0)
+    ZANTOValueBuffer buffer;
+    if (wire == ZANTOWire::none || ZANTOStartupCall([&] { return get(buffer.data()); }) != 0)
         return false;
     result.ZANTOSetValueData(buffer.decode(wire), nodeValueQualityGood, now);
     return true;
 }
 
-template <typename Set> int32_t writeItem(Wire wire, const variant &value, const Set &set)
+template <typename Set> int32_t writeItem(ZANTOWire wire, const variant &value, const Set &set)
 {
-    if (wire == Wire::none)
+    if (wire == ZANTOWire::none)
         return -1;
-    ValueBuffer buffer;
+    ZANTOValueBuffer buffer;
     buffer.encode(wire, value);
     return set(buffer.data());
 }
@@ -263,7 +194,8 @@ bool isChannelName(const std::string &name) { return name == "Name"; }
 ZANTONodeValue readChannelName(int32_t handle, uint16_t slot, uint16_t channel, time_t now)
 {
     char name[1][VEXAHV_CHANNEL_NAME_SLOT] = {};
-    const bool read = VEXAHV_GetChName(handle, slot, 1, &channel, name) == 0;
+    const auto get = [&] { return VEXAHV_GetChName(handle, slot, 1, &channel, name); };
+    const bool read = ZANTOStartupCall(get) == 0;
     variant value;
     if (read)
         value.setValue(std::string(name[0], strnlen(name[0], sizeof(name[0]))));
@@ -275,7 +207,7 @@ int32_t writeChannelName(int32_t handle, uint16_t slot, uint16_t channel, const 
     const int32_t result =
         VEXAHV_SetChName(handle, slot, 1, &channel, value.toString().c_str());
     if (result != 0 && DEBUG > 0)
-        std::puts("Error setting channel name");
+        ZANTOPrintLine("Error setting channel name");
     return result;
 }
 
@@ -286,22 +218,22 @@ ZANTONodeValue ZANTOUtils::ZANTOGetSystemPropertyChanged(int32_t handle, const s
 {
     const time_t now = std::time(nullptr);
     ZANTONodeValue result = numberWithQuality(0, nodeValueQualityBad, now);
-    const bool read = readItem(wireOf(sysPropRead, type), result, now, [&](void *value) {
+    const bool read = readItem(ZANTOPropertyReadWire(type), result, now, [&](void *value) {
         return VEXAHV_GetSysProp(handle, name.c_str(), value);
     });
     if (!read && DEBUG > 1)
-        std::printf("Error getting [%s] system property\n", name.c_str());
+        ZANTOPrint("Error getting [%s] system property\n", name.c_str());
     return result;
 }
 
 int32_t ZANTOUtils::ZANTOSetSystemPropertyChanged(int32_t handle, const std::string &name,
                                                   uint32_t type, const variant &value)
 {
-    const int32_t result = writeItem(wireOf(sysPropWrite, type), value, [&](const void *data) {
+    const int32_t result = writeItem(ZANTOPropertyWriteWire(type), value, [&](const void *data) {
         return VEXAHV_SetSysProp(handle, name.c_str(), data);
     });
     if (result != 0 && DEBUG > 1)
-        std::printf("Error setting [%s] system property\n", name.c_str());
+        ZANTOPrint("Error setting [%s] system property\n", name.c_str());
     return result;
 }
 
@@ -309,17 +241,17 @@ ZANTONodeValue ZANTOUtils::ZANTOGetBoardParameterChanged(int32_t handle, uint16_
                                                          const std::string &name, uint32_t type)
 {
     const time_t now = std::time(nullptr);
-    const Wire wire = wireOf(parameter, type);
+    const ZANTOWire wire = ZANTOParameterWire(type);
     const bool isStatus =
         type == VEXAHV_PARAM_CHANNEL_STATUS || type == VEXAHV_PARAM_BOARD_STATUS;
     ZANTONodeValue result = numberWithQuality(
-        isStatus ? -1 : 0, wire == Wire::none ? nodeValueQualityUnknown : nodeValueQualityBad,
-        now);
+        isStatus ? -1 : 0,
+        wire == ZANTOWire::none ? nodeValueQualityUnknown : nodeValueQualityBad, now);
     const bool read = readItem(wire, result, now, [&](void *value) {
         return VEXAHV_GetBdParam(handle, 1, &slot, name.c_str(), value);
     });
     if (!read && DEBUG > 1)
-        std::printf("Error getting [%s] board parameter\n", name.c_str());
+        ZANTOPrint("Error getting [%s] board parameter\n", name.c_str());
     return result;
 }
 
@@ -327,11 +259,11 @@ int32_t ZANTOUtils::ZANTOSetBoardParameterChanged(int32_t handle, uint16_t slot,
                                                   const std::string &name, uint32_t type,
                                                   const variant &value)
 {
-    const int32_t result = writeItem(wireOf(parameter, type), value, [&](const void *data) {
+    const int32_t result = writeItem(ZANTOParameterWire(type), value, [&](const void *data) {
         return VEXAHV_SetBdParam(handle, 1, &slot, name.c_str(), data);
     });
     if (result != 0 && DEBUG > 1)
-        std::printf("Error setting [%s] board parameter\n", name.c_str());
+        ZANTOPrint("Error setting [%s] board parameter\n", name.c_str());
     return result;
 }
 
@@ -343,11 +275,11 @@ ZANTONodeValue ZANTOUtils::ZANTOGetChannelParameterChanged(int32_t handle, uint1
     if (isChannelName(name))
         return readChannelName(handle, slot, channel, now);
     ZANTONodeValue result = numberWithQuality(0, nodeValueQualityBad, now);
-    const bool read = readItem(wireOf(parameter, type), result, now, [&](void *value) {
+    const bool read = readItem(ZANTOParameterWire(type), result, now, [&](void *value) {
         return VEXAHV_GetChParam(handle, slot, name.c_str(), 1, &channel, value);
     });
     if (!read && DEBUG > 1)
-        std::printf("Error getting [%s] channel parameter\n", name.c_str());
+        ZANTOPrint("Error getting [%s] channel parameter\n", name.c_str());
     return result;
 }
 
@@ -357,11 +289,11 @@ int32_t ZANTOUtils::ZANTOSetChannelParameterChanged(int32_t handle, uint16_t slo
 {
     if (isChannelName(name))
         return writeChannelName(handle, slot, channel, value);
-    const int32_t result = writeItem(wireOf(parameter, type), value, [&](const void *data) {
+    const int32_t result = writeItem(ZANTOParameterWire(type), value, [&](const void *data) {
         return VEXAHV_SetChParam(handle, slot, name.c_str(), 1, &channel, data);
     });
     if (result != 0 && DEBUG > 1)
-        std::printf("Error setting [%s] channel parameter - res = %d\n", name.c_str(), result);
+        ZANTOPrint("Error setting [%s] channel parameter - res = %d\n", name.c_str(), result);
     return result;
 }
 
@@ -369,7 +301,7 @@ int32_t ZANTOUtils::ZANTOExeSystemCommandChanged(int32_t handle, const std::stri
 {
     const int32_t result = VEXAHV_ExecComm(handle, name.c_str());
     if (result != 0 && DEBUG > 1)
-        std::printf("Error execute [%s] system command\n", name.c_str());
+        ZANTOPrint("Error execute [%s] system command\n", name.c_str());
     return result;
 }
 
@@ -381,28 +313,6 @@ ZANTONodeValue ZANTOUtils::ZANTOGetDummyChanged()
 // ---- values from events ----
 
 namespace {
-
-// False for a data type that is none of the known ones.
-bool fromEvent(nodeDataType dataType, const IDValue_t &item, variant &value)
-{
-    switch (dataType) {
-    case nodeDataTypeInt:
-    case nodeDataTypeLong: value.setValue(item.IntValue); return true;
-    case nodeDataTypeShort: value.setValue(static_cast<int16_t>(item.IntValue)); return true;
-    case nodeDataTypeUInt:
-    case nodeDataTypeULong: value.setValue(static_cast<uint32_t>(item.IntValue)); return true;
-    case nodeDataTypeUShort: value.setValue(static_cast<uint16_t>(item.IntValue)); return true;
-    case nodeDataTypeFloat: value.setValue(item.FloatValue); return true;
-    case nodeDataTypeString:
-        value.setValue(
-            std::string(item.StringValue, strnlen(item.StringValue, sizeof(item.StringValue))));
-        return true;
-    case nodeDataTypeBool: value.setValue(item.IntValue != 0); return true;
-    // An enumeration's index is carried as a float.
-    case nodeDataTypeEnum: value.setValue(static_cast<float>(item.IntValue)); return true;
-    }
-    return false;
-}
 
 // The first property that `matches`, or null.
 template <typename Matches>
@@ -430,11 +340,11 @@ ZANTONodeValue ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(ZANTONode *e
     ZANTONodeValue result;
     if (element == nullptr) {
         if (DEBUG > 0)
-            std::puts("Node not found");
+            ZANTOPrintLine("Node not found");
         return result;
     }
     variant value;
-    if (fromEvent(element->getDataType(), recvItemVal, value))
+    if (ZANTODecodeEvent(element->getDataType(), recvItemVal, value))
         result.ZANTOSetValueData(value, nodeValueQualityGood, std::time(nullptr));
     return result;
 }
@@ -457,285 +367,21 @@ bool ZANTOUtils::ZANTOConvertPropertyBoolFromString(ZANTONode *node, const std::
 
 // ---- record names to nodes ----
 
-namespace {
-
-void eraseFirst(std::string &text, const char *part)
-{
-    const size_t at = text.find(part);
-    if (at != std::string::npos)
-        text.erase(at, std::strlen(part));
-}
-
-// Cuts off and returns what stands before the first ":".
-std::string takeField(std::string &text)
-{
-    const size_t colon = text.find(':');
-    std::string field = text.substr(0, colon);
-    text.erase(0, colon == std::string::npos ? colon : colon + 1);
-    return field;
-}
-
-} // namespace
-
 ZANTONode *ZANTOUtils::getNodeFromEpicsId(const char *id)
 {
-    const ZANTONode *holder = systemNode;
-    const size_t nameLength = std::strlen(SysName.c_str());
-    if (holder == nullptr || id == nullptr || strnlen(id, nameLength) < nameLength)
-        return nullptr;
-
-    // Only the length of the system's name counts, not its letters.
-    std::string rest = std::string("noname") + (id + nameLength);
-    eraseFirst(rest, ":RBV");
-    eraseFirst(rest, ":Sync");
-    const auto fields = std::count(rest.begin(), rest.end(), ':');
-    if (fields < 1 || fields > 3)
-        return nullptr;
-    takeField(rest);
-    for (auto level = fields; level > 1 && holder != nullptr; --level)
-        holder = holder->childAt(std::strtoll(takeField(rest).c_str(), nullptr, 10));
-    return holder != nullptr ? holder->findParameter(rest) : nullptr;
+    return ZANTOFindRecordNode(systemNode, SysName, id);
 }
 
 // ---- text of records and of the list of process variables ----
 
-namespace {
-
-/// The parts in which records differ, by kind of value.
-struct RecordKind {
-    const char *prefix;
-    const char *input;
-    const char *output;
-    const char *suffix;
-};
-
-// By parameter type code. Status words are analog records; enumerations get none.
-constexpr RecordKind recordKinds[] = {
-    {"a", "i", "o", ""},           // numeric
-    {"b", "i", "o", ""},           // on/off
-    {"a", "i", "o", ""},           // channel status
-    {"a", "i", "o", ""},           // board status
-    {"mbb", "i", "o", "Direct"},   // bit pattern
-    {"string", "in", "out", ""},   // string
-};
-constexpr uint32_t recordKindCount = sizeof(recordKinds) / sizeof(recordKinds[0]);
-
-/// What a record of a node is called and made of; `reason` is null when it gets one.
-struct RecordPlan {
-    std::string shortName;
-    std::string recordName;
-    uint32_t kind = recordKindCount;
-    nodeAccessRights access = nodeAccessNone;
-    bool onBoard = false;
-    bool onChannel = false;
-
-    bool readWrite() const { return access == nodeAccessReadWrite; }
-    std::string inputType() const { return type(recordKinds[kind].input); }
-    std::string outputType() const { return type(recordKinds[kind].output); }
-    std::string mainType() const
-    {
-        return access == nodeAccessRead ? inputType() : outputType();
-    }
-
-private:
-    std::string type(const char *direction) const
-    {
-        return std::string(recordKinds[kind].prefix) + direction + recordKinds[kind].suffix;
-    }
-};
-
-enum class PlanResult { ok, noNodeType, noSystemType, noAccess, noKind, noName };
-
-std::string padded(const char *format, int32_t number)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), format, number);
-    return text;
-}
-
-std::string withoutBlanks(std::string text)
-{
-    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
-    return text;
-}
-
-// False for a node type that has no records.
-bool planName(const ZANTONode &node, int32_t bdIdx, int32_t chIdx, RecordPlan &plan)
-{
-    const nodeType type = node.getNodeType();
-    plan.onChannel = type == nodeTypeChannelParam;
-    plan.onBoard = plan.onChannel || type == nodeTypeBoardParam;
-    if (!plan.onBoard && type != nodeTypeSystemProp && type != nodeTypeSystemCmd)
-        return false;
-    plan.recordName = node.getSysName() + ":";
-    if (plan.onBoard)
-        plan.recordName += padded("%02d", bdIdx) + ":";
-    if (plan.onChannel)
-        plan.recordName += padded("%03d", chIdx) + ":";
-    plan.recordName += plan.shortName;
-    return true;
-}
-
-// The parameter type code that has the records of a system property type: text, five numeric
-// types, boolean. Other codes give one that has none.
-uint32_t kindOfSystemProperty(uint32_t type)
-{
-    static constexpr uint32_t kinds[] = {VEXAHV_PARAM_STRING,  VEXAHV_PARAM_NUMERIC,
-                                         VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC,
-                                         VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC,
-                                         VEXAHV_PARAM_ONOFF};
-    return type < sizeof(kinds) / sizeof(kinds[0]) ? kinds[type] : recordKindCount;
-}
-
-PlanResult planRecord(const ZANTONode &node, int32_t bdIdx, int32_t chIdx, RecordPlan &plan)
-{
-    plan.shortName = withoutBlanks(node.getNodeName());
-    if (!planName(node, bdIdx, chIdx, plan))
-        return PlanResult::noNodeType;
-    plan.kind = node.getParWrapperType();
-    if (node.getNodeType() == nodeTypeSystemProp) {
-        plan.kind = kindOfSystemProperty(plan.kind);
-        if (plan.kind >= recordKindCount)
-            return PlanResult::noSystemType;
-    }
-    plan.access = node.getAccessRights();
-    if (plan.access != nodeAccessRead && plan.access != nodeAccessWrite && !plan.readWrite())
-        return PlanResult::noAccess;
-    if (plan.kind >= recordKindCount)
-        return PlanResult::noKind;
-    const std::string longest = plan.recordName + (plan.readWrite() ? ":Sync" : "");
-    return ZANTOIsRecordName(longest) ? PlanResult::ok : PlanResult::noName;
-}
-
-void reportUnplanned(PlanResult result, const std::string &shortName, const char *output)
-{
-    if (DEBUG < 1)
-        return;
-    if (result == PlanResult::noNodeType)
-        std::printf("Error finding type while creating string for [%s] %s\n", shortName.c_str(),
-                    output);
-    else if (result == PlanResult::noSystemType)
-        std::printf("Error finding system type while creating string for [%s] %s\n",
-                    shortName.c_str(), output);
-}
-
-// `value` is the text as it is to appear between the quotes.
-std::string field(const char *nameAndComma, const std::string &value)
-{
-    return std::string("\tfield( ") + nameAndComma + " \"" + value + "\")\n";
-}
-
-std::string upperCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
-
-std::string sixDecimals(float value)
-{
-    char text[64];
-    std::snprintf(text, sizeof(text), "%f", static_cast<double>(value));
-    return text;
-}
-
-std::string numericFields(const ZANTONode &node)
-{
-    std::string text;
-    if (!node.getExpUnit().empty())
-        text += field("EGU ,", ZANTODbValue(node.getExpUnit(), ZANTOFieldCapacity::egu));
-    if (node.getNodeDecimals() > 0)
-        text += field("PREC ,", padded("%d", node.getNodeDecimals()));
-    if (node.getMaxVal() != node.getMinVal()) {
-        text += field("HOPR ,", sixDecimals(node.getMaxVal()));
-        text += field("LOPR ,", sixDecimals(node.getMinVal()));
-    }
-    return text;
-}
-
-std::string stateFields(const ZANTONode &node)
-{
-    return field("ZNAM ,", ZANTODbValue(node.getOffString(), ZANTOFieldCapacity::stateName)) +
-           field("ONAM ,", ZANTODbValue(node.getOnString(), ZANTOFieldCapacity::stateName));
-}
-
-std::string deviceField() { return field("DTYP,", "VEXA ZANTO Item"); }
-
-std::string linkFields(const RecordPlan &plan)
-{
-    const std::string &name = plan.recordName;
-    switch (plan.access) {
-    case nodeAccessRead:
-        return field("INP,", "@" + name) + field("PINI,", "YES") + field("SCAN,", "I/O Intr");
-    case nodeAccessReadWrite:
-        return field("SDIS,", name + ":Sync.PACT") + field("OUT,", "@" + upperCase(name));
-    default:
-        return field("OUT,", "@" + name);
-    }
-}
-
-std::string mainRecord(const ZANTONode &node, const RecordPlan &plan)
-{
-    std::string text = "record( " + plan.mainType() + ", \"" + plan.recordName + "\")\n{\n";
-    if (plan.kind == VEXAHV_PARAM_NUMERIC)
-        text += numericFields(node);
-    if (plan.kind == VEXAHV_PARAM_ONOFF)
-        text += stateFields(node);
-    text += field("DESC,", ZANTODbValue(node.getNodeName(), ZANTOFieldCapacity::description));
-    return text + deviceField() + linkFields(plan) + "}\n";
-}
-
-std::string readBackRecord(const RecordPlan &plan)
-{
-    const std::string &name = plan.recordName;
-    return "record( " + plan.inputType() + ", \"" + name + ":RBV\")\n{\n" + deviceField() +
-           field("INP, ", "@" + upperCase(name)) + field("SCAN,", "I/O Intr") +
-           field("PINI,", "YES") + field("FLNK,", name + ":Sync") + "}\n";
-}
-
-std::string syncRecord(const RecordPlan &plan)
-{
-    const std::string &name = plan.recordName;
-    return "record(" + plan.outputType() + ", \"" + name + ":Sync\")\n{\n" +
-           field("DOL, ", name + ":RBV NPP") + field("OMSL,", "closed_loop") +
-           field("OUT, ", name + " PP") + "}\n";
-}
-
-} // namespace
-
 std::string ZANTOUtils::ZANTOCreateStringForDbRecord(ZANTONode *node, int32_t bdIdx,
                                                      int32_t chIdx)
 {
-    if (node == nullptr)
-        return "";
-    RecordPlan plan;
-    const PlanResult result = planRecord(*node, bdIdx, chIdx, plan);
-    reportUnplanned(result, plan.shortName, "record");
-    const bool noRecord = (result == PlanResult::noKind && plan.shortName != "Name") ||
-                          result == PlanResult::noName;
-    if (noRecord && DEBUG > 0)
-        std::printf("Error creating string for [%s] record\n", plan.shortName.c_str());
-    if (result != PlanResult::ok)
-        return "";
-    std::string text = mainRecord(*node, plan);
-    if (plan.readWrite())
-        text += readBackRecord(plan) + syncRecord(plan);
-    return text;
+    return node != nullptr ? ZANTORecordText(*node, bdIdx, chIdx) : "";
 }
 
 std::string ZANTOUtils::ZANTOCreateStringForItemExporting(ZANTONode *node, int32_t bdIdx,
                                                           int32_t chIdx)
 {
-    if (node == nullptr)
-        return "";
-    RecordPlan plan;
-    const PlanResult result = planRecord(*node, bdIdx, chIdx, plan);
-    reportUnplanned(result, plan.shortName, "PV list");
-    if (result != PlanResult::ok)
-        return "";
-    const char *read = plan.access != nodeAccessWrite ? "x" : " ";
-    const char *write = plan.access != nodeAccessRead ? "x" : " ";
-    return (plan.onBoard ? padded("%d", bdIdx) : "-") + ", " +
-           (plan.onChannel ? padded("%d", chIdx) : "-") + ", " + plan.recordName + ",  " +
-           plan.mainType() + ", " + read + ", " + write + "\n";
+    return node != nullptr ? ZANTOPvListText(*node, bdIdx, chIdx) : "";
 }

@@ -10,6 +10,7 @@ import time
 
 import pytest
 
+from harness.blocked import fill
 from harness.ioc import arguments
 from harness.process import until
 from harness.world import environment
@@ -33,19 +34,6 @@ def _spawn(site):
     for child in children:
         child.kill()
         child.wait()
-
-
-def fill(descriptor):
-    """Writes until there is room for no byte more."""
-    flags = fcntl.fcntl(descriptor, fcntl.F_GETFL)
-    fcntl.fcntl(descriptor, fcntl.F_SETFL, flags | os.O_NONBLOCK)
-    for size in (4096, 1):
-        try:
-            while True:
-                os.write(descriptor, b"x" * size)
-        except BlockingIOError:
-            pass
-    fcntl.fcntl(descriptor, fcntl.F_SETFL, flags)
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT], ids=lambda number: number.name)

@@ -36,6 +36,7 @@ void FakeAccessLibrary::reset()
     m_calls.clear();
     m_faults.clear();
     m_refused.clear();
+    m_lastNumber = FakeBytes();
     m_hook = nullptr;
     m_buffers.clear();
     m_allocations = m_nullReleases = m_wrongReleases = 0;
@@ -72,6 +73,18 @@ void FakeAccessLibrary::forgetCalls()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_calls.clear();
+}
+
+FakeBytes FakeAccessLibrary::lastNumberWritten() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lastNumber;
+}
+
+void FakeAccessLibrary::noteNumberWritten(const FakeBytes &bytes)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_lastNumber = bytes;
 }
 
 void FakeAccessLibrary::setHook(std::function<void(const std::string &call)> hook)

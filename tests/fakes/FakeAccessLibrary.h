@@ -17,6 +17,21 @@
 
 template <typename T> class ZANTONeverDestroyed;
 
+/// The calling thread is inside an operation of the fake, for a scope. What it allocates there
+/// is the fake's own: tests of failing allocations leave it alone.
+class FakeOperation {
+public:
+    FakeOperation() { ++depth; }
+    ~FakeOperation() { --depth; }
+    FakeOperation(const FakeOperation &) = delete;
+    FakeOperation &operator=(const FakeOperation &) = delete;
+
+    static bool isUnderWay() { return depth > 0; }
+
+private:
+    static inline thread_local int depth = 0;
+};
+
 /// There is one, as there is one library in a process; the C operations are its callers. Link
 /// it in place of -lvexahvwrapper and call reset() before each test. All functions may be
 /// called from any thread; only GetEventData ever blocks, and only when asked to.
@@ -24,7 +39,8 @@ template <typename T> class ZANTONeverDestroyed;
 /// A call is recorded as one line, lists in brackets, a written value behind "=":
 ///     SetChParam(7, 1, VSet, 1, [2]) = 12.5
 /// Like a real library it hands out nothing after a failure, and buffers of exactly the width
-/// that the interface names, so that a sanitizer sees every byte read too much.
+/// that the interface names, so that a sanitizer sees every byte read too much. A GetEventData
+/// that fails leaves outputs behind that must not be touched.
 class FakeAccessLibrary {
 public:
     /// The handle that a login gives. Calls with any other fail with unknownHandle.
@@ -49,6 +65,9 @@ public:
     /// Those that begin with `prefix`, such as "GetChParamProp(" or "Free(".
     std::vector<std::string> callsOf(const std::string &prefix) const;
     void forgetCalls();
+    /// The first 8 bytes of the buffer that came with the last write of a system property that
+    /// is a number: a library may read more of it than the value's width.
+    FakeBytes lastNumberWritten() const;
     /// Runs on the calling thread after a call is recorded and before it is answered; no lock
     /// of the fake is held. An empty function removes it.
     void setHook(std::function<void(const std::string &call)> hook);
@@ -94,6 +113,7 @@ public:
     void *handOut(const std::string &list, const std::string &bytes);
     void release(void *buffer);
     bool isRefused(const std::string &name) const;
+    void noteNumberWritten(const FakeBytes &bytes);
     bool takeEvents(std::vector<VEXAHVEventData_t> &batch);
 
     /// Runs `use` on the crate under the lock; its result.
@@ -119,6 +139,7 @@ private:
     std::vector<std::string> m_calls;
     std::vector<Fault> m_faults;
     std::set<std::string> m_refused;
+    FakeBytes m_lastNumber;
     std::function<void(const std::string &)> m_hook;
     std::map<void *, std::string> m_buffers; // not yet released, with the name of the list
     std::size_t m_allocations = 0;

@@ -25,6 +25,7 @@ int32_t subscription(const std::string &call, int32_t handle, const std::string 
 VEXAHVRESULT VEXAHV_SubscribeSystemParams(int32_t handle, int16_t port, const char *names,
                                           uint32_t count, char *results)
 {
+    const FakeOperation operation;
     return subscription(callText("SubscribeSystemParams", handle, port, names, count), handle,
                         names, count, results);
 }
@@ -32,6 +33,7 @@ VEXAHVRESULT VEXAHV_SubscribeSystemParams(int32_t handle, int16_t port, const ch
 VEXAHVRESULT VEXAHV_UnSubscribeSystemParams(int32_t handle, int16_t port, const char *names,
                                             uint32_t count, char *results)
 {
+    const FakeOperation operation;
     return subscription(callText("UnSubscribeSystemParams", handle, port, names, count), handle,
                         names, count, results);
 }
@@ -39,6 +41,7 @@ VEXAHVRESULT VEXAHV_UnSubscribeSystemParams(int32_t handle, int16_t port, const 
 VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,
                                          const char *names, uint32_t count, char *results)
 {
+    const FakeOperation operation;
     return subscription(callText("SubscribeBoardParams", handle, port, slot, names, count),
                         handle, names, count, results);
 }
@@ -46,6 +49,7 @@ VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t handle, int16_t port, uint16_t 
 VEXAHVRESULT VEXAHV_UnSubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,
                                            const char *names, uint32_t count, char *results)
 {
+    const FakeOperation operation;
     return subscription(callText("UnSubscribeBoardParams", handle, port, slot, names, count),
                         handle, names, count, results);
 }
@@ -54,6 +58,7 @@ VEXAHVRESULT VEXAHV_SubscribeChannelParams(int32_t handle, int16_t port, uint16_
                                            uint16_t channel, const char *names, uint32_t count,
                                            char *results)
 {
+    const FakeOperation operation;
     return subscription(
         callText("SubscribeChannelParams", handle, port, slot, channel, names, count), handle,
         names, count, results);
@@ -63,21 +68,27 @@ VEXAHVRESULT VEXAHV_UnSubscribeChannelParams(int32_t handle, int16_t port, uint1
                                              uint16_t channel, const char *names,
                                              uint32_t count, char *results)
 {
+    const FakeOperation operation;
     return subscription(
         callText("UnSubscribeChannelParams", handle, port, slot, channel, names, count), handle,
         names, count, results);
 }
 
+// Outputs of a failed call mean nothing: an array that is gone, and a count.
 VEXAHVRESULT VEXAHV_GetEventData(int32_t socket, VEXAHVSystemStatus_t *status,
                                  VEXAHVEventData_t **events, uint32_t *count)
 {
+    static char gone[1];
+    const FakeOperation operation;
     const int32_t fault = fake().enter(callText("GetEventData", socket));
+    std::vector<VEXAHVEventData_t> batch;
+    std::memset(status, 0xA5, sizeof(*status));
+    *events = reinterpret_cast<VEXAHVEventData_t *>(gone);
+    *count = 1000;
     if (fault != 0)
         return fault;
-    std::vector<VEXAHVEventData_t> batch;
     if (!fake().takeEvents(batch))
         return FakeAccessLibrary::eventsEnded;
-    std::memset(status, 0xA5, sizeof(*status));
     std::string bytes;
     for (const VEXAHVEventData_t &event : batch)
         bytes += FakeBytes::of(event).raw;
@@ -88,6 +99,7 @@ VEXAHVRESULT VEXAHV_GetEventData(int32_t socket, VEXAHVSystemStatus_t *status,
 
 VEXAHVRESULT VEXAHV_FreeEventData(VEXAHVEventData_t **events)
 {
+    const FakeOperation operation;
     const int32_t fault = fake().enter("FreeEventData");
     fake().release(*events);
     *events = nullptr;
@@ -96,6 +108,7 @@ VEXAHVRESULT VEXAHV_FreeEventData(VEXAHVEventData_t **events)
 
 VEXAHVRESULT VEXAHV_Free(void *buffer)
 {
+    const FakeOperation operation;
     fake().release(buffer);
     return VEXAHV_OK;
 }

@@ -188,6 +188,7 @@ VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount, uint16_t **
                                 char **models, char **descriptions, uint16_t **serialNumbers,
                                 uint8_t **firmwareMinor, uint8_t **firmwareMajor)
 {
+    const FakeOperation operation;
     const int32_t fault = fake().enter(callText("GetCrateMap", handle), handle);
     if (fault != 0)
         return fault;
@@ -206,6 +207,7 @@ VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount, uint16_t **
 
 VEXAHVRESULT VEXAHV_GetBdParamInfo(int32_t handle, uint16_t slot, char **nameTable)
 {
+    const FakeOperation operation;
     int32_t count = 0;
     return parameterTable(callText("GetBdParamInfo", handle, slot), handle, {slot},
                           "boardParamNames", nameTable, &count);
@@ -214,6 +216,7 @@ VEXAHVRESULT VEXAHV_GetBdParamInfo(int32_t handle, uint16_t slot, char **nameTab
 VEXAHVRESULT VEXAHV_GetBdParamProp(int32_t handle, uint16_t slot, const char *param,
                                    const char *property, void *value)
 {
+    const FakeOperation operation;
     return getProperty(callText("GetBdParamProp", handle, slot, param, property), handle,
                        {slot}, param, property, value);
 }
@@ -221,6 +224,7 @@ VEXAHVRESULT VEXAHV_GetBdParamProp(int32_t handle, uint16_t slot, const char *pa
 VEXAHVRESULT VEXAHV_GetBdParam(int32_t handle, uint16_t count, const uint16_t *slots,
                                const char *param, void *values)
 {
+    const FakeOperation operation;
     return getValue(callText("GetBdParam", handle, count, listText(slots, count), param),
                     handle, {slots[0]}, param, values);
 }
@@ -228,6 +232,7 @@ VEXAHVRESULT VEXAHV_GetBdParam(int32_t handle, uint16_t count, const uint16_t *s
 VEXAHVRESULT VEXAHV_SetBdParam(int32_t handle, uint16_t count, const uint16_t *slots,
                                const char *param, const void *value)
 {
+    const FakeOperation operation;
     return setValue(callText("SetBdParam", handle, count, listText(slots, count), param),
                     handle, {slots[0]}, param, value);
 }
@@ -237,6 +242,7 @@ VEXAHVRESULT VEXAHV_SetBdParam(int32_t handle, uint16_t count, const uint16_t *s
 VEXAHVRESULT VEXAHV_GetChName(int32_t handle, uint16_t slot, uint16_t count,
                               const uint16_t *channels, char (*names)[VEXAHV_CHANNEL_NAME_SLOT])
 {
+    const FakeOperation operation;
     const auto call = callText("GetChName", handle, slot, count, listText(channels, count));
     return operate(call, handle, [&] {
         return withChannel(slot, channels[0], [&](const FakeChannel &channel) {
@@ -252,6 +258,7 @@ VEXAHVRESULT VEXAHV_GetChName(int32_t handle, uint16_t slot, uint16_t count,
 VEXAHVRESULT VEXAHV_SetChName(int32_t handle, uint16_t slot, uint16_t count,
                               const uint16_t *channels, const char *name)
 {
+    const FakeOperation operation;
     const auto call = callText("SetChName", handle, slot, count, listText(channels, count), name);
     return operate(call, handle, [&] {
         return withChannel(slot, channels[0], [&](FakeChannel &channel) {
@@ -264,6 +271,7 @@ VEXAHVRESULT VEXAHV_SetChName(int32_t handle, uint16_t slot, uint16_t count,
 VEXAHVRESULT VEXAHV_GetChParamInfo(int32_t handle, uint16_t slot, uint16_t channel,
                                    char **nameTable, int32_t *count)
 {
+    const FakeOperation operation;
     return parameterTable(callText("GetChParamInfo", handle, slot, channel), handle,
                           {slot, channel}, "channelParamNames", nameTable, count);
 }
@@ -271,6 +279,7 @@ VEXAHVRESULT VEXAHV_GetChParamInfo(int32_t handle, uint16_t slot, uint16_t chann
 VEXAHVRESULT VEXAHV_GetChParamProp(int32_t handle, uint16_t slot, uint16_t channel,
                                    const char *param, const char *property, void *value)
 {
+    const FakeOperation operation;
     return getProperty(callText("GetChParamProp", handle, slot, channel, param, property),
                        handle, {slot, channel}, param, property, value);
 }
@@ -278,6 +287,7 @@ VEXAHVRESULT VEXAHV_GetChParamProp(int32_t handle, uint16_t slot, uint16_t chann
 VEXAHVRESULT VEXAHV_GetChParam(int32_t handle, uint16_t slot, const char *param, uint16_t count,
                                const uint16_t *channels, void *values)
 {
+    const FakeOperation operation;
     const auto call =
         callText("GetChParam", handle, slot, param, count, listText(channels, count));
     return getValue(call, handle, {slot, channels[0]}, param, values);
@@ -286,6 +296,7 @@ VEXAHVRESULT VEXAHV_GetChParam(int32_t handle, uint16_t slot, const char *param,
 VEXAHVRESULT VEXAHV_SetChParam(int32_t handle, uint16_t slot, const char *param, uint16_t count,
                                const uint16_t *channels, const void *value)
 {
+    const FakeOperation operation;
     const auto call =
         callText("SetChParam", handle, slot, param, count, listText(channels, count));
     return setValue(call, handle, {slot, channels[0]}, param, value);

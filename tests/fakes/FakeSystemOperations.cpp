@@ -51,6 +51,7 @@ int32_t nameList(const std::string &call, int32_t handle, const char *list,
 VEXAHVRESULT VEXAHV_InitSystem(int32_t systemType, int32_t linkType, const char *linkArg,
                                const char *userName, const char *password, int32_t *handle)
 {
+    const FakeOperation operation;
     const int32_t fault = fake().enter(
         callText("InitSystem", systemType, linkType, linkArg, userName, password));
     if (fault == 0)
@@ -60,6 +61,7 @@ VEXAHVRESULT VEXAHV_InitSystem(int32_t systemType, int32_t linkType, const char 
 
 VEXAHVRESULT VEXAHV_DeinitSystem(int32_t handle)
 {
+    const FakeOperation operation;
     return fake().enter(callText("DeinitSystem", handle), handle);
 }
 
@@ -67,6 +69,7 @@ VEXAHVRESULT VEXAHV_DeinitSystem(int32_t handle)
 
 VEXAHVRESULT VEXAHV_GetSysPropList(int32_t handle, uint16_t *count, char **list)
 {
+    const FakeOperation operation;
     std::vector<std::string> names;
     for (const FakeSysProp &property : fake().crate().properties)
         names.push_back(property.name);
@@ -76,6 +79,7 @@ VEXAHVRESULT VEXAHV_GetSysPropList(int32_t handle, uint16_t *count, char **list)
 
 VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list)
 {
+    const FakeOperation operation;
     return nameList(callText("GetExecCommList", handle), handle, "commandNames",
                     fake().crate().commands, count, list);
 }
@@ -83,6 +87,7 @@ VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list
 VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode,
                                    uint32_t *type)
 {
+    const FakeOperation operation;
     return operate(callText("GetSysPropInfo", handle, name), handle, [&] {
         return withSysProp(name, [&](const FakeSysProp &property) {
             *mode = property.mode;
@@ -94,6 +99,7 @@ VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *m
 
 VEXAHVRESULT VEXAHV_GetSysProp(int32_t handle, const char *name, void *value)
 {
+    const FakeOperation operation;
     return operate(callText("GetSysProp", handle, name), handle, [&] {
         return withSysProp(name, [&](const FakeSysProp &property) {
             answer(property.value, value);
@@ -104,12 +110,15 @@ VEXAHVRESULT VEXAHV_GetSysProp(int32_t handle, const char *name, void *value)
 
 VEXAHVRESULT VEXAHV_SetSysProp(int32_t handle, const char *name, const void *value)
 {
+    const FakeOperation operation;
     uint32_t type = VEXAHV_SYSPROP_BOOLEAN + 1;
     withSysProp(name, [&](const FakeSysProp &property) {
         type = property.type;
         return 0;
     });
     const FakeBytes bytes = sysPropBytes(type, value);
+    if (type != VEXAHV_SYSPROP_TEXT)
+        fake().noteNumberWritten(bytesAt(value, 8));
     const std::string call =
         callText("SetSysProp", handle, name) + " = " + sysPropText(type, bytes);
     return operate(call, handle, [&] {
@@ -122,6 +131,7 @@ VEXAHVRESULT VEXAHV_SetSysProp(int32_t handle, const char *name, const void *val
 
 VEXAHVRESULT VEXAHV_ExecComm(int32_t handle, const char *name)
 {
+    const FakeOperation operation;
     return operate(callText("ExecComm", handle, name), handle, [&] {
         return fake().withCrate([&](const FakeCrate &crate) {
             const bool known =

@@ -263,6 +263,10 @@ void prepareCrate()
     FakeAccessLibrary::instance().setCrate(newCrate());
     ZANTOUtils::SysName = "CRATE";
     plantTree();
+    ZANTOAdvance(ZANTOHappening::loginBegins);
+    ZANTOLoggedIn(crateHandle);
+    ZANTOAdvance(ZANTOHappening::treeComplete);
+    ZANTOAdvance(ZANTOHappening::scriptEnded);
 }
 
 void startCommonIoc()

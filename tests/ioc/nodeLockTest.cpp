@@ -99,13 +99,18 @@ TEST_F(NodeLock, KeepsAWriteWaiting)
                                [] { EXPECT_EQ(callReadOrWrite("sout_:Text"), 0); }));
 }
 
-TEST_F(NodeLock, KeepsAnUpdateWaiting)
+TEST_F(NodeLock, KeepsAnUpdateForItsHolderToApply)
 {
     const VEXAHVEventData_t change = event("Int", int32_t{7}, 0);
-    EXPECT_FALSE(endsWhileHeld(nodeOf("Int"), [&change] {
+    ZANTONode *node = nodeOf("Int");
+    give(node, variantOf(int32_t{1}));
+    node->lockSem();
+    std::thread([&change] {
         EXPECT_EQ(updateNode(0, 0, "Int", change.Value), VEXAHV_PARAM_INTEGER);
-    }));
-    EXPECT_EQ(nodeOf("Int")->getNodeValue().ZANTOGetValue().toInt(), 7);
+    }).join();
+    EXPECT_EQ(node->getNodeValue().ZANTOGetValue().toInt(), 1);
+    node->unlockSem();
+    EXPECT_EQ(node->getNodeValue().ZANTOGetValue().toInt(), 7);
 }
 
 // ---- an item that nobody knows ----

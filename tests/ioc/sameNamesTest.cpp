@@ -16,7 +16,7 @@ namespace {
 
 using SameNamesDeathTest = IocDeathTest;
 
-void put(const char *path, const std::string &text) { std::ofstream(path) << text; }
+void writeFile(const char *path, const std::string &text) { std::ofstream(path) << text; }
 
 // The server's files have fixed paths and may be another one's. For a process of one thread.
 bool enterPrivateTmp()
@@ -25,14 +25,14 @@ bool enterPrivateTmp()
     const std::string group = std::to_string(getgid());
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
         return false;
-    put("/proc/self/setgroups", "deny");
-    put("/proc/self/uid_map", user + " " + user + " 1");
-    put("/proc/self/gid_map", group + " " + group + " 1");
+    writeFile("/proc/self/setgroups", "deny");
+    writeFile("/proc/self/uid_map", user + " " + user + " 1");
+    writeFile("/proc/self/gid_map", group + " " + group + " 1");
     return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777") == 0;
 }
 
-// Of each pair the first has another record type than the second.
+// Of each pair the one with a blank, or else the later one, has no records.
 FakeCrate crateOfSameNames()
 {
     FakeCrate crate;
@@ -54,11 +54,18 @@ FakeCrate crateOfSameNames()
     return crate;
 }
 
+FakeCrate crateOf(const std::vector<FakeParameter> &parameters)
+{
+    FakeCrate crate;
+    crate.slots = {fakeBoard("A1", 1, {}, parameters)};
+    return crate;
+}
+
 // The private /tmp is given up at once: the checkout itself may lie below the real one.
-std::string builtDatabase()
+std::string builtDatabase(const FakeCrate &crate)
 {
     EXPECT_TRUE(enterPrivateTmp());
-    FakeAccessLibrary::instance().setCrate(crateOfSameNames());
+    FakeAccessLibrary::instance().setCrate(crate);
     EXPECT_EQ(createSystemTree("CRATE", "10.0.0.9", "admin", "secret"), 0);
     std::ostringstream text;
     text << std::ifstream("/tmp/ZANTO.db").rdbuf();
@@ -80,19 +87,73 @@ Lines namesAndTypes()
     return lines;
 }
 
+constexpr const char *setVolt = "CRATE:00:000:SetVolt";
+
+// The records of "SetVolt" show its value and write it, and nothing else is written.
+void expectReadBackAndWriteOfSetVolt()
+{
+    const std::string name = setVolt;
+    EXPECT_THAT(namesAndTypes(), ::testing::IsSupersetOf({"ao " + name, "ai " + name + ":RBV",
+                                                          "ao " + name + ":Sync"}));
+    EXPECT_EQ(number(name + ":RBV"), 42.0);
+    FakeAccessLibrary::instance().forgetCalls();
+    put(name, 7.0);
+    EXPECT_EQ(FakeAccessLibrary::instance().callsOf("SetChParam("),
+              Lines{"SetChParam(7, 0, SetVolt, 1, [0]) = 7"});
+}
+
+const FakeParameter good = fakeNumeric("SetVolt", VEXAHV_MODE_READWRITE, 42, 0, 100);
+
 } // namespace
 
-TEST_F(SameNamesDeathTest, TheWholeDatabaseLoadsAndTheFirstItemHasTheRecord)
+TEST_F(SameNamesDeathTest, TheWholeDatabaseLoadsAndWhatCannotResolveHasNoRecord)
 {
     inFreshProcess([] {
-        startIoc(builtDatabase());
+        startIoc(builtDatabase(crateOfSameNames()));
         const std::string channel = "CRATE:00:000:";
         EXPECT_THAT(namesAndTypes(),
                     ::testing::UnorderedElementsAre(
-                        "stringout CRATE:Clear", "stringin CRATE:Model", "bi CRATE:00:Temp",
+                        "stringout CRATE:Clear", "stringin CRATE:Model", "ai CRATE:00:Temp",
                         "ai CRATE:00:HVMax", "stringout " + channel + "Name",
                         "stringin " + channel + "Name:RBV", "stringout " + channel + "Name:Sync",
-                        "ao " + channel + "VSet", "ai " + channel + "VSet:RBV",
-                        "ao " + channel + "VSet:Sync", "ai " + channel + "Status"));
+                        "bi " + channel + "VSet", "mbbiDirect " + channel + "VSet:RBV",
+                        "bi " + channel + "VSet:Sync", "ai " + channel + "Status"));
+    });
+}
+
+TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBehindOneOfItsRecordTypeWithABlank)
+{
+    inFreshProcess([] {
+        startIoc(builtDatabase(
+            crateOf({fakeNumeric("Set Volt", VEXAHV_MODE_WRITE, 1, 0, 100), good})));
+        EXPECT_EQ(text(std::string(setVolt) + ".DESC"), "SetVolt");
+        expectReadBackAndWriteOfSetVolt();
+    });
+}
+
+TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBeforeOneOfItsRecordTypeWithABlank)
+{
+    inFreshProcess([] {
+        startIoc(builtDatabase(
+            crateOf({good, fakeNumeric("Set Volt", VEXAHV_MODE_WRITE, 1, 0, 100)})));
+        expectReadBackAndWriteOfSetVolt();
+    });
+}
+
+TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBehindOneOfAnotherRecordTypeWithABlank)
+{
+    inFreshProcess([] {
+        startIoc(builtDatabase(
+            crateOf({fakeOnOff("Set Volt", VEXAHV_MODE_READWRITE, 1), good})));
+        expectReadBackAndWriteOfSetVolt();
+    });
+}
+
+TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBeforeOneOfAnotherRecordTypeWithABlank)
+{
+    inFreshProcess([] {
+        startIoc(builtDatabase(
+            crateOf({good, fakeOnOff("Set Volt", VEXAHV_MODE_READWRITE, 1)})));
+        expectReadBackAndWriteOfSetVolt();
     });
 }

@@ -1,4 +1,5 @@
-// What the start of the IOC asks of the scan lists, and a callback queue that is really full.
+// What the start of the IOC asks of the scan lists, threads that cannot be had, and callback
+// queues that are really full.
 #include "iocSupport.h"
 
 #include "ZANTOAio.h"
@@ -9,9 +10,12 @@
 
 #include <callback.h>
 #include <epicsEvent.h>
+#include <epicsThread.h>
 #include <initHooks.h>
 
 #include <array>
+#include <atomic>
+#include <dlfcn.h>
 
 namespace {
 
@@ -34,6 +38,11 @@ void rememberAsked(initHookState state)
     for (std::size_t i = 0; state == initHookAfterIocBuilt && i < std::size(lists); ++i)
         askedBefore[i] = lists[i].list.asked();
 }
+
+// ---- threads ----
+
+// How many of the next threads for the analog records cannot be had.
+std::atomic<int> missingThreads{0};
 
 // ---- a queue of few places ----
 
@@ -84,7 +93,33 @@ private:
     const epicsEventId m_release = epicsEventMustCreate(epicsEventEmpty);
 };
 
+// A thread that was made is known by its name once it runs; null after the watchdog.
+epicsThreadId threadOfName(const char *name)
+{
+    const auto end = std::chrono::steady_clock::now() + watchdog;
+    epicsThreadId thread = epicsThreadGetId(name);
+    while (thread == nullptr && std::chrono::steady_clock::now() < end) {
+        std::this_thread::yield();
+        thread = epicsThreadGetId(name);
+    }
+    return thread;
+}
+
 } // namespace
+
+// In front of EPICS' own.
+extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority,
+                                           unsigned stackSize, EPICSTHREADFUNC entry,
+                                           void *argument)
+{
+    if (missingThreads > 0 && std::string(name) == "scanLow-ai") {
+        --missingThreads;
+        return nullptr;
+    }
+    const auto original = reinterpret_cast<decltype(&epicsThreadCreate)>(
+        dlsym(RTLD_NEXT, "epicsThreadCreate"));
+    return original(name, priority, stackSize, entry, argument);
+}
 
 TEST_F(ScanStartDeathTest, EachListIsAskedForOnceWhenTheIocRuns)
 {
@@ -99,31 +134,64 @@ TEST_F(ScanStartDeathTest, EachListIsAskedForOnceWhenTheIocRuns)
     });
 }
 
-TEST_F(ScanStartDeathTest, WhatAFullQueueRefusesIsScannedOnceThereIsRoom)
+// Whatever else runs on the IOC's callback threads holds up no scan.
+TEST_F(ScanStartDeathTest, AFullCallbackQueueHoldsUpNoScan)
 {
     inFreshProcess([] {
         ASSERT_EQ(callbackSetQueueSize(places), 0);
         startIoc(generatedRecords("VMon"));
         Monitor monitor("CRATE:00:001:VMon");
-        give(nodeOf("VMon", 1), variantOf(1.5F));
-        ioscanpvt_ai.request();
-        ASSERT_TRUE(monitor.until([] { return number("CRATE:00:001:VMon") == 1.5; }));
-
         static BusyQueue queue(priorityLow); // of records that name no other
-        EXPECT_LE(queue.fill(), places);
-        const uint32_t refused = ioscanpvt_ai.refused();
+        EXPECT_EQ(queue.fill(), places);
         give(nodeOf("VMon", 1), variantOf(2.5F));
         ioscanpvt_ai.request();
-        EXPECT_GT(ioscanpvt_ai.refused(), refused);
-        // The first retries come while there is still no room.
+        EXPECT_TRUE(monitor.until([] { return number("CRATE:00:001:VMon") == 2.5; }));
+        EXPECT_EQ(ioscanpvt_ai.refused(), 0U);
+    });
+}
+
+TEST_F(ScanStartDeathTest, WithoutAThreadItIsScannedOnceThereIsOne)
+{
+    inFreshProcess([] {
+        missingThreads = 1000000;
+        startIoc(generatedRecords("VMon") + generatedRecords("Pw"));
+        Monitor monitor("CRATE:00:001:VMon");
+        Monitor other("CRATE:00:001:Pw:RBV");
+        give(nodeOf("VMon", 1), variantOf(2.5F));
+        give(nodeOf("Pw", 1), variantOf(uint32_t{1}));
+        ioscanpvt_ai.request();
+        ioscanpvt_bi.request();
+        EXPECT_TRUE(other.until([] { return number("CRATE:00:001:Pw:RBV") == 1; }));
+        // The first retries come while there is still none.
+        const uint32_t refused = ioscanpvt_ai.refused();
+        EXPECT_GT(refused, 0U);
         const auto end = std::chrono::steady_clock::now() + watchdog;
         while (ioscanpvt_ai.refused() < refused + 3) {
             ASSERT_LT(std::chrono::steady_clock::now(), end);
             std::this_thread::yield();
         }
-        EXPECT_EQ(number("CRATE:00:001:VMon"), 1.5);
-        queue.goOn();
+        EXPECT_EQ(number("CRATE:00:001:VMon"), 0.0);
+        EXPECT_EQ(ioscanpvt_bi.refused(), 0U);
+        missingThreads = 0;
         // Nobody asks again.
         EXPECT_TRUE(monitor.until([] { return number("CRATE:00:001:VMon") == 2.5; }));
+    });
+}
+
+// One thread for each list and priority that has records, and none for what has none.
+TEST_F(ScanStartDeathTest, ThreadsAreMadeWhereThereAreRecords)
+{
+    inFreshProcess([] {
+        startIoc(generatedRecords("VMon") + generatedRecords("Text", -1) +
+                 "record(stringin, \"CRATE:Text:RBV\") { field(PRIO, \"HIGH\") }\n");
+        const epicsThreadId low = threadOfName("scanLow-ai");
+        const epicsThreadId high = threadOfName("scanHigh-stringin");
+        ASSERT_NE(low, nullptr);
+        ASSERT_NE(high, nullptr);
+        for (const char *name : {"scanMed-ai", "scanHigh-ai", "scanLow-stringin", "scanLow-bi"})
+            EXPECT_EQ(epicsThreadGetId(name), nullptr) << name;
+        EXPECT_EQ(epicsThreadGetPriority(low), epicsThreadGetPriority(epicsThreadGetId("cbLow")));
+        EXPECT_EQ(epicsThreadGetPriority(high),
+                  epicsThreadGetPriority(epicsThreadGetId("cbHigh")));
     });
 }

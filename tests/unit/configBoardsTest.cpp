@@ -3,6 +3,7 @@
 
 #include "ZANTOconfig.h"
 
+#include <chrono>
 #include <stdexcept>
 
 namespace {
@@ -247,6 +248,16 @@ TEST_F(ConfigBoards, ARetryIsSilentAtLevelZero)
     fake.setCrate(crateWithBoard({fakeOnOff("Reset", VEXAHV_MODE_READ, 1)}));
     fake.failCalls("GetBdParamProp(", 5, 1, 1);
     EXPECT_EQ(printedAt(0, [] { parameters(1); }), "");
+}
+
+TEST_F(ConfigBoards, ManyRetriesCostNextToNoTime)
+{
+    fake.setCrate(crateWithBoard({fakeOnOff("Reset", VEXAHV_MODE_READ, 1)}));
+    fake.failCalls("GetBdParamProp(7, 1, Reset, Type)", 5, 1, 40);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(namesOf(parameters(1)), Lines{"Reset"});
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500));
+    EXPECT_EQ(fake.callsOf("GetBdParamProp(7, 1, Reset, Type)").size(), 41U);
 }
 
 TEST_F(ConfigBoards, AParameterThatCannotBeReadIsMadeAllTheSame)

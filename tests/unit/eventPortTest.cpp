@@ -1,6 +1,7 @@
 #include "eventServerSupport.h"
 
 #include "ZANTO.h"
+#include "ZANTOeventport.h"
 
 #include <sys/resource.h>
 
@@ -134,4 +135,35 @@ TEST_F(EventPort, ThatGivesUpSettlesThePort)
 TEST_F(EventPortDeathTest, ThePortIsNotSettledWithoutAServer)
 {
     inChild([] { EXPECT_FALSE(ZANTOWaitForEventPort(milliseconds(0))); });
+}
+
+// ---- the listening socket itself ----
+
+TEST_F(EventPort, IsOpenOnEveryAddressWithABacklogOf128)
+{
+    tcpPort = 0;
+    const ZANTOSocket listener = ZANTOOpenEventPort();
+    ASSERT_TRUE(listener.isOpen());
+    sockaddr_in address = {};
+    socklen_t size = sizeof(address);
+    ASSERT_EQ(getsockname(listener.fd(), reinterpret_cast<sockaddr *>(&address), &size), 0);
+    EXPECT_EQ(ntohl(address.sin_addr.s_addr), INADDR_ANY);
+    EXPECT_EQ(ntohs(address.sin_port), tcpPort);
+    EXPECT_EQ(lastBacklog, 128);
+}
+
+TEST_F(EventPort, IsHadAgainAtOnceWhileAnOldConnectionStillLingers)
+{
+    tcpPort = freePorts(1);
+    const int32_t port = tcpPort;
+    {
+        const ZANTOSocket listener = ZANTOOpenEventPort();
+        const Peer peer = Peer::connectedTo(static_cast<uint16_t>(port));
+        // The side that closes first is the one that lingers.
+        ZANTOSocket(accept4(listener.fd(), nullptr, nullptr, SOCK_CLOEXEC));
+        EXPECT_TRUE(peer.isHungUpOn());
+    }
+    const ZANTOSocket again = ZANTOOpenEventPort();
+    EXPECT_TRUE(again.isOpen());
+    EXPECT_EQ(tcpPort, port);
 }

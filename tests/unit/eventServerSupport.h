@@ -50,6 +50,7 @@ struct Fault {
 extern Fault bindFault;
 extern Fault listenFault;
 extern Fault acceptFault;
+extern std::atomic<int> lastBacklog; // of listen
 extern std::function<void()> onAccept;
 extern std::function<void()> onAccepted;
 
@@ -92,9 +93,11 @@ public:
     Peer(Peer &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
     ~Peer() { hangUp(); }
 
-    static Peer connectedTo(uint16_t port)
+    static Peer connectedTo(uint16_t port, uint32_t from = INADDR_LOOPBACK)
     {
         Peer peer;
+        const sockaddr_in own = at(from, 0);
+        EXPECT_EQ(bind(peer.m_fd, reinterpret_cast<const sockaddr *>(&own), sizeof(own)), 0);
         const sockaddr_in address = at(INADDR_LOOPBACK, port);
         EXPECT_EQ(connect(peer.m_fd, reinterpret_cast<const sockaddr *>(&address),
                           sizeof(address)),
@@ -224,7 +227,10 @@ protected:
         EXPECT_TRUE(m_acceptCalls.reaches(1));
     }
 
-    static Peer connection() { return Peer::connectedTo(static_cast<uint16_t>(tcpPort)); }
+    static Peer connection(uint32_t from = INADDR_LOOPBACK)
+    {
+        return Peer::connectedTo(static_cast<uint16_t>(tcpPort), from);
+    }
 
     std::set<int> socketsThatRead(const std::string &bytes)
     {
@@ -240,6 +246,10 @@ protected:
     Counter m_bytes;
     Counter m_ended; // event threads
     std::function<void(int socket)> m_onEventThread;
+    /// The event that a byte stands for.
+    std::function<VEXAHVEventData_t()> m_brings = [] {
+        return FakeAccessLibrary::event(-1, -1, "", FakeBytes::of(0), KEEPALIVE);
+    };
 
 private:
     // On an event thread.
@@ -260,8 +270,7 @@ private:
             std::lock_guard<std::mutex> lock(m_mutex);
             m_readOn[byte] = socket;
         }
-        fake.queueEvents(
-            {FakeAccessLibrary::event(-1, -1, "", FakeBytes::of(0), KEEPALIVE)});
+        fake.queueEvents({m_brings()});
         m_bytes.raise();
     }
 

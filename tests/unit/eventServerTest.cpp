@@ -19,6 +19,7 @@ template <typename Function> Function *original(const char *name)
 Fault bindFault;
 Fault listenFault;
 Fault acceptFault;
+std::atomic<int> lastBacklog{-1};
 std::function<void()> onAccept;
 std::function<void()> onAccepted;
 
@@ -31,6 +32,7 @@ int bind(int fd, const sockaddr *address, socklen_t size) noexcept
 
 int listen(int fd, int backlog) noexcept
 {
+    lastBacklog = backlog;
     return listenFault.strikes() ? -1 : original<decltype(listen)>("listen")(fd, backlog);
 }
 

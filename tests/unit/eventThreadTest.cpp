@@ -256,6 +256,33 @@ TEST_F(EventThread, AFailureEndsItWithItsCode)
     EXPECT_EQ(fake.callsOf("GetEventData").size(), 2U) << "one call each time, no retry";
 }
 
+TEST_F(EventThread, WhatAFailedCallLeavesBehindIsNeitherReadNorFreed)
+{
+    addChannelParam("VMon", VEXAHV_PARAM_INTEGER);
+    deliver({{channelEvent("VMon", integer(1))}});
+    EXPECT_EQ(fake.callsOf("FreeEventData").size(), 1U) << "the one batch that came";
+    EXPECT_EQ(fake.wrongReleases(), 0U);
+    plantSocket();
+    fake.failCalls("GetEventData", 17);
+    runThread();
+    EXPECT_EQ(fake.callsOf("FreeEventData").size(), 1U);
+    EXPECT_EQ(fake.wrongReleases(), 0U);
+}
+
+TEST_F(EventThread, ABatchIsFreedAfterItsScansWereRequested)
+{
+    addChannelParam("VMon", VEXAHV_PARAM_NUMERIC);
+    addChannelParam("Pw", VEXAHV_PARAM_ONOFF);
+    const RequestedScans requested;
+    Lines whenFreed;
+    fake.setHook([&](const std::string &call) {
+        if (call == "FreeEventData")
+            whenFreed = requested.names();
+    });
+    deliver({{channelEvent("VMon", integer(1)), channelEvent("Pw", integer(1))}});
+    EXPECT_THAT(whenFreed, ElementsAre("ai", "bi"));
+}
+
 TEST_F(EventThread, ItClosesItsSocketWhenItEnds)
 {
     const int socket = m_socket;

@@ -28,8 +28,8 @@ constexpr const char *pvListPath = "/tmp/pvlist.txt";
 constexpr const char *liveInsertionPath = "/tmp/lievnt.txt";
 
 /// For tests of the start-up files, whose paths are fixed. Before the first test the process
-/// gets a /tmp of its own where the system allows it; where it does not, a test is left out if
-/// one of the files exists already, since a server that runs would lose it.
+/// gets a /tmp of its own where the system allows it; where it does not, a test fails if one of
+/// the files exists already, since a server that runs would lose it.
 class StartupFilesTest : public ZantoTest {
 protected:
     void SetUp() override;
@@ -37,6 +37,9 @@ protected:
 
     /// Removes what stands at the three paths.
     static void removeFiles();
+
+private:
+    bool m_mayRemove = false;
 };
 
 #endif

@@ -134,15 +134,18 @@ FakeCrate nastyTexts()
     return crate;
 }
 
-// Names that are the same without their blanks, or that are a companion's: the first one stays.
+// Names that are the same without their blanks, or that are a companion's: of one record type all
+// stay, of several types those without a blank and among equals the first.
 FakeCrate sameNames()
 {
     FakeCrate crate =
-        crateOf({}, {fakeNumeric("V Set", VEXAHV_MODE_READWRITE, 0, 0, 100),
-                     fakeOnOff("VSet", VEXAHV_MODE_READ, 0),
-                     fakePlain("VSet:RBV", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ),
-                     fakePlain("VSet:Sync", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ),
-                     fakePlain("Status", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ)});
+        crateOf({fakeNumeric("Set Volt", VEXAHV_MODE_WRITE, 0, 0, 100),
+                 fakeNumeric("SetVolt", VEXAHV_MODE_READWRITE, 0, 0, 200)},
+                {fakeNumeric("V Set", VEXAHV_MODE_READWRITE, 0, 0, 100),
+                 fakeOnOff("VSet", VEXAHV_MODE_READ, 0),
+                 fakePlain("VSet:RBV", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ),
+                 fakePlain("VSet:Sync", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ),
+                 fakePlain("Status", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ)});
     crate.commands = {"Clear", "Clear"};
     crate.properties = {
         fakeSysProp("Clear", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ, FakeBytes::text("x"))};

@@ -46,8 +46,25 @@ void endOnAlarm(int) { _exit(0); }
 void expectNoReturn()
 {
     signal(SIGALRM, endOnAlarm);
-    const itimerval soon = {{0, 0}, {0, 200000}};
+    const itimerval soon = {{0, 0}, {0, 50000}};
     setitimer(ITIMER_REAL, &soon, nullptr);
+}
+
+// An end brought by the calling thread.
+void beginEnd() { ZANTOBeginEnd(ZANTOHappening::shellLeft); }
+
+// `action` never returns on a thread other than the one that ends the process.
+void expectParks(const std::function<void()> &action)
+{
+    EXPECT_ENDS_WELL({
+        beginEnd();
+        std::thread([&] {
+            action();
+            endChild(false);
+        }).detach();
+        expectNoReturn();
+        ZANTOPark();
+    });
 }
 
 /// Start-up work on a thread that can be held between its checkpoints.
@@ -214,22 +231,29 @@ TEST_F(TreeLife, ACheckpointIsPassedWhileTheProcessLives)
 
 TEST_F(StartupLifeDeathTest, AnEndWithoutStartupWorkDoesNotWait)
 {
-    EXPECT_ENDS_WELL(endChild(ZANTOEndStartupWork(milliseconds(0))));
+    EXPECT_ENDS_WELL({
+        beginEnd();
+        endChild(ZANTOAwaitStartup(milliseconds(0)));
+    });
 }
 
 TEST_F(StartupLifeDeathTest, AnEndAfterStartupWorkDoesNotWait)
 {
     EXPECT_ENDS_WELL({
         { const ZANTOStartupWork work; }
-        endChild(ZANTOEndStartupWork(milliseconds(0)));
+        beginEnd();
+        endChild(ZANTOAwaitStartup(milliseconds(0)));
     });
 }
 
-TEST_F(StartupLifeDeathTest, AnEndByTheStartupItselfDoesNotWait)
+TEST_F(StartupLifeDeathTest, AnEndByTheStartupItselfDoesNotWaitAndPassesCheckpoints)
 {
     EXPECT_ENDS_WELL({
         const ZANTOStartupWork work;
-        endChild(ZANTOEndStartupWork(milliseconds(0)));
+        beginEnd();
+        ZANTOStartupCheckpoint();
+        ZANTOAdvance(ZANTOHappening::treeComplete);
+        endChild(ZANTOAwaitStartup(milliseconds(0)));
     });
 }
 
@@ -237,9 +261,10 @@ TEST_F(StartupLifeDeathTest, AnEndWaitsForACheckpointThatNeverReturns)
 {
     EXPECT_ENDS_WELL({
         Worker worker;
-        const bool early = ZANTOEndStartupWork(milliseconds(0));
+        beginEnd();
+        const bool early = ZANTOAwaitStartup(milliseconds(0));
         worker.goOn();
-        const bool stopped = ZANTOEndStartupWork(watchdog);
+        const bool stopped = ZANTOAwaitStartup(watchdog);
         endChild(!early && stopped && !worker.returned());
     });
 }
@@ -248,7 +273,8 @@ TEST_F(StartupLifeDeathTest, AnEndGivesUpOnACallThatDoesNotReturn)
 {
     EXPECT_ENDS_WELL({
         Worker worker;
-        endChild(!ZANTOEndStartupWork(milliseconds(5)));
+        beginEnd();
+        endChild(!ZANTOAwaitStartup(milliseconds(5)));
     });
 }
 
@@ -263,7 +289,8 @@ TEST_F(StartupLifeDeathTest, AnEndCutsAPauseShort)
             endChild(false);
         }).detach();
         working.get_future().wait();
-        endChild(ZANTOEndStartupWork(watchdog));
+        beginEnd();
+        endChild(ZANTOAwaitStartup(watchdog));
     });
 }
 
@@ -271,28 +298,114 @@ TEST_F(StartupLifeDeathTest, OtherThreadsPassCheckpointsWhileTheProcessEnds)
 {
     EXPECT_ENDS_WELL({
         Worker worker;
-        ZANTOEndStartupWork(milliseconds(0));
-        ZANTOStartupCheckpoint();
-        ZANTOStartupPause(milliseconds(1));
+        beginEnd();
+        std::thread([] {
+            ZANTOStartupCheckpoint();
+            ZANTOStartupPause(milliseconds(1));
+        }).join();
         endChild(true);
     });
 }
 
 TEST_F(StartupLifeDeathTest, StartupWorkDoesNotBeginOnceTheProcessEnds)
 {
+    expectParks([] { const ZANTOStartupWork work; });
+}
+
+// ---- who ends the process ----
+
+TEST_F(StartupLifeDeathTest, NoStepOfTheStartIsTakenOnceTheProcessEnds)
+{
+    for (const auto step :
+         {ZANTOHappening::probeBegins, ZANTOHappening::loginBegins,
+          ZANTOHappening::treeComplete, ZANTOHappening::scriptEnded})
+        expectParks([step] { ZANTOAdvance(step); });
+}
+
+TEST_F(StartupLifeDeathTest, TheSecondCauseOfTheEndParks)
+{
+    expectParks([] { ZANTOBeginEnd(ZANTOHappening::shellLeft); });
+    expectParks([] { ZANTOBeginEnd(ZANTOHappening::exitBegun); });
+    expectParks([] { ZANTOParkIfEnding(); });
+}
+
+TEST_F(StartupLifeDeathTest, ALoginThatIsAnsweredDuringTheEndIsKnownToIt)
+{
     EXPECT_ENDS_WELL({
-        ZANTOEndStartupWork(milliseconds(0));
-        expectNoReturn();
-        const ZANTOStartupWork work;
-        endChild(false);
+        std::promise<void> working;
+        std::promise<void> answered;
+        std::thread([&] {
+            const ZANTOStartupWork work;
+            ZANTOAdvance(ZANTOHappening::loginBegins);
+            working.set_value();
+            answered.get_future().wait();
+            ZANTOLoggedIn(-3);
+            endChild(false);
+        }).detach();
+        working.get_future().wait();
+        beginEnd();
+        answered.set_value();
+        int32_t handle = 0;
+        const bool stopped = ZANTOAwaitStartup(watchdog);
+        endChild(stopped && ZANTOTakeSession(handle) && handle == -3);
     });
 }
 
-TEST_F(TreeLife, RemembersWhetherTheScriptRuns)
+TEST_F(TreeLife, ASessionIsTakenOnce)
 {
-    EXPECT_FALSE(ZANTOScriptIsRunning());
-    ZANTOSetScriptRunning(true);
-    EXPECT_TRUE(ZANTOScriptIsRunning());
-    ZANTOSetScriptRunning(false);
-    EXPECT_FALSE(ZANTOScriptIsRunning());
+    int32_t handle = 0;
+    EXPECT_FALSE(ZANTOTakeSession(handle));
+    for (const int32_t given : {7, 0, -1, -2147483647 - 1}) {
+        ZANTOLoggedIn(given);
+        EXPECT_TRUE(ZANTOTakeSession(handle));
+        EXPECT_EQ(handle, given);
+        EXPECT_FALSE(ZANTOTakeSession(handle));
+    }
+}
+
+TEST_F(TreeLife, TheThreadThatBringsTheFirstCauseGoesOn)
+{
+    EXPECT_TRUE(ZANTOMaySpeak());
+    EXPECT_FALSE(ZANTOIsEnder());
+    ZANTOBeginEnd(ZANTOHappening::shellLeft);
+    EXPECT_TRUE(ZANTOIsEnder());
+    EXPECT_TRUE(ZANTOMaySpeak());
+    ZANTOBeginEnd(ZANTOHappening::exitBegun); // its own exit
+    ZANTOParkIfEnding();
+    std::thread([] {
+        EXPECT_FALSE(ZANTOMaySpeak());
+        EXPECT_FALSE(ZANTOIsEnder());
+    }).join();
+    EXPECT_EQ(ZANTOPresentLife().cause, ZANTOHappening::shellLeft);
+}
+
+TEST_F(TreeLife, BetweenASignalAndItsThreadNobodySpeaks)
+{
+    EXPECT_TRUE(ZANTONoteSignal(15));
+    EXPECT_FALSE(ZANTONoteSignal(2)) << "the second one is no cause";
+    EXPECT_TRUE(ZANTOIsEnding());
+    EXPECT_FALSE(ZANTOMaySpeak());
+    EXPECT_EQ(ZANTOPresentLife().signal, 15);
+    ZANTOTakeOverEnd();
+    EXPECT_TRUE(ZANTOMaySpeak());
+}
+
+TEST_F(TreeLife, OfManyCausesAtOnceOneWins)
+{
+    for (int round = 0; round < 200; ++round) {
+        ZANTOBeginLife();
+        std::atomic<int> ready{0};
+        std::atomic<int> winners{0};
+        std::vector<std::thread> threads;
+        for (uint16_t number = 1; number <= 3; ++number)
+            threads.emplace_back([&, number] {
+                ++ready;
+                while (ready < 3)
+                    std::this_thread::yield();
+                winners += ZANTONoteSignal(number) ? number : 0;
+            });
+        for (std::thread &thread : threads)
+            thread.join();
+        ASSERT_EQ(winners, ZANTOPresentLife().signal);
+    }
 }

@@ -2,7 +2,9 @@
 #include "fileSupport.h"
 
 #include "ZANTO.h"
+#include "ZANTOend.h"
 #include "ZANTOlife.h"
+#include "ZANTOsignals.h"
 
 #include <csignal>
 #include <stdio_ext.h>
@@ -37,7 +39,7 @@ protected:
                 during();
         });
         SetSigShutdownHandler();
-        ZANTOStartSignalThread();
+        ZANTOStartSignalAnswer();
         StdoutCapture quiet;
         createSystemTree("CRATE", "10.0.0.9", "admin", "secret");
     }
@@ -105,7 +107,7 @@ TEST_F(LoginEndDeathTest, ASignalAfterABuildThatFailedDoesNotLogOutOnceMore)
         {
             buildFrom(brokenCrate(), "InitSystem", nothing);
             raise(SIGTERM);
-            waitForTheEnd();
+            ZANTOExit(); // as main does next
         },
         ExitedWithCode(0), Eq(loginAndLogout));
 }
@@ -114,8 +116,8 @@ TEST_F(LoginEndDeathTest, ASignalDuringTheLogoutOfABuildThatFailedDoesNotLogOutO
 {
     EXPECT_EXIT(
         {
-            buildFrom(brokenCrate(), "DeinitSystem", signalAndWaitForTheEndToBegin);
-            waitForTheEnd();
+            buildFrom(brokenCrate(), "DeinitSystem", [] { raise(SIGTERM); });
+            ZANTOExit();
         },
         ExitedWithCode(0), Eq(loginAndLogout));
 }

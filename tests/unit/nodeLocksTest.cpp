@@ -341,6 +341,26 @@ TEST_F(NodeLocks, AnUpdateOfAnotherThreadWaitsForTheWriteInProgress)
     EXPECT_EQ(node->getNodeValue().ZANTOGetValue().toFloat(), 9.0F);
 }
 
+TEST_F(NodeLocks, ASetterOfAnotherThreadWaitsForTheSubscriptionInProgress)
+{
+    for (const bool subscribe : {true, false}) {
+        for (const nodeType type :
+             {nodeTypeSystemProp, nodeTypeBoardParam, nodeTypeChannelParam}) {
+            const NodePtr node = valuedNode(type);
+            std::unique_ptr<Contender> setter;
+            bool setDuringCall = true;
+            fake.setHook([&](const std::string &) {
+                setter = std::make_unique<Contender>([&] { node->setNodeDecimals(3); });
+                setDuringCall = setter->isDoneSoon();
+            });
+            node->ZANTOSubscriptionForNode(subscribe);
+            setter.reset();
+            EXPECT_FALSE(setDuringCall) << type;
+            EXPECT_EQ(node->getNodeDecimals(), 3);
+        }
+    }
+}
+
 TEST_F(NodeLocks, LocksMayBeInitialisedAndDestroyedRepeatedly)
 {
     ZANTONode node;

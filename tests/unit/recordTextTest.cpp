@@ -347,21 +347,30 @@ TEST_F(RecordText, TheLongestNameOfASetDecides)
 TEST_F(RecordText, FieldValuesAreMadeSafe)
 {
     const NodePtr number = setVolt();
-    number->setExpUnit("\"\\\n$(V)" + std::string(20, 'x'));
+    number->setExpUnit("\"\\\n$(V)");
     EXPECT_EQ(linesWith(recordsOf(number), "EGU"),
-              Lines{"field( EGU , \"\\\"\\\\(V)" + std::string(10, 'x') + "\")"});
+              Lines{"field( EGU , \"\\\"\\\\(V)\")"});
 
     const NodePtr state = channelItem("P", VEXAHV_PARAM_ONOFF, nodeAccessRead);
     state->setOnString("say \"on\"");
-    state->setOffString(std::string(30, 'y'));
+    state->setOffString("off\\");
     EXPECT_EQ(linesWith(recordsOf(state), "NAM"),
-              (Lines{"field( ZNAM , \"" + std::string(25, 'y') + "\")",
-                     "field( ONAM , \"say \\\"on\\\"\")"}));
+              (Lines{"field( ZNAM , \"off\\\\\")", "field( ONAM , \"say \\\"on\\\"\")"}));
 }
 
-TEST_F(RecordText, ADescriptionIsCutToItsField)
+TEST_F(RecordText, UnitsLabelsAndDescriptionsAreCopiedWhole)
 {
-    const NodePtr node = channelItem(std::string(45, 'x'), 0, nodeAccessRead);
-    EXPECT_EQ(linesWith(recordsOf(node), "DESC"),
-              Lines{"field( DESC, \"" + std::string(40, 'x') + "\")"});
+    const NodePtr number = channelItem(std::string(45, 'x'), 0, nodeAccessRead);
+    number->setExpUnit(std::string(20, 'u'));
+    EXPECT_EQ(linesWith(recordsOf(number), "DESC"),
+              Lines{"field( DESC, \"" + std::string(45, 'x') + "\")"});
+    EXPECT_EQ(linesWith(recordsOf(number), "EGU"),
+              Lines{"field( EGU , \"" + std::string(20, 'u') + "\")"});
+
+    const NodePtr state = channelItem("P", VEXAHV_PARAM_ONOFF, nodeAccessRead);
+    state->setOnString(std::string(1023, 'y'));
+    state->setOffString(std::string(26, 'n'));
+    EXPECT_EQ(linesWith(recordsOf(state), "NAM"),
+              (Lines{"field( ZNAM , \"" + std::string(26, 'n') + "\")",
+                     "field( ONAM , \"" + std::string(1023, 'y') + "\")"}));
 }

@@ -5,8 +5,10 @@
 #include "unitSupport.h"
 
 #include "ZANTO.h"
+#include "ZANTOend.h"
 #include "ZANTOeventsthread.h"
 #include "ZANTOlife.h"
+#include "ZANTOsignals.h"
 
 #include <drvSup.h>
 #include <epicsThread.h>
@@ -47,9 +49,24 @@ protected:
         alarm(20); // watchdog
     }
 
-    // A system with a command and a property, an empty slot, a board with one channel.
-    static void plantTree()
+    // Takes the process to that phase, logged in from `building` on.
+    static void reach(ZANTOPhase phase)
     {
+        if (phase >= ZANTOPhase::loggingIn)
+            ZANTOAdvance(ZANTOHappening::loginBegins);
+        if (phase >= ZANTOPhase::building)
+            ZANTOLoggedIn(crateHandle);
+        if (phase >= ZANTOPhase::script)
+            ZANTOAdvance(ZANTOHappening::treeComplete);
+        if (phase >= ZANTOPhase::running)
+            ZANTOAdvance(ZANTOHappening::scriptEnded);
+    }
+
+    // A server that runs with a system with a command and a property, an empty slot, a board
+    // with one channel.
+    static void plantTree(ZANTOPhase phase = ZANTOPhase::running)
+    {
+        reach(phase);
         systemNode = bareNode("CRATE", nodeTypeSystemItem);
         add(systemNode, "Cmd", nodeTypeSystemCmd, nodeAccessWrite);
         add(systemNode, "Prop", nodeTypeSystemProp, nodeAccessRead);
@@ -79,7 +96,7 @@ protected:
     void catchSignals()
     {
         SetSigShutdownHandler();
-        ZANTOStartSignalThread();
+        ZANTOStartSignalAnswer();
     }
 
     // The driver's init of a server that listens on a port of the kernel's choosing, which

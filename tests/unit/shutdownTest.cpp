@@ -46,7 +46,7 @@ TEST_F(ShutdownDeathTest, OfATreeThatIsNotCompleteOnlyLogsOut)
         {
             prepare(0);
             ZANTOBeginTree();
-            plantTree();
+            plantTree(ZANTOPhase::building);
             Shutdown();
         },
         ExitedWithCode(0), Eq("DeinitSystem(7)\n"));
@@ -92,13 +92,14 @@ TEST_F(ShutdownDeathTest, InsideTheScriptRunsNoExitHooksButLosesNoOutput)
     EXPECT_EXIT(
         {
             prepare(0);
-            std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
+            static char buffer[BUFSIZ]; // without one of its own the stream stays unbuffered
+            std::setvbuf(stdout, buffer, _IOFBF, sizeof(buffer));
             std::printf("buffered\n");
             std::atexit([] { dprintf(STDERR_FILENO, "exit hook\n"); });
-            ZANTOSetScriptRunning(true);
+            reach(ZANTOPhase::script);
             Shutdown();
         },
-        ExitedWithCode(0), Eq("buffered\n"));
+        ExitedWithCode(0), Eq("DeinitSystem(7)\nbuffered\n"));
 }
 
 TEST_F(ShutdownDeathTest, WaitsForStartupWorkToReachACheckpoint)
@@ -108,7 +109,7 @@ TEST_F(ShutdownDeathTest, WaitsForStartupWorkToReachACheckpoint)
             prepare(0);
             ZANTOBeginTree();
             const ZANTOStartupWork work;
-            plantTree();
+            plantTree(ZANTOPhase::building);
             m_onCall = [](const std::string &call) {
                 if (startsWith(call, "GetSysPropList"))
                     std::thread(Shutdown).detach();

@@ -55,7 +55,7 @@ TEST_F(SignalDeathTest, ASignalBeforeItsThreadIsNotLost)
             prepare(1);
             SetSigShutdownHandler();
             raise(SIGTERM);
-            ZANTOStartSignalThread();
+            ZANTOStartSignalAnswer();
             waitForTheEnd();
         },
         ExitedWithCode(0), Eq(withMessages("")));

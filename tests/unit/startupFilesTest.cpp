@@ -2,7 +2,6 @@
 #include "fileSupport.h"
 
 #include "ZANTO.h"
-#include "ZANTOdbtext.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -238,6 +237,7 @@ TEST_F(StartupFiles, AFullDiskIsAFailedBuildAndLogsOut)
         NodePtr(systemNode).reset();
         systemNode = nullptr;
         fake.forgetCalls();
+        beginNewLife();
         StdoutCapture quiet;
         {
             const FileSizeLimit limit(room);
@@ -267,29 +267,55 @@ FakeCrate withCommandNamedAsAProperty()
     return crate;
 }
 
-const FakeParameter blank = fakeNumeric("V Set", VEXAHV_MODE_READWRITE, 0, 0, 100);
-const FakeParameter pw = fakeOnOff("Pw", VEXAHV_MODE_READ, 0);
+FakeParameter numeric(const std::string &name, uint32_t mode)
+{
+    return fakeNumeric(name, mode, 0, 0, 100);
+}
 
-/// Two items of one name: the first with all its records, and the one that goes without.
+FakeParameter onOff(const std::string &name) { return fakeOnOff(name, VEXAHV_MODE_READ, 0); }
+
+constexpr uint32_t rw = VEXAHV_MODE_READWRITE;
+const FakeParameter blank = numeric("V Set", rw);
+const FakeParameter pw = onOff("Pw");
+
+/// Two items of one record name and two types: which goes without, and which stays.
 const struct {
     FakeCrate crate;
-    const char *lost;
-    const char *line;
-    const char *records; // of the name, in order
+    const char *told; // in the message
+    const char *lostLine;
+    const char *keptLine;
+    const char *keptRecord;
 } sameNameCases[] = {
-    {crateOfOneChannel({blank, fakeOnOff("VSet", VEXAHV_MODE_READ, 0), pw}), "VSet",
-     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "record( ao, \"CRATE:00:000:VSet\")"},
-    {crateOfOneChannel({blank, fakePlain("VSet:RBV", VEXAHV_PARAM_INTEGER, VEXAHV_MODE_READ), pw}),
-     "VSet:RBV", "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "record( ai, \"CRATE:00:000:VSet:RBV\")"},
-    {crateOfOneChannel({blank, fakeOnOff("VSet:Sync", VEXAHV_MODE_READ, 0), pw}), "VSet:Sync",
-     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "record(ao, \"CRATE:00:000:VSet:Sync\")"},
-    // The read-only item comes first, so the one that would have three records has none.
-    {crateOfOneChannel({fakeOnOff("VSet:RBV", VEXAHV_MODE_READ, 0), blank, pw}), "V Set",
-     "0, 0, CRATE:00:000:VSet:RBV,  bi, x,  \n", "record( bi, \"CRATE:00:000:VSet:RBV\")"},
-    {crateOfOneChannel({fakeNumeric("Name", VEXAHV_MODE_READ, 0, 0, 1), pw}), "Name",
-     "0, 0, CRATE:00:000:Name,  stringout, x, x\n", "record( stringout, \"CRATE:00:000:Name\")"},
-    {withCommandNamedAsAProperty(), "Same", "-, -, CRATE:Same,  stringout,  , x\n",
-     "record( stringout, \"CRATE:Same\")"},
+    // Of two names the one with a blank gives way, wherever it stands.
+    {crateOfOneChannel({blank, onOff("VSet"), pw}), "VSet", "0, 0, CRATE:00:000:VSet,  ao, x, x\n",
+     "0, 0, CRATE:00:000:VSet,  bi, x,  \n", "bi CRATE:00:000:VSet"},
+    {crateOfOneChannel({onOff("VSet"), blank, pw}), "VSet", "0, 0, CRATE:00:000:VSet,  ao, x, x\n",
+     "0, 0, CRATE:00:000:VSet,  bi, x,  \n", "bi CRATE:00:000:VSet"},
+    {crateOfOneChannel({onOff("V Set"), numeric("VSet", rw), pw}), "VSet",
+     "0, 0, CRATE:00:000:VSet,  bi, x,  \n", "0, 0, CRATE:00:000:VSet,  ao, x, x\n",
+     "ai CRATE:00:000:VSet:RBV"},
+    // A companion's name is one of the node's names.
+    {crateOfOneChannel({blank, onOff("VSet:RBV"), pw}), "VSet",
+     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "0, 0, CRATE:00:000:VSet:RBV,  bi, x,  \n",
+     "bi CRATE:00:000:VSet:RBV"},
+    {crateOfOneChannel({onOff("VSet:Sync"), blank, pw}), "VSet",
+     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "0, 0, CRATE:00:000:VSet:Sync,  bi, x,  \n",
+     "bi CRATE:00:000:VSet:Sync"},
+    // Among equals the later one gives way.
+    {crateOfOneChannel({numeric("VSet", rw), onOff("VSet:RBV"), pw}), "VSet:RBV",
+     "0, 0, CRATE:00:000:VSet:RBV,  bi, x,  \n", "0, 0, CRATE:00:000:VSet,  ao, x, x\n",
+     "ai CRATE:00:000:VSet:RBV"},
+    {crateOfOneChannel({onOff("VSet:RBV"), numeric("VSet", rw), pw}), "VSet",
+     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "0, 0, CRATE:00:000:VSet:RBV,  bi, x,  \n",
+     "bi CRATE:00:000:VSet:RBV"},
+    {crateOfOneChannel({onOff("V Set"), numeric("VS et", rw), pw}), "VSet",
+     "0, 0, CRATE:00:000:VSet,  ao, x, x\n", "0, 0, CRATE:00:000:VSet,  bi, x,  \n",
+     "bi CRATE:00:000:VSet"},
+    {crateOfOneChannel({numeric("Name", VEXAHV_MODE_READ), pw}), "Name",
+     "0, 0, CRATE:00:000:Name,  ai, x,  \n", "0, 0, CRATE:00:000:Name,  stringout, x, x\n",
+     "stringout CRATE:00:000:Name"},
+    {withCommandNamedAsAProperty(), "Same", "-, -, CRATE:Same,  ai, x,  \n",
+     "-, -, CRATE:Same,  stringout,  , x\n", "stringout CRATE:Same"},
 };
 
 std::size_t occurrences(const std::string &text, const std::string &part)
@@ -320,52 +346,59 @@ protected:
 
 } // namespace
 
-TEST_F(SameNames, OnlyTheFirstItemGetsRecordsAndALine)
+TEST_F(SameNames, OfTwoRecordTypesOneItemIsLeftOutOfBothFilesWhole)
 {
     for (const auto &c : sameNameCases) {
-        SCOPED_TRACE(c.records);
+        SCOPED_TRACE(std::string(c.keptRecord) + ", not " + c.lostLine);
         buildsAt(0, c.crate);
-        const std::string database = contents(databasePath);
+        const Lines records = recordsIn(contents(databasePath));
+        EXPECT_EQ(std::count(records.begin(), records.end(), c.keptRecord), 1);
+        std::set<std::string> names;
+        for (const std::string &record : records)
+            EXPECT_TRUE(names.insert(record.substr(record.find(' '))).second) << record;
         const std::string list = contents(pvListPath);
-        const std::string header = c.records;
-        EXPECT_EQ(occurrences(database, header), 1U);
-        const Lines names = ZANTORecordNames(database);
-        EXPECT_EQ(std::count(names.begin(), names.end(), ZANTORecordNames(header).at(0)), 1);
-        EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
-        EXPECT_EQ(occurrences(list, c.line), 1U) << list;
-        const std::string item = std::string(c.line).substr(6, std::string(c.line).find(",  ") - 5);
-        EXPECT_EQ(occurrences(list, item), 1U) << list;
-    }
-}
-
-TEST_F(SameNames, TheItemsThatFollowHaveTheirs)
-{
-    for (const auto &c : sameNameCases) {
+        EXPECT_EQ(occurrences(list, c.keptLine), 1U) << list;
+        EXPECT_EQ(occurrences(list, c.lostLine), 0U) << list;
         if (c.crate.commands.empty()) {
-            SCOPED_TRACE(c.records);
-            buildsAt(0, c.crate);
-            EXPECT_EQ(occurrences(contents(databasePath), "\"CRATE:00:000:Pw\""), 1U);
-            EXPECT_EQ(occurrences(contents(pvListPath), "CRATE:00:000:Pw,"), 1U);
+            EXPECT_EQ(records.back(), "bi CRATE:00:000:Pw") << "the items that follow have theirs";
+            EXPECT_EQ(occurrences(list, "CRATE:00:000:Pw,"), 1U);
         }
     }
 }
 
-TEST_F(SameNames, TheOtherItemIsToldFromLevelOneOnAndStaysInTheTree)
+TEST_F(SameNames, TheItemThatIsLeftOutIsToldOnceFromLevelOneOnAndStaysInTheTree)
 {
     for (const auto &c : sameNameCases) {
-        SCOPED_TRACE(c.records);
-        const std::string message =
-            std::string("Error creating string for [") + c.lost + "] record\n";
-        EXPECT_EQ(occurrences(buildsAt(0, c.crate), message), 0U);
-        EXPECT_EQ(occurrences(buildsAt(1, c.crate), message), 1U);
-        const ZANTONode *holder = systemNode;
-        if (c.crate.commands.empty())
-            holder = holder->getChildren().at(0)->getChildren().at(0);
-        const auto parameters = holder->getParameters();
-        EXPECT_TRUE(std::any_of(parameters.begin(), parameters.end(), [&c](const ZANTONode *node) {
-            return node->getNodeName() == c.lost && node->getNodeType() != nodeTypeSystemCmd;
-        }));
+        SCOPED_TRACE(std::string(c.keptRecord) + ", not " + c.lostLine);
+        EXPECT_EQ(occurrences(buildsAt(0, c.crate), "Error creating"), 0U);
+        const std::string printed = buildsAt(1, c.crate);
+        EXPECT_EQ(occurrences(printed, "Error creating"), 1U);
+        EXPECT_EQ(occurrences(printed,
+                              std::string("Error creating string for [") + c.told + "] record\n"),
+                  1U);
+        if (c.crate.commands.empty()) {
+            const ZANTONode *channel = systemNode->getChildren().at(0)->getChildren().at(0);
+            EXPECT_EQ(channel->getParameters().size(),
+                      c.crate.slots[0].channels[0].parameters.size() + 1);
+        }
     }
+}
+
+TEST_F(SameNames, OfOneRecordTypeBothItemsAreWrittenInTheirOrder)
+{
+    const std::string printed =
+        buildsAt(1, crateOfOneChannel({blank, numeric("VSet", VEXAHV_MODE_WRITE), pw,
+                                       numeric("VS et", rw)}));
+    EXPECT_EQ(occurrences(printed, "Error creating"), 0U);
+    const std::string vset = "CRATE:00:000:VSet";
+    Lines records = recordsIn(contents(databasePath));
+    records.erase(records.begin(), records.begin() + 3); // the channel's name
+    EXPECT_EQ(records, (Lines{"ao " + vset, "ai " + vset + ":RBV", "ao " + vset + ":Sync",
+                              "ao " + vset, "bi CRATE:00:000:Pw", "ao " + vset,
+                              "ai " + vset + ":RBV", "ao " + vset + ":Sync"}));
+    const std::string list = contents(pvListPath);
+    EXPECT_EQ(occurrences(list, "0, 0, " + vset + ",  ao, x, x\n"), 2U);
+    EXPECT_EQ(occurrences(list, "0, 0, " + vset + ",  ao,  , x\n"), 1U);
 }
 
 TEST_F(SameNames, OfDifferentBoardsAndChannelsAreNotTheSame)
@@ -373,5 +406,5 @@ TEST_F(SameNames, OfDifferentBoardsAndChannelsAreNotTheSame)
     FakeCrate crate;
     crate.slots.assign(2, fakeBoard("A1", 2, {pw}, {pw, blank}));
     EXPECT_EQ(occurrences(buildsAt(1, crate), "Error creating string"), 0U);
-    EXPECT_EQ(ZANTORecordNames(contents(databasePath)).size(), 2U * (1 + 2 * (3 + 1 + 3)));
+    EXPECT_EQ(recordsIn(contents(databasePath)).size(), 2U * (1 + 2 * (3 + 1 + 3)));
 }

@@ -5,6 +5,7 @@
 #include "ZANTOutils.h"
 
 #include <cmath>
+#include <ctime>
 #include <limits>
 
 namespace {
@@ -188,6 +189,16 @@ TEST_F(TreeBuild, IPAddrHasTheHostOfTheCommandLineAndNoOtherPropertyAValueOfOurs
     EXPECT_EQ(parameters[1]->getNodeValue().ZANTOGetValue().toString(), "Model 1");
 }
 
+TEST_F(TreeBuild, IPAddrHasTheTimeAtWhichItGotTheHost)
+{
+    const time_t before = std::time(nullptr);
+    const auto value = build(smallFakeCrate()).getParameters()[2]->getNodeValue();
+    const time_t after = std::time(nullptr);
+    EXPECT_GE(value.ZANTOGetTimestamp(), before);
+    EXPECT_LE(value.ZANTOGetTimestamp(), after);
+    EXPECT_EQ(value.ZANTOGetQuality(), nodeValueQualityGood);
+}
+
 TEST_F(TreeBuild, IPAddrIsGoodEvenIfItCannotBeRead)
 {
     fake.failCalls("GetSysProp(", 5);
@@ -270,6 +281,17 @@ TEST_F(TreeBuild, OnlyChannelParametersHaveDecimals)
     EXPECT_EQ(boardParameter(root)->getProperties().size(), 5U);
 }
 
+TEST_F(TreeBuild, NegativeDecimalsStayNegativeAndHaveNoLine)
+{
+    for (const int16_t decimals : {int16_t{-1}, int16_t{-3}, int16_t{-32768}}) {
+        const ZANTONode &root = buildWith(fakeNumeric("P", 0, 0, 0, 1, 0, 0, decimals));
+        EXPECT_EQ(channelParameter(root)->getNodeDecimals(), decimals);
+        EXPECT_EQ(contents(databasePath).find("PREC"), std::string::npos) << decimals;
+        NodePtr(systemNode).reset();
+        systemNode = nullptr;
+    }
+}
+
 TEST_F(TreeBuild, SwitchesHaveTheLabelsOfTheirStates)
 {
     const ZANTONode &root = buildWith(fakeOnOff("P", 0, 0, "Up", "Down"));
@@ -326,6 +348,7 @@ TEST_F(TreeBuild, ListsThatAreMissingFromACrateMapEndTheBuildLoggedOut)
         crate.withheldLists = {list};
         fake.setCrate(crate);
         fake.forgetCalls();
+        beginNewLife();
         StdoutCapture quiet;
         EXPECT_NE(createSystemTree("CRATE", "10.0.0.9", "admin", "secret"), 0);
         EXPECT_EQ(fake.calls().back(), "DeinitSystem(7)");

@@ -1,5 +1,8 @@
 #include "unitSupport.h"
 
+#include "ZANTOdbtext.h"
+#include "ZANTOend.h"
+#include "ZANTOlife.h"
 #include "ZANTOutils.h"
 
 #include <atomic>
@@ -19,6 +22,7 @@ std::atomic<int> nodes{0};
 std::atomic<int> properties{0};
 std::atomic<std::size_t> failFrom{SIZE_MAX};
 std::atomic<std::size_t> failTo{0};
+std::atomic<int64_t> failAt{0}; // counts down to the one that fails
 
 void countObject(std::size_t size, int change)
 {
@@ -41,6 +45,10 @@ AllocationFailure::AllocationFailure(std::size_t from, std::size_t to)
 
 AllocationFailure::~AllocationFailure() { failFrom = SIZE_MAX; }
 
+NthAllocationFailure::NthAllocationFailure(int64_t n) { failAt = n; }
+NthAllocationFailure::~NthAllocationFailure() { failAt = 0; }
+bool NthAllocationFailure::happened() const { return failAt <= 0; }
+
 // The node's destructor is no virtual one and cannot be watched; its memory can. The size stands
 // in front of each block, because not every delete is told it.
 namespace {
@@ -53,12 +61,16 @@ struct alignas(std::max_align_t) BlockHeader {
 
 void *operator new(std::size_t size)
 {
-    const bool fail = size >= failFrom && size <= failTo;
+    // The access library is no C++ and keeps its own books.
+    const bool ours = !FakeOperation::isUnderWay();
+    const bool isNth = ours && failAt > 0 && --failAt == 0;
+    const bool fail = isNth || (size >= failFrom && size <= failTo);
     void *memory = fail ? nullptr : std::malloc(sizeof(BlockHeader) + size);
     if (memory == nullptr)
         throw std::bad_alloc();
-    countObject(size, 1);
-    return new (memory) BlockHeader{size} + 1;
+    const std::size_t counted = ours ? size : 0;
+    countObject(counted, 1);
+    return new (memory) BlockHeader{counted} + 1;
 }
 
 void operator delete(void *memory) noexcept
@@ -126,9 +138,16 @@ void expectPrintedFrom(int16_t from, const std::string &text,
 
 // ---- fixture ----
 
+void beginNewLife()
+{
+    ZANTOBeginLife();
+    ZANTOForgetEnd();
+}
+
 void ZantoTest::SetUp()
 {
     m_nodesBefore = liveNodes();
+    beginNewLife();
     fake.reset();
     DEBUG = 0;
     tcpPort = 5180;
@@ -163,6 +182,15 @@ ZANTONode *bareNode(const std::string &name, nodeType type)
     auto node = std::make_unique<ZANTONode>();
     node->ZANTOPrepareNode(name, type, -1, -1, "", "", "");
     return node.release();
+}
+
+Lines recordsIn(const std::string &database)
+{
+    Lines records;
+    ZANTOForEachRecord(database, [&records](std::string_view name, std::string_view type) {
+        records.push_back(std::string(type) + " " + std::string(name));
+    });
+    return records;
 }
 
 std::string repeated(const std::string &text, int times)

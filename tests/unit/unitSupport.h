@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -57,6 +58,20 @@ public:
     AllocationFailure &operator=(const AllocationFailure &) = delete;
 };
 
+/// The `n`-th allocation from here on fails, whoever makes it but the fake library, for a scope.
+class NthAllocationFailure {
+public:
+    explicit NthAllocationFailure(int64_t n);
+    ~NthAllocationFailure();
+    NthAllocationFailure(const NthAllocationFailure &) = delete;
+    NthAllocationFailure &operator=(const NthAllocationFailure &) = delete;
+
+    bool happened() const;
+};
+
+/// The process as at its start, whatever has ended before.
+void beginNewLife();
+
 /// The fake library with an empty crate, no tree, no debug output. Afterwards every buffer of
 /// the library must have been released once and every node been deleted.
 class ZantoTest : public ::testing::Test {
@@ -88,6 +103,9 @@ NodePtr makeItem(const std::string &name, nodeType type, uint32_t wrapperType,
                  nodeAccessRights access);
 /// A node without anything but name and kind, to be given to a parent.
 ZANTONode *bareNode(const std::string &name, nodeType type);
+
+/// "type name" of each record that a database text defines.
+Lines recordsIn(const std::string &database);
 
 /// `text` repeated as it stands, for long names and texts.
 std::string repeated(const std::string &text, int times);

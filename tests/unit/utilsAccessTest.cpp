@@ -233,6 +233,18 @@ TEST_F(Access, SystemPropertiesAreWrittenInTheWidthOfTheirType)
     }
 }
 
+TEST_F(Access, NothingButTheLow16BitsOfANarrowSystemPropertyReachTheLibrary)
+{
+    for (const uint32_t type : {2U, 4U, 5U, 6U}) {
+        SCOPED_TRACE(type);
+        makeItems(type, FakeBytes());
+        EXPECT_EQ(set(Level::system, type, variantOf(static_cast<int32_t>(70000))), 0);
+        EXPECT_EQ(fake.lastNumberWritten().raw, FakeBytes::of<uint64_t>(4464).raw);
+        EXPECT_EQ(set(Level::system, type, variantOf(static_cast<int32_t>(-2))), 0);
+        EXPECT_EQ(fake.lastNumberWritten().raw, FakeBytes::of<uint64_t>(0xFFFE).raw);
+    }
+}
+
 TEST_F(Access, ASigned32BitSystemPropertyGetsTheLow16BitsOnly)
 {
     makeItems(VEXAHV_SYSPROP_INT32, FakeBytes());

@@ -126,7 +126,8 @@ class Process:
     def close(self):
         self.kill()
         if self.stdin:
-            self.stdin.close()
+            with contextlib.suppress(BrokenPipeError):  # what it has not read any more
+                self.stdin.close()
 
     def logs(self):
         return {f"{self.name} stdout": self.stdout.text, f"{self.name} stderr": self.stderr.text}

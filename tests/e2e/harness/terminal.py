@@ -14,10 +14,10 @@ PROMPT = "epics> "
 class Terminal:
     """Ended by World like its other processes."""
 
-    def __init__(self, world, *options):
-        argv = world.inside(arguments(*options))
+    def __init__(self, world, *options, env=(), **more):
+        argv = world.inside(arguments(*options, **more))
         self.name = "zantoioc at a terminal"
-        self._child = pexpect.spawn(argv[0], argv[1:], env=environment(), timeout=WATCHDOG,
+        self._child = pexpect.spawn(argv[0], argv[1:], env=environment(env), timeout=WATCHDOG,
                                     encoding="utf-8", codec_errors="replace")
         self._child.delaybeforesend = None
         self.pid = self._child.pid

@@ -1,0 +1,149 @@
+#include "ZANTOeventbatch.h"
+
+#include "ZANTOAio.h"
+#include "ZANTOBio.h"
+#include "ZANTOMBBioDirect.h"
+#include "ZANTOStringio.h"
+#include "ZANTOeventconnections.h"
+#include "ZANTOeventupdate.h"
+#include "ZANTOfile.h"
+#include "ZANTOmessages.h"
+#include "ZANTOscanlist.h"
+#include "ZANTOtypes.h"
+#include "vexahvwrapper.h"
+
+#include <cstring>
+#include <exception>
+
+namespace {
+
+/// A batch of events that the access library allocated.
+class EventBatch {
+public:
+    EventBatch() = default;
+    ~EventBatch()
+    {
+        if (m_events != nullptr)
+            VEXAHV_FreeEventData(&m_events);
+    }
+    EventBatch(const EventBatch &) = delete;
+    EventBatch &operator=(const EventBatch &) = delete;
+
+    /// Blocks until a batch has arrived; the library's result. What a failed call leaves behind
+    /// is neither read nor freed.
+    int32_t receive(int32_t socket)
+    {
+        VEXAHVSystemStatus_t status;
+        VEXAHVEventData_t *events = nullptr;
+        uint32_t count = 0;
+        const int32_t result = VEXAHV_GetEventData(socket, &status, &events, &count);
+        if (result == 0) {
+            m_events = events;
+            m_count = count;
+        }
+        return result;
+    }
+    bool isEmpty() const { return m_events == nullptr || m_count == 0; }
+    const VEXAHVEventData_t *begin() const { return m_events; }
+    const VEXAHVEventData_t *end() const
+    {
+        return m_events != nullptr ? m_events + m_count : nullptr;
+    }
+
+private:
+    VEXAHVEventData_t *m_events = nullptr;
+    uint32_t m_count = 0;
+};
+
+void raiseLiveInsertionFlag()
+{
+    if (DEBUG > 0)
+        ZANTOPrintLine("\nLive insertion signal");
+    if (!ZANTOWriteLiveInsertionFlag("1\n") && DEBUG > 0)
+        ZANTOPrintLine("\nUnable to open file for live insertion event");
+}
+
+// The parameter type of the node that was updated, or -1. What memory does not suffice for is
+// one lost value and not the end of the server.
+int32_t applyParameter(const VEXAHVEventData_t &event, uint64_t connection)
+{
+    // The slot of the name may lack its NUL.
+    char name[VEXAHV_ITEM_ID_SIZE + 1] = {};
+    std::memcpy(name, event.ItemID, VEXAHV_ITEM_ID_SIZE);
+    try {
+        return ZANTOUpdateItem(event.BoardIndex, event.ChannelIndex, name, event.Value,
+                               connection);
+    } catch (const std::exception &error) {
+        if (DEBUG > 0)
+            ZANTOPrint("\nError updating item [%s]: %s\n", name, error.what());
+        return -1;
+    }
+}
+
+// One bit per parameter type of which a node was updated.
+uint32_t applyBatch(const EventBatch &batch, uint64_t connection)
+{
+    uint32_t mask = 0;
+    for (const VEXAHVEventData_t &event : batch) {
+        if (event.Type == PARAMETER) {
+            const int32_t code = applyParameter(event, connection);
+            if (code >= 0)
+                mask |= 1U << (static_cast<uint32_t>(code) % 32U);
+        } else if (event.Type == ALARM) {
+            raiseLiveInsertionFlag();
+        }
+    }
+    return mask;
+}
+
+constexpr uint32_t bit(uint32_t code) { return 1U << code; }
+
+struct ScanRequest {
+    uint32_t mask;
+    const char *recordType;
+    ZANTOScanList &list;
+};
+
+// In the order of the requests. Status words are shown by ai records as well; enumerations have
+// no records.
+const ScanRequest scanRequests[] = {
+    {bit(VEXAHV_PARAM_NUMERIC), "recordAi", ioscanpvt_ai},
+    {bit(VEXAHV_PARAM_ONOFF), "recordBi", ioscanpvt_bi},
+    {bit(VEXAHV_PARAM_CHANNEL_STATUS) | bit(VEXAHV_PARAM_BOARD_STATUS), "recordAi", ioscanpvt_ai},
+    {bit(VEXAHV_PARAM_INTEGER), "recordMBBiDirect", ioscanpvt_mbbiDirect},
+    {bit(VEXAHV_PARAM_STRING), "recordStringin", ioscanpvt_stringin},
+};
+
+void requestScans(uint32_t mask)
+{
+    for (const ScanRequest &request : scanRequests) {
+        if ((mask & request.mask) == 0)
+            continue;
+        if (DEBUG > 6)
+            ZANTOPrint("Processing scanIoRequest - %s\n", request.recordType);
+        request.list.request();
+    }
+}
+
+} // namespace
+
+bool ZANTOHandleNextBatch(ZANTOEventSource &source)
+{
+    EventBatch batch;
+    const int32_t result = batch.receive(source.socket);
+    if (result != 0) {
+        if (DEBUG > 0)
+            ZANTOPrint("\nGetEventData error, update thread exits - error code = [%d]\n",
+                        result);
+        return true;
+    }
+    if (!batch.isEmpty() && !source.hasDelivered) {
+        ZANTOEventConnections::instance().delivered(source.connection);
+        source.hasDelivered = true;
+    }
+    const uint32_t mask = applyBatch(batch, source.connection);
+    if (DEBUG > 9)
+        ZANTOPrint("Type of events received - callback type = %x\n", mask);
+    requestScans(mask);
+    return false;
+}

@@ -1,0 +1,17 @@
+/// From a batch of events to the tree and to the scans that it asks for.
+#ifndef ZANTOEVENTBATCH_H
+#define ZANTOEVENTBATCH_H
+
+#include <cstdint>
+
+struct ZANTOEventSource {
+    int32_t socket;
+    uint64_t connection; // its number, 0 for one that has none
+    bool hasDelivered = false;
+};
+
+/// Waits for the next batch of the source, applies it to the tree and requests the scans of the
+/// records. True once the connection has failed.
+bool ZANTOHandleNextBatch(ZANTOEventSource &source);
+
+#endif

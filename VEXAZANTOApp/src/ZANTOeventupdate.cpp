@@ -1,0 +1,61 @@
+#include "ZANTOeventupdate.h"
+
+#include "ZANTOconfig.h"
+#include "ZANTOlife.h"
+#include "ZANTOmessages.h"
+#include "ZANTOnode.h"
+#include "ZANTOtypes.h"
+#include "ZANTOutils.h"
+
+namespace {
+
+// The code space of system property types mapped into that of parameters.
+int32_t parameterTypeOf(uint32_t wrapperType, nodeType type)
+{
+    const auto code = static_cast<int32_t>(wrapperType);
+    if (type != nodeTypeSystemProp)
+        return code;
+    if (code == VEXAHV_SYSPROP_TEXT)
+        return VEXAHV_PARAM_STRING;
+    if (code >= VEXAHV_SYSPROP_REAL && code <= VEXAHV_SYSPROP_INT32)
+        return VEXAHV_PARAM_NUMERIC;
+    return code == VEXAHV_SYSPROP_BOOLEAN ? VEXAHV_PARAM_ONOFF : code;
+}
+
+void traceUpdate(const char *itemName, nodeDataType dataType, const variant &value)
+{
+    if (DEBUG <= 9)
+        return;
+    if (dataType == nodeDataTypeString)
+        ZANTOPrint("Item [%s] updated - val = %s\n", itemName, value.toString().c_str());
+    else // whatever the type, as the float that the bits make
+        ZANTOPrint("Item [%s] updated - val = %lf \n", itemName,
+                    static_cast<double>(value.toFloat()));
+}
+
+} // namespace
+
+int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *itemName,
+                        const IDValue_t &value, uint64_t connection)
+{
+    const ZANTOTreeUse use;
+    ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
+    if (root == nullptr) {
+        if (DEBUG > 7)
+            ZANTOPrint("\nError finding tree while updating item [%s]\n", itemName);
+        return -1;
+    }
+    ZANTONode *node =
+        ZANTOConfig::ZANTOConfigGetNodeFromItemId(root, itemName, boardIndex, channelIndex);
+    if (node == nullptr) {
+        if (DEBUG > 7)
+            ZANTOPrint("\nError updating item [%s]\n", itemName);
+        return -1;
+    }
+    const ZANTONodeValue newValue =
+        ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(node, value);
+    node->updateValue(newValue, connection);
+    // Printing may block on a terminal that is stopped, so it holds no lock.
+    traceUpdate(itemName, node->getDataType(), newValue.ZANTOGetValue());
+    return parameterTypeOf(node->getParWrapperType(), node->getNodeType());
+}

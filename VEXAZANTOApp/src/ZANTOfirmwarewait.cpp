@@ -1,0 +1,42 @@
+#include "ZANTOfirmwarewait.h"
+
+#include "ZANTOlife.h"
+#include "ZANTOmessages.h"
+#include "ZANTOsocket.h"
+#include "ZANTOtypes.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+constexpr uint16_t firmwarePort = 3180;
+} // namespace
+
+int32_t ZANTOWaitForFirmware(const char *host)
+{
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = inet_addr(host);
+    address.sin_port = htons(firmwarePort);
+
+    const ZANTOSocket probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
+    if (probe.fd() < 1) {
+        ZANTOPrintLine("\nUnable to create socket for connection");
+        return 1;
+    }
+    const int on = 1;
+    setsockopt(probe.fd(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    if (DEBUG > 0)
+        ZANTOPrintLine("Attempt to connect to firmware..");
+    while (connect(probe.fd(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) !=
+           0) {
+        ZANTOParkIfEnding();
+        if (DEBUG > 0)
+            ZANTOPrintLine("error");
+        sleep(1);
+        ZANTOParkIfEnding();
+    }
+    return 0;
+}

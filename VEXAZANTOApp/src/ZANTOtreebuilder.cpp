@@ -1,0 +1,213 @@
+#include "ZANTOtreebuilder.h"
+
+#include "ZANTOconfig.h"
+#include "ZANTOnode.h"
+#include "ZANTOnodeowner.h"
+#include "ZANTOnumeric.h"
+#include "ZANTOrecordfiles.h"
+#include "ZANTOtypes.h"
+#include "ZANTOutils.h"
+#include "vexahvwrapper.h"
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace {
+
+// System types of the two crate families.
+constexpr int32_t largeCrate = 2;
+constexpr int32_t smallCrate = 3;
+constexpr size_t largeCrateSlots = 7;
+
+using Nodes = ZANTOAdopted<ZANTONode>;
+using Properties = ZANTOAdopted<ZANTONodeProperty>;
+
+/// Builds the tree under a root that systemNode names already, and gathers the texts of each
+/// node as soon as it is complete. For the main thread.
+class TreeBuilder {
+public:
+    TreeBuilder(ZANTONode &root, ZANTORecordFiles &files)
+        : m_root(root), m_handle(root.getSysHandle()), m_crateName(root.getNodeName()),
+          m_host(root.getInitParam()), m_files(files)
+    {
+    }
+
+    void build()
+    {
+        addCommands();
+        addProperties();
+        addBoards();
+        addFurtherParams();
+    }
+
+private:
+    void addCommands()
+    {
+        Nodes commands(ZANTOConfig::ZANTOConfigCreateSystemExecComm(m_handle));
+        for (size_t i = 0; i < commands.size(); ++i) {
+            ZANTONode &command = commands[i];
+            command.setSysName(m_crateName);
+            m_root.addParameter(&command);
+            commands.release(i);
+            m_files.add(command, -1, -1);
+        }
+    }
+
+    void addProperties()
+    {
+        Nodes properties(ZANTOConfig::ZANTOConfigCreateSystemProps(m_handle));
+        for (size_t i = 0; i < properties.size(); ++i) {
+            ZANTONode &property = properties[i];
+            property.setSysName(m_crateName);
+            if (property.getNodeName() == "IPAddr") {
+                variant address;
+                address.setValue(m_host);
+                property.setNodeValue(
+                    ZANTONodeValue(address, nodeValueQualityGood, std::time(nullptr)));
+            }
+            m_root.addParameter(&property);
+            properties.release(i);
+            m_files.add(property, -1, -1);
+        }
+    }
+
+    void addBoards()
+    {
+        Nodes boards(ZANTOConfig::ZANTOConfigCreateBoards(m_handle));
+        m_root.setSlotCount(static_cast<uint16_t>(boards.size()));
+        m_systemType = boards.size() < largeCrateSlots ? smallCrate : largeCrate;
+        m_root.setSystemType(m_systemType);
+        for (size_t position = 0; position < boards.size(); ++position) {
+            ZANTONode &board = boards[position];
+            m_root.addChildNode(&board);
+            boards.release(position);
+            board.setSysName(m_crateName);
+            if (board.getNodeType() != nodeTypeEmptyNode)
+                fillBoard(board, static_cast<int32_t>(position));
+        }
+    }
+
+    void fillBoard(ZANTONode &board, int32_t position)
+    {
+        Properties infos(ZANTOConfig::ZANTOConfigCreateBoardInfo(&board));
+        for (size_t i = 0; i < infos.size(); ++i) {
+            board.addProperty(&infos[i]);
+            infos.release(i);
+        }
+        addBoardParameters(board, position);
+        addChannels(board, position);
+    }
+
+    void addBoardParameters(ZANTONode &board, int32_t position)
+    {
+        const uint16_t slot = board.getBdSlotNr();
+        Nodes parameters(ZANTOConfig::ZANTOConfigCreateBoardParams(m_handle, slot));
+        for (size_t i = 0; i < parameters.size(); ++i) {
+            ZANTONode &parameter = parameters[i];
+            parameter.setBdName(board.getNodeName());
+            parameter.setSysName(m_crateName);
+            addParameterProperties(
+                parameter, Properties(ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(
+                               m_handle, parameter.getNodeName(),
+                               parameter.getParWrapperType(), slot)));
+            board.addParameter(&parameter);
+            parameters.release(i);
+            m_files.add(parameter, position, -1);
+        }
+    }
+
+    void addChannels(ZANTONode &board, int32_t boardPosition)
+    {
+        Nodes channels(ZANTOConfig::ZANTOConfigCreateChannels(m_handle, board.getBdSlotNr(),
+                                                              board.getBdChCount()));
+        for (size_t position = 0; position < channels.size(); ++position) {
+            ZANTONode &channel = channels[position];
+            channel.setSysName(m_crateName);
+            channel.setBdName(board.getNodeName());
+            board.addChildNode(&channel);
+            channels.release(position);
+            fillChannel(board, channel, boardPosition, static_cast<int32_t>(position));
+        }
+    }
+
+    void fillChannel(const ZANTONode &board, ZANTONode &channel, int32_t boardPosition,
+                     int32_t channelPosition)
+    {
+        const uint16_t slot = board.getBdSlotNr();
+        const uint16_t index = channel.getChIdx();
+        Nodes parameters(
+            ZANTOConfig::ZANTOConfigCreateChannelParams(m_handle, m_systemType, slot, index));
+        for (size_t i = 0; i < parameters.size(); ++i) {
+            ZANTONode &parameter = parameters[i];
+            parameter.setBdName(board.getNodeName());
+            parameter.setChName(channel.getNodeName());
+            parameter.setChIdx(index);
+            parameter.setSysName(m_crateName);
+            channel.addParameter(&parameter);
+            parameters.release(i);
+            addParameterProperties(
+                parameter, Properties(ZANTOConfig::ZANTOConfigCreateChannelParameterProperties(
+                               m_handle, parameter.getNodeName(),
+                               parameter.getParWrapperType(), slot, index)));
+            m_files.add(parameter, boardPosition, channelPosition);
+        }
+    }
+
+    // Board parameters show no decimals; channel parameters do.
+    static void addParameterProperties(ZANTONode &parameter, Properties &&properties)
+    {
+        std::string unit;
+        std::string prefix;
+        for (size_t i = 0; i < properties.size(); ++i) {
+            const std::string name = properties[i].getPropName();
+            const variant value = properties[i].getPropVal().ZANTOGetValue();
+            if (name == VEXAHV_PROP_UNIT)
+                unit = ZANTOUtils::ZANTOConvertPropertyUnit(
+                    static_cast<uint16_t>(value.toUInt()));
+            else if (name == VEXAHV_PROP_EXP)
+                prefix = ZANTOUtils::ZANTOConvertPropertyExp(static_cast<int16_t>(value.toInt()));
+            else if (name == VEXAHV_PROP_MINVAL)
+                parameter.setMinVal(value.toFloat());
+            else if (name == VEXAHV_PROP_MAXVAL) // whole numbers only
+                parameter.setMaxVal(ZANTOTruncate<int32_t>(static_cast<double>(value.toFloat())));
+            else if (name == VEXAHV_PROP_ONSTATE)
+                parameter.setOnString(value.toString());
+            else if (name == VEXAHV_PROP_OFFSTATE)
+                parameter.setOffString(value.toString());
+            else if (name == VEXAHV_PROP_DECIMAL &&
+                     parameter.getNodeType() == nodeTypeChannelParam)
+                parameter.setNodeDecimals(value.toShort());
+            parameter.addProperty(&properties[i]);
+            properties.release(i);
+        }
+        parameter.setExpUnit(prefix + unit);
+    }
+
+    void addFurtherParams()
+    {
+        Nodes parameters(ZANTOConfig::ZANTOConfigCreateSystemFurtherParams(
+            m_root.getConnectionStatus(), m_root.getSlotCount()));
+        for (size_t i = 0; i < parameters.size(); ++i) {
+            parameters[i].setSysHandle(m_handle);
+            m_root.addParameter(&parameters[i]);
+            parameters.release(i);
+        }
+    }
+
+    ZANTONode &m_root;
+    const int32_t m_handle;
+    const std::string m_crateName;
+    const std::string m_host;
+    ZANTORecordFiles &m_files;
+    int32_t m_systemType = largeCrate;
+};
+
+} // namespace
+
+void ZANTOBuildTree(ZANTONode &root, ZANTOOutputFile &database, ZANTOOutputFile &pvList)
+{
+    ZANTORecordFiles files;
+    TreeBuilder(root, files).build();
+    files.write(database, pvList);
+}

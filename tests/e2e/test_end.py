@@ -1,0 +1,458 @@
+"""The end of the process: one cause of it, one deadline for it, and nothing goes on behind it."""
+
+import contextlib
+import re
+import signal
+import time
+
+import pytest
+
+from harness import places
+from harness.terminal import PROMPT as SHELL_PROMPT, Terminal
+
+# Seconds in which the process is gone when no call of the access library takes long.
+PROMPT = 5
+# The whole end has 10 s, whatever the access library does.
+DEADLINE = 11
+
+LOGOUT = "VEXAHV_DeinitSystem()"
+SHELL_LEFT = "\nShutting down crate\n\nCrate disconnected\n"
+BY_SIGTERM = "\nCaught a termination signal (Terminated).\n" + SHELL_LEFT
+
+# Else the shell prints its prompt and the echo of what it reads letter by letter, and messages
+# come in between.
+NO_ECHO = {"IOCSH_HISTEDIT_DISABLE": "1"}
+
+# The access library gives a call up when a signal interrupts it.
+INTERRUPTIBLE = {"ZANTOCRATE_FAIL_INTERRUPTED": "1"}
+each_library = pytest.mark.parametrize("library", [{}, INTERRUPTIBLE],
+                                       ids=["waits_on", "gives_up"])
+
+# Names are withdrawn that had not been subscribed.
+NOT_SUBSCRIBED = re.compile(r"^Error subscribing .*\n", re.MULTILINE)
+# What the start of the records says in the name of EPICS.
+BANNER = re.compile(r"^#.*\n", re.MULTILINE)
+
+
+# What records say that cannot find their node; only before the end has begun.
+EARLIER = re.compile(r"\A(\[\w+\] - error getting node .*\n)+")
+
+
+def printed(ioc, mark=0):
+    return EARLIER.sub("", ioc.stdout.to_end()[mark:])
+
+
+def said_in_the_script(ioc):
+    return NOT_SUBSCRIBED.sub("", printed(ioc))
+
+
+def said_behind_the_prompt(ioc):
+    return NOT_SUBSCRIBED.sub("", printed(ioc, ioc.mark))
+
+
+def slow(**seconds):
+    """How long calls take, by the beginnings of their names."""
+    return {"ZANTOCRATE_SLOW_CALLS": ",".join(f"{name}={time_}"
+                                              for name, time_ in seconds.items())}
+
+
+def type_late(ioc, line):
+    """Types a line to a server that may be gone."""
+    with contextlib.suppress(BrokenPipeError):
+        ioc.command(line)
+
+
+def gone(ioc, within, begin):
+    assert ioc.wait() == 0
+    assert time.monotonic() - begin < within
+
+
+def ends(ioc, within=PROMPT):
+    begin = time.monotonic()
+    ioc.send(signal.SIGTERM)
+    gone(ioc, within, begin)
+
+
+def logged_out_once(crate):
+    crate.wait(sessions=0)
+    log = crate.log()
+    assert log[-1] == LOGOUT
+    assert log.count(LOGOUT) == 1
+
+
+# ---- a call of the tree build that fails because the signal interrupted it
+
+# Each call that can be met, with how many of its kind pass before.
+BUILD_CALLS = [("InitSystem", 0), ("GetExecCommList", 0), ("GetSysPropList", 0),
+               ("GetSysPropInfo", 0), ("GetSysPropInfo", 14), ("GetSysProp", 0), ("GetSysProp", 14),
+               ("GetCrateMap", 0), ("GetBdParamInfo", 0), ("GetBdParamInfo", 4),
+               ("GetBdParamProp", 0), ("GetBdParamProp", 319), ("GetBdParam", 0),
+               ("GetBdParam", 54), ("GetChName", 0), ("GetChName", 239), ("GetChParamInfo", 0),
+               ("GetChParamInfo", 119), ("GetChParamProp", 0), ("GetChParamProp", 13439),
+               ("GetChParam", 0), ("GetChParam", 2159)]
+ROUNDS = 3
+
+
+@pytest.fixture(name="undisturbed", scope="module")
+def _undisturbed(make_shared_site):
+    """All that a server prints up to the end of the tree build."""
+    site = make_shared_site()
+    site.crate()
+    ioc = site.ioc("-D", "2").wait_running()
+    ioc.stop()
+    last = "PV list written into file [/tmp/pvlist.txt]\n"
+    said, end, _ = printed(ioc).partition(last)
+    assert end
+    return said + end
+
+
+@pytest.mark.parametrize("operation, before", BUILD_CALLS,
+                         ids=[f"{operation}_{before}" for operation, before in BUILD_CALLS])
+def test_interrupted_call_of_the_build_says_and_does_nothing_more(site, undisturbed, operation,
+                                                                  before):
+    crate = site.crate()
+    for round_ in range(ROUNDS):
+        crate.clear()
+        crate.fault("delay", operation=operation, milliseconds=700, after=before)
+        ioc = site.ioc("-D", "2", env=INTERRUPTIBLE, name=f"round {round_}")
+        crate.wait(fault="delay")
+        ends(ioc)
+        text = printed(ioc)
+        assert text.endswith(BY_SIGTERM)
+        assert undisturbed.startswith(text[:-len(BY_SIGTERM)])
+        crate.wait(sessions=0)
+        # A login that was interrupted has not happened.
+        if operation != "InitSystem" or crate.log():
+            logged_out_once(crate)
+
+
+# ---- no further step
+
+def setting_up():
+    """The lines of the start-up script without those that start the server."""
+    with open(places.start_script(), encoding="ascii") as script:
+        return [line.rstrip("\n") for line in script if not line.startswith(("#", "iocInit"))]
+
+
+def write_script(site, *lines):
+    site.world.path("/tmp/st.cmd").write_text("".join(f"{line}\n" for line in lines))
+
+
+@each_library
+@pytest.mark.parametrize("before", [13437, 13438, 13439])
+def test_signal_in_the_last_calls_of_the_build_keeps_the_script_from_being_read(
+        site, undisturbed, before, library):
+    crate = site.crate()
+    write_script(site, "echo the-script-is-read", *setting_up(), "iocInit")
+    for round_ in range(ROUNDS):
+        crate.clear()
+        crate.fault("delay", operation="GetChParamProp", milliseconds=500, after=before)
+        ioc = site.ioc("-D", "2", script="/tmp/st.cmd", env=library, name=f"round {round_}")
+        crate.wait(fault="delay")
+        ends(ioc)
+        text = printed(ioc)
+        assert "the-script-is-read" not in text
+        assert text.endswith(BY_SIGTERM)
+        assert undisturbed.startswith(text[:-len(BY_SIGTERM)])
+        assert "iocRun" not in ioc.stderr.to_end()
+        logged_out_once(crate)
+
+
+@pytest.mark.parametrize("level", [0, 2])
+def test_script_stops_where_the_end_begins(site, level):
+    crate = site.crate()
+    lines = [f"echo line-{number}-of-the-script" for number in range(20000)]
+    write_script(site, *lines, *setting_up(), "iocInit")
+    for round_ in range(ROUNDS):
+        crate.clear()
+        ioc = site.ioc("-D", str(level), script="/tmp/st.cmd", name=f"round {round_}")
+        ioc.stdout.wait_for(f"^line-{100 * round_ + 10}-of-the-script$")
+        ends(ioc)
+        said = BY_SIGTERM if level > 1 else ""
+        assert said_in_the_script(ioc).endswith(f"-of-the-script\n{said}")
+        assert "line-19999-" not in ioc.stdout.text
+        assert "Starting VEXA ZANTO driver" not in ioc.stdout.text
+        assert "iocRun" not in ioc.stderr.to_end()
+        logged_out_once(crate)
+
+
+def test_script_that_pauses_is_not_gone_on_with(site):
+    crate = site.crate()
+    pauses = ["echo it-pauses", *["epicsThreadSleep 0.05", "echo it-goes-on"] * 200]
+    write_script(site, *pauses, *setting_up(), "iocInit")
+    ioc = site.ioc("-D", "2", script="/tmp/st.cmd", env=slow(DeinitSystem=1))
+    ioc.stdout.wait_for("^it-pauses$")
+    ends(ioc)
+    assert said_in_the_script(ioc).endswith(BY_SIGTERM)
+    logged_out_once(crate)
+
+
+@pytest.fixture(name="at_prompt")
+def _at_prompt(site):
+    """A server with a shell that has everything but its iocInit."""
+    site.the_crate = site.crate()
+
+    def start(name="zantoioc", env=()):
+        write_script(site, *setting_up())
+        ioc = site.ioc("-D", "2", shell=True, script="/tmp/st.cmd", name=name,
+                       env={**NO_ECHO, **dict(env)})
+        ioc.stdout.wait_for("^epics> ")
+        ioc.mark = len(ioc.stdout.text)
+        return ioc
+
+    return start
+
+
+@each_library
+@pytest.mark.parametrize("operation", ["SubscribeSystemParams", "SubscribeChannelParams"])
+def test_signal_in_a_subscription_of_a_typed_ioc_init(site, at_prompt, operation, library):
+    ioc = at_prompt(env=library)
+    site.the_crate.fault("delay", operation=operation, milliseconds=700)
+    ioc.command("iocInit")
+    site.the_crate.wait(fault="delay")
+    ends(ioc)
+    said = BANNER.sub("", said_behind_the_prompt(ioc))
+    assert said == "Starting VEXA ZANTO driver\n" + BY_SIGTERM
+    assert "iocRun" not in ioc.stderr.to_end()
+    logged_out_once(site.the_crate)
+
+
+@each_library
+def test_signal_in_a_subscription_of_a_typed_ioc_init_that_gets_no_answer(site, at_prompt,
+                                                                          library):
+    ioc = at_prompt(env=library)
+    site.the_crate.fault("hang", operation="SubscribeBoardParams")
+    ioc.command("iocInit")
+    site.the_crate.wait(fault="hang")
+    ends(ioc, DEADLINE)
+    assert said_behind_the_prompt(ioc).endswith(BY_SIGTERM)
+    assert "iocRun" not in ioc.stderr.to_end()
+
+
+@each_library
+@pytest.mark.parametrize("pause", [0, 0.002, 0.01, 0.03, 0.1])
+def test_signal_after_a_typed_ioc_init(site, at_prompt, pause, library):
+    for round_ in range(ROUNDS):
+        site.the_crate.clear()
+        ioc = at_prompt(env=library, name=f"round {round_}")
+        ioc.command("iocInit")
+        time.sleep(pause)
+        ends(ioc)
+        text = BANNER.sub("", said_behind_the_prompt(ioc))
+        assert text.removesuffix(BY_SIGTERM) in (
+            "", "Starting VEXA ZANTO driver\n",
+            "Starting VEXA ZANTO driver\n\nVEXA ZANTO driver ready\n")
+        assert text.endswith(BY_SIGTERM)
+        logged_out_once(site.the_crate)
+
+
+def test_ioc_init_typed_after_a_signal_is_not_executed(site, at_prompt):
+    for round_ in range(ROUNDS):
+        site.the_crate.clear()
+        ioc = at_prompt(env=slow(DeinitSystem=0.5), name=f"round {round_}")
+        ioc.send(signal.SIGTERM)
+        type_late(ioc, "iocInit")
+        assert ioc.wait() == 0
+        assert said_behind_the_prompt(ioc) == BY_SIGTERM
+        logged_out_once(site.the_crate)
+
+
+def test_signal_in_a_subscription_of_an_ioc_init_typed_at_a_terminal(site):
+    crate = site.crate()
+    write_script(site, *setting_up())
+    terminal = Terminal(site.world, "-D", "2", script="/tmp/st.cmd", env=INTERRUPTIBLE)
+    terminal.expect("Attempt to connect to firmware..")
+    untouched = terminal.settings()
+    terminal.expect(SHELL_PROMPT)
+    crate.fault("hang", operation="SubscribeSystemParams")
+    terminal.type("iocInit")
+    crate.wait(fault="hang")
+    begin = time.monotonic()
+    terminal.kill_by(signal.SIGTERM)
+    assert terminal.wait() == 0
+    assert time.monotonic() - begin < DEADLINE
+    assert terminal.settings() == untouched
+    text = terminal.shown.replace("\r\n", "\n")
+    assert NOT_SUBSCRIBED.sub("", text).endswith(BY_SIGTERM)
+    assert "iocRun" not in terminal.shown
+
+
+# ---- one deadline
+
+def running(site, *options, **more):
+    crate = site.crate()
+    ioc = site.ioc(*options, **more).wait_running()
+    crate.wait(eventConnections=1)
+    crate.clear()
+    ioc.mark = len(ioc.stdout.text)
+    return crate, ioc
+
+
+def withdrawals(crate):
+    return crate.log("UnSubscribeSystemParams", "UnSubscribeBoardParams",
+                     "UnSubscribeChannelParams")
+
+
+# Seconds of each withdrawal, and how many of them can be made in half of the time.
+@pytest.mark.parametrize("seconds, least, most", [(6, 1, 1), (2.6, 2, 2), (0.4, 10, 14)])
+def test_slow_withdrawals_are_skipped_for_the_logout(site, seconds, least, most):
+    crate, ioc = running(site, "-D", "2", env=slow(UnSubscribe=seconds))
+    ends(ioc, DEADLINE)
+    logged_out_once(crate)
+    assert least <= len(withdrawals(crate)) <= most
+    assert printed(ioc, ioc.mark).endswith(BY_SIGTERM)
+
+
+def test_slow_withdrawals_are_skipped_when_the_shell_is_left(site):
+    crate, ioc = running(site, "-D", "2", shell=True, env=slow(UnSubscribe=6))
+    begin = time.monotonic()
+    ioc.command("exit")
+    gone(ioc, DEADLINE, begin)
+    logged_out_once(crate)
+    assert len(withdrawals(crate)) == 1
+    assert printed(ioc).endswith(SHELL_LEFT)
+
+
+@pytest.mark.parametrize("level", [0, 2])
+@pytest.mark.parametrize("operation", ["UnSubscribeSystemParams", "UnSubscribeChannelParams",
+                                       "DeinitSystem"])
+def test_call_of_the_end_that_never_returns(site, operation, level):
+    _, ioc = running(site, "-D", str(level), env=slow(**{operation: 3600}))
+    ends(ioc, DEADLINE)
+    text = printed(ioc, ioc.mark)
+    # What cannot be done need not be said to be done.
+    assert text.removesuffix("\nCrate disconnected\n") == (
+        "" if level == 0 else BY_SIGTERM.removesuffix("\nCrate disconnected\n"))
+
+
+def test_call_of_the_end_that_gets_no_answer(site):
+    crate, ioc = running(site, "-D", "2")
+    crate.hang()
+    ends(ioc, DEADLINE)
+    assert printed(ioc, ioc.mark).startswith(BY_SIGTERM.removesuffix("\nCrate disconnected\n"))
+
+
+@pytest.mark.parametrize("seconds", [0.5, 3])
+def test_library_that_is_slow_in_every_call_of_the_build(site, seconds):
+    crate = site.crate()
+    ioc = site.ioc("-D", "2", env=slow(any=seconds))
+    crate.wait(call="VEXAHV_GetExecCommList")
+    ends(ioc, DEADLINE)
+    logged_out_once(crate)
+    assert printed(ioc).endswith(BY_SIGTERM)
+    assert len(crate.log()) == 3
+
+
+def test_login_that_is_slow_is_waited_for_and_logged_out(site):
+    crate = site.crate()
+    ioc = site.ioc("-D", "2", env=slow(InitSystem=4))
+    crate.wait(call="VEXAHV_InitSystem")
+    ends(ioc, DEADLINE)
+    logged_out_once(crate)
+    assert len(crate.log()) == 2
+    assert printed(ioc).endswith(BY_SIGTERM)
+
+
+def test_build_whose_call_never_returns(site):
+    crate = site.crate()
+    ioc = site.ioc("-D", "2", env=slow(GetCrateMap=3600))
+    crate.wait(call="VEXAHV_GetCrateMap")
+    ends(ioc, DEADLINE)
+    assert "Error connecting" not in ioc.stdout.to_end()
+
+
+# ---- exit in the script, and a script that stops
+
+@pytest.mark.parametrize("shell", [False, True], ids=["daemon", "shell"])
+def test_exit_in_the_script_ends_the_script_alone(site, shell):
+    crate = site.crate()
+    write_script(site, *setting_up(), "iocInit", "exit", "echo behind-the-exit")
+    ioc = site.ioc("-D", "2", script="/tmp/st.cmd", shell=shell, env=NO_ECHO).wait_running()
+    crate.wait(eventConnections=1)
+    if shell:
+        ioc.stdout.wait_for("^epics> ")
+        ioc.command("echo the-shell-obeys")
+        ioc.stdout.wait_for("the-shell-obeys$")
+    assert site.clients.caget("ZC16:00:000:VSet") == "0"
+    ends(ioc)
+    assert printed(ioc).endswith(BY_SIGTERM)
+    assert "behind-the-exit" not in ioc.stdout.text
+    logged_out_once(crate)
+
+
+@pytest.mark.parametrize("stop", ["halt", "break"])
+def test_script_that_stops_at_an_error_ends_by_a_signal(site, stop):
+    crate = site.crate()
+    write_script(site, f"on error {stop}", "echo before-the-error", "no-such-command",
+                 "echo behind-the-error")
+    ioc = site.ioc("-D", "2", script="/tmp/st.cmd")
+    ioc.stdout.wait_for("^before-the-error$")
+    ioc.stderr.wait_for("no-such-command")
+    ends(ioc)
+    assert said_in_the_script(ioc).endswith(BY_SIGTERM)
+    assert "behind-the-error" not in ioc.stdout.text
+    logged_out_once(crate)
+
+
+# ---- the first cause wins
+
+@pytest.fixture(name="small", scope="module")
+def _small(make_shared_site):
+    """A crate that is quick to start with."""
+    site = make_shared_site()
+    site.the_crate = site.crate(str(places.top() / "crateSim/crates/small.yaml"))
+    return site
+
+
+def at_shell(small, name, env=()):
+    small.the_crate.clear()
+    ioc = small.ioc("-D", "2", shell=True, name=name,
+                    env={**NO_ECHO, **dict(env)}).wait_running()
+    small.the_crate.wait(eventConnections=1)
+    ioc.stdout.wait_for("^epics> ")
+    ioc.mark = len(ioc.stdout.text)
+    return ioc
+
+
+@each_library
+@pytest.mark.parametrize("first", ["exit", "signal"])
+@pytest.mark.parametrize("pause", [0, 0.0005, 0.002])
+def test_exit_and_a_signal_at_the_same_moment_are_one_end(small, first, pause, library):
+    for round_ in range(6):
+        ioc = at_shell(small, f"{first} {pause} {library} {round_}", env=library)
+        if first == "exit":
+            ioc.command("exit")
+            time.sleep(pause)
+            ioc.send(signal.SIGTERM)
+        else:
+            ioc.send(signal.SIGTERM)
+            time.sleep(pause)
+            type_late(ioc, "exit")
+        assert ioc.wait() == 0
+        assert said_behind_the_prompt(ioc) in (SHELL_LEFT, BY_SIGTERM)
+        logged_out_once(small.the_crate)
+
+
+@each_library
+def test_signal_while_the_shell_is_being_left_changes_nothing(small, library):
+    for round_ in range(3):
+        ioc = at_shell(small, f"left {library} {round_}",
+                       env={**library, **slow(UnSubscribeSystem=0.7)})
+        ioc.command("exit")
+        ioc.stdout.wait_for("^Shutting down crate$")
+        begin = time.monotonic()
+        ioc.send(signal.SIGTERM)
+        gone(ioc, PROMPT, begin)
+        assert said_behind_the_prompt(ioc) == SHELL_LEFT
+        logged_out_once(small.the_crate)
+
+
+def test_exit_while_a_signal_ends_the_server_changes_nothing(small):
+    for round_ in range(3):
+        ioc = at_shell(small, f"signal first {round_}", env=slow(UnSubscribeSystem=0.7))
+        ioc.send(signal.SIGTERM)
+        ioc.stdout.wait_for("^Shutting down crate$")
+        type_late(ioc, "exit")
+        assert ioc.wait() == 0
+        assert said_behind_the_prompt(ioc) == BY_SIGTERM
+        logged_out_once(small.the_crate)

@@ -1,0 +1,38 @@
+"""The port on which the mainframe connects: on every address, and back at once."""
+
+import signal
+import subprocess
+
+from harness.process import until
+
+# Of documentation: routed nowhere, and here on the world's own interface.
+ADDRESS = "192.0.2.7"
+
+HOLD = """
+import socket, sys
+connection = socket.create_connection((sys.argv[1], 5180), source_address=(sys.argv[1], 0))
+print("connected", *connection.getpeername(), flush=True)
+sys.stdin.read()
+"""
+
+
+def test_is_reached_over_an_address_that_is_not_loopback(site):
+    assert site.world.run(["ip", "addr", "add", f"{ADDRESS}/32", "dev", "lo"]).returncode == 0
+    crate = site.crate()
+    site.ioc().wait_running()
+    crate.wait(eventConnections=1)
+    peer = site.world.start("peer", ["/usr/bin/python3", "-c", HOLD, ADDRESS],
+                            stdin=subprocess.PIPE)
+    peer.stdout.wait_for(f"^connected {ADDRESS} 5180\n")
+    until(lambda: site.world.connections(5180) == 2, "it stays")
+
+
+def test_is_had_again_at_once_after_a_restart(site):
+    crate = site.crate()
+    for _ in range(3):
+        ioc = site.ioc().wait_running()
+        crate.wait(eventConnections=1)
+        assert site.world.connections(5180) == 1
+        ioc.send(signal.SIGKILL)
+        ioc.wait()
+        crate.wait(eventConnections=0)

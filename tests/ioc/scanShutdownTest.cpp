@@ -1,0 +1,178 @@
+// The end of an IOC whose scan lists are busy.
+#include "iocSupport.h"
+
+#include "ZANTO.h"
+#include "ZANTOAio.h"
+#include "ZANTOBio.h"
+#include "ZANTOMBBioDirect.h"
+#include "ZANTOStringio.h"
+
+#include <initHooks.h>
+#include <iocInit.h>
+
+#include <atomic>
+#include <future>
+
+namespace {
+
+constexpr int repetitions = 10;
+constexpr std::chrono::milliseconds slowPass{200};
+
+template <typename Condition> bool comesTrue(const Condition &condition)
+{
+    const auto end = std::chrono::steady_clock::now() + watchdog;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+std::string recordsOfAllTypes()
+{
+    return generatedRecords("VSet") + generatedRecords("VMon") + generatedRecords("IMon") +
+           generatedRecords("Pw") + generatedRecords("Mask") + generatedRecords("Text", -1) +
+           "record(ai, \"CRATE:00:001:IMon\") { field(PRIO, \"HIGH\") }\n";
+}
+
+// These go on until the process ends and touch nothing that EPICS takes apart.
+void requestOnAndOn()
+{
+    for (ZANTOScanList *list :
+         {&ioscanpvt_ai, &ioscanpvt_bi, &ioscanpvt_mbbiDirect, &ioscanpvt_stringin}) {
+        std::thread([list] {
+            while (true)
+                list->request();
+        }).detach();
+    }
+}
+
+void sendStorm(const EventConnection &mainframe)
+{
+    for (int i = 1; i <= 1000; ++i) {
+        mainframe.send({event("VSet", static_cast<float>(i)), event("VMon", static_cast<float>(i)),
+                        event("IMon", static_cast<float>(i)),
+                        event("Pw", static_cast<uint32_t>(i % 2)), event("Mask", int32_t{i}),
+                        textEvent("Text", std::to_string(i), -1)});
+    }
+}
+
+/// A pass of the analog records that stands at the record of IMon until it is let go, or for
+/// ever.
+class StandingPass {
+public:
+    StandingPass()
+    {
+        std::promise<void> locked;
+        std::thread([&locked] {
+            const ZANTONode::SemGuard guard(*nodeOf("IMon", 1));
+            locked.set_value();
+            lettingGo().get_future().wait();
+        }).detach();
+        locked.get_future().wait();
+        ioscanpvt_ai.request();
+        EXPECT_TRUE(comesTrue([] { return ioscanpvt_ai.passRuns(); }));
+    }
+    static void letGo() { lettingGo().set_value(); }
+
+private:
+    static std::promise<void> &lettingGo()
+    {
+        static std::promise<void> promise;
+        return promise;
+    }
+};
+
+void letGoAfterAWhile(initHookState state)
+{
+    if (state != initHookAtShutdown)
+        return;
+    std::thread([] {
+        std::this_thread::sleep_for(slowPass);
+        StandingPass::letGo();
+    }).detach();
+}
+
+std::atomic<bool> ranAtTheClosingOfLinks{false};
+
+void seeWhatRuns(initHookState state)
+{
+    if (state == initHookAfterCloseLinks)
+        ranAtTheClosingOfLinks = ioscanpvt_ai.passRuns();
+}
+
+class ScanShutdownDeathTest : public IocDeathTest {
+protected:
+    /// Many times over, each in a process of its own.
+    static void endInAStorm(const std::function<void()> &end)
+    {
+        for (int i = 0; i < repetitions; ++i) {
+            inFreshProcess([&end] {
+                startIoc(recordsOfAllTypes());
+                const EventConnection mainframe;
+                requestOnAndOn();
+                sendStorm(mainframe);
+                end();
+            });
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(ScanShutdownDeathTest, TakesNothingApartUnderAPassThatRuns)
+{
+    inFreshProcess([] {
+        initHookRegister(letGoAfterAWhile); // called before the server's own
+        startIoc(generatedRecords("VMon") + generatedRecords("IMon"));
+        ASSERT_TRUE(comesTrue([] { return !ioscanpvt_ai.passRuns(); }));
+        initHookRegister(seeWhatRuns);
+        const StandingPass pass;
+        iocShutdown();
+        EXPECT_FALSE(ranAtTheClosingOfLinks);
+    });
+}
+
+TEST_F(ScanShutdownDeathTest, DoesNotWaitForEverForAPassThatHangs)
+{
+    inFreshProcess([] {
+        startIoc(generatedRecords("VMon") + generatedRecords("IMon"));
+        const StandingPass pass;
+        const auto begin = std::chrono::steady_clock::now();
+        initHookAnnounce(initHookAtShutdown);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+        EXPECT_TRUE(ioscanpvt_ai.passRuns());
+    });
+}
+
+TEST_F(ScanShutdownDeathTest, BeginsNoPassThatWasQueued)
+{
+    inFreshProcess([] {
+        startIoc("record(calc, \"scans\") { field(CALC, \"VAL+1\") }\n" +
+                 generatedRecords("IMon") +
+                 "record(ai, \"CRATE:00:001:IMon\") { field(FLNK, \"scans\") }\n");
+        // By the start's own processing and by the first pass.
+        ASSERT_TRUE(comesTrue([] { return number("scans") == 2; }));
+        ASSERT_TRUE(comesTrue([] { return !ioscanpvt_ai.passRuns(); }));
+        const double before = number("scans");
+        const StandingPass pass;
+        ioscanpvt_ai.request(); // queued behind it
+        initHookAnnounce(initHookAtShutdown);
+        StandingPass::letGo();
+        EXPECT_TRUE(comesTrue([] { return !ioscanpvt_ai.passRuns(); }));
+        ioscanpvt_ai.request();
+        std::this_thread::sleep_for(slowPass);
+        EXPECT_EQ(number("scans"), before + 1);
+    });
+}
+
+TEST_F(ScanShutdownDeathTest, OfAnIsolatedIocSurvivesAStorm)
+{
+    endInAStorm([] { EXPECT_EQ(iocShutdown(), 0); });
+}
+
+TEST_F(ScanShutdownDeathTest, OfTheServerSurvivesAStorm)
+{
+    endInAStorm([] { Shutdown(); });
+}
