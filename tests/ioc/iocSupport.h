@@ -6,6 +6,7 @@
 #include "ZANTOnode.h"
 #include "ZANTOtypes.h"
 
+#include <callback.h>
 #include <dbCommon.h>
 #include <link.h>
 
@@ -79,6 +80,9 @@ std::string text(const std::string &field);
 /// As a client puts it: processes a passive record.
 void put(const std::string &field, double value);
 void put(const std::string &field, const std::string &value);
+
+/// Of the IOC's callback queues, counted from 0 afterwards if `reset`.
+callbackQueueStats queueStatistics(bool reset = false);
 
 /// The device support's own routines, with the record's lock held.
 long callInit(const std::string &name);

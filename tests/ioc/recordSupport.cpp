@@ -113,6 +113,13 @@ void put(const std::string &field, const std::string &value)
     dbPutField(&address, DBR_STRING, buffer, 1);
 }
 
+callbackQueueStats queueStatistics(bool reset)
+{
+    callbackQueueStats statistics = {};
+    EXPECT_EQ(callbackQueueStatus(reset ? 1 : 0, &statistics), 0);
+    return statistics;
+}
+
 long callInit(const std::string &name)
 {
     dbCommon *common = record(name);
