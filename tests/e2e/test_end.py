@@ -1,4 +1,4 @@
-"""The end of the process: one cause of it, one deadline for it, and nothing goes on behind it."""
+"""The end of the process: one cause of it, and nothing goes on behind it."""
 
 import contextlib
 import re
@@ -8,16 +8,9 @@ import time
 import pytest
 
 from harness import places
+from harness.endings import (BY_SIGTERM, DEADLINE, PROMPT, SHELL_LEFT, ends, gone,
+                             logged_out_once, printed, slow)
 from harness.terminal import PROMPT as SHELL_PROMPT, Terminal
-
-# Seconds in which the process is gone when no call of the access library takes long.
-PROMPT = 5
-# The whole end has 10 s, whatever the access library does.
-DEADLINE = 11
-
-LOGOUT = "VEXAHV_DeinitSystem()"
-SHELL_LEFT = "\nShutting down crate\n\nCrate disconnected\n"
-BY_SIGTERM = "\nCaught a termination signal (Terminated).\n" + SHELL_LEFT
 
 # Else the shell prints its prompt and the echo of what it reads letter by letter, and messages
 # come in between.
@@ -34,14 +27,6 @@ NOT_SUBSCRIBED = re.compile(r"^Error subscribing .*\n", re.MULTILINE)
 BANNER = re.compile(r"^#.*\n", re.MULTILINE)
 
 
-# What records say that cannot find their node; only before the end has begun.
-EARLIER = re.compile(r"\A(\[\w+\] - error getting node .*\n)+")
-
-
-def printed(ioc, mark=0):
-    return EARLIER.sub("", ioc.stdout.to_end()[mark:])
-
-
 def said_in_the_script(ioc):
     return NOT_SUBSCRIBED.sub("", printed(ioc))
 
@@ -50,34 +35,10 @@ def said_behind_the_prompt(ioc):
     return NOT_SUBSCRIBED.sub("", printed(ioc, ioc.mark))
 
 
-def slow(**seconds):
-    """How long calls take, by the beginnings of their names."""
-    return {"ZANTOCRATE_SLOW_CALLS": ",".join(f"{name}={time_}"
-                                              for name, time_ in seconds.items())}
-
-
 def type_late(ioc, line):
     """Types a line to a server that may be gone."""
     with contextlib.suppress(BrokenPipeError):
         ioc.command(line)
-
-
-def gone(ioc, within, begin):
-    assert ioc.wait() == 0
-    assert time.monotonic() - begin < within
-
-
-def ends(ioc, within=PROMPT):
-    begin = time.monotonic()
-    ioc.send(signal.SIGTERM)
-    gone(ioc, within, begin)
-
-
-def logged_out_once(crate):
-    crate.wait(sessions=0)
-    log = crate.log()
-    assert log[-1] == LOGOUT
-    assert log.count(LOGOUT) == 1
 
 
 # ---- a call of the tree build that fails because the signal interrupted it
@@ -275,90 +236,6 @@ def test_signal_in_a_subscription_of_an_ioc_init_typed_at_a_terminal(site):
     text = terminal.shown.replace("\r\n", "\n")
     assert NOT_SUBSCRIBED.sub("", text).endswith(BY_SIGTERM)
     assert "iocRun" not in terminal.shown
-
-
-# ---- one deadline
-
-def running(site, *options, **more):
-    crate = site.crate()
-    ioc = site.ioc(*options, **more).wait_running()
-    crate.wait(eventConnections=1)
-    crate.clear()
-    ioc.mark = len(ioc.stdout.text)
-    return crate, ioc
-
-
-def withdrawals(crate):
-    return crate.log("UnSubscribeSystemParams", "UnSubscribeBoardParams",
-                     "UnSubscribeChannelParams")
-
-
-# Seconds of each withdrawal, and how many of them can be made in half of the time.
-@pytest.mark.parametrize("seconds, least, most", [(6, 1, 1), (2.6, 2, 2), (0.4, 10, 14)])
-def test_slow_withdrawals_are_skipped_for_the_logout(site, seconds, least, most):
-    crate, ioc = running(site, "-D", "2", env=slow(UnSubscribe=seconds))
-    ends(ioc, DEADLINE)
-    logged_out_once(crate)
-    assert least <= len(withdrawals(crate)) <= most
-    assert printed(ioc, ioc.mark).endswith(BY_SIGTERM)
-
-
-def test_slow_withdrawals_are_skipped_when_the_shell_is_left(site):
-    crate, ioc = running(site, "-D", "2", shell=True, env=slow(UnSubscribe=6))
-    begin = time.monotonic()
-    ioc.command("exit")
-    gone(ioc, DEADLINE, begin)
-    logged_out_once(crate)
-    assert len(withdrawals(crate)) == 1
-    assert printed(ioc).endswith(SHELL_LEFT)
-
-
-@pytest.mark.parametrize("level", [0, 2])
-@pytest.mark.parametrize("operation", ["UnSubscribeSystemParams", "UnSubscribeChannelParams",
-                                       "DeinitSystem"])
-def test_call_of_the_end_that_never_returns(site, operation, level):
-    _, ioc = running(site, "-D", str(level), env=slow(**{operation: 3600}))
-    ends(ioc, DEADLINE)
-    text = printed(ioc, ioc.mark)
-    # What cannot be done need not be said to be done.
-    assert text.removesuffix("\nCrate disconnected\n") == (
-        "" if level == 0 else BY_SIGTERM.removesuffix("\nCrate disconnected\n"))
-
-
-def test_call_of_the_end_that_gets_no_answer(site):
-    crate, ioc = running(site, "-D", "2")
-    crate.hang()
-    ends(ioc, DEADLINE)
-    assert printed(ioc, ioc.mark).startswith(BY_SIGTERM.removesuffix("\nCrate disconnected\n"))
-
-
-@pytest.mark.parametrize("seconds", [0.5, 3])
-def test_library_that_is_slow_in_every_call_of_the_build(site, seconds):
-    crate = site.crate()
-    ioc = site.ioc("-D", "2", env=slow(any=seconds))
-    crate.wait(call="VEXAHV_GetExecCommList")
-    ends(ioc, DEADLINE)
-    logged_out_once(crate)
-    assert printed(ioc).endswith(BY_SIGTERM)
-    assert len(crate.log()) == 3
-
-
-def test_login_that_is_slow_is_waited_for_and_logged_out(site):
-    crate = site.crate()
-    ioc = site.ioc("-D", "2", env=slow(InitSystem=4))
-    crate.wait(call="VEXAHV_InitSystem")
-    ends(ioc, DEADLINE)
-    logged_out_once(crate)
-    assert len(crate.log()) == 2
-    assert printed(ioc).endswith(BY_SIGTERM)
-
-
-def test_build_whose_call_never_returns(site):
-    crate = site.crate()
-    ioc = site.ioc("-D", "2", env=slow(GetCrateMap=3600))
-    crate.wait(call="VEXAHV_GetCrateMap")
-    ends(ioc, DEADLINE)
-    assert "Error connecting" not in ioc.stdout.to_end()
 
 
 # ---- exit in the script, and a script that stops
