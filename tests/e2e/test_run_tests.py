@@ -19,6 +19,7 @@ REPORTS = {
 }
 
 PROGRAM = """#!/bin/sh
+echo "sees:$GTEST_FILTER$GTEST_SHARD_INDEX$PYTEST_ADDOPTS."
 for argument; do
     case $argument in --gtest_output=xml:*) cp REPORT "${argument#--gtest_output=xml:}" ;; esac
 done
@@ -63,3 +64,8 @@ def test_elsewhere_it_is_told(run, report):
 
 def test_all_tests_passed(run):
     assert run("passed", CI="true").returncode == 0
+
+
+def test_no_variable_leaves_a_test_out(run):
+    done = run("passed", GTEST_FILTER="a", GTEST_SHARD_INDEX="1", PYTEST_ADDOPTS="-k a")
+    assert "sees:.\n" in done.stdout
