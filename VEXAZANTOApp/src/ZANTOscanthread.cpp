@@ -1,19 +1,11 @@
 #include "ZANTOscanthread.h"
 
+#include "ZANTOscanpace.h"
+
 #include <chrono>
 #include <thread>
 
 using std::chrono::steady_clock;
-
-namespace {
-
-// Between the begins of two calls, once so many have followed each other without a rest. A storm
-// of events asks for the next one before the present one is over: without a pause each list would
-// take a processor for itself, and the thread that reads the events would fall behind.
-constexpr std::chrono::milliseconds leastPeriod{20};
-constexpr int callsWithoutPause = 4;
-
-} // namespace
 
 bool ZANTOScanThread::start(const char *name, unsigned priority, Work work, void *owner, int prio)
 {
@@ -37,14 +29,14 @@ void ZANTOScanThread::queue()
 
 void ZANTOScanThread::run() noexcept
 {
+    ZANTOScanPace pace;
     while (true) {
         epicsEventMustWait(m_wake);
-        for (int call = 1; m_queued > 0; ++call) {
+        while (m_queued > 0) {
             --m_queued;
-            const auto next = steady_clock::now() + leastPeriod;
+            const auto begin = steady_clock::now();
             m_work(m_owner, m_prio);
-            if (call >= callsWithoutPause && m_queued > 0)
-                std::this_thread::sleep_until(next);
+            std::this_thread::sleep_until(pace.nextPass(begin, m_queued > 0));
         }
     }
 }
