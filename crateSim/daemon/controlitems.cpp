@@ -19,7 +19,7 @@ json get(World &world, const json &request)
 
 std::string rangeText(const Item &item)
 {
-    const std::string text = resultText(Result::OutOfRange);
+    std::string text = resultText(Result::OutOfRange);
     const auto *parameter = item.parameter;
     if (parameter == nullptr || parameter->type == ParamType::Text)
         return text;

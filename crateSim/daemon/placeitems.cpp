@@ -80,7 +80,7 @@ std::string unitSymbol(Unit unit, int16_t exponent)
     constexpr std::array<const char *, 11> symbols = {"",    "A",   "V", "W",   "\u00b0C", "Hz",
                                                       "bar", "V/s", "s", "rpm", "counts"};
     const auto index = static_cast<size_t>(unit);
-    const std::string symbol = index < symbols.size() ? symbols[index] : "";
+    std::string symbol = index < symbols.size() ? symbols[index] : "";
     switch (exponent) {
     case 0: return symbol;
     case 6: return "M" + symbol;

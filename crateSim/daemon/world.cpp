@@ -103,6 +103,7 @@ std::vector<FaultOrder> World::activeFaults() const
     for (const auto &link : m_links)
         add(link->activeFaults());
     std::vector<FaultOrder> orders;
+    orders.reserve(found.size());
     for (const auto &[number, order] : found)
         orders.push_back(order);
     return orders;
