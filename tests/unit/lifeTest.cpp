@@ -1,3 +1,4 @@
+// What the process does next, and who ends it.
 #include "unitSupport.h"
 
 #include "ZANTOlife.h"
@@ -16,14 +17,7 @@ namespace {
 // Longer than any test takes: a wait that lasts as long has failed.
 constexpr milliseconds watchdog{20000};
 
-class TreeLife : public ZantoTest {
-protected:
-    void TearDown() override
-    {
-        ZANTOOpenTree();
-        ZantoTest::TearDown();
-    }
-};
+using Life = ZantoTest;
 
 /// The start-up's state can only go forward, so each test of its end has a process of its own.
 class StartupLifeDeathTest : public ZantoTest {
@@ -95,132 +89,9 @@ private:
 
 } // namespace
 
-// ---- use of the tree ----
-
-TEST_F(TreeLife, IsOpenUntilItIsClosed)
-{
-    EXPECT_TRUE(ZANTOTreeUse());
-    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
-    EXPECT_FALSE(ZANTOTreeUse());
-    EXPECT_FALSE(ZANTOTreeUse());
-}
-
-TEST_F(TreeLife, ATreeThatIsOpenedAgainIsUsable)
-{
-    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
-    ZANTOOpenTree();
-    EXPECT_TRUE(ZANTOTreeUse());
-}
-
-TEST_F(TreeLife, ManyUsesMayOverlap)
-{
-    const ZANTOTreeUse outer;
-    const ZANTOTreeUse inner;
-    EXPECT_TRUE(outer);
-    EXPECT_TRUE(inner);
-    std::thread([] { EXPECT_TRUE(ZANTOTreeUse()); }).join();
-}
-
-TEST_F(TreeLife, ClosingGivesUpOnAUseThatDoesNotEnd)
-{
-    const ZANTOTreeUse use;
-    EXPECT_FALSE(ZANTOCloseTree(milliseconds(0)));
-    EXPECT_FALSE(ZANTOCloseTree(milliseconds(5)));
-    EXPECT_TRUE(use) << "the present use keeps what it was told";
-    EXPECT_FALSE(ZANTOTreeUse()) << "the tree stays closed";
-}
-
-TEST_F(TreeLife, AUseThatWasRefusedDoesNotCountOnceItIsOver)
-{
-    ZANTOCloseTree(milliseconds(0));
-    {
-        const ZANTOTreeUse refused;
-    }
-    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
-}
-
-TEST_F(TreeLife, ClosingWaitsForTheLastUseToEnd)
-{
-    std::atomic<bool> used{true};
-    std::promise<void> inUse;
-    std::thread user([&] {
-        const ZANTOTreeUse use;
-        inUse.set_value();
-        while (ZANTOTreeUse()) // until the tree is being closed
-            std::this_thread::yield();
-        used = false;
-    });
-    inUse.get_future().wait();
-    EXPECT_TRUE(ZANTOCloseTree(watchdog));
-    EXPECT_FALSE(used);
-    user.join();
-}
-
-// The tree must be gone for whoever comes after it was closed, however many threads try.
-TEST_F(TreeLife, NobodyUsesATreeThatIsClosed)
-{
-    std::atomic<bool> alive{true};
-    std::atomic<bool> stop{false};
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> readers;
-    for (int i = 0; i < 3; ++i)
-        readers.emplace_back([&] {
-            while (!stop) {
-                const ZANTOTreeUse use;
-                if (use && !alive)
-                    ++wrong;
-            }
-        });
-    for (int round = 0; round < 10; ++round) {
-        EXPECT_TRUE(ZANTOCloseTree(watchdog));
-        alive = false;
-        std::this_thread::yield();
-        alive = true;
-        ZANTOOpenTree();
-    }
-    stop = true;
-    for (std::thread &reader : readers)
-        reader.join();
-    EXPECT_EQ(wrong, 0);
-}
-
-// ---- completeness ----
-
-TEST_F(TreeLife, IsCompleteWithARootAndNoUnfinishedBuild)
-{
-    EXPECT_FALSE(ZANTOTreeIsComplete());
-    systemNode = bareNode("CRATE", nodeTypeSystemItem);
-    EXPECT_TRUE(ZANTOTreeIsComplete());
-    ZANTOBeginTree();
-    EXPECT_FALSE(ZANTOTreeIsComplete());
-    ZANTOOpenTree();
-    EXPECT_TRUE(ZANTOTreeIsComplete());
-}
-
-TEST_F(TreeLife, WhoWaitsForTheTreeGoesOnOnceItIsComplete)
-{
-    ZANTOBeginTree();
-    auto waiter = std::async(std::launch::async, [] {
-        ZANTOWaitForTree();
-        return ZANTOTreeIsComplete();
-    });
-    systemNode = bareNode("CRATE", nodeTypeSystemItem);
-    EXPECT_EQ(waiter.wait_for(milliseconds(0)), std::future_status::timeout);
-    ZANTOOpenTree();
-    ASSERT_EQ(waiter.wait_for(watchdog), std::future_status::ready);
-    EXPECT_TRUE(waiter.get());
-}
-
-TEST_F(TreeLife, NobodyWaitsForATreeThatIsComplete)
-{
-    systemNode = bareNode("CRATE", nodeTypeSystemItem);
-    auto waiter = std::async(std::launch::async, ZANTOWaitForTree);
-    EXPECT_EQ(waiter.wait_for(watchdog), std::future_status::ready);
-}
-
 // ---- start-up work ----
 
-TEST_F(TreeLife, ACheckpointIsPassedWhileTheProcessLives)
+TEST_F(Life, ACheckpointIsPassedWhileTheProcessLives)
 {
     ZANTOStartupCheckpoint();
     const ZANTOStartupWork work;
@@ -351,7 +222,7 @@ TEST_F(StartupLifeDeathTest, ALoginThatIsAnsweredDuringTheEndIsKnownToIt)
     });
 }
 
-TEST_F(TreeLife, ASessionIsTakenOnce)
+TEST_F(Life, ASessionIsTakenOnce)
 {
     int32_t handle = 0;
     EXPECT_FALSE(ZANTOTakeSession(handle));
@@ -363,7 +234,7 @@ TEST_F(TreeLife, ASessionIsTakenOnce)
     }
 }
 
-TEST_F(TreeLife, TheThreadThatBringsTheFirstCauseGoesOn)
+TEST_F(Life, TheThreadThatBringsTheFirstCauseGoesOn)
 {
     EXPECT_TRUE(ZANTOMaySpeak());
     EXPECT_FALSE(ZANTOIsEnder());
@@ -379,7 +250,7 @@ TEST_F(TreeLife, TheThreadThatBringsTheFirstCauseGoesOn)
     EXPECT_EQ(ZANTOPresentLife().cause, ZANTOHappening::shellLeft);
 }
 
-TEST_F(TreeLife, BetweenASignalAndItsThreadNobodySpeaks)
+TEST_F(Life, BetweenASignalAndItsThreadNobodySpeaks)
 {
     EXPECT_TRUE(ZANTONoteSignal(15));
     EXPECT_FALSE(ZANTONoteSignal(2)) << "the second one is no cause";
@@ -390,7 +261,7 @@ TEST_F(TreeLife, BetweenASignalAndItsThreadNobodySpeaks)
     EXPECT_TRUE(ZANTOMaySpeak());
 }
 
-TEST_F(TreeLife, OfManyCausesAtOnceOneWins)
+TEST_F(Life, OfManyCausesAtOnceOneWins)
 {
     for (int round = 0; round < 200; ++round) {
         ZANTOBeginLife();

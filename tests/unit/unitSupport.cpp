@@ -142,6 +142,7 @@ void beginNewLife()
 {
     ZANTOBeginLife();
     ZANTOForgetEnd();
+    ZANTOOpenTree();
 }
 
 void ZantoTest::SetUp()
