@@ -190,9 +190,9 @@ private:
 
     void lockMembers();
     void unlockMembers();
-    bool applyAtOnce(const ZANTONodeValue &value, uint64_t connection);
+    bool applyAtOnce(ZANTONodeValue &value, uint64_t connection);
     void applyPending();
-    void take(const ZANTONodeValue &value, uint64_t connection);
+    void take(ZANTONodeValue &&value, uint64_t connection) noexcept;
     bool leavePending(ZANTONodeValue &value, uint64_t connection);
     void putPending(ZANTONodeValue &value, uint64_t connection);
     bool anyPending();

@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace {
@@ -118,12 +119,13 @@ void ZANTONode::updateValue(ZANTONodeValue value, uint64_t connection)
     if (!applyAtOnce(value, connection) && !leavePending(value, connection)) {
         const SemGuard record(*this);
         const MemberGuard members(*this);
-        take(value, connection);
+        take(std::move(value), connection);
     }
     settle();
 }
 
-bool ZANTONode::applyAtOnce(const ZANTONodeValue &value, uint64_t connection)
+// Leaves the value to the caller when it fails.
+bool ZANTONode::applyAtOnce(ZANTONodeValue &value, uint64_t connection)
 {
     const TryLock record(m_tcpMutex);
     if (!record)
@@ -132,7 +134,7 @@ bool ZANTONode::applyAtOnce(const ZANTONodeValue &value, uint64_t connection)
     if (!members)
         return false;
     applyPending();
-    take(value, connection);
+    take(std::move(value), connection);
     return true;
 }
 
@@ -147,18 +149,20 @@ void ZANTONode::applyPending()
         pending.reset(m_pending.exchange(nullptr));
     }
     if (pending != nullptr)
-        take(pending->value, pending->connection);
+        take(std::move(pending->value), pending->connection);
 }
 
-// Under both locks.
-void ZANTONode::take(const ZANTONodeValue &value, uint64_t connection)
+// Under both locks, and when one is let go, where nothing can be thrown: the value is moved,
+// which asks for no memory.
+void ZANTONode::take(ZANTONodeValue &&value, uint64_t connection) noexcept
 {
     if (connection != noConnection) {
         if (connection < m_connection)
             return;
         m_connection = connection;
     }
-    m_nodeValue = value;
+    static_assert(std::is_nothrow_move_assignable_v<ZANTONodeValue>);
+    m_nodeValue = std::move(value);
 }
 
 // False, and the value is still the caller's, when there is no memory for it.

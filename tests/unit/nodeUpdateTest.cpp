@@ -118,6 +118,31 @@ TEST_F(NodeUpdate, OfTheThreadThatHoldsTheNodeIsInPlaceAtOnce)
     EXPECT_EQ(value(), 2.5F);
 }
 
+// Nobody could catch what is thrown when a node is let go.
+TEST_F(NodeUpdate, ThatWasLeftIsAppliedWithoutFurtherMemory)
+{
+    const std::string text(200, 'x');
+    const auto leave = [&](const std::string &longText) {
+        const ZANTONodeValue value(variantOf(longText), nodeValueQualityGood, 1000);
+        std::thread([&] { node->updateValue(value, 0); }).join();
+    };
+    node->lockSem();
+    leave(text);
+    {
+        const AllocationFailure failure(100, 1000);
+        const ZANTONode::SemGuard again(*node);
+        node->unlockSem();
+    }
+    EXPECT_EQ(node->getNodeValue().ZANTOGetValue().toString(), text);
+    node->lockSem();
+    leave(text + "y");
+    {
+        const AllocationFailure failure(100, 1000);
+        node->unlockSem();
+    }
+    EXPECT_EQ(node->getNodeValue().ZANTOGetValue().toString(), text + "y");
+}
+
 TEST_F(NodeUpdate, DuringASubscriptionDoesNotWait)
 {
     fake.setHook([this](const std::string &) { updateElsewhere(1.5F); });
