@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -94,7 +95,9 @@ void ZANTOScanList::recordMoves(int prio, int joining)
     Priority &priority = m_priorities[static_cast<size_t>(prio)];
     priority.records = std::max(priority.records + joining, 0);
     if (priority.records == 0)
-        priority.due = false;
+        priority.due = priority.moved = false;
+    else if (m_iocRuns && m_timerArmed)
+        priority.moved = true;
     else if (m_iocRuns)
         makeDue(priority);
 }
@@ -218,6 +221,15 @@ void ZANTOScanList::queueDuePasses()
     }
 }
 
+// The time that was left when such a record moved may have been too short for it.
+void ZANTOScanList::makeMovedDue()
+{
+    for (Priority &priority : m_priorities) {
+        if (std::exchange(priority.moved, false))
+            makeDue(priority);
+    }
+}
+
 void ZANTOScanList::timeIsUp()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -230,4 +242,5 @@ void ZANTOScanList::timeIsUp()
         m_allDue = false;
         requestAll();
     }
+    makeMovedDue();
 }

@@ -98,7 +98,8 @@ private:
     struct Priority {
         int records = 0;
         int queued = 0; // passes, not begun
-        bool due = false; // when the time is up
+        bool due = false;   // when the time is up
+        bool moved = false; // since the timer was armed: due the next time it is up
         ZANTOScanThread thread;
     };
 
@@ -107,6 +108,7 @@ private:
     void queuePass(int prio);
     void makeDue(Priority &priority);
     void queueDuePasses();
+    void makeMovedDue();
     void requestAll();
     bool armTimer(double delay);
 

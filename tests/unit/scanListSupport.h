@@ -33,7 +33,7 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         m_queues = {};
         m_queues.fill({{}, 2000, 0, 0, 0, nullptr});
-        m_inits = m_requestsForAll = m_timers = 0;
+        m_inits = m_requestsForAll = m_timers = m_seenByAll = 0;
         m_delay = 0;
         m_timerUsers = {};
         m_timerWorks = true;

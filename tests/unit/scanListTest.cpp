@@ -154,6 +154,22 @@ TEST_F(ScanList, WhatIsNoPriorityIsNotCounted)
     EXPECT_EQ(ioc.queued(low), 1);
 }
 
+// What is left of the time of the first one may be too short for the second.
+TEST_F(ScanList, ARecordThatJoinsWhileTheTimerRunsHasAWholeDelayOfItsOwn)
+{
+    start(list, {low, high});
+    list.iocRuns();
+    drain();
+    list.recordJoins(low);
+    list.recordJoins(high);
+    ASSERT_TRUE(ioc.letTimePass());
+    EXPECT_EQ(ioc.queued(low), 1);
+    EXPECT_EQ(ioc.queued(high), 0);
+    ASSERT_TRUE(ioc.letTimePass());
+    EXPECT_EQ(ioc.queued(high), 1);
+    EXPECT_FALSE(ioc.letTimePass());
+}
+
 TEST_F(ScanList, ARecordThatMovesIsScannedOnceAndLeavesNothingBehind)
 {
     start(list, {low, low});
