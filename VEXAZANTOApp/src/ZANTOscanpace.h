@@ -13,13 +13,16 @@ class ZANTOScanPace {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// A pass that began at `begin` is over; `more` when the next one has been asked for already.
+    /// A pass lasted from `begin` to `end`; `more` when the next one has been asked for already.
     /// Returns the time before which that must not begin, which may be long past.
-    Time nextPass(Time begin, bool more)
+    Time nextPass(Time begin, Time end, bool more)
     {
         m_used = std::max(m_used, begin) + period;
         m_inARow = more ? m_inARow + 1 : 0;
-        return m_inARow >= inARow ? begin + storm : m_used - burst;
+        if (m_inARow < inARow)
+            return m_used - burst;
+        // Long passes leave half of the time to others.
+        return std::max(begin + storm, end + (end - begin));
     }
 
 private:

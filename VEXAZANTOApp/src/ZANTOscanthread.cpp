@@ -36,7 +36,8 @@ void ZANTOScanThread::run() noexcept
             --m_queued;
             const auto begin = steady_clock::now();
             m_work(m_owner, m_prio);
-            std::this_thread::sleep_until(pace.nextPass(begin, m_queued > 0));
+            const auto end = steady_clock::now();
+            std::this_thread::sleep_until(pace.nextPass(begin, end, m_queued > 0));
         }
     }
 }
