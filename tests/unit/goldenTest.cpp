@@ -161,18 +161,18 @@ const GoldenCrate crates[] = {
 };
 
 // Only what is said to this very program counts: a variable of the environment may have been
-// exported for something else long ago.
-bool acceptanceIsAsked()
+// exported for something else long ago. `arguments` are the program's, each with its NUL.
+bool asksForAcceptance(const std::string &arguments)
 {
-    const std::string arguments = contents("/proc/self/cmdline"); // each with its NUL
-    return arguments.find(std::string("\0--accept-golden", 17) + '\0') != std::string::npos;
+    using namespace std::string_literals;
+    return arguments.find("\0--accept-golden\0"s) != std::string::npos;
 }
 
 /// Compares with the file, or makes the file what `actual` is when the user has said so.
 void compare(const std::string &folder, const std::string &file, const std::string &actual)
 {
     const std::string path = folder + "/" + file;
-    if (acceptanceIsAsked()) {
+    if (asksForAcceptance(contents("/proc/self/cmdline"))) {
         mkdir(folder.c_str(), 0755);
         put(path, actual);
     }
@@ -215,6 +215,16 @@ TEST_P(Golden, CallsDatabaseAndListAreAsBefore)
 
 INSTANTIATE_TEST_SUITE_P(Crates, Golden, ::testing::ValuesIn(crates),
                          [](const auto &info) { return std::string(info.param.name); });
+
+TEST(GoldenAcceptance, IsAskedForByTheOptionAloneWhereverItStands)
+{
+    using namespace std::string_literals;
+    EXPECT_TRUE(asksForAcceptance("test\0--accept-golden\0--gtest_brief=1\0"s));
+    EXPECT_TRUE(asksForAcceptance("test\0--gtest_brief=1\0--accept-golden\0"s));
+    EXPECT_FALSE(asksForAcceptance("test\0--gtest_brief=1\0"s));
+    EXPECT_FALSE(asksForAcceptance("--accept-golden\0--gtest_brief=1\0"s)) << "the program's name";
+    EXPECT_FALSE(asksForAcceptance("test\0--accept-golden=0\0"s));
+}
 
 // A program that is told to accept fails this test and writes nothing of the repository.
 TEST(GoldenAcceptance, NoVariableOfTheEnvironmentTurnsAComparisonIntoOne)
