@@ -11,11 +11,12 @@ from harness import places
 REPORTS = {
     "passed": '<testsuites tests="2" failures="0" disabled="0" errors="0">'
               '<testcase name="a"/><testcase name="b"/></testsuites>',
-    "skipped": '<testsuites tests="2" failures="0" disabled="0" errors="0">'
-               '<testcase name="a"/>\n<testcase name="b"><skipped message="x"/></testcase>'
-               '</testsuites>',
-    "disabled": '<testsuites tests="2" failures="0" disabled="1" errors="0">'
-                '<testcase name="a"/><testcase name="b" status="notrun"/></testsuites>',
+    "skipped": '<testsuites tests="3" failures="0" disabled="0" errors="0">'
+               '<testcase name="a"/><testcase name="b"><skipped message="x"/></testcase>'
+               '<testcase name="c"><skipped message="x"/></testcase></testsuites>',
+    "disabled": '<testsuites tests="3" failures="0" disabled="2" errors="0">'
+                '<testcase name="a"/><testcase name="b" status="notrun"/>'
+                '<testcase name="c" status="notrun"/></testsuites>',
 }
 
 PROGRAM = """#!/bin/sh
@@ -50,15 +51,15 @@ def _run(tmp_path):
 def test_a_test_that_is_left_out_fails_a_continuous_integration_run(run, report):
     done = run(report, CI="true")
     assert done.returncode != 0, done.stdout
-    assert "1 left out" in done.stdout
-    assert "1 passed, 1 failed" in done.stdout
+    assert "2 left out" in done.stdout
+    assert "1 passed, 2 failed" in done.stdout
 
 
 @pytest.mark.parametrize("report", ["skipped", "disabled"])
 def test_elsewhere_it_is_told(run, report):
     done = run(report)
     assert done.returncode == 0, done.stdout
-    assert "1 left out" in done.stdout
+    assert "2 left out" in done.stdout
     assert "1 passed, 0 failed" in done.stdout
 
 
