@@ -6,6 +6,7 @@ from harness.process import until
 
 FOLLOWED = 128
 SURPLUS = 30
+ACCEPTED = "Device connected\n"
 
 # The last ones connect while the first are held open; says which of them were closed.
 CROWD = """
@@ -23,7 +24,7 @@ sys.stdin.read()
 
 def test_silent_connections_give_way_and_the_crates_goes_on(site):
     crate = site.crate()
-    ioc = site.ioc("-D", "1").wait_running()
+    ioc = site.ioc("-D", "10").wait_running()
     crate.wait(eventConnections=1)
     # From here on the crate's connection has delivered something.
     crate.set("VSet", 43, 2, 9)
@@ -42,8 +43,10 @@ def test_silent_connections_give_way_and_the_crates_goes_on(site):
     crate.wait(name="VSet", slot=2, channel=9, value=45)
     crowd.kill()
     until(lambda: site.world.connections(5180) == 1, "room again")
+    accepted = ioc.stdout.text.count(ACCEPTED)
     late = site.world.start("late", ["/usr/bin/python3", "-c", CROWD, "1", "0"],
                             stdin=subprocess.PIPE)
     late.stdout.wait_for(r"^closed\n")
-    until(lambda: site.world.connections(5180) == 2, "served again")
+    until(lambda: ioc.stdout.text.count(ACCEPTED) == accepted + 1, "served again")
+    assert site.world.connections(5180) == 2
     assert "Too many event connections" not in ioc.stdout.text

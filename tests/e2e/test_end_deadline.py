@@ -52,7 +52,7 @@ def test_call_of_the_end_that_gets_no_answer(site):
     assert printed(ioc, ioc.mark).startswith(BY_SIGTERM.removesuffix("\nCrate disconnected\n"))
 
 
-@pytest.mark.parametrize("seconds", [0.5, 3])
+@pytest.mark.parametrize("seconds", [1.5, 3])
 def test_library_that_is_slow_in_every_call_of_the_build(site, seconds):
     crate = site.crate()
     ioc = site.ioc("-D", "2", env=slow(any=seconds))

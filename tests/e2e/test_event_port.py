@@ -19,12 +19,13 @@ sys.stdin.read()
 def test_is_reached_over_an_address_that_is_not_loopback(site):
     assert site.world.run(["ip", "addr", "add", f"{ADDRESS}/32", "dev", "lo"]).returncode == 0
     crate = site.crate()
-    site.ioc().wait_running()
+    ioc = site.ioc("-D", "10").wait_running()
     crate.wait(eventConnections=1)
     peer = site.world.start("peer", ["/usr/bin/python3", "-c", HOLD, ADDRESS],
                             stdin=subprocess.PIPE)
     peer.stdout.wait_for(f"^connected {ADDRESS} 5180\n")
-    until(lambda: site.world.connections(5180) == 2, "it stays")
+    until(lambda: ioc.stdout.text.count("Device connected\n") == 2, "it is accepted")
+    assert site.world.connections(5180) == 2
 
 
 def test_is_had_again_at_once_after_a_restart(site):
