@@ -6,11 +6,7 @@ import time
 import pytest
 
 from harness.blocked import FullPipe, MuteIoc, StoppedTerminal, UnreadTerminal
-
-# Seconds in which the process is gone. No call of the access library hangs.
-PROMPT = 4
-
-LOGOUT = "VEXAHV_DeinitSystem()"
+from harness.endings import BY_SIGTERM, PROMPT, ends, gone, logged_out_once
 
 each_outlet = pytest.mark.parametrize("outlet", [FullPipe, UnreadTerminal, StoppedTerminal])
 each_level = pytest.mark.parametrize("level", [0, 1, 2, 8, 10])
@@ -18,30 +14,18 @@ each_level = pytest.mark.parametrize("level", [0, 1, 2, 8, 10])
 
 @pytest.fixture(name="mute")
 def _mute(site):
-    """Starts servers with outlets; they end with the test."""
-    made = []
-
-    def start(outlet, level, **more):
-        made.append(MuteIoc(site.world, outlet(), "-D", str(level), **more))
-        return made[-1]
-
-    yield start
-    for ioc in made:
-        ioc.close()
+    """Starts servers with outlets."""
+    return lambda outlet, level, **more: MuteIoc(site.world, outlet(), "-D", str(level), **more)
 
 
 def gone_and_logged_out(ioc, crate, begin):
-    assert ioc.wait() == 0
-    assert time.monotonic() - begin < PROMPT
-    crate.wait(sessions=0)
-    assert crate.log()[-1] == LOGOUT
-    assert crate.log().count(LOGOUT) == 1
+    gone(ioc, PROMPT, begin)
+    logged_out_once(crate)
 
 
 def ends_by_a_signal(ioc, crate):
-    begin = time.monotonic()
-    ioc.send(signal.SIGTERM)
-    gone_and_logged_out(ioc, crate, begin)
+    ends(ioc)
+    logged_out_once(crate)
 
 
 @each_level
@@ -121,7 +105,5 @@ def test_slow_reader_gets_every_message(site, mute):
     ioc.send(signal.SIGTERM)
     text = ioc.outlet.read_slowly(512, 0.05)
     assert ioc.wait() == 0
-    assert text.endswith(
-        "\nCaught a termination signal (Terminated).\n"
-        "\nShutting down crate\n\nCrate disconnected\n")
+    assert text.endswith(BY_SIGTERM)
     assert text.count("Caught") == text.count("Shutting") == text.count("disconnected") == 1

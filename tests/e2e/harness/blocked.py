@@ -96,7 +96,9 @@ class StoppedTerminal(UnreadTerminal):
 
 
 class MuteIoc:
-    """A server with an outlet for its output, which ends with its close()."""
+    """A server with an outlet for its output. World ends both."""
+
+    name = "mute zantoioc"
 
     def __init__(self, world, outlet, *options, shell=False, env=()):
         self.outlet = outlet
@@ -109,6 +111,7 @@ class MuteIoc:
         self.stderr = Output(os.dup(self._child.stderr.fileno()))
         self._child.stderr.close()
         self.send = self._child.send_signal
+        world.adopt(self)
 
     def wait_running(self):
         self.stderr.wait_for(RUNNING)
@@ -130,3 +133,7 @@ class MuteIoc:
         if self.stdin and not self.stdin.closed:
             self.stdin.close()
         self.outlet.close()
+
+    def logs(self):
+        return {f"{self.name} stdout": self.outlet.data.decode("utf-8", "replace"),
+                f"{self.name} stderr": self.stderr.text}
