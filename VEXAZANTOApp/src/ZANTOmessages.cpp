@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -140,8 +141,28 @@ std::size_t printNow(const char *text, std::size_t length)
 void printForTheEnd(const char *text, std::size_t length)
 {
     std::string &unsaid = output().unsaid;
-    unsaid.append(text, length);
+    bool kept = true;
+    try {
+        unsaid.append(text, length);
+    } catch (const std::bad_alloc &) {
+        kept = false; // said now or never: the end goes on
+    }
     unsaid.erase(0, printNow(unsaid.data(), unsaid.size()));
+    if (!kept && unsaid.empty())
+        printNow(text, length);
+}
+
+void printLong(const char *format, std::size_t length, va_list arguments, const char *beginning)
+{
+    std::vector<char> text;
+    try {
+        text.resize(length + 1);
+    } catch (const std::bad_alloc &) {
+        ZANTOPrintText(beginning, std::strlen(beginning));
+        return;
+    }
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    ZANTOPrintText(text.data(), length);
 }
 
 } // namespace
@@ -163,9 +184,7 @@ void ZANTOPrintList(const char *format, va_list arguments)
     va_copy(again, arguments);
     const int length = std::vsnprintf(text, sizeof(text), format, arguments);
     if (length >= static_cast<int>(sizeof(text))) {
-        std::vector<char> longer(static_cast<std::size_t>(length) + 1);
-        std::vsnprintf(longer.data(), longer.size(), format, again);
-        ZANTOPrintText(longer.data(), static_cast<std::size_t>(length));
+        printLong(format, static_cast<std::size_t>(length), again, text);
     } else if (length > 0) {
         ZANTOPrintText(text, static_cast<std::size_t>(length));
     }

@@ -2,6 +2,7 @@
 #include "unitSupport.h"
 
 #include "ZANTOlife.h"
+#include "ZANTOmessages.h"
 
 #include <atomic>
 #include <csignal>
@@ -279,4 +280,18 @@ TEST_F(Life, OfManyCausesAtOnceOneWins)
             thread.join();
         ASSERT_EQ(winners, ZANTOPresentLife().signal);
     }
+}
+
+// Nothing that is printed may keep it from the logout.
+TEST_F(Life, TheEnderSpeaksWithoutMemory)
+{
+    ZANTOBeginEnd(ZANTOHappening::shellLeft);
+    const std::string line(60, 'x');
+    const std::string longText(3000, 'y');
+    const std::string printed = printedAt(1, [&] {
+        const AllocationFailure failure(30, 100000);
+        ZANTOPrintLine(line.c_str());
+        ZANTOPrint("%s", longText.c_str());
+    });
+    EXPECT_EQ(printed, line + "\n" + longText.substr(0, 1023));
 }
