@@ -40,6 +40,7 @@ protected:
     {
         int64_t failures = 0;
         for (int64_t n = 1; n < moreThanAnyBuildAllocates; ++n) {
+            beginNewLife();
             const int nodes = liveNodes();
             const int properties = liveProperties();
             const bool happened = buildsWithout(n, build);
@@ -81,7 +82,15 @@ void nothing() {}
 
 TEST_F(BuildLeak, TheTreeBuildLeaksNothingWhicheverAllocationFails)
 {
-    expectNoLeak([] { createSystemTree("CRATE", "10.0.0.9", "admin", "secret"); },
+    const auto logouts = [this] { return fake.callsOf("DeinitSystem").size(); };
+    const auto build = [&] {
+        const size_t before = logouts();
+        if (createSystemTree("CRATE", "10.0.0.9", "admin", "secret") != 0) {
+            EXPECT_EQ(systemNode, nullptr);
+            EXPECT_EQ(logouts(), before + 1);
+        }
+    };
+    expectNoLeak(build,
                  [] {
                      NodePtr(systemNode).reset();
                      systemNode = nullptr;
