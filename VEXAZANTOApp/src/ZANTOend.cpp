@@ -174,8 +174,10 @@ void ZANTOStartEndWatch()
 {
     if (end().watched.exchange(true))
         return;
-    epicsThreadCreate("ZANTOEndWatch", epicsThreadPriorityMax,
-                      epicsThreadGetStackSize(epicsThreadStackSmall), watchEnd, nullptr);
+    const epicsThreadId thread =
+        epicsThreadCreate("ZANTOEndWatch", epicsThreadPriorityMax,
+                          epicsThreadGetStackSize(epicsThreadStackSmall), watchEnd, nullptr);
+    end().watched = thread != nullptr; // else the end tries again
 }
 
 bool ZANTOTimeToUnsubscribe() noexcept

@@ -8,7 +8,6 @@
 #include "ZANTOsignals.h"
 #include "ZANTOterminal.h"
 
-#include <epicsExit.h>
 #include <epicsThread.h>
 #include <iocsh.h>
 
@@ -126,5 +125,4 @@ int main(int argc, char *argv[])
     }
     iocsh(nullptr);
     Shutdown();
-    epicsExit(0);
 }
