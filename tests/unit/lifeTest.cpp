@@ -53,10 +53,13 @@ void expectParks(const std::function<void()> &action)
 {
     EXPECT_ENDS_WELL({
         beginEnd();
+        std::promise<void> begins;
         std::thread([&] {
+            begins.set_value();
             action();
             endChild(false);
         }).detach();
+        begins.get_future().wait();
         expectNoReturn();
         ZANTOPark();
     });
