@@ -31,7 +31,7 @@ constexpr RecordKind recordKinds[] = {
 };
 constexpr uint32_t recordKindCount = sizeof(recordKinds) / sizeof(recordKinds[0]);
 
-/// What a record of a node is called and made of; `reason` is null when it gets one.
+/// What a record of a node is called and made of.
 struct RecordPlan {
     std::string shortName;
     std::string recordName;
