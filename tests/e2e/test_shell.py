@@ -50,6 +50,8 @@ def test_interrupt_key_leaves(terminal):
 
 def test_half_a_line_and_the_quit_key_leaves(terminal):
     terminal.type("dbl ZC1", end="")
+    terminal.expect("dbl ZC1")
+    terminal.wait_until_it_reads()
     terminal.press("\\")
     ended_in_order(terminal)
 

@@ -1,11 +1,12 @@
 """The server at a terminal, as an operator has it."""
 
 import termios
+from pathlib import Path
 
 import pexpect
 
 from .ioc import arguments
-from .process import WATCHDOG
+from .process import WATCHDOG, until
 from .world import environment
 
 PROMPT = "epics> "
@@ -34,6 +35,13 @@ class Terminal:
     def press(self, key):
         """Control and that key."""
         self._child.sendcontrol(key)
+
+    def wait_until_it_reads(self):
+        """Until its main thread sleeps. The line editor looks for signals before it waits for a
+        key: one that comes in between is answered only with the next key."""
+        stat = Path(f"/proc/{self.pid}/task/{self.pid}/stat")
+        until(lambda: stat.read_text(encoding="ascii").rpartition(")")[2].split()[0] == "S",
+              "it waits for a key")
 
     def settings(self):
         """What stty would show."""
