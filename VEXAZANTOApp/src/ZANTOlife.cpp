@@ -28,20 +28,14 @@ struct Life {
 };
 static_assert(std::atomic<ZANTOLifeState>::is_always_lock_free, "for the handler of a signal");
 
-/// What guards the tree; apart from the rest because each access of a record touches it.
-struct TreeGate {
-    std::atomic<bool> unfinished{false};
-    std::atomic<bool> closed{false};
-    std::atomic<int32_t> users{0};
-};
-
 Life &life()
 {
     static ZANTONeverDestroyed<Life> instance;
     return instance.get();
 }
 
-TreeGate treeGate;
+// A build of the tree has begun and not ended.
+std::atomic<bool> treeUnfinished{false};
 
 // Until its verdict has been put into place.
 ZANTOLot happen(ZANTOHappening happening, uint16_t signal, bool byTheEnder) noexcept
@@ -189,29 +183,19 @@ bool ZANTOAwaitStartup(std::chrono::milliseconds limit)
     });
 }
 
-// ---- use of the tree ----
+// ---- completeness of the tree ----
 
-// The counter is raised before the flag is looked at, and the closing side sets the flag
-// before it looks at the counter: with sequential consistency one of the two sees the other.
-ZANTOTreeUse::ZANTOTreeUse() noexcept
-{
-    treeGate.users.fetch_add(1);
-    m_open = !treeGate.closed.load();
-}
-
-ZANTOTreeUse::~ZANTOTreeUse() { treeGate.users.fetch_sub(1); }
-
-void ZANTOBeginTree() { treeGate.unfinished = true; }
+void ZANTOBeginTree() { treeUnfinished = true; }
 
 void ZANTOOpenTree()
 {
     std::lock_guard<std::mutex> lock(life().mutex);
-    treeGate.closed = false;
-    treeGate.unfinished = false;
+    ZANTOTreeUse::open();
+    treeUnfinished = false;
     life().changed.notify_all();
 }
 
-bool ZANTOTreeIsComplete() noexcept { return systemNode != nullptr && !treeGate.unfinished; }
+bool ZANTOTreeIsComplete() noexcept { return systemNode != nullptr && !treeUnfinished; }
 
 void ZANTOWaitForTree()
 {
@@ -219,15 +203,4 @@ void ZANTOWaitForTree()
     life().changed.wait(lock, ZANTOTreeIsComplete);
 }
 
-bool ZANTOCloseTree(std::chrono::milliseconds limit)
-{
-    treeGate.closed = true;
-    const auto end = std::chrono::steady_clock::now() + limit;
-    // Seeing 0 once is enough: whoever raises the counter later is refused.
-    while (treeGate.users != 0) {
-        if (std::chrono::steady_clock::now() >= end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
+bool ZANTOCloseTree(std::chrono::milliseconds limit) { return ZANTOTreeUse::close(limit); }

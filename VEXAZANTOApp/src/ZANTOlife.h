@@ -7,6 +7,7 @@
 #define ZANTOLIFE_H
 
 #include "ZANTOlifecycle.h"
+#include "ZANTOtreeuse.h"
 
 #include <chrono>
 #include <cstdint>
@@ -71,22 +72,7 @@ void ZANTOStartupPause(std::chrono::milliseconds pause);
 /// `limit` because a library call does not return.
 bool ZANTOAwaitStartup(std::chrono::milliseconds limit);
 
-// ---- use of the tree ----
-
-/// One use of the tree by a record or an event, for a scope. False when the tree is closed:
-/// then no node may be touched. Never blocks.
-class ZANTOTreeUse {
-public:
-    ZANTOTreeUse() noexcept;
-    ~ZANTOTreeUse();
-    ZANTOTreeUse(const ZANTOTreeUse &) = delete;
-    ZANTOTreeUse &operator=(const ZANTOTreeUse &) = delete;
-
-    explicit operator bool() const noexcept { return m_open; }
-
-private:
-    bool m_open;
-};
+// ---- completeness of the tree (its uses: ZANTOTreeUse) ----
 
 /// A build of the tree begins: until it ends with ZANTOOpenTree the tree is not complete, even
 /// if systemNode is set already.
@@ -97,8 +83,7 @@ void ZANTOOpenTree();
 bool ZANTOTreeIsComplete() noexcept;
 /// Blocks until the tree is complete.
 void ZANTOWaitForTree();
-/// Refuses further uses and waits for the present ones to end. False when some did not end in
-/// time; then the tree must not be deleted.
+/// ZANTOTreeUse::close.
 bool ZANTOCloseTree(std::chrono::milliseconds limit);
 
 #endif
