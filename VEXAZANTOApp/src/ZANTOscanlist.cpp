@@ -72,6 +72,8 @@ const ZANTOScanServices ZANTOIocScanServices = {iocInitList, iocQueuePass, iocSc
 
 void ZANTOScanList::init()
 {
+    if (m_list != nullptr && !m_listIsOver.exchange(false))
+        return;
     IOSCANPVT fresh = nullptr;
     m_services.init(&fresh);
     m_list = fresh;
@@ -141,6 +143,7 @@ void ZANTOScanList::stop()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_started = m_iocRuns = false;
+    m_listIsOver = true;
 }
 
 bool ZANTOScanList::passRuns() const

@@ -52,7 +52,8 @@ public:
     ZANTOScanList(const ZANTOScanList &) = delete;
     ZANTOScanList &operator=(const ZANTOScanList &) = delete;
 
-    /// Replaces the IOC's list with a fresh one: called for every record, the last one counts.
+    /// Called for every record of the type: the first one gets a list of the IOC, which all share.
+    /// After a stop() there is a fresh one, since the IOC has freed the old one.
     void init();
     operator IOSCANPVT() const noexcept { return m_list.load(); }
     const char *recordType() const noexcept { return m_recordType; }
@@ -115,6 +116,7 @@ private:
     const ZANTOScanServices &m_services;
     const char *const m_recordType;
     std::atomic<IOSCANPVT> m_list{nullptr};
+    std::atomic<bool> m_listIsOver{false};
     std::atomic<uint32_t> m_asked{0};
     std::atomic<uint32_t> m_deferred{0};
     std::atomic<uint32_t> m_refused{0};

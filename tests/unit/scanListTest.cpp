@@ -13,15 +13,24 @@ TEST_F(ScanList, WithoutAListARequestIsCountedAndDoesNothing)
     EXPECT_EQ(static_cast<IOSCANPVT>(list), nullptr);
 }
 
-TEST_F(ScanList, EveryRecordReplacesTheList)
+TEST_F(ScanList, AllRecordsShareOneListOfTheIoc)
 {
     list.init();
     const IOSCANPVT first = list;
     list.init();
-    const IOSCANPVT second = list;
     EXPECT_NE(first, nullptr);
-    EXPECT_NE(second, nullptr);
-    EXPECT_NE(first, second);
+    EXPECT_EQ(static_cast<IOSCANPVT>(list), first);
+    EXPECT_EQ(ioc.inits(), 1);
+}
+
+TEST_F(ScanList, AnIocThatStartsAgainHasAListOfItsOwn)
+{
+    list.init();
+    const IOSCANPVT first = list;
+    list.stop();
+    list.init();
+    list.init();
+    EXPECT_NE(static_cast<IOSCANPVT>(list), first);
     EXPECT_EQ(ioc.inits(), 2);
 }
 
