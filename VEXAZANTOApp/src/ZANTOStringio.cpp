@@ -34,12 +34,12 @@ struct Stringout {
 };
 
 // The last byte stays as it is: it is the NUL of every value that fills the field.
-template <size_t size> void copyText(char (&field)[size], const std::string &text)
+template <size_t size> void readText(ZANTONode &node, char (&field)[size])
 {
-    const size_t length = std::min(text.size(), size - 1);
-    std::memcpy(field, text.data(), length);
-    if (length < size - 1)
-        field[length] = '\0';
+    char shown[size];
+    node.readText(shown);
+    const size_t length = strnlen(shown, size - 1);
+    std::memcpy(field, shown, std::min(length + 1, size - 1));
 }
 
 long init_record_stringin(stringinRecord *record) { return ZANTOInitInput<Stringin>(record); }
@@ -55,7 +55,7 @@ long read_stringin(stringinRecord *record)
     ZANTONode *node = ZANTOFindNode<Stringin>(record, use);
     if (node == nullptr || node->getDataType() != nodeDataTypeString)
         return ZANTOFailed;
-    copyText(record->val, ZANTOReadNode(*node).toString());
+    readText(*node, record->val);
     record->udf = 0;
     if (DEBUG > 7)
         ZANTOPrint("[STRINGIN] - READ %s = %s\n", record->name, record->val);

@@ -1,6 +1,7 @@
 #include "ZANTOnode.h"
 
 #include "ZANTOmessages.h"
+#include "ZANTOstatic.h"
 #include "ZANTOutils.h"
 #include "vexahvwrapper.h"
 
@@ -20,56 +21,70 @@ template <typename T> void deleteFromLastToFirst(std::vector<T *> &list)
 
 } // namespace
 
-ZANTONode::ZANTONode()
-{
-    initSem();
-}
+ZANTONode::ZANTONode() = default;
 
 ZANTONode::~ZANTONode()
 {
-    if (m_nodeType != nodeTypeEmptyNode) {
-        deleteFromLastToFirst(m_children);
-        deleteFromLastToFirst(m_parameters);
-        deleteFromLastToFirst(m_properties);
+    forgetPending();
+    if (getNodeType() == nodeTypeEmptyNode)
+        return;
+    if (Branch *branch = m_branch.get()) {
+        deleteFromLastToFirst(branch->children);
+        deleteFromLastToFirst(branch->parameters);
     }
-    const std::unique_ptr<Pending> nobodys(m_pending.load());
-    destroySem();
+    deleteFromLastToFirst(m_properties);
+}
+
+// ---- branch ----
+
+const ZANTONode::Branch &ZANTONode::BranchOwner::untouched() noexcept
+{
+    static ZANTONeverDestroyed<Branch> branch;
+    return branch.get();
+}
+
+ZANTONode::Branch &ZANTONode::BranchOwner::own()
+{
+    if (m_own == nullptr)
+        m_own = std::make_unique<Branch>();
+    return *m_own;
 }
 
 void ZANTONode::ZANTOPrepareNode(const std::string &name, nodeType type, int32_t systemType,
                                  int32_t connType, const std::string &initParam,
                                  const std::string &username, const std::string &password)
 {
-    m_nodeName = name;
-    m_nodeType = type;
+    m_nodeName = ZANTOSharedText(name);
+    m_nodeType = static_cast<uint8_t>(type);
     if (type != nodeTypeSystemItem)
         return;
     m_systemType = systemType;
-    m_systemConnType = connType;
-    m_initParam = initParam;
-    m_username = username;
-    m_password = password;
+    Branch &branch = m_branch.own();
+    branch.systemConnType = connType;
+    branch.initParam = initParam;
+    branch.username = username;
+    branch.password = password;
 }
 
 // ---- lists ----
 
 void ZANTONode::passSystemType(ZANTONode *node)
 {
-    if (m_nodeType != nodeTypeEmptyNode)
+    if (getNodeType() != nodeTypeEmptyNode)
         node->setSystemType(m_systemType);
 }
 
-void ZANTONode::adopt(ZANTONode *node, std::vector<ZANTONode *> &list)
+void ZANTONode::adopt(ZANTONode *node, std::vector<ZANTONode *> Branch::*list)
 {
     if (node == nullptr)
         return;
     const MemberGuard guard(*this);
-    list.push_back(node);
+    (m_branch.own().*list).push_back(node);
     passSystemType(node);
 }
 
-void ZANTONode::addChildNode(ZANTONode *child) { adopt(child, m_children); }
-void ZANTONode::addParameter(ZANTONode *parameter) { adopt(parameter, m_parameters); }
+void ZANTONode::addChildNode(ZANTONode *child) { adopt(child, &Branch::children); }
+void ZANTONode::addParameter(ZANTONode *parameter) { adopt(parameter, &Branch::parameters); }
 
 void ZANTONode::addProperty(ZANTONodeProperty *property)
 {
@@ -84,31 +99,33 @@ void ZANTONode::insertChildNode(ZANTONode *child, int32_t index)
     if (child == nullptr || index < 0)
         return;
     const MemberGuard guard(*this);
-    if (static_cast<size_t>(index) > m_children.size())
+    std::vector<ZANTONode *> &list = m_branch.own().children;
+    if (static_cast<size_t>(index) > list.size())
         return;
-    m_children.insert(m_children.begin() + index, static_cast<size_t>(index), child);
+    list.insert(list.begin() + index, static_cast<size_t>(index), child);
     passSystemType(child);
 }
 
 void ZANTONode::removeChildNode(int32_t index)
 {
-    if (index < 0 || static_cast<size_t>(index) >= m_children.size())
+    if (index < 0 || static_cast<size_t>(index) >= children().size())
         return;
     const MemberGuard guard(*this);
-    m_children.erase(m_children.begin() + index);
+    std::vector<ZANTONode *> &list = m_branch.own().children;
+    list.erase(list.begin() + index);
 }
 
 ZANTONode *ZANTONode::childAt(int64_t position) const
 {
-    if (position < 0 || static_cast<uint64_t>(position) >= m_children.size())
+    if (position < 0 || static_cast<uint64_t>(position) >= children().size())
         return nullptr;
-    return m_children[static_cast<size_t>(position)];
+    return children()[static_cast<size_t>(position)];
 }
 
-ZANTONode *ZANTONode::findParameter(const std::string &name) const
+ZANTONode *ZANTONode::findParameter(std::string_view name) const
 {
-    for (ZANTONode *parameter : m_parameters) {
-        if (parameter->m_nodeName == name)
+    for (ZANTONode *parameter : parameters()) {
+        if (parameter->m_nodeName.get() == name)
             return parameter;
     }
     return nullptr;
@@ -118,21 +135,21 @@ void ZANTONode::setSysHandle(int32_t handle)
 {
     m_sysHandle = handle;
     const MemberGuard guard(*this);
-    for (ZANTONode *child : m_children)
+    for (ZANTONode *child : children())
         child->setSysHandle(handle);
-    for (ZANTONode *parameter : m_parameters)
+    for (ZANTONode *parameter : parameters())
         parameter->setSysHandle(handle);
 }
 
 void ZANTONode::updateBdNameForAllChildren(const std::string &name)
 {
-    m_bdName = name;
+    m_bdName = ZANTOSharedText(name);
     const MemberGuard guard(*this);
-    for (ZANTONode *parameter : m_parameters)
+    for (ZANTONode *parameter : parameters())
         parameter->setBdName(name);
-    for (ZANTONode *child : m_children) {
+    for (ZANTONode *child : children()) {
         child->setBdName(name);
-        for (ZANTONode *parameter : child->getParameters())
+        for (ZANTONode *parameter : child->parameters())
             parameter->setBdName(name);
     }
 }
@@ -163,9 +180,9 @@ int32_t ZANTONode::ZANTOSubscriptionForNode(bool subscribe)
 {
     const MemberGuard guard(*this);
     const auto port = static_cast<int16_t>(tcpPort);
-    const char *name = m_nodeName.c_str();
+    const char *name = m_nodeName.get().c_str();
     char result[2] = {}; // one name, and room for a library that counts a separator as one
-    switch (m_nodeType) {
+    switch (getNodeType()) {
     case nodeTypeBoardParam:
         return (subscribe ? VEXAHV_SubscribeBoardParams : VEXAHV_UnSubscribeBoardParams)(
             m_sysHandle, port, m_bdSlotNr, name, 1, result);
@@ -182,21 +199,21 @@ int32_t ZANTONode::ZANTOSubscriptionForNode(bool subscribe)
 
 int32_t ZANTONode::writeToMainframe(const variant &value)
 {
-    switch (m_nodeType) {
+    switch (getNodeType()) {
     case nodeTypeSystemProp:
-        return ZANTOUtils::ZANTOSetSystemPropertyChanged(m_sysHandle, m_nodeName,
+        return ZANTOUtils::ZANTOSetSystemPropertyChanged(m_sysHandle, m_nodeName.get(),
                                                          m_parWrapperType, value);
     case nodeTypeBoardParam:
-        return ZANTOUtils::ZANTOSetBoardParameterChanged(m_sysHandle, m_bdSlotNr, m_nodeName,
+        return ZANTOUtils::ZANTOSetBoardParameterChanged(m_sysHandle, m_bdSlotNr, m_nodeName.get(),
                                                          m_parWrapperType, value);
     case nodeTypeChannelParam:
-        return ZANTOUtils::ZANTOSetChannelParameterChanged(m_sysHandle, m_bdSlotNr, m_nodeName,
+        return ZANTOUtils::ZANTOSetChannelParameterChanged(m_sysHandle, m_bdSlotNr, m_nodeName.get(),
                                                            m_chIdx, m_parWrapperType, value);
     case nodeTypeSystemCmd:
-        return ZANTOUtils::ZANTOExeSystemCommandChanged(m_sysHandle, m_nodeName);
+        return ZANTOUtils::ZANTOExeSystemCommandChanged(m_sysHandle, m_nodeName.get());
     default:
         if (DEBUG > 0)
-            ZANTOPrint("Error set node [%s] value - node type not found", m_nodeName.c_str());
+            ZANTOPrint("Error set node [%s] value - node type not found", m_nodeName.get().c_str());
         return -1;
     }
 }
@@ -206,27 +223,26 @@ int32_t ZANTONode::setNodeEditedValue(const variant &value)
     const MemberGuard guard(*this);
     const int32_t result = writeToMainframe(value);
     if (result == 0) {
-        m_nodeValue.ZANTOSetValueData(value, nodeValueQualityGood, std::time(nullptr));
+        setNodeValue(ZANTONodeValue(value, nodeValueQualityGood, std::time(nullptr)));
         return 0;
     }
     if (DEBUG > 2)
-        ZANTOPrint("Error set node [%s] value - write fail with code = %d\n", m_nodeName.c_str(),
+        ZANTOPrint("Error set node [%s] value - write fail with code = %d\n", m_nodeName.get().c_str(),
                     result);
-    m_nodeValue.ZANTOSetQuality(nodeValueQualityWriteFail);
+    m_value.setQuality(nodeValueQualityWriteFail);
     return result;
 }
 
 void ZANTONode::invalidate(time_t timestamp)
 {
     const MemberGuard guard(*this);
-    m_nodeValue.ZANTOSetQuality(nodeValueQualityBad);
-    m_nodeValue.ZANTOSetTimestamp(timestamp);
+    m_value.setQualityAndTime(nodeValueQualityBad, timestamp);
 }
 
 void ZANTONode::invalidateChildren(time_t timestamp)
 {
     const MemberGuard guard(*this);
-    for (ZANTONode *child : m_children) {
+    for (ZANTONode *child : children()) {
         child->invalidate(timestamp);
         child->invalidateChildren(timestamp);
     }
@@ -237,35 +253,49 @@ void ZANTONode::ZANTOInvalidateAllChildren() { invalidateChildren(std::time(null
 void ZANTONode::setConnectionStatus(connStatus status)
 {
     const MemberGuard guard(*this);
-    m_connStatus = status;
+    m_branch.own().status = status;
     if (status != connStatus_OK)
         ZANTOInvalidateAllChildren();
 }
 
 // ---- plain setters ----
 
-template <typename T> void ZANTONode::assign(T &member, const T &value)
+template <typename T, typename Value> void ZANTONode::assign(T &member, const Value &value)
 {
     const MemberGuard guard(*this);
-    member = value;
+    member = static_cast<T>(value);
+}
+
+template <typename T> void ZANTONode::assignOwn(T Branch::*member, const T &value)
+{
+    const MemberGuard guard(*this);
+    m_branch.own().*member = value;
 }
 
 void ZANTONode::setNodeName(const std::string &name) { assign(m_nodeName, name); }
 void ZANTONode::setNodeType(nodeType type) { assign(m_nodeType, type); }
 void ZANTONode::setAccessRights(nodeAccessRights rights) { assign(m_nodeAccessRight, rights); }
 void ZANTONode::setDataType(nodeDataType dataType) { assign(m_nodeDataType, dataType); }
-void ZANTONode::setNodeValue(const ZANTONodeValue &value) { assign(m_nodeValue, value); }
+
+void ZANTONode::setNodeValue(const ZANTONodeValue &value)
+{
+    ZANTONodeValue copy = value;
+    m_value.makeRoomFor(copy);
+    const MemberGuard guard(*this);
+    m_value.set(std::move(copy));
+}
+
 void ZANTONode::setSystemType(int32_t systemType) { assign(m_systemType, systemType); }
 
 void ZANTONode::setInitParam(const std::string &initParam)
 {
     const MemberGuard guard(*this);
-    if (m_initParam.empty())
-        m_initParam = initParam;
+    if (getInitParam().empty())
+        m_branch.own().initParam = initParam;
 }
 
-void ZANTONode::setSysSocket(int32_t socket) { assign(m_sysSocket, socket); }
-void ZANTONode::setSlotCount(uint16_t count) { assign(m_slotCount, count); }
+void ZANTONode::setSysSocket(int32_t socket) { assignOwn(&Branch::sysSocket, socket); }
+void ZANTONode::setSlotCount(uint16_t count) { assignOwn(&Branch::slotCount, count); }
 void ZANTONode::setBdSlotNr(uint16_t slot) { assign(m_bdSlotNr, slot); }
 void ZANTONode::setChIdx(uint16_t channel) { assign(m_chIdx, channel); }
 void ZANTONode::setParWrapperType(uint32_t type) { assign(m_parWrapperType, type); }
@@ -273,21 +303,24 @@ void ZANTONode::setSysName(const std::string &name) { assign(m_sysName, name); }
 void ZANTONode::setBdName(const std::string &name) { assign(m_bdName, name); }
 void ZANTONode::setChName(const std::string &name) { assign(m_chName, name); }
 
-void ZANTONode::setExpUnit(const std::string &unit)
+void ZANTONode::setPlaceNames(ZANTOSharedText sysName, ZANTOSharedText bdName,
+                              ZANTOSharedText chName)
 {
-    m_nodeExpUnit = unit;
     const MemberGuard guard(*this);
-    setNodeValue(m_nodeValue);
+    m_sysName = sysName;
+    m_bdName = bdName;
+    m_chName = chName;
 }
 
+void ZANTONode::setExpUnit(const std::string &unit) { assign(m_nodeExpUnit, unit); }
 void ZANTONode::setNodeDecimals(int32_t decimals) { assign(m_nodeDecimals, decimals); }
-void ZANTONode::setBdChCount(uint16_t count) { assign(m_bdChCount, count); }
-void ZANTONode::setBdModel(const std::string &model) { assign(m_bdModel, model); }
-void ZANTONode::setBdDescr(const std::string &description) { assign(m_bdDescr, description); }
-void ZANTONode::setBdSerNr(uint16_t serialNumber) { assign(m_bdSerNr, serialNumber); }
-void ZANTONode::setBdFwRelMin(const std::string &release) { assign(m_bdFwRelMin, release); }
-void ZANTONode::setBdFwRelMax(const std::string &release) { assign(m_bdFwRelMax, release); }
-void ZANTONode::setMaxVal(int32_t value) { assign(m_maxValue, static_cast<float>(value)); }
+void ZANTONode::setBdChCount(uint16_t count) { assignOwn(&Branch::bdChCount, count); }
+void ZANTONode::setBdModel(const std::string &model) { assignOwn(&Branch::bdModel, model); }
+void ZANTONode::setBdDescr(const std::string &text) { assignOwn(&Branch::bdDescr, text); }
+void ZANTONode::setBdSerNr(uint16_t serialNumber) { assignOwn(&Branch::bdSerNr, serialNumber); }
+void ZANTONode::setBdFwRelMin(const std::string &text) { assignOwn(&Branch::bdFwRelMin, text); }
+void ZANTONode::setBdFwRelMax(const std::string &text) { assignOwn(&Branch::bdFwRelMax, text); }
+void ZANTONode::setMaxVal(int32_t value) { assign(m_maxValue, value); }
 void ZANTONode::setMinVal(float value) { assign(m_minValue, value); }
 void ZANTONode::setOnString(const std::string &text) { assign(m_onString, text); }
 void ZANTONode::setOffString(const std::string &text) { assign(m_offString, text); }

@@ -1,159 +1,110 @@
 // The locks of a node, and how an event gets its value into a node that somebody holds.
 #include "ZANTOnode.h"
 
-#include <memory>
+#include "ZANTOstatic.h"
+
 #include <mutex>
 #include <new>
-#include <type_traits>
+#include <unordered_map>
 #include <utility>
 
 namespace {
 
-void initRecursive(pthread_mutex_t &mutex, bool &live)
-{
-    if (live)
-        return;
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_init(&mutex, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-    live = true;
-}
-
-/// A lock that is taken only if nobody else has it, until release() or the end of the scope.
-class TryLock {
-public:
-    explicit TryLock(pthread_mutex_t &mutex)
-        : m_mutex(pthread_mutex_trylock(&mutex) == 0 ? &mutex : nullptr)
-    {
-    }
-    ~TryLock() { release(); }
-    TryLock(const TryLock &) = delete;
-    TryLock &operator=(const TryLock &) = delete;
-
-    explicit operator bool() const { return m_mutex != nullptr; }
-    void release()
-    {
-        if (m_mutex != nullptr)
-            pthread_mutex_unlock(std::exchange(m_mutex, nullptr));
-    }
-
-private:
-    pthread_mutex_t *m_mutex;
+/// A value that an event left for the holder of a node.
+struct Pending {
+    ZANTONodeValue value;
+    uint64_t connection = ZANTONode::noConnection;
 };
 
-// Guards the pending values of all nodes, for a moment each time, and is the last lock that
-// anybody takes. Few nodes ever have a pending value.
-std::mutex pendingMutex;
+/// Few nodes ever have one.
+struct PendingValues {
+    // Held for a moment each time; no lock of a node is waited for under it.
+    std::mutex mutex;
+    std::unordered_map<const ZANTONode *, Pending> of; // guarded by mutex
+};
+
+PendingValues &pending()
+{
+    static ZANTONeverDestroyed<PendingValues> values;
+    return values.get();
+}
+
+// Of two values the one that came later stays, unless its connection is the older one.
+bool replaces(uint64_t connection, const Pending &kept)
+{
+    return connection == ZANTONode::noConnection || connection >= kept.connection;
+}
 
 } // namespace
 
-void ZANTONode::initSem()
-{
-    initRecursive(m_tcpMutex, m_tcpMutexLive);
-    initRecursive(m_serializer, m_serializerLive);
-}
-
-void ZANTONode::destroySem()
-{
-    if (!m_tcpMutexLive)
-        return;
-    pthread_mutex_destroy(&m_tcpMutex);
-    m_tcpMutexLive = false;
-}
+// ---- locks ----
 
 // Waits for m_serializer where a value is pending: a read must not miss it, since no scan comes
 // after the one that its event asked for.
 void ZANTONode::lockSem()
 {
-    pthread_mutex_lock(&m_tcpMutex);
-    if (m_tcpDepth++ > 0 || m_pending.load(std::memory_order_acquire) == nullptr)
+    if (!m_locks.lock(ZANTONodeLock::record) || !m_locks.isMarked())
         return;
-    const MemberGuard guard(*this);
-    if (m_serializerDepth == 1)
+    if (m_locks.lock(ZANTONodeLock::members))
         applyPending();
+    unlockMembers();
 }
 
-void ZANTONode::unlockSem()
-{
-    const bool last = --m_tcpDepth == 0;
-    pthread_mutex_unlock(&m_tcpMutex);
-    if (last)
-        settle();
-}
+void ZANTONode::unlockSem() { unlock(ZANTONodeLock::record); }
+void ZANTONode::lockMembers() { m_locks.lock(ZANTONodeLock::members); }
+void ZANTONode::unlockMembers() { unlock(ZANTONodeLock::members); }
 
-void ZANTONode::lockMembers()
+void ZANTONode::unlock(ZANTONodeLock::Part part)
 {
-    pthread_mutex_lock(&m_serializer);
-    ++m_serializerDepth;
-}
-
-void ZANTONode::unlockMembers()
-{
-    const bool last = --m_serializerDepth == 0;
-    pthread_mutex_unlock(&m_serializer);
-    if (last)
-        settle();
+    if (!m_locks.unlock(part))
+        return;
+    do {
+        applyPending();
+    } while (m_locks.unlock(ZANTONodeLock::both));
 }
 
 // ---- values of events ----
 //
-// A value that finds the node in use is left in m_pending, and whoever lets go of a lock looks
-// there afterwards. Every put and every look is a read-modify-write of m_pending, so of any two
-// one comes first, and what its thread did before happens before what the other's does after.
-// That no value is stranded follows:
-//
-// An event puts its value and then cannot have a lock. The lock's holder lets go and then looks.
-// If the look came before the put, the lock was free for the event, as far as that holder is
-// concerned; so the look comes after and sees the value.
-//
-// Who sees a value needs both locks. One that has m_tcpMutex and not m_serializer lets go, looks,
-// and asks for m_serializer once more; the holder of m_serializer lets go, looks, and asks for
-// m_tcpMutex. Whoever looks later finds the other's lock free. If it is taken again by then, the
-// same holds for the new holder. Nobody asks again while a lock is held, so a library call that
-// hangs makes nobody spin.
+// A value that finds the node in use is kept here and marked in the node's locks, and whoever lets
+// go of the node last takes it in: the mark is set only while somebody has a lock, and the last
+// lock is not let go while the mark is set. A library call that hangs makes nobody spin.
 
 void ZANTONode::updateValue(ZANTONodeValue value, uint64_t connection)
 {
-    if (!applyAtOnce(value, connection) && !leavePending(value, connection)) {
-        const SemGuard record(*this);
-        const MemberGuard members(*this);
-        take(std::move(value), connection);
-    }
-    settle();
+    m_value.makeRoomFor(value);
+    if (applyAtOnce(value, connection) || leavePending(value, connection))
+        return;
+    const SemGuard record(*this);
+    const MemberGuard members(*this);
+    take(std::move(value), connection);
 }
 
 // Leaves the value to the caller when it fails.
 bool ZANTONode::applyAtOnce(ZANTONodeValue &value, uint64_t connection)
 {
-    const TryLock record(m_tcpMutex);
-    if (!record)
+    if (!m_locks.tryLockBoth())
         return false;
-    const TryLock members(m_serializer);
-    if (!members)
-        return false;
-    applyPending();
+    if (m_locks.isMarked())
+        applyPending();
     take(std::move(value), connection);
+    unlock(ZANTONodeLock::both);
     return true;
 }
 
-// Under both locks.
-void ZANTONode::applyPending()
+// Under both locks. Asks for no memory.
+void ZANTONode::applyPending() noexcept
 {
-    if (m_pending.load(std::memory_order_acquire) == nullptr)
-        return;
-    std::unique_ptr<Pending> pending;
+    std::unordered_map<const ZANTONode *, Pending>::node_type left;
     {
-        std::lock_guard<std::mutex> lock(pendingMutex);
-        pending.reset(m_pending.exchange(nullptr));
+        std::lock_guard<std::mutex> lock(pending().mutex);
+        left = pending().of.extract(this);
+        m_locks.unmark();
     }
-    if (pending != nullptr)
-        take(std::move(pending->value), pending->connection);
+    if (!left.empty())
+        take(std::move(left.mapped().value), left.mapped().connection);
 }
 
-// Under both locks, and when one is let go, where nothing can be thrown: the value is moved,
-// which asks for no memory.
+// Under both locks, and when one is let go, where nothing can be thrown.
 void ZANTONode::take(ZANTONodeValue &&value, uint64_t connection) noexcept
 {
     if (connection != noConnection) {
@@ -161,63 +112,42 @@ void ZANTONode::take(ZANTONodeValue &&value, uint64_t connection) noexcept
             return;
         m_connection = connection;
     }
-    static_assert(std::is_nothrow_move_assignable_v<ZANTONodeValue>);
-    m_nodeValue = std::move(value);
+    m_value.set(std::move(value));
 }
 
 // False, and the value is still the caller's, when there is no memory for it.
 bool ZANTONode::leavePending(ZANTONodeValue &value, uint64_t connection)
 {
-    try {
-        putPending(value, connection);
-        return true;
-    } catch (const std::bad_alloc &) {
-        return false;
-    }
-}
-
-// Of two values the one that came later stays, unless its connection is the older one. It takes
-// the other's place without a moment in which a read finds neither.
-void ZANTONode::putPending(ZANTONodeValue &value, uint64_t connection)
-{
-    std::lock_guard<std::mutex> lock(pendingMutex);
-    Pending *pending = m_pending.load();
-    std::unique_ptr<Pending> fresh;
-    if (pending == nullptr) {
-        fresh = std::make_unique<Pending>();
-        pending = fresh.get();
-    }
-    if (connection == noConnection || connection >= pending->connection) {
-        pending->value = std::move(value);
-        pending->connection = connection;
-    }
-    m_pending.exchange(fresh != nullptr ? fresh.release() : pending);
-}
-
-bool ZANTONode::anyPending() { return m_pending.fetch_add(0) != nullptr; }
-
-// False when somebody holds the node who looks again after letting go, maybe this very thread.
-bool ZANTONode::tryToApply()
-{
-    TryLock record(m_tcpMutex);
-    if (!record || m_tcpDepth > 0)
-        return false;
     {
-        const TryLock members(m_serializer);
-        if (members && m_serializerDepth > 0)
+        std::lock_guard<std::mutex> lock(pending().mutex);
+        try {
+            const auto [kept, isFirst] = pending().of.try_emplace(this);
+            if (isFirst || replaces(connection, kept->second))
+                kept->second = {std::move(value), connection};
+        } catch (const std::bad_alloc &) {
             return false;
-        if (members) {
-            applyPending();
-            return true;
         }
+        if (m_locks.markOrLockBoth())
+            return true;
     }
-    record.release();
-    anyPending();
-    return static_cast<bool>(TryLock(m_serializer));
+    applyPending(); // the node is free by now
+    unlock(ZANTONodeLock::both);
+    return true;
 }
 
-void ZANTONode::settle()
+// For a node that is deleted while a thread that never comes back holds it.
+void ZANTONode::forgetPending() noexcept
 {
-    while (anyPending() && tryToApply()) {
-    }
+    if (!m_locks.isMarked())
+        return;
+    std::lock_guard<std::mutex> lock(pending().mutex);
+    pending().of.erase(this);
+}
+
+// ---- reads ----
+
+void ZANTONode::readText(char (&shown)[ZANTOValueCell::shownSize])
+{
+    if (!m_locks.isReadable() || !m_value.tryText(shown))
+        copyHeld([&] { return m_value.tryText(shown); });
 }

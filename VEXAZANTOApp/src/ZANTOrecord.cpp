@@ -56,12 +56,6 @@ ZANTONode *ZANTONodeOfRecord(dbCommon *record)
     return binding->node;
 }
 
-variant ZANTOReadNode(ZANTONode &node)
-{
-    const ZANTONode::SemGuard guard(node);
-    return node.getVariant();
-}
-
 int32_t ZANTOWriteNode(ZANTONode &node, const variant &value)
 {
     const ZANTONode::SemGuard guard(node);

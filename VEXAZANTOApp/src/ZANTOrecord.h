@@ -28,8 +28,6 @@ long ZANTOInitRecord(dbCommon *record, const DBLINK &link, const char *format);
 /// within a ZANTOTreeUse.
 ZANTONode *ZANTONodeOfRecord(dbCommon *record);
 
-/// Copy of the node's value, taken under its lockSem.
-variant ZANTOReadNode(ZANTONode &node);
 /// setNodeEditedValue under the node's lockSem. Blocks as long as the library does.
 int32_t ZANTOWriteNode(ZANTONode &node, const variant &value);
 
@@ -170,8 +168,10 @@ template <typename Trait> long ZANTOReadNumber(typename Trait::Record *record)
     ZANTONode *node = ZANTOFindNode<Trait>(record, use);
     if (node == nullptr)
         return ZANTOFailed;
+    variant value;
+    node->readNumber(value);
     const bool isNumber =
-        ZANTOVisitNumber(ZANTOReadNode(*node), node->getDataType(),
+        ZANTOVisitNumber(value, node->getDataType(),
                          [record](auto number) { Trait::store(record, number); });
     if (!isNumber)
         return ZANTOFailed;

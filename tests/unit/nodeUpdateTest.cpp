@@ -157,7 +157,7 @@ TEST_F(NodeUpdate, WithoutMemoryToKeepItWaits)
     std::atomic<bool> ended{false};
     std::thread other([&] {
         const ZANTONodeValue brought = good(1.5F);
-        const AllocationFailure shortage(sizeof(ZANTONodeValue), sizeof(ZANTONodeValue) + 16);
+        const AllocationFailure shortage(1, 1000);
         begun = true;
         node->updateValue(brought, 0);
         ended = true;
