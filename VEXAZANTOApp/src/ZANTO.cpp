@@ -5,6 +5,7 @@
 #include "ZANTOfile.h"
 #include "ZANTOfirmwarewait.h"
 #include "ZANTOlife.h"
+#include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
 #include "ZANTOscanhooks.h"
@@ -124,6 +125,7 @@ int32_t createSystemTree(const std::string &sysName, const std::string &sysInitP
         ZANTOPrint("SYSTEMNAME = %s\n", sysName.c_str());
         createRoot(sysName, sysInitParam, usrnm, pswd, handle);
         ZANTOBuildTree(*systemNode, database, pvList);
+        ZANTOIndexTree();
         return closeFiles(database, pvList);
     });
     if (built != 0)

@@ -1,6 +1,7 @@
 #include "ZANTOend.h"
 
 #include "ZANTOlife.h"
+#include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
 #include "ZANTOstatic.h"
@@ -106,8 +107,10 @@ bool closeTree()
 void freeTree(ZANTONode *root)
 {
     systemNode = nullptr;
-    if (!end().mainStraggles && !end().recordsStraggle)
-        delete root;
+    if (end().mainStraggles || end().recordsStraggle)
+        return;
+    ZANTOIndexTree();
+    delete root;
 }
 
 void logOut(const ZANTOEndPlan &plan)

@@ -1,11 +1,13 @@
 #include "ZANTOeventupdate.h"
 
-#include "ZANTOconfig.h"
 #include "ZANTOlife.h"
+#include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
 #include "ZANTOtypes.h"
 #include "ZANTOutils.h"
+
+#include <utility>
 
 namespace {
 
@@ -45,17 +47,16 @@ int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *it
             ZANTOPrint("\nError finding tree while updating item [%s]\n", itemName);
         return -1;
     }
-    ZANTONode *node =
-        ZANTOConfig::ZANTOConfigGetNodeFromItemId(root, itemName, boardIndex, channelIndex);
+    ZANTONode *node = ZANTOFindItemNode(root, itemName, boardIndex, channelIndex);
     if (node == nullptr) {
         if (DEBUG > 7)
             ZANTOPrint("\nError updating item [%s]\n", itemName);
         return -1;
     }
-    const ZANTONodeValue newValue =
-        ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(node, value);
-    node->updateValue(newValue, connection);
+    ZANTONodeValue newValue = ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(node, value);
+    const variant traced = DEBUG > 9 ? newValue.ZANTOGetValue() : variant();
+    node->updateValue(std::move(newValue), connection);
     // Printing may block on a terminal that is stopped, so it holds no lock.
-    traceUpdate(itemName, node->getDataType(), newValue.ZANTOGetValue());
+    traceUpdate(itemName, node->getDataType(), traced);
     return parameterTypeOf(node->getParWrapperType(), node->getNodeType());
 }

@@ -1,12 +1,17 @@
 #include "ZANTOlookup.h"
 
+#include "ZANTOitemindex.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
+#include "ZANTOstatic.h"
 #include "ZANTOtypes.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 
 namespace {
 
@@ -63,16 +68,66 @@ ZANTONode *holderOf(ZANTONode &root, int32_t board, int32_t channel)
 
 } // namespace
 
-ZANTONode *ZANTOFindItemNode(ZANTONode *root, const std::string &itemId, int32_t board,
+namespace {
+
+/// An index with what tells whether it still counts.
+struct TreeIndex {
+    explicit TreeIndex(const ZANTONode &tree)
+        : root(&tree), generation(systemNode.generation()), items(tree)
+    {
+    }
+
+    const ZANTONode *root;
+    uint32_t generation;
+    ZANTOItemIndex items;
+};
+
+std::unique_ptr<const TreeIndex> &ownedIndex()
+{
+    static ZANTONeverDestroyed<std::unique_ptr<const TreeIndex>> index;
+    return index.get();
+}
+
+std::atomic<const TreeIndex *> presentIndex{nullptr};
+
+} // namespace
+
+void ZANTOIndexTree() noexcept
+{
+    presentIndex = nullptr;
+    ownedIndex().reset();
+    const ZANTONode *root = systemNode;
+    if (root == nullptr)
+        return;
+    try {
+        ownedIndex() = std::make_unique<const TreeIndex>(*root);
+        presentIndex = ownedIndex().get();
+    } catch (const std::bad_alloc &) {
+    }
+}
+
+ZANTONode *ZANTOIndexedItemNode(const ZANTONode *root, std::string_view itemId, int32_t board,
+                                int32_t channel) noexcept
+{
+    const TreeIndex *index = presentIndex.load(std::memory_order_acquire);
+    if (index == nullptr || index->root != root || index->generation != systemNode.generation())
+        return nullptr;
+    return index->items.find(board, channel, itemId);
+}
+
+ZANTONode *ZANTOFindItemNode(ZANTONode *root, std::string_view itemId, int32_t board,
                              int32_t channel)
 {
     if (root == nullptr || itemId.empty() || root->getNodeType() != nodeTypeSystemItem)
         return nullptr;
+    if (ZANTONode *indexed = ZANTOIndexedItemNode(root, itemId, board, channel))
+        return indexed;
     const ZANTONode *holder = holderOf(*root, board, channel);
     if (holder == nullptr)
         return nullptr;
     ZANTONode *parameter = holder->findParameter(itemId);
     if (parameter == nullptr && DEBUG > 0)
-        ZANTOPrint("\nNode [%d:%d:%s] not found in tree\n", board, channel, itemId.c_str());
+        ZANTOPrint("\nNode [%d:%d:%s] not found in tree\n", board, channel,
+                   std::string(itemId).c_str());
     return parameter;
 }

@@ -3,6 +3,7 @@
 
 #include "ZANTO.h"
 #include "ZANTOconfig.h"
+#include "ZANTOlookup.h"
 
 #include <new>
 
@@ -94,6 +95,7 @@ TEST_F(BuildLeak, TheTreeBuildLeaksNothingWhicheverAllocationFails)
                  [] {
                      NodePtr(systemNode).reset();
                      systemNode = nullptr;
+                     ZANTOIndexTree(); // drops the index
                  });
 }
 
