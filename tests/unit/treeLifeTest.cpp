@@ -79,6 +79,47 @@ TEST_F(TreeLife, ClosingWaitsForTheLastUseToEnd)
     user.join();
 }
 
+// A thread passes its counter on when it ends, with whatever it had counted.
+TEST_F(TreeLife, ManyThreadsOneAfterTheOtherLeaveNothingBehind)
+{
+    for (int i = 0; i < 200; ++i)
+        std::thread([] {
+            const ZANTOTreeUse outer;
+            EXPECT_TRUE(ZANTOTreeUse());
+        }).join();
+    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
+}
+
+TEST_F(TreeLife, AUseWithoutMemoryForACounterCountsToo)
+{
+    constexpr int users = 64; // more than one block of counters
+    std::promise<void> beginning;
+    std::promise<void> over;
+    const std::shared_future<void> begun = beginning.get_future().share();
+    const std::shared_future<void> ended = over.get_future().share();
+    std::atomic<int> inUse{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < users; ++i)
+        threads.emplace_back([&] {
+            begun.wait();
+            const ZANTOTreeUse use;
+            EXPECT_TRUE(use);
+            ++inUse;
+            ended.wait();
+        });
+    {
+        const AllocationFailure none(1, 1000000);
+        beginning.set_value();
+        while (inUse < users)
+            std::this_thread::yield();
+    }
+    EXPECT_FALSE(ZANTOCloseTree(milliseconds(0)));
+    over.set_value();
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_TRUE(ZANTOCloseTree(milliseconds(0)));
+}
+
 // The tree must be gone for whoever comes after it was closed, however many threads try.
 TEST_F(TreeLife, NobodyUsesATreeThatIsClosed)
 {
