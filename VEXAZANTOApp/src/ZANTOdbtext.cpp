@@ -1,7 +1,6 @@
 #include "ZANTOdbtext.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -12,6 +11,13 @@ bool isControl(char c)
     const auto byte = static_cast<unsigned char>(c);
     return byte < 0x20 || byte == 0x7F;
 }
+
+bool endsTheLoad(char c)
+{
+    return isControl(c) || c == ' ' || c == '"' || c == '\'' || c == '.' || c == '$' || c == '\\';
+}
+
+bool needsCare(char c) { return isControl(c) || c == '"' || c == '$' || c == '\\'; }
 
 std::string withoutControls(std::string text)
 {
@@ -31,40 +37,22 @@ std::string withoutMacros(std::string text)
 
 } // namespace
 
-bool ZANTOIsRecordName(const std::string &name)
+bool ZANTOIsRecordName(std::string_view name, std::size_t more)
 {
-    return !name.empty() && name.size() <= longestRecordName &&
-           std::none_of(name.begin(), name.end(), [](char c) {
-               return isControl(c) || std::strchr(" \"'.$\\", c) != nullptr;
-           });
+    return !name.empty() && name.size() + more <= longestRecordName &&
+           std::none_of(name.begin(), name.end(), endsTheLoad);
 }
 
-std::string ZANTODbValue(const std::string &text)
+void ZANTOAppendDbValue(std::string &text, std::string_view value)
 {
-    std::string escaped;
-    for (const char c : withoutMacros(withoutControls(text))) {
-        if (c == '"' || c == '\\')
-            escaped += '\\';
-        escaped += c;
+    // As nearly all are.
+    if (std::none_of(value.begin(), value.end(), needsCare)) {
+        text.append(value);
+        return;
     }
-    return escaped;
-}
-
-// A header is the only line that begins with its keyword; the rest is indented.
-void ZANTOForEachRecord(
-    std::string_view records,
-    const std::function<void(std::string_view name, std::string_view type)> &use)
-{
-    constexpr std::string_view keyword = "record(";
-    while (!records.empty()) {
-        const std::string_view line = records.substr(0, records.find('\n'));
-        const std::size_t comma = line.find(',');
-        const std::size_t open = line.find('"');
-        const std::size_t close = line.find('"', open == line.npos ? open : open + 1);
-        if (line.substr(0, keyword.size()) == keyword && comma < open && close != line.npos) {
-            const std::size_t type = line.find_first_not_of(' ', keyword.size());
-            use(line.substr(open + 1, close - open - 1), line.substr(type, comma - type));
-        }
-        records.remove_prefix(std::min(line.size() + 1, records.size()));
+    for (const char c : withoutMacros(withoutControls(std::string(value)))) {
+        if (c == '"' || c == '\\')
+            text += '\\';
+        text += c;
     }
 }

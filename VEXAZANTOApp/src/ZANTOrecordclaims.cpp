@@ -1,71 +1,80 @@
 #include "ZANTOrecordclaims.h"
 
-#include <algorithm>
-#include <numeric>
+#include <cstddef>
+#include <unordered_map>
 
 namespace {
 
 using Claims = std::vector<ZANTORecordClaim>;
 
-// For each claim a number that equal names share.
-std::vector<std::size_t> numberNames(const Claims &claims)
+/// The record types that a name and its two companions have got so far; empty: none yet.
+struct Family {
+    std::string_view main;
+    std::string_view readBack;
+    std::string_view sync;
+};
+
+bool endsWith(std::string_view text, std::string_view end)
 {
-    std::vector<std::size_t> byName(claims.size());
-    std::iota(byName.begin(), byName.end(), std::size_t{0});
-    std::sort(byName.begin(), byName.end(), [&claims](std::size_t a, std::size_t b) {
-        return claims[a].name < claims[b].name;
-    });
-    std::vector<std::size_t> numbers(claims.size());
-    std::size_t number = 0;
-    for (std::size_t i = 0; i < byName.size(); ++i) {
-        if (i > 0 && claims[byName[i]].name != claims[byName[i - 1]].name)
-            ++number;
-        numbers[byName[i]] = number;
-    }
-    return numbers;
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-/// The record types that names have got so far.
+bool mayHave(std::string_view settled, std::string_view type)
+{
+    return settled.empty() || settled == type;
+}
+
+/// The record types that names have got so far. Names are kept by families, so that a set of
+/// records is looked up once.
 class Settlement {
 public:
-    explicit Settlement(const Claims &claims)
-        : m_claims(claims), m_numbers(numberNames(claims)), m_types(claims.size())
-    {
-    }
+    // Nearly every claim has a family of its own, and hardly any has two.
+    explicit Settlement(std::size_t claims) { m_families.reserve(claims); }
 
-    /// Takes all claims from `begin` to `end`, or none and returns false.
-    bool accept(std::size_t begin, std::size_t end)
+    /// Takes all names of the claim, or none and returns false.
+    bool accept(const ZANTORecordClaim &claim)
     {
-        for (std::size_t i = begin; i < end; ++i) {
-            const std::string_view settled = m_types[m_numbers[i]];
-            if (!settled.empty() && settled != m_claims[i].type)
-                return false;
+        std::string_view &type = typeOf(claim.name);
+        Family *const set = claim.isSet() ? &m_families[claim.name] : nullptr;
+        if (!mayHave(type, claim.type))
+            return false;
+        if (set != nullptr && !(mayHave(set->readBack, claim.readBackType) &&
+                                mayHave(set->sync, claim.type)))
+            return false;
+        type = claim.type;
+        if (set != nullptr) {
+            set->readBack = claim.readBackType;
+            set->sync = claim.type;
         }
-        for (std::size_t i = begin; i < end; ++i)
-            m_types[m_numbers[i]] = m_claims[i].type;
         return true;
     }
 
 private:
-    const Claims &m_claims;
-    const std::vector<std::size_t> m_numbers;
-    std::vector<std::string_view> m_types; // by the number of the name
+    // A node may be called as another's companion.
+    std::string_view &typeOf(std::string_view name)
+    {
+        constexpr std::string_view readBack = ":RBV";
+        constexpr std::string_view sync = ":Sync";
+        if (endsWith(name, readBack))
+            return m_families[name.substr(0, name.size() - readBack.size())].readBack;
+        if (endsWith(name, sync))
+            return m_families[name.substr(0, name.size() - sync.size())].sync;
+        return m_families[name].main;
+    }
+
+    std::unordered_map<std::string_view, Family> m_families;
 };
 
 } // namespace
 
-std::vector<bool> ZANTONodesLeftOut(const Claims &claims, const std::vector<bool> &holdsBlank)
+std::vector<bool> ZANTONodesLeftOut(const Claims &claims)
 {
-    Settlement settlement(claims);
-    std::vector<bool> leftOut(holdsBlank.size(), false);
+    Settlement settlement(claims.size());
+    std::vector<bool> leftOut(claims.size(), false);
     for (const bool blank : {false, true}) {
-        std::size_t end = 0;
-        for (std::size_t begin = 0; begin < claims.size(); begin = end) {
-            const std::size_t node = claims[begin].node;
-            while (end < claims.size() && claims[end].node == node)
-                ++end;
-            if (holdsBlank[node] == blank)
-                leftOut[node] = !settlement.accept(begin, end);
+        for (std::size_t node = 0; node < claims.size(); ++node) {
+            if (claims[node].holdsBlank == blank)
+                leftOut[node] = !settlement.accept(claims[node]);
         }
     }
     return leftOut;

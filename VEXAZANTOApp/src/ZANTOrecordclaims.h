@@ -2,15 +2,18 @@
 #ifndef ZANTORECORDCLAIMS_H
 #define ZANTORECORDCLAIMS_H
 
-#include <cstddef>
 #include <string_view>
 #include <vector>
 
-/// A record that the text of a node defines.
+/// The records that a node asks for: one, or a set of three, whose other two have the name with
+/// ":RBV" and ":Sync" behind it.
 struct ZANTORecordClaim {
-    std::size_t node; // its position in the order of the nodes
     std::string_view name;
-    std::string_view type;
+    std::string_view type;         // also that of ":Sync"
+    std::string_view readBackType; // of ":RBV"; empty for a single record
+    bool holdsBlank;               // the node's name
+
+    bool isSet() const { return !readBackType.empty(); }
 };
 
 /// True at the position of each node that must be left out whole, so that no name is left with
@@ -18,9 +21,7 @@ struct ZANTORecordClaim {
 /// Records of one name and one type may stay, the IOC merges them.
 ///
 /// Nodes whose name holds a blank give way, since no record of theirs can find its node; among
-/// equals the later gives way. `claims` are in the order of the nodes, `holdsBlank` has an entry
-/// for each node.
-std::vector<bool> ZANTONodesLeftOut(const std::vector<ZANTORecordClaim> &claims,
-                                    const std::vector<bool> &holdsBlank);
+/// equals the later gives way. `claims` are in the order of the nodes, one for each.
+std::vector<bool> ZANTONodesLeftOut(const std::vector<ZANTORecordClaim> &claims);
 
 #endif

@@ -1,85 +1,32 @@
 #include "ZANTOrecordtext.h"
 
+#include "ZANTOappend.h"
 #include "ZANTOdbtext.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
-#include "ZANTOtypes.h"
 #include "vexahvwrapper.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <string_view>
 
 namespace {
 
-/// The parts in which records differ, by kind of value.
-struct RecordKind {
-    const char *prefix;
+// By parameter type code. Status words are analog records; enumerations get none.
+constexpr struct {
     const char *input;
     const char *output;
-    const char *suffix;
+} recordTypes[] = {
+    {"ai", "ao"},                 // numeric
+    {"bi", "bo"},                 // on/off
+    {"ai", "ao"},                 // channel status
+    {"ai", "ao"},                 // board status
+    {"mbbiDirect", "mbboDirect"}, // bit pattern
+    {"stringin", "stringout"},    // string
 };
-
-// By parameter type code. Status words are analog records; enumerations get none.
-constexpr RecordKind recordKinds[] = {
-    {"a", "i", "o", ""},           // numeric
-    {"b", "i", "o", ""},           // on/off
-    {"a", "i", "o", ""},           // channel status
-    {"a", "i", "o", ""},           // board status
-    {"mbb", "i", "o", "Direct"},   // bit pattern
-    {"string", "in", "out", ""},   // string
-};
-constexpr uint32_t recordKindCount = sizeof(recordKinds) / sizeof(recordKinds[0]);
-
-/// What a record of a node is called and made of.
-struct RecordPlan {
-    std::string shortName;
-    std::string recordName;
-    uint32_t kind = recordKindCount;
-    nodeAccessRights access = nodeAccessNone;
-    bool onBoard = false;
-    bool onChannel = false;
-
-    bool readWrite() const { return access == nodeAccessReadWrite; }
-    std::string inputType() const { return type(recordKinds[kind].input); }
-    std::string outputType() const { return type(recordKinds[kind].output); }
-    std::string mainType() const
-    {
-        return access == nodeAccessRead ? inputType() : outputType();
-    }
-
-private:
-    std::string type(const char *direction) const
-    {
-        return std::string(recordKinds[kind].prefix) + direction + recordKinds[kind].suffix;
-    }
-};
-
-enum class PlanResult { ok, noNodeType, noSystemType, noAccess, noKind, noName };
-
-std::string padded(const char *format, int32_t number)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), format, number);
-    return text;
-}
-
-// False for a node type that has no records.
-bool planName(const ZANTONode &node, int32_t bdIdx, int32_t chIdx, RecordPlan &plan)
-{
-    const nodeType type = node.getNodeType();
-    plan.onChannel = type == nodeTypeChannelParam;
-    plan.onBoard = plan.onChannel || type == nodeTypeBoardParam;
-    if (!plan.onBoard && type != nodeTypeSystemProp && type != nodeTypeSystemCmd)
-        return false;
-    plan.recordName = node.getSysName() + ":";
-    if (plan.onBoard)
-        plan.recordName += padded("%02d", bdIdx) + ":";
-    if (plan.onChannel)
-        plan.recordName += padded("%03d", chIdx) + ":";
-    plan.recordName += plan.shortName;
-    return true;
-}
+constexpr uint32_t recordKindCount = sizeof(recordTypes) / sizeof(recordTypes[0]);
 
 // The parameter type code that has the records of a system property type: text, five numeric
 // types, boolean. Other codes give one that has none.
@@ -92,155 +39,252 @@ uint32_t kindOfSystemProperty(uint32_t type)
     return type < sizeof(kinds) / sizeof(kinds[0]) ? kinds[type] : recordKindCount;
 }
 
-PlanResult planRecord(const ZANTONode &node, int32_t bdIdx, int32_t chIdx, RecordPlan &plan)
+// ---- parts of a text ----
+
+// As the C locale has it, in which the tree is built.
+char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
+void appendUpperCase(std::string &text, std::string_view name)
 {
-    plan.shortName = ZANTOShortName(node.getNodeName());
-    if (!planName(node, bdIdx, chIdx, plan))
-        return PlanResult::noNodeType;
-    plan.kind = node.getParWrapperType();
-    if (node.getNodeType() == nodeTypeSystemProp) {
-        plan.kind = kindOfSystemProperty(plan.kind);
-        if (plan.kind >= recordKindCount)
-            return PlanResult::noSystemType;
-    }
-    plan.access = node.getAccessRights();
-    if (plan.access != nodeAccessRead && plan.access != nodeAccessWrite && !plan.readWrite())
-        return PlanResult::noAccess;
-    if (plan.kind >= recordKindCount)
-        return PlanResult::noKind;
-    const std::string longest = plan.recordName + (plan.readWrite() ? ":Sync" : "");
-    return ZANTOIsRecordName(longest) ? PlanResult::ok : PlanResult::noName;
+    text.append(name);
+    const auto end = text.end();
+    std::transform(end - static_cast<std::ptrdiff_t>(name.size()), end,
+                   end - static_cast<std::ptrdiff_t>(name.size()), upperCase);
 }
 
-void reportUnplanned(PlanResult result, const std::string &shortName, const char *output)
+// As printf's "%f", which is slow: most limits are whole.
+void appendSixDecimals(std::string &text, float value)
 {
-    if (DEBUG < 1)
+    constexpr float exact = 1e9F; // fits the integer
+    if (std::fabs(value) < exact && std::trunc(value) == value && !std::signbit(value)) {
+        ZANTOAppendNumber(text, static_cast<int32_t>(value));
+        ZANTOAppend(text, ".000000");
         return;
-    if (result == PlanResult::noNodeType)
-        ZANTOPrint("Error finding type while creating string for [%s] %s\n", shortName.c_str(),
-                    output);
-    else if (result == PlanResult::noSystemType)
-        ZANTOPrint("Error finding system type while creating string for [%s] %s\n",
-                    shortName.c_str(), output);
-}
-
-// `value` is the text as it is to appear between the quotes.
-std::string field(const char *nameAndComma, const std::string &value)
-{
-    return std::string("\tfield( ") + nameAndComma + " \"" + value + "\")\n";
-}
-
-std::string upperCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
-
-std::string sixDecimals(float value)
-{
-    char text[64];
-    std::snprintf(text, sizeof(text), "%f", static_cast<double>(value));
-    return text;
-}
-
-std::string numericFields(const ZANTONode &node)
-{
-    std::string text;
-    if (!node.getExpUnit().empty())
-        text += field("EGU ,", ZANTODbValue(node.getExpUnit()));
-    if (node.getNodeDecimals() > 0)
-        text += field("PREC ,", padded("%d", node.getNodeDecimals()));
-    if (node.getMaxVal() != node.getMinVal()) {
-        text += field("HOPR ,", sixDecimals(node.getMaxVal()));
-        text += field("LOPR ,", sixDecimals(node.getMinVal()));
     }
-    return text;
-}
-
-std::string stateFields(const ZANTONode &node)
-{
-    return field("ZNAM ,", ZANTODbValue(node.getOffString())) +
-           field("ONAM ,", ZANTODbValue(node.getOnString()));
-}
-
-std::string deviceField() { return field("DTYP,", "VEXA ZANTO Item"); }
-
-std::string linkFields(const RecordPlan &plan)
-{
-    const std::string &name = plan.recordName;
-    switch (plan.access) {
-    case nodeAccessRead:
-        return field("INP,", "@" + name) + field("PINI,", "YES") + field("SCAN,", "I/O Intr");
-    case nodeAccessReadWrite:
-        return field("SDIS,", name + ":Sync.PACT") + field("OUT,", "@" + upperCase(name));
-    default:
-        return field("OUT,", "@" + name);
-    }
-}
-
-std::string mainRecord(const ZANTONode &node, const RecordPlan &plan)
-{
-    std::string text = "record( " + plan.mainType() + ", \"" + plan.recordName + "\")\n{\n";
-    if (plan.kind == VEXAHV_PARAM_NUMERIC)
-        text += numericFields(node);
-    if (plan.kind == VEXAHV_PARAM_ONOFF)
-        text += stateFields(node);
-    text += field("DESC,", ZANTODbValue(node.getNodeName()));
-    return text + deviceField() + linkFields(plan) + "}\n";
-}
-
-std::string readBackRecord(const RecordPlan &plan)
-{
-    const std::string &name = plan.recordName;
-    return "record( " + plan.inputType() + ", \"" + name + ":RBV\")\n{\n" + deviceField() +
-           field("INP, ", "@" + upperCase(name)) + field("SCAN,", "I/O Intr") +
-           field("PINI,", "YES") + field("FLNK,", name + ":Sync") + "}\n";
-}
-
-std::string syncRecord(const RecordPlan &plan)
-{
-    const std::string &name = plan.recordName;
-    return "record(" + plan.outputType() + ", \"" + name + ":Sync\")\n{\n" +
-           field("DOL, ", name + ":RBV NPP") + field("OMSL,", "closed_loop") +
-           field("OUT, ", name + " PP") + "}\n";
+    char digits[64];
+    std::snprintf(digits, sizeof(digits), "%f", static_cast<double>(value));
+    text.append(digits);
 }
 
 } // namespace
 
-std::string ZANTOShortName(std::string nodeName)
+// ---- plan ----
+
+ZANTORecordPlan::ZANTORecordPlan(const ZANTONode &node, int32_t bdIdx, int32_t chIdx)
+    : m_node(&node), m_board(bdIdx), m_channel(chIdx), m_result(plan())
 {
-    nodeName.erase(std::remove(nodeName.begin(), nodeName.end(), ' '), nodeName.end());
-    return nodeName;
 }
+
+// The name, as far as the node's type has one.
+ZANTORecordPlan::Result ZANTORecordPlan::makeName()
+{
+    const nodeType type = m_node->getNodeType();
+    m_onChannel = type == nodeTypeChannelParam;
+    m_onBoard = m_onChannel || type == nodeTypeBoardParam;
+    const bool known = m_onBoard || type == nodeTypeSystemProp || type == nodeTypeSystemCmd;
+    if (known)
+        ZANTOAppend(m_name, m_node->getSysName(), ":");
+    if (m_onBoard) {
+        ZANTOAppendNumber(m_name, m_board, 2);
+        m_name += ':';
+    }
+    if (m_onChannel) {
+        ZANTOAppendNumber(m_name, m_channel, 3);
+        m_name += ':';
+    }
+    m_shortNameAt = m_name.size();
+    const std::string &nodeName = m_node->getNodeName();
+    for (const char c : nodeName) {
+        if (c != ' ')
+            m_name += c;
+    }
+    m_holdsBlank = m_name.size() - m_shortNameAt != nodeName.size();
+    return known ? Result::ok : Result::noNodeType;
+}
+
+ZANTORecordPlan::Result ZANTORecordPlan::plan()
+{
+    if (makeName() != Result::ok)
+        return Result::noNodeType;
+    m_kind = m_node->getParWrapperType();
+    if (m_node->getNodeType() == nodeTypeSystemProp) {
+        m_kind = kindOfSystemProperty(m_kind);
+        if (m_kind >= recordKindCount)
+            return Result::noSystemType;
+    }
+    m_access = m_node->getAccessRights();
+    if (m_access != nodeAccessRead && m_access != nodeAccessWrite && !readWrite())
+        return Result::noAccess;
+    if (m_kind >= recordKindCount)
+        return Result::noKind;
+    const std::size_t more = readWrite() ? std::strlen(":Sync") : 0;
+    return ZANTOIsRecordName(m_name, more) ? Result::ok : Result::noName;
+}
+
+const char *ZANTORecordPlan::inputType() const { return recordTypes[m_kind].input; }
+const char *ZANTORecordPlan::outputType() const { return recordTypes[m_kind].output; }
+
+const char *ZANTORecordPlan::mainType() const
+{
+    return m_access == nodeAccessRead ? inputType() : outputType();
+}
+
+ZANTORecordClaim ZANTORecordPlan::claim() const
+{
+    return {m_name, mainType(), readWrite() ? inputType() : "", m_holdsBlank};
+}
+
+void ZANTORecordPlan::reportType(const char *output) const
+{
+    if (m_result == Result::noNodeType)
+        ZANTOPrint("Error finding type while creating string for [%s] %s\n", shortName().c_str(),
+                    output);
+    else if (m_result == Result::noSystemType)
+        ZANTOPrint("Error finding system type while creating string for [%s] %s\n",
+                    shortName().c_str(), output);
+}
+
+void ZANTORecordPlan::reportNoRecords() const
+{
+    if (DEBUG < 1)
+        return;
+    reportType("record");
+    if (m_result == Result::noName || (m_result == Result::noKind && shortName() != "Name"))
+        ZANTOPrint("Error creating string for [%s] record\n", shortName().c_str());
+}
+
+void ZANTORecordPlan::reportNoLine() const
+{
+    if (DEBUG > 0)
+        reportType("PV list");
+}
+
+// ---- records ----
+
+void ZANTORecordPlan::appendNumericFields(std::string &text) const
+{
+    const std::string &unit = m_node->getExpUnit();
+    if (!unit.empty()) {
+        ZANTOAppend(text, "\tfield( EGU , \"");
+        ZANTOAppendDbValue(text, unit);
+        ZANTOAppend(text, "\")\n");
+    }
+    if (m_node->getNodeDecimals() > 0) {
+        ZANTOAppend(text, "\tfield( PREC , \"");
+        ZANTOAppendNumber(text, m_node->getNodeDecimals());
+        ZANTOAppend(text, "\")\n");
+    }
+    if (m_node->getMaxVal() != m_node->getMinVal()) {
+        ZANTOAppend(text, "\tfield( HOPR , \"");
+        appendSixDecimals(text, m_node->getMaxVal());
+        ZANTOAppend(text, "\")\n\tfield( LOPR , \"");
+        appendSixDecimals(text, m_node->getMinVal());
+        ZANTOAppend(text, "\")\n");
+    }
+}
+
+void ZANTORecordPlan::appendStateFields(std::string &text) const
+{
+    ZANTOAppend(text, "\tfield( ZNAM , \"");
+    ZANTOAppendDbValue(text, m_node->getOffString());
+    ZANTOAppend(text, "\")\n\tfield( ONAM , \"");
+    ZANTOAppendDbValue(text, m_node->getOnString());
+    ZANTOAppend(text, "\")\n");
+}
+
+void ZANTORecordPlan::appendLinks(std::string &text) const
+{
+    switch (m_access) {
+    case nodeAccessRead:
+        ZANTOAppend(text, "\tfield( INP, \"@", m_name,
+                    "\")\n\tfield( PINI, \"YES\")\n\tfield( SCAN, \"I/O Intr\")\n");
+        break;
+    case nodeAccessReadWrite:
+        ZANTOAppend(text, "\tfield( SDIS, \"", m_name, ":Sync.PACT\")\n\tfield( OUT, \"@");
+        appendUpperCase(text, m_name);
+        ZANTOAppend(text, "\")\n");
+        break;
+    default:
+        ZANTOAppend(text, "\tfield( OUT, \"@", m_name, "\")\n");
+    }
+}
+
+void ZANTORecordPlan::appendMainRecord(std::string &text) const
+{
+    ZANTOAppend(text, "record( ", mainType(), ", \"", m_name, "\")\n{\n");
+    if (m_kind == VEXAHV_PARAM_NUMERIC)
+        appendNumericFields(text);
+    if (m_kind == VEXAHV_PARAM_ONOFF)
+        appendStateFields(text);
+    ZANTOAppend(text, "\tfield( DESC, \"");
+    ZANTOAppendDbValue(text, m_node->getNodeName());
+    ZANTOAppend(text, "\")\n\tfield( DTYP, \"VEXA ZANTO Item\")\n");
+    appendLinks(text);
+    ZANTOAppend(text, "}\n");
+}
+
+void ZANTORecordPlan::appendCompanions(std::string &text) const
+{
+    ZANTOAppend(text, "record( ", inputType(), ", \"", m_name,
+                ":RBV\")\n{\n\tfield( DTYP, \"VEXA ZANTO Item\")\n\tfield( INP,  \"@");
+    appendUpperCase(text, m_name);
+    ZANTOAppend(text,
+                "\")\n\tfield( SCAN, \"I/O Intr\")\n\tfield( PINI, \"YES\")\n\tfield( FLNK, \"",
+                m_name, ":Sync\")\n}\n");
+    ZANTOAppend(text, "record(", outputType(), ", \"", m_name,
+                ":Sync\")\n{\n\tfield( DOL,  \"", m_name,
+                ":RBV NPP\")\n\tfield( OMSL, \"closed_loop\")\n\tfield( OUT,  \"", m_name,
+                " PP\")\n}\n");
+}
+
+void ZANTORecordPlan::appendRecords(std::string &text) const
+{
+    appendMainRecord(text);
+    if (readWrite())
+        appendCompanions(text);
+}
+
+// ---- list of process variables ----
+
+namespace {
+
+void appendPosition(std::string &text, bool applies, int32_t position)
+{
+    if (applies)
+        ZANTOAppendNumber(text, position);
+    else
+        text += '-';
+    ZANTOAppend(text, ", ");
+}
+
+} // namespace
+
+void ZANTORecordPlan::appendLine(std::string &text) const
+{
+    appendPosition(text, m_onBoard, m_board);
+    appendPosition(text, m_onChannel, m_channel);
+    ZANTOAppend(text, m_name, ",  ", mainType(), m_access != nodeAccessWrite ? ", x" : ",  ",
+                m_access != nodeAccessRead ? ", x\n" : ",  \n");
+}
+
+// ---- texts of one node ----
 
 std::string ZANTORecordText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx)
 {
-    RecordPlan plan;
-    const PlanResult result = planRecord(node, bdIdx, chIdx, plan);
-    reportUnplanned(result, plan.shortName, "record");
-    const bool noRecord = (result == PlanResult::noKind && plan.shortName != "Name") ||
-                          result == PlanResult::noName;
-    if (noRecord && DEBUG > 0)
-        ZANTOPrint("Error creating string for [%s] record\n", plan.shortName.c_str());
-    if (result != PlanResult::ok)
-        return "";
-    std::string text = mainRecord(node, plan);
-    if (plan.readWrite())
-        text += readBackRecord(plan) + syncRecord(plan);
+    const ZANTORecordPlan plan(node, bdIdx, chIdx);
+    plan.reportNoRecords();
+    std::string text;
+    if (plan.hasRecords())
+        plan.appendRecords(text);
     return text;
 }
 
 std::string ZANTOPvListText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx)
 {
-    RecordPlan plan;
-    const PlanResult result = planRecord(node, bdIdx, chIdx, plan);
-    reportUnplanned(result, plan.shortName, "PV list");
-    if (result != PlanResult::ok)
-        return "";
-    const char *read = plan.access != nodeAccessWrite ? "x" : " ";
-    const char *write = plan.access != nodeAccessRead ? "x" : " ";
-    return (plan.onBoard ? padded("%d", bdIdx) : "-") + ", " +
-           (plan.onChannel ? padded("%d", chIdx) : "-") + ", " + plan.recordName + ",  " +
-           plan.mainType() + ", " + read + ", " + write + "\n";
+    const ZANTORecordPlan plan(node, bdIdx, chIdx);
+    plan.reportNoLine();
+    std::string text;
+    if (plan.hasRecords())
+        plan.appendLine(text);
+    return text;
 }

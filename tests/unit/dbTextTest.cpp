@@ -4,7 +4,13 @@
 
 namespace {
 
-std::string value(const std::string &text) { return ZANTODbValue(text); }
+std::string value(const std::string &text)
+{
+    std::string field = "before ";
+    ZANTOAppendDbValue(field, text);
+    EXPECT_EQ(field.substr(0, 7), "before ");
+    return field.substr(7);
+}
 
 } // namespace
 
@@ -59,6 +65,13 @@ TEST(RecordNameText, NamesUpToSixtyBytesAreAccepted)
     EXPECT_TRUE(ZANTOIsRecordName(std::string(60, 'x')));
     EXPECT_FALSE(ZANTOIsRecordName(std::string(61, 'x')));
     EXPECT_FALSE(ZANTOIsRecordName(""));
+}
+
+TEST(RecordNameText, WhatComesBehindTheNameCounts)
+{
+    EXPECT_TRUE(ZANTOIsRecordName(std::string(55, 'x'), 5));
+    EXPECT_FALSE(ZANTOIsRecordName(std::string(56, 'x'), 5));
+    EXPECT_FALSE(ZANTOIsRecordName("", 5));
 }
 
 TEST(RecordNameText, BytesThatEndTheLoadAreRefused)

@@ -4,6 +4,8 @@
 #include "ZANTOutils.h"
 
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -217,6 +219,26 @@ TEST_F(RecordText, LimitsHaveSixDecimalsUpToTheLargestFloat)
     node->setMinVal(std::numeric_limits<float>::max());
     EXPECT_EQ(linesWith(recordsOf(node), "LOPR"),
               Lines{"field( LOPR , \"340282346638528859811704183484516925440.000000\")"});
+}
+
+TEST_F(RecordText, EveryLimitIsPrintedAsPrintfDoes)
+{
+    const NodePtr node = setVolt();
+    node->setMaxVal(-7);
+    std::vector<float> limits = {-0.0F, 1e9F, -1e9F, 999999936.0F, 16777217.0F, 0.1F, 0.0000005F,
+                                 1.0F / 3, -2.5F, 8388607.5F, 2147483648.0F, 1e-45F, -1e-45F};
+    // Every sign and exponent, with mantissas from all over their range.
+    for (uint32_t bits = 12345; bits < UINT32_MAX - 99991; bits += 99991) {
+        limits.emplace_back();
+        std::memcpy(&limits.back(), &bits, sizeof(bits));
+    }
+    for (const float limit : limits) {
+        node->setMinVal(limit);
+        char expected[80];
+        std::snprintf(expected, sizeof(expected), "field( LOPR , \"%f\")",
+                      static_cast<double>(limit));
+        ASSERT_NE(recordsOf(node).find(expected), std::string::npos) << expected;
+    }
 }
 
 TEST_F(RecordText, ALimitThatIsNoNumberDiffersFromEveryOther)

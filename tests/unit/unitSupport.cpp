@@ -1,16 +1,17 @@
 #include "unitSupport.h"
 
-#include "ZANTOdbtext.h"
 #include "ZANTOend.h"
 #include "ZANTOlife.h"
 #include "ZANTOutils.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -185,12 +186,23 @@ ZANTONode *bareNode(const std::string &name, nodeType type)
     return node.release();
 }
 
+// A header is the only line that begins with its keyword; the rest is indented.
 Lines recordsIn(const std::string &database)
 {
+    constexpr std::string_view keyword = "record(";
     Lines records;
-    ZANTOForEachRecord(database, [&records](std::string_view name, std::string_view type) {
-        records.push_back(std::string(type) + " " + std::string(name));
-    });
+    for (std::string_view rest = database; !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        const std::size_t comma = line.find(',');
+        const std::size_t open = line.find('"');
+        const std::size_t close = line.find('"', open == line.npos ? open : open + 1);
+        if (line.substr(0, keyword.size()) == keyword && comma < open && close != line.npos) {
+            const std::size_t type = line.find_first_not_of(' ', keyword.size());
+            records.push_back(std::string(line.substr(type, comma - type)) + " " +
+                              std::string(line.substr(open + 1, close - open - 1)));
+        }
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    }
     return records;
 }
 
