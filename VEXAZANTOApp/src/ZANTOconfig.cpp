@@ -340,16 +340,14 @@ std::vector<ZANTONodeProperty *> ZANTOConfig::ZANTOConfigCreateBoardParameterPro
                                                 slot, 0);
 }
 
-std::vector<ZANTONodeProperty *> ZANTOConfig::ZANTOConfigCreateParameterProperties(
-    nodeType kind, int32_t handle, const std::string &paramName, uint32_t type, uint16_t slot,
-    uint16_t channel)
+namespace {
+
+std::vector<ZANTONodeProperty *> readProperties(const ZANTOParameterSource &source,
+                                                const std::string &paramName, uint32_t type)
 {
     std::vector<std::unique_ptr<ZANTONodeProperty>> properties;
-    for (const char *name : ZANTOPropertyNames(type)) {
-        const ZANTONodeValue value =
-            kind == nodeTypeBoardParam
-                ? ZANTOConfigGetBoardPropertyValue(name, handle, paramName, slot)
-                : ZANTOConfigGetChannelPropertyValue(name, handle, paramName, slot, channel);
+    for (const char *name : ZANTOPropertyNamesOf(type)) {
+        const ZANTONodeValue value = ZANTOReadProperty(source, name, paramName);
         if (value.ZANTOGetQuality() != nodeValueQualityGood)
             continue;
         auto property = std::make_unique<ZANTONodeProperty>();
@@ -361,15 +359,24 @@ std::vector<ZANTONodeProperty *> ZANTOConfig::ZANTOConfigCreateParameterProperti
     return ZANTOHandOver(properties);
 }
 
+} // namespace
+
+std::vector<ZANTONodeProperty *> ZANTOConfig::ZANTOConfigCreateParameterProperties(
+    nodeType kind, int32_t handle, const std::string &paramName, uint32_t type, uint16_t slot,
+    uint16_t channel)
+{
+    if (kind == nodeTypeBoardParam)
+        return readProperties(ZANTOBoardSource(handle, slot), paramName, type);
+    return readProperties(ZANTOChannelSource(handle, slot, channel), paramName, type);
+}
+
 ZANTONodeValue ZANTOConfig::ZANTOConfigGetChannelPropertyValue(const std::string &propName,
                                                                int32_t handle,
                                                                const std::string &paramName,
                                                                uint16_t slot, uint16_t channel)
 {
-    return ZANTOReadProperty(propName, paramName, "channel", [&](void *answer) {
-        return VEXAHV_GetChParamProp(handle, slot, channel, paramName.c_str(), propName.c_str(),
-                                     answer);
-    });
+    return ZANTOReadProperty(ZANTOChannelSource(handle, slot, channel), propName.c_str(),
+                             paramName);
 }
 
 ZANTONodeValue ZANTOConfig::ZANTOConfigGetBoardPropertyValue(const std::string &propName,
@@ -377,9 +384,7 @@ ZANTONodeValue ZANTOConfig::ZANTOConfigGetBoardPropertyValue(const std::string &
                                                              const std::string &paramName,
                                                              uint16_t slot)
 {
-    return ZANTOReadProperty(propName, paramName, "board", [&](void *answer) {
-        return VEXAHV_GetBdParamProp(handle, slot, paramName.c_str(), propName.c_str(), answer);
-    });
+    return ZANTOReadProperty(ZANTOBoardSource(handle, slot), propName.c_str(), paramName);
 }
 
 // ---- lookup ----

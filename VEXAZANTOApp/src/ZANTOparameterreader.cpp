@@ -9,10 +9,10 @@
 #include <chrono>
 #include <cstring>
 
-bool ZANTOBoardSource::property(const char *name, const char *property, uint32_t &value) const
+bool ZANTOBoardSource::property(const char *name, const char *property, void *value) const
 {
     return ZANTOStartupCall([&] {
-               return VEXAHV_GetBdParamProp(m_handle, m_slot, name, property, &value);
+               return VEXAHV_GetBdParamProp(m_handle, m_slot, name, property, value);
            }) == 0;
 }
 
@@ -26,10 +26,10 @@ void ZANTOBoardSource::reportUnreadable(const char *name) const
     ZANTOPrint("Error fetching [%d:%s] properties\n", m_slot, name);
 }
 
-bool ZANTOChannelSource::property(const char *name, const char *property, uint32_t &value) const
+bool ZANTOChannelSource::property(const char *name, const char *property, void *value) const
 {
     return ZANTOStartupCall([&] {
-               return VEXAHV_GetChParamProp(m_handle, m_slot, m_channel, name, property, &value);
+               return VEXAHV_GetChParamProp(m_handle, m_slot, m_channel, name, property, value);
            }) == 0;
 }
 
@@ -56,8 +56,8 @@ void fetchTypeAndMode(const ZANTOParameterSource &source, const char *name, uint
                       uint32_t &mode)
 {
     for (int32_t attempt = 0;; ++attempt) {
-        const bool haveType = source.property(name, VEXAHV_PROP_TYPE, type);
-        const bool haveMode = source.property(name, VEXAHV_PROP_MODE, mode);
+        const bool haveType = source.property(name, VEXAHV_PROP_TYPE, &type);
+        const bool haveMode = source.property(name, VEXAHV_PROP_MODE, &mode);
         if (haveType && haveMode)
             return;
         if (DEBUG > 0)

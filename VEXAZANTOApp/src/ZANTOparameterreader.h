@@ -16,7 +16,8 @@ public:
     virtual ~ZANTOParameterSource() = default;
     virtual nodeType kind() const = 0;
     virtual uint16_t slot() const = 0;
-    virtual bool property(const char *name, const char *property, uint32_t &value) const = 0;
+    /// False when the library does not answer; `value` is shaped by the property.
+    virtual bool property(const char *name, const char *property, void *value) const = 0;
     virtual ZANTONodeValue read(const std::string &name, uint32_t type) const = 0;
     virtual void reportUnreadable(const char *name) const = 0;
 };
@@ -26,7 +27,7 @@ public:
     ZANTOBoardSource(int32_t handle, uint16_t slot) : m_handle(handle), m_slot(slot) {}
     nodeType kind() const override { return nodeTypeBoardParam; }
     uint16_t slot() const override { return m_slot; }
-    bool property(const char *name, const char *property, uint32_t &value) const override;
+    bool property(const char *name, const char *property, void *value) const override;
     ZANTONodeValue read(const std::string &name, uint32_t type) const override;
     void reportUnreadable(const char *name) const override;
 
@@ -43,7 +44,7 @@ public:
     }
     nodeType kind() const override { return nodeTypeChannelParam; }
     uint16_t slot() const override { return m_slot; }
-    bool property(const char *name, const char *property, uint32_t &value) const override;
+    bool property(const char *name, const char *property, void *value) const override;
     ZANTONodeValue read(const std::string &name, uint32_t type) const override;
     void reportUnreadable(const char *name) const override;
 

@@ -3,21 +3,26 @@
 #define ZANTOPROPERTYREADER_H
 
 #include "ZANTOnodevalue.h"
+#include "ZANTOparameterreader.h"
 
 #include <cstdint>
-#include <functional>
 #include <string>
-#include <vector>
 
-/// The properties that a parameter of this type code has, in the order in which they are read.
-std::vector<const char *> ZANTOPropertyNames(uint32_t type);
+/// Names of properties in the order in which they are read, for a loop over them; fixed texts.
+struct ZANTOPropertyNames {
+    const char *const *first;
+    const char *const *last;
 
-/// A library call that reads a property into the buffer it is given: 0 or the error code.
-using ZANTOPropertyCall = std::function<int32_t(void *)>;
+    const char *const *begin() const { return first; }
+    const char *const *end() const { return last; }
+};
+
+/// Those that a parameter of this type code has.
+ZANTOPropertyNames ZANTOPropertyNamesOf(uint32_t type);
 
 /// The property's value, or 0 with quality Bad and a message at DEBUG 1 when it is unknown or
-/// cannot be read. `level` is "board" or "channel", for the message.
-ZANTONodeValue ZANTOReadProperty(const std::string &propName, const std::string &paramName,
-                                 const char *level, const ZANTOPropertyCall &get);
+/// cannot be read.
+ZANTONodeValue ZANTOReadProperty(const ZANTOParameterSource &source, const char *propName,
+                                 const std::string &paramName);
 
 #endif
