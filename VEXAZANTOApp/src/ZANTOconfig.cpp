@@ -346,7 +346,9 @@ std::vector<ZANTONodeProperty *> readProperties(const ZANTOParameterSource &sour
                                                 const std::string &paramName, uint32_t type)
 {
     std::vector<std::unique_ptr<ZANTONodeProperty>> properties;
-    for (const char *name : ZANTOPropertyNamesOf(type)) {
+    const ZANTOPropertyNames names = ZANTOPropertyNamesOf(type);
+    properties.reserve(names.size());
+    for (const char *name : names) {
         const ZANTONodeValue value = ZANTOReadProperty(source, name, paramName);
         if (value.ZANTOGetQuality() != nodeValueQualityGood)
             continue;

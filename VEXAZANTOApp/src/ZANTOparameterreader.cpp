@@ -7,6 +7,7 @@
 #include "vexahvwrapper.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstring>
 
 bool ZANTOBoardSource::property(const char *name, const char *property, void *value) const
@@ -67,6 +68,14 @@ void fetchTypeAndMode(const ZANTOParameterSource &source, const char *name, uint
     }
 }
 
+std::size_t countNames(const char *table)
+{
+    std::size_t count = 0;
+    while (table != nullptr && table[count * VEXAHV_PARAM_NAME_SLOT] != '\0')
+        ++count;
+    return count;
+}
+
 } // namespace
 
 ZANTONodeOwner ZANTOMakeParameter(nodeType kind, const std::string &name, uint16_t slot,
@@ -86,6 +95,7 @@ ZANTONodeOwner ZANTOMakeParameter(nodeType kind, const std::string &name, uint16
 void ZANTOReadParameters(const ZANTOParameterSource &source, int32_t handle, const char *table,
                          std::vector<ZANTONodeOwner> &nodes)
 {
+    nodes.reserve(nodes.size() + countNames(table));
     for (; table != nullptr && *table != '\0'; table += VEXAHV_PARAM_NAME_SLOT) {
         const std::string name(table, strnlen(table, VEXAHV_PARAM_NAME_SLOT));
         uint32_t type = 0;

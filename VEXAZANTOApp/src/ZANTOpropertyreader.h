@@ -5,6 +5,7 @@
 #include "ZANTOnodevalue.h"
 #include "ZANTOparameterreader.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -15,6 +16,7 @@ struct ZANTOPropertyNames {
 
     const char *const *begin() const { return first; }
     const char *const *end() const { return last; }
+    std::size_t size() const { return static_cast<std::size_t>(last - first); }
 };
 
 /// Those that a parameter of this type code has.

@@ -11,6 +11,7 @@
 
 #include <ctime>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -22,6 +23,35 @@ constexpr size_t largeCrateSlots = 7;
 
 using Nodes = ZANTOAdopted<ZANTONode>;
 using Properties = ZANTOAdopted<ZANTONodeProperty>;
+
+struct Unit {
+    std::string prefix;
+    std::string name;
+};
+
+// What a property says about the display of its parameter. Board parameters show no decimals;
+// channel parameters do.
+void display(const ZANTONodeProperty &property, ZANTONode &parameter, Unit &unit)
+{
+    const std::string &propName = property.getPropName();
+    const std::string_view name = propName;
+    const ZANTONodeValue &held = property.getPropVal();
+    const variant &value = held.ZANTOGetValue();
+    if (name == VEXAHV_PROP_UNIT)
+        unit.name = ZANTOUtils::ZANTOConvertPropertyUnit(static_cast<uint16_t>(value.toUInt()));
+    else if (name == VEXAHV_PROP_EXP)
+        unit.prefix = ZANTOUtils::ZANTOConvertPropertyExp(static_cast<int16_t>(value.toInt()));
+    else if (name == VEXAHV_PROP_MINVAL)
+        parameter.setMinVal(value.toFloat());
+    else if (name == VEXAHV_PROP_MAXVAL) // whole numbers only
+        parameter.setMaxVal(ZANTOTruncate<int32_t>(static_cast<double>(value.toFloat())));
+    else if (name == VEXAHV_PROP_ONSTATE)
+        parameter.setOnString(value.toString());
+    else if (name == VEXAHV_PROP_OFFSTATE)
+        parameter.setOffString(value.toString());
+    else if (name == VEXAHV_PROP_DECIMAL && parameter.getNodeType() == nodeTypeChannelParam)
+        parameter.setNodeDecimals(value.toShort());
+}
 
 /// Builds the tree under a root that systemNode names already, and gathers the texts of each
 /// node as soon as it is complete. For the main thread.
@@ -102,10 +132,11 @@ private:
     void addBoardParameters(ZANTONode &board, int32_t position)
     {
         const uint16_t slot = board.getBdSlotNr();
+        const std::string &boardName = board.getNodeName();
         Nodes parameters(ZANTOConfig::ZANTOConfigCreateBoardParams(m_handle, slot));
         for (size_t i = 0; i < parameters.size(); ++i) {
             ZANTONode &parameter = parameters[i];
-            parameter.setBdName(board.getNodeName());
+            parameter.setBdName(boardName);
             parameter.setSysName(m_crateName);
             addParameterProperties(
                 parameter, Properties(ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(
@@ -136,12 +167,14 @@ private:
     {
         const uint16_t slot = board.getBdSlotNr();
         const uint16_t index = channel.getChIdx();
+        const std::string &boardName = board.getNodeName();
+        const std::string &channelName = channel.getNodeName();
         Nodes parameters(
             ZANTOConfig::ZANTOConfigCreateChannelParams(m_handle, m_systemType, slot, index));
         for (size_t i = 0; i < parameters.size(); ++i) {
             ZANTONode &parameter = parameters[i];
-            parameter.setBdName(board.getNodeName());
-            parameter.setChName(channel.getNodeName());
+            parameter.setBdName(boardName);
+            parameter.setChName(channelName);
             parameter.setChIdx(index);
             parameter.setSysName(m_crateName);
             channel.addParameter(&parameter);
@@ -154,34 +187,15 @@ private:
         }
     }
 
-    // Board parameters show no decimals; channel parameters do.
     static void addParameterProperties(ZANTONode &parameter, Properties &&properties)
     {
-        std::string unit;
-        std::string prefix;
+        Unit unit;
         for (size_t i = 0; i < properties.size(); ++i) {
-            const std::string name = properties[i].getPropName();
-            const variant value = properties[i].getPropVal().ZANTOGetValue();
-            if (name == VEXAHV_PROP_UNIT)
-                unit = ZANTOUtils::ZANTOConvertPropertyUnit(
-                    static_cast<uint16_t>(value.toUInt()));
-            else if (name == VEXAHV_PROP_EXP)
-                prefix = ZANTOUtils::ZANTOConvertPropertyExp(static_cast<int16_t>(value.toInt()));
-            else if (name == VEXAHV_PROP_MINVAL)
-                parameter.setMinVal(value.toFloat());
-            else if (name == VEXAHV_PROP_MAXVAL) // whole numbers only
-                parameter.setMaxVal(ZANTOTruncate<int32_t>(static_cast<double>(value.toFloat())));
-            else if (name == VEXAHV_PROP_ONSTATE)
-                parameter.setOnString(value.toString());
-            else if (name == VEXAHV_PROP_OFFSTATE)
-                parameter.setOffString(value.toString());
-            else if (name == VEXAHV_PROP_DECIMAL &&
-                     parameter.getNodeType() == nodeTypeChannelParam)
-                parameter.setNodeDecimals(value.toShort());
+            display(properties[i], parameter, unit);
             parameter.addProperty(&properties[i]);
             properties.release(i);
         }
-        parameter.setExpUnit(prefix + unit);
+        parameter.setExpUnit(unit.prefix + unit.name);
     }
 
     void addFurtherParams()
