@@ -1,5 +1,6 @@
 #include "ZANTOconfig.h"
 
+#include "ZANTOappend.h"
 #include "ZANTOlibrarylist.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
@@ -11,7 +12,7 @@
 #include "ZANTOutils.h"
 #include "vexahvwrapper.h"
 
-#include <cstdio>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -145,10 +146,10 @@ ZANTOConfig::ZANTOConfigCreateSystemFurtherParams(connStatus status, uint16_t sl
 
 namespace {
 
-std::string numbered(const char *format, uint16_t number)
+std::string numbered(const char *name, uint16_t number, std::size_t digits)
 {
-    char text[16];
-    std::snprintf(text, sizeof(text), format, number);
+    std::string text = name;
+    ZANTOAppendNumber(text, number, digits);
     return text;
 }
 
@@ -214,7 +215,7 @@ ZANTONode *ZANTOConfig::ZANTOConfigCreateNodeBoard(uint16_t slot, uint16_t chann
                                                    const std::string &firmwareMinor,
                                                    const std::string &firmwareMajor)
 {
-    ZANTONodeOwner node = ZANTOMakeNode(numbered("Board%02d", slot), nodeTypeBoardItem);
+    ZANTONodeOwner node = ZANTOMakeNode(numbered("Board", slot, 2), nodeTypeBoardItem);
     node->setBdSlotNr(slot);
     node->setBdChCount(channelCount);
     node->setBdModel(model);
@@ -285,7 +286,7 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateChannels(int32_t handle, 
 ZANTONode *ZANTOConfig::ZANTOConfigCreateNodeChannel(const std::string &, uint16_t channel,
                                                      uint16_t slot)
 {
-    ZANTONodeOwner node = ZANTOMakeNode(numbered("Chan%03d", channel), nodeTypeChannelItem);
+    ZANTONodeOwner node = ZANTOMakeNode(numbered("Chan", channel, 3), nodeTypeChannelItem);
     node->setChIdx(channel);
     node->setBdSlotNr(slot);
     return node.release();
