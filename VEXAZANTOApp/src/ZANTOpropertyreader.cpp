@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <ctime>
 #include <iterator>
 #include <string_view>
@@ -73,7 +72,7 @@ bool readProperty(const ZANTOParameterSource &source, const char *propName, cons
     if (shape == std::end(propertyShapes))
         return false;
     PropertyAnswer answer;
-    std::memset(&answer, 0, shape->cleared);
+    std::fill_n(answer.text, shape->cleared, '\0');
     if (!source.property(paramName, propName, &answer))
         return false;
     shape->store(answer, value);
