@@ -94,6 +94,12 @@ void ZANTONode::addProperty(ZANTONodeProperty *property)
     m_properties.push_back(property);
 }
 
+void ZANTONode::reserveProperties(size_t count)
+{
+    const MemberGuard guard(*this);
+    m_properties.reserve(count);
+}
+
 void ZANTONode::insertChildNode(ZANTONode *child, int32_t index)
 {
     if (child == nullptr || index < 0)

@@ -49,6 +49,8 @@ public:
     void addChildNode(ZANTONode *child);
     void addParameter(ZANTONode *parameter);
     void addProperty(ZANTONodeProperty *property);
+    /// Takes memory for as many at once.
+    void reserveProperties(size_t count);
     /// Inserts `index` copies of the pointer at position `index`; an index outside the list
     /// inserts nothing.
     void insertChildNode(ZANTONode *child, int32_t index);

@@ -83,7 +83,7 @@ ZANTORecordPlan::Result ZANTORecordPlan::makeName()
     m_onBoard = m_onChannel || type == nodeTypeBoardParam;
     const bool known = m_onBoard || type == nodeTypeSystemProp || type == nodeTypeSystemCmd;
     if (known)
-        ZANTOAppend(m_name, m_node->getSysName(), ":");
+        ZANTOAppend(m_name, m_node->sysName().get(), ":");
     if (m_onBoard) {
         ZANTOAppendNumber(m_name, m_board, 2);
         m_name += ':';
@@ -93,7 +93,7 @@ ZANTORecordPlan::Result ZANTORecordPlan::makeName()
         m_name += ':';
     }
     m_shortNameAt = m_name.size();
-    const std::string &nodeName = m_node->getNodeName();
+    const std::string &nodeName = m_node->nodeName().get();
     for (const char c : nodeName) {
         if (c != ' ')
             m_name += c;
@@ -163,7 +163,7 @@ void ZANTORecordPlan::reportNoLine() const
 
 void ZANTORecordPlan::appendNumericFields(std::string &text) const
 {
-    const std::string &unit = m_node->getExpUnit();
+    const std::string &unit = m_node->expUnit().get();
     if (!unit.empty()) {
         ZANTOAppend(text, "\tfield( EGU , \"");
         ZANTOAppendDbValue(text, unit);
@@ -186,9 +186,9 @@ void ZANTORecordPlan::appendNumericFields(std::string &text) const
 void ZANTORecordPlan::appendStateFields(std::string &text) const
 {
     ZANTOAppend(text, "\tfield( ZNAM , \"");
-    ZANTOAppendDbValue(text, m_node->getOffString());
+    ZANTOAppendDbValue(text, m_node->offString().get());
     ZANTOAppend(text, "\")\n\tfield( ONAM , \"");
-    ZANTOAppendDbValue(text, m_node->getOnString());
+    ZANTOAppendDbValue(text, m_node->onString().get());
     ZANTOAppend(text, "\")\n");
 }
 
@@ -217,7 +217,7 @@ void ZANTORecordPlan::appendMainRecord(std::string &text) const
     if (m_kind == VEXAHV_PARAM_ONOFF)
         appendStateFields(text);
     ZANTOAppend(text, "\tfield( DESC, \"");
-    ZANTOAppendDbValue(text, m_node->getNodeName());
+    ZANTOAppendDbValue(text, m_node->nodeName().get());
     ZANTOAppend(text, "\")\n\tfield( DTYP, \"VEXA ZANTO Item\")\n");
     appendLinks(text);
     ZANTOAppend(text, "}\n");

@@ -33,10 +33,9 @@ struct Unit {
 // channel parameters do.
 void display(const ZANTONodeProperty &property, ZANTONode &parameter, Unit &unit)
 {
-    const std::string &propName = property.getPropName();
-    const std::string_view name = propName;
-    const ZANTONodeValue &held = property.getPropVal();
-    const variant &value = held.ZANTOGetValue();
+    const std::string_view name = property.propName().get();
+    const ZANTONodeValue held = property.getPropVal();
+    const variant &value = held.ZANTOData();
     if (name == VEXAHV_PROP_UNIT)
         unit.name = ZANTOUtils::ZANTOConvertPropertyUnit(static_cast<uint16_t>(value.toUInt()));
     else if (name == VEXAHV_PROP_EXP)
@@ -58,7 +57,7 @@ void display(const ZANTONodeProperty &property, ZANTONode &parameter, Unit &unit
 class TreeBuilder {
 public:
     TreeBuilder(ZANTONode &root, ZANTORecordFiles &files)
-        : m_root(root), m_handle(root.getSysHandle()), m_crateName(root.getNodeName()),
+        : m_root(root), m_handle(root.getSysHandle()), m_crateName(root.nodeName()),
           m_host(root.getInitParam()), m_files(files)
     {
     }
@@ -77,7 +76,7 @@ private:
         Nodes commands(ZANTOConfig::ZANTOConfigCreateSystemExecComm(m_handle));
         for (size_t i = 0; i < commands.size(); ++i) {
             ZANTONode &command = commands[i];
-            command.setSysName(m_crateName);
+            command.setPlaceNames(m_crateName, ZANTOSharedText(), ZANTOSharedText());
             m_root.addParameter(&command);
             commands.release(i);
             m_files.add(command, -1, -1);
@@ -89,8 +88,8 @@ private:
         Nodes properties(ZANTOConfig::ZANTOConfigCreateSystemProps(m_handle));
         for (size_t i = 0; i < properties.size(); ++i) {
             ZANTONode &property = properties[i];
-            property.setSysName(m_crateName);
-            if (property.getNodeName() == "IPAddr") {
+            property.setPlaceNames(m_crateName, ZANTOSharedText(), ZANTOSharedText());
+            if (property.nodeName().get() == "IPAddr") {
                 variant address;
                 address.setValue(m_host);
                 property.setNodeValue(
@@ -112,7 +111,7 @@ private:
             ZANTONode &board = boards[position];
             m_root.addChildNode(&board);
             boards.release(position);
-            board.setSysName(m_crateName);
+            board.setPlaceNames(m_crateName, ZANTOSharedText(), ZANTOSharedText());
             if (board.getNodeType() != nodeTypeEmptyNode)
                 fillBoard(board, static_cast<int32_t>(position));
         }
@@ -132,15 +131,13 @@ private:
     void addBoardParameters(ZANTONode &board, int32_t position)
     {
         const uint16_t slot = board.getBdSlotNr();
-        const std::string &boardName = board.getNodeName();
         Nodes parameters(ZANTOConfig::ZANTOConfigCreateBoardParams(m_handle, slot));
         for (size_t i = 0; i < parameters.size(); ++i) {
             ZANTONode &parameter = parameters[i];
-            parameter.setBdName(boardName);
-            parameter.setSysName(m_crateName);
+            parameter.setPlaceNames(m_crateName, board.nodeName(), ZANTOSharedText());
             addParameterProperties(
                 parameter, Properties(ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(
-                               m_handle, parameter.getNodeName(),
+                               m_handle, parameter.nodeName().get(),
                                parameter.getParWrapperType(), slot)));
             board.addParameter(&parameter);
             parameters.release(i);
@@ -154,8 +151,7 @@ private:
                                                               board.getBdChCount()));
         for (size_t position = 0; position < channels.size(); ++position) {
             ZANTONode &channel = channels[position];
-            channel.setSysName(m_crateName);
-            channel.setBdName(board.getNodeName());
+            channel.setPlaceNames(m_crateName, board.nodeName(), ZANTOSharedText());
             board.addChildNode(&channel);
             channels.release(position);
             fillChannel(board, channel, boardPosition, static_cast<int32_t>(position));
@@ -167,21 +163,17 @@ private:
     {
         const uint16_t slot = board.getBdSlotNr();
         const uint16_t index = channel.getChIdx();
-        const std::string &boardName = board.getNodeName();
-        const std::string &channelName = channel.getNodeName();
         Nodes parameters(
             ZANTOConfig::ZANTOConfigCreateChannelParams(m_handle, m_systemType, slot, index));
         for (size_t i = 0; i < parameters.size(); ++i) {
             ZANTONode &parameter = parameters[i];
-            parameter.setBdName(boardName);
-            parameter.setChName(channelName);
+            parameter.setPlaceNames(m_crateName, board.nodeName(), channel.nodeName());
             parameter.setChIdx(index);
-            parameter.setSysName(m_crateName);
             channel.addParameter(&parameter);
             parameters.release(i);
             addParameterProperties(
                 parameter, Properties(ZANTOConfig::ZANTOConfigCreateChannelParameterProperties(
-                               m_handle, parameter.getNodeName(),
+                               m_handle, parameter.nodeName().get(),
                                parameter.getParWrapperType(), slot, index)));
             m_files.add(parameter, boardPosition, channelPosition);
         }
@@ -190,6 +182,7 @@ private:
     static void addParameterProperties(ZANTONode &parameter, Properties &&properties)
     {
         Unit unit;
+        parameter.reserveProperties(properties.size());
         for (size_t i = 0; i < properties.size(); ++i) {
             display(properties[i], parameter, unit);
             parameter.addProperty(&properties[i]);
@@ -211,7 +204,7 @@ private:
 
     ZANTONode &m_root;
     const int32_t m_handle;
-    const std::string m_crateName;
+    const ZANTOSharedText m_crateName;
     const std::string m_host;
     ZANTORecordFiles &m_files;
     int32_t m_systemType = largeCrate;

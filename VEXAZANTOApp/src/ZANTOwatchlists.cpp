@@ -72,7 +72,7 @@ bool watchSystem(bool subscribe, const ZANTONode &root, int16_t port)
     WatchList list;
     const auto parameters = root.getParameters();
     for (size_t i = 0; i < parameters.size(); ++i) {
-        const std::string name = parameters[i]->getNodeName();
+        const std::string &name = parameters[i]->nodeName().get();
         // The last two are the server's own; the mainframe does not know them.
         if (parameters[i]->getAccessRights() != nodeAccessWrite && name != "ConnStat" &&
             name != "NrOfSlot")
@@ -93,7 +93,7 @@ bool watchBoard(bool subscribe, const ZANTONode &board, int32_t handle, int16_t 
     const auto parameters = board.getParameters();
     for (size_t i = 0; i < parameters.size(); ++i) {
         if (parameters[i]->getAccessRights() != nodeAccessWrite)
-            list.addAtPosition(i, parameters[i]->getNodeName());
+            list.addAtPosition(i, parameters[i]->nodeName().get());
     }
     const auto call = subscribe ? VEXAHV_SubscribeBoardParams : VEXAHV_UnSubscribeBoardParams;
     return watchLevel("board [" + std::to_string(slot) + "] parameters", list,
@@ -107,7 +107,7 @@ bool watchChannel(bool subscribe, const ZANTONode &node, int32_t handle, int16_t
 {
     WatchList list;
     for (const ZANTONode *parameter : node.getParameters()) {
-        const std::string name = parameter->getNodeName();
+        const std::string &name = parameter->nodeName().get();
         if (parameter->getAccessRights() != nodeAccessWrite && name != "Name")
             list.addNext(name);
     }
