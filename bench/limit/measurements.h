@@ -1,0 +1,15 @@
+/// The measurements inside the process that serves the records.
+#ifndef MEASUREMENTS_H
+#define MEASUREMENTS_H
+
+#include <string>
+
+/// The start: always done, `shown` or not. False: it failed.
+bool measureBuild(bool shown);
+/// Before the IOC starts: no scan runs beside it.
+void measureEvents();
+void measureMemory();
+/// "pass-ai" and so on; false for a name that is none.
+bool measurePass(const std::string &name);
+
+#endif
