@@ -2,7 +2,8 @@
 """The server against its limit: the same records with a device support that only copies a number.
 Runs both programs in turns, prints ratios of the pairs as Markdown tables and ends.
 
-Both run on one core, on loopback and with a /tmp of their own, in a private network.
+Both run on one core, on loopback and with a /tmp of their own, in a private network. The start,
+passes and events count the process' CPU time, puts the time that passes for the client.
 """
 
 import argparse
@@ -19,7 +20,7 @@ sys.path[:0] = [str(BENCH), str(BENCH.parent / "tests/e2e")]
 # pylint: disable=wrong-import-position
 import pairs
 from harness import places
-from harness.world import World
+from harness.world import refusal, World
 
 LIMIT = "limit"
 # Taken together in one process; what changes the process for others is alone.
@@ -58,6 +59,12 @@ def server_program(text):
     if not path.is_file() or path.is_relative_to("/tmp"):
         raise argparse.ArgumentTypeError(f"no program, or one below /tmp: {path}")
     return name or path.parents[2].name, path
+
+
+def hindrance(programs):
+    """Why nothing can be measured here, or None."""
+    missing = [str(path) for path in programs.values() if not path.is_file()]
+    return f"not built: {missing[0]}; see make bench" if missing else refusal()
 
 
 def groups(only):
@@ -141,6 +148,9 @@ def main():
     options = parse()
     servers = options.server_program or [("server", built("serverBench"))]
     programs = dict([*servers, (LIMIT, built("limitBench"))])
+    why = hindrance(programs)
+    if why:
+        sys.exit(why)
     begin = time.monotonic()
     world = World(tmp_size="256m")
     with contextlib.ExitStack() as ends:

@@ -104,7 +104,7 @@ class Samples:
                 for what, count in row["counts"].items():
                     seen.setdefault(what, set()).add(count)
         return sorted(what for what, counts in seen.items()
-                      if len(counts) > 1 and not what.startswith("library"))
+                      if len(counts) > 1 and not what.startswith(("library", "wall")))
 
 
 def number(value):

@@ -79,7 +79,7 @@ uint64_t countScanned(const char *recordType)
 {
     uint64_t count = 0;
     forEachRecord([&](const char *type, const dbCommon &record) {
-        const bool meant = recordType == nullptr || std::strcmp(type, recordType) == 0;
+        const bool meant = std::strcmp(type, recordType) == 0;
         count += meant && record.scan == menuScanI_O_Intr ? 1 : 0;
     });
     return count;

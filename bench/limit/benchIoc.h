@@ -13,7 +13,7 @@ bool startIoc();
 void waitUntilIdle();
 
 uint64_t countRecords();
-/// Records of a type that wait for its list; null: of any.
+/// Records of a type that wait for its list.
 uint64_t countScanned(const char *recordType);
 
 #endif

@@ -8,7 +8,7 @@
 
 #include <callback.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <fstream>
 #include <sys/stat.h>
 
@@ -24,12 +24,14 @@ uint64_t fileSize(const char *path)
 
 bool measureBuild(bool shown)
 {
-    const auto begin = BenchClock::now();
+    const Stopwatch watch;
     const bool built = variantBuild();
-    const double milliseconds = nanosecondsSince(begin) / 1e6;
+    const double milliseconds = watch.nanoseconds() / 1e6;
+    const auto wall = static_cast<uint64_t>(watch.wallNanoseconds() / 1e3);
     if (built && shown)
         printResult("build", "ms", milliseconds,
                     {{"calls", MemoryCrate::instance().calls()},
+                     {"wallMicroseconds", wall},
                      {"databaseBytes", fileSize(databasePath)},
                      {"pvListBytes", fileSize(pvListPath)}});
     return built;
@@ -44,7 +46,7 @@ constexpr uint32_t batchSize = 100;
 // What the library of memory itself takes of each event.
 double libraryShare(std::size_t batches)
 {
-    const auto begin = BenchClock::now();
+    const Stopwatch watch;
     for (std::size_t i = 0; i < batches; ++i) {
         VEXAHVSystemStatus_t status;
         VEXAHVEventData_t *events = nullptr;
@@ -52,15 +54,15 @@ double libraryShare(std::size_t batches)
         VEXAHV_GetEventData(-1, &status, &events, &count);
         VEXAHV_FreeEventData(&events);
     }
-    return nanosecondsSince(begin) / static_cast<double>(batches * batchSize);
+    return watch.nanoseconds() / static_cast<double>(batches * batchSize);
 }
 
 double oneRound(std::size_t batches)
 {
-    const auto begin = BenchClock::now();
+    const Stopwatch watch;
     for (std::size_t i = 0; i < batches; ++i)
         variantNextBatch();
-    return nanosecondsSince(begin) / static_cast<double>(batches * batchSize);
+    return watch.nanoseconds() / static_cast<double>(batches * batchSize);
 }
 
 } // namespace
@@ -123,23 +125,41 @@ void measureMemory()
                 {{"records", countRecords()}});
 }
 
-bool measurePass(const std::string &name)
+namespace {
+
+// Short lists are passed over more often.
+uint64_t repetitionsOf(uint64_t records)
 {
-    constexpr int repetitions = 25;
-    for (const auto &pass : passes) {
-        if (name != pass.name)
-            continue;
-        const uint64_t records = countScanned(pass.recordType);
-        std::vector<double> values;
-        passOver(pass.kind);
-        for (int i = 0; i < repetitions; ++i) {
-            const auto begin = BenchClock::now();
-            passOver(pass.kind);
-            values.push_back(nanosecondsSince(begin) / static_cast<double>(records));
-        }
-        printResult(name, "ns", median(values),
-                    {{"records", records}, {"repetitions", repetitions}});
-        return true;
+    constexpr uint64_t fewest = 25;
+    constexpr uint64_t recordsInAll = 200000;
+    return std::max(fewest, recordsInAll / std::max<uint64_t>(records, 1));
+}
+
+void repeatPass(const std::string &name, ListKind kind, uint64_t records)
+{
+    const uint64_t repetitions = repetitionsOf(records);
+    const auto share = static_cast<double>(records);
+    std::vector<double> values;
+    std::vector<double> wall;
+    passOver(kind);
+    for (uint64_t i = 0; i < repetitions; ++i) {
+        const Stopwatch watch;
+        passOver(kind);
+        values.push_back(watch.nanoseconds() / share);
+        wall.push_back(watch.wallNanoseconds() / share);
     }
-    return false;
+    printResult(name, "ns", median(values),
+                {{"records", records},
+                 {"repetitions", repetitions},
+                 {"wallNanoseconds", static_cast<uint64_t>(median(wall))}});
+}
+
+} // namespace
+
+void measurePass(const std::string &name)
+{
+    for (const auto &pass : passes) {
+        if (name == pass.name)
+            repeatPass(name, pass.kind, countScanned(pass.recordType));
+    }
 }

@@ -9,7 +9,7 @@ bool measureBuild(bool shown);
 /// Before the IOC starts: no scan runs beside it.
 void measureEvents();
 void measureMemory();
-/// "pass-ai" and so on; false for a name that is none.
-bool measurePass(const std::string &name);
+/// "pass-ai" and so on.
+void measurePass(const std::string &name);
 
 #endif

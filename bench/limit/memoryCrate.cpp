@@ -200,24 +200,29 @@ void MemoryCrate::takeStorm(VEXAHVEventData_t *events)
     }
 }
 
+void MemoryCrate::takeAnswers(VEXAHVEventData_t *events)
+{
+    for (const MemoryPlace &place : m_answers) {
+        fillHead(*events, place);
+        std::memcpy(&events->Value, &m_values[indexOf(place)], sizeof(uint32_t));
+        ++events;
+    }
+    m_answers.clear();
+}
+
 VEXAHVEventData_t *MemoryCrate::takeBatch(uint32_t &count)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     if (m_batch == 0)
         m_written.wait(lock, [this] { return !m_answers.empty(); });
     count = m_batch != 0 ? m_batch : static_cast<uint32_t>(m_answers.size());
-    auto *events = static_cast<VEXAHVEventData_t *>(
-        std::malloc(count * sizeof(VEXAHVEventData_t)));
+    auto *events =
+        static_cast<VEXAHVEventData_t *>(std::malloc(count * sizeof(VEXAHVEventData_t)));
     if (events == nullptr)
         throw std::bad_alloc();
-    if (m_batch != 0) {
+    if (m_batch != 0)
         takeStorm(events);
-        return events;
-    }
-    for (uint32_t i = 0; i < count; ++i) {
-        fillHead(events[i], m_answers[i]);
-        std::memcpy(&events[i].Value, &m_values[indexOf(m_answers[i])], sizeof(uint32_t));
-    }
-    m_answers.clear();
+    else
+        takeAnswers(events);
     return events;
 }

@@ -81,6 +81,7 @@ public:
 private:
     MemoryCrate() = default;
     void takeStorm(VEXAHVEventData_t *events);
+    void takeAnswers(VEXAHVEventData_t *events);
 
     uint16_t m_boards = 0;
     std::atomic<uint32_t> m_calls{0};
