@@ -4,30 +4,34 @@
 #include "ZANTOstatic.h"
 #include "ZANTOutils.h"
 
+#include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <deque>
 #include <mutex>
 
 namespace {
 
-/// What a record keeps in its private pointer.
-struct Binding {
-    // Written by whichever thread processes the record, which holds the record's lock.
-    ZANTONode *node = nullptr;
-    uint32_t generation = 0; // of the tree that the node belongs to
-};
-
 /// Bindings live as long as the process, like the records; a deque never moves them.
 struct Bindings {
+    static constexpr std::size_t block = 512;
+
     std::mutex mutex;
-    std::deque<Binding> all; // guarded by mutex
+    // Guarded by mutex. The last of each block only stands behind the one before it.
+    std::deque<std::array<ZANTOBinding, block + 1>> blocks;
+    std::size_t used = block; // of the last block
 };
 
-Binding *newBinding()
+ZANTOBinding *newBinding()
 {
-    static ZANTONeverDestroyed<Bindings> bindings;
-    std::lock_guard<std::mutex> lock(bindings.get().mutex);
-    return &bindings.get().all.emplace_back();
+    static ZANTONeverDestroyed<Bindings> instance;
+    Bindings &bindings = instance.get();
+    std::lock_guard<std::mutex> lock(bindings.mutex);
+    if (bindings.used == Bindings::block) {
+        bindings.blocks.emplace_back();
+        bindings.used = 0;
+    }
+    return &bindings.blocks.back()[bindings.used++];
 }
 
 } // namespace
@@ -43,17 +47,14 @@ long ZANTOInitRecord(dbCommon *record, const DBLINK &link, const char *format)
     return 0;
 }
 
-ZANTONode *ZANTONodeOfRecord(dbCommon *record)
+ZANTONode *ZANTOSeekNodeOfRecord(dbCommon *record)
 {
-    auto *binding = static_cast<Binding *>(record->dpvt);
-    if (binding == nullptr)
-        return ZANTOUtils::getNodeFromEpicsId(record->name);
-    const uint32_t generation = systemNode.generation();
-    if (binding->node == nullptr || binding->generation != generation) {
-        binding->node = ZANTOUtils::getNodeFromEpicsId(record->name);
-        binding->generation = generation;
+    ZANTONode *node = ZANTOUtils::getNodeFromEpicsId(record->name);
+    if (auto *binding = static_cast<ZANTOBinding *>(record->dpvt)) {
+        binding->generation = systemNode.generation();
+        binding->node.store(node, std::memory_order_relaxed);
     }
-    return binding->node;
+    return node;
 }
 
 int32_t ZANTOWriteNode(ZANTONode &node, const variant &value)
