@@ -38,7 +38,7 @@ void traceUpdate(const char *itemName, nodeDataType dataType, const variant &val
 } // namespace
 
 int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *itemName,
-                        const IDValue_t &value, uint64_t connection)
+                        const IDValue_t &value, uint64_t connection, ZANTONode *indexed)
 {
     const ZANTOTreeUse use;
     ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
@@ -47,7 +47,9 @@ int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *it
             ZANTOPrint("\nError finding tree while updating item [%s]\n", itemName);
         return -1;
     }
-    ZANTONode *node = ZANTOFindItemNode(root, itemName, boardIndex, channelIndex);
+    ZANTONode *node = indexed != nullptr
+                          ? indexed
+                          : ZANTOFindItemNode(root, itemName, boardIndex, channelIndex);
     if (node == nullptr) {
         if (DEBUG > 7)
             ZANTOPrint("\nError updating item [%s]\n", itemName);

@@ -257,6 +257,7 @@ private:
     void lockMembers();
     void unlockMembers();
     void unlock(ZANTONodeLock::Part part);
+    void settle();
     bool applyAtOnce(ZANTONodeValue &value, uint64_t connection);
     void applyPending() noexcept;
     void take(ZANTONodeValue &&value, uint64_t connection) noexcept;

@@ -56,8 +56,13 @@ void ZANTONode::unlockMembers() { unlock(ZANTONodeLock::members); }
 
 void ZANTONode::unlock(ZANTONodeLock::Part part)
 {
-    if (!m_locks.unlock(part))
-        return;
+    if (m_locks.unlock(part))
+        settle();
+}
+
+// Under both locks, which are let go.
+void ZANTONode::settle()
+{
     do {
         applyPending();
     } while (m_locks.unlock(ZANTONodeLock::both));
@@ -82,6 +87,12 @@ void ZANTONode::updateValue(ZANTONodeValue value, uint64_t connection)
 // Leaves the value to the caller when it fails.
 bool ZANTONode::applyAtOnce(ZANTONodeValue &value, uint64_t connection)
 {
+    if (m_locks.tryHold()) {
+        take(std::move(value), connection);
+        if (m_locks.letHoldGo())
+            settle();
+        return true;
+    }
     if (!m_locks.tryLockBoth())
         return false;
     if (m_locks.isMarked())

@@ -88,9 +88,9 @@ void ZANTOValueCell::set(ZANTONodeValue &&value) noexcept
         text->set(value.ZANTOTakeText());
 }
 
-void ZANTOValueCell::makeRoomFor(const ZANTONodeValue &value)
+void ZANTOValueCell::makeRoom()
 {
-    if (m_text.load(std::memory_order_acquire) != nullptr || value.ZANTOData().text().empty())
+    if (m_text.load(std::memory_order_acquire) != nullptr)
         return;
     auto fresh = std::make_unique<Text>();
     Text *none = nullptr;

@@ -49,11 +49,16 @@ public:
 
     /// For any thread: makes room for a value's text, so that set() needs no memory. Throws
     /// std::bad_alloc.
-    void makeRoomFor(const ZANTONodeValue &value);
+    void makeRoomFor(const ZANTONodeValue &value)
+    {
+        if (!value.ZANTOData().text().empty())
+            makeRoom();
+    }
 
 private:
     struct Text;
     class Change;
+    void makeRoom();
 
     // The loads of the copy are acquiring: this one is not moved before them.
     bool isUnchangedSince(uint32_t before) const

@@ -1,5 +1,7 @@
 #include "eventThreadSupport.h"
 
+#include "ZANTOlookup.h"
+
 #include <cstring>
 #include <fcntl.h>
 #include <limits>
@@ -41,6 +43,44 @@ TEST_F(EventThread, AppliesEveryEventOfABatchInOrder)
              {channelEvent("IMon", integer(9))}});
     EXPECT_EQ(intOf(node), 2);
     EXPECT_EQ(intOf(other), 9);
+}
+
+// The nodes of a long batch are looked for ahead of their events.
+TEST_F(EventThread, WithAnIndexABatchEndsAsWithoutOne)
+{
+    const std::vector<ZANTONode *> nodes = {
+        addChannelParam("VMon", VEXAHV_PARAM_INTEGER),
+        addChannelParam("IMon", VEXAHV_PARAM_NUMERIC),
+        addChannelParam("VMon", VEXAHV_PARAM_ONOFF, nodeDataTypeInt, 1),
+        addSystemProp("Sessions", VEXAHV_SYSPROP_TEXT)};
+    Batch batch;
+    for (int32_t i = 0; i < 60; i += 6) {
+        batch.insert(batch.end(), {channelEvent("VMon", integer(i)), keepAlive(),
+                                   channelEvent("Nope", integer(i)),
+                                   channelEvent("IMon", integer(i + 1))});
+        if (i < 30)
+            batch.push_back(systemEvent("Sessions", integer(i + 2)));
+    }
+    struct Outcome {
+        std::vector<int32_t> values;
+        Lines scans;
+    } outcomes[2];
+    for (Outcome &outcome : outcomes) {
+        for (ZANTONode *node : nodes)
+            node->setNodeValue(ZANTONodeValue(variantOf(-1), nodeValueQualityGood, 0));
+        outcome.scans = scansOf(batch);
+        for (ZANTONode *node : nodes)
+            outcome.values.push_back(intOf(node));
+        plantSocket();
+        ZANTOIndexTree();
+    }
+    EXPECT_THAT(outcomes[0].values, ElementsAre(54, 55, -1, 26));
+    EXPECT_EQ(outcomes[1].values, outcomes[0].values);
+    EXPECT_EQ(outcomes[1].scans, outcomes[0].scans);
+    ZANTONode *const root = systemNode;
+    systemNode = nullptr;
+    ZANTOIndexTree(); // drops the index
+    systemNode = root;
 }
 
 TEST_F(EventThread, AnUnknownItemDoesNotKeepTheRestOfTheBatch)

@@ -79,6 +79,46 @@ TEST(NodeLockWord, IsReadableWhileOnlyMembersAreHad)
     EXPECT_TRUE(lock.isReadable());
 }
 
+TEST(NodeLockWord, IsHeldOnlyIfNobodyHasIt)
+{
+    for (const auto part : {record, members, both}) {
+        ZANTONodeLock lock;
+        lock.tryLockBoth();
+        lock.unlock(both);
+        if (part == both)
+            lock.tryLockBoth();
+        else
+            lock.lock(part);
+        EXPECT_FALSE(lock.tryHold()) << "not even for the thread itself";
+        lock.unlock(part);
+        EXPECT_TRUE(lock.tryHold());
+        EXPECT_FALSE(lock.isReadable());
+        EXPECT_FALSE(freeForOthers(lock));
+        EXPECT_FALSE(lock.letHoldGo());
+        EXPECT_TRUE(freeForOthers(lock));
+    }
+}
+
+TEST(NodeLockWord, AHeldNodeIsSettledAndWaitedForLikeALockedOne)
+{
+    ZANTONodeLock lock;
+    ASSERT_TRUE(lock.tryHold());
+    elsewhere([&] { EXPECT_TRUE(lock.markOrLockBoth()); });
+    EXPECT_TRUE(lock.letHoldGo());
+    lock.unmark();
+    EXPECT_FALSE(lock.unlock(both));
+
+    ASSERT_TRUE(lock.tryHold());
+    std::thread sleeper([&] {
+        lock.lock(record);
+        lock.unlock(record);
+    });
+    for (int i = 0; i < 1000; ++i)
+        std::this_thread::yield();
+    EXPECT_FALSE(lock.letHoldGo());
+    sleeper.join();
+}
+
 // ---- marks ----
 
 TEST(NodeLockWord, AFreeNodeIsTakenInsteadOfMarked)
