@@ -1,8 +1,9 @@
 #!/usr/bin/python3
 """The server against its limit: the same records with a device support that only copies a number.
-Runs both programs in turns, prints ratios of the pairs as Markdown tables and ends.
+Runs both programs in pairs, prints ratios of the pairs as Markdown tables and ends.
 
-Both run on one core, on loopback and with a /tmp of their own, in a private network. The start,
+Both run on one core, on loopback, with a /tmp and a network of their own. The processes of a pair
+run at the same time and take turns, so that both meet the same neighbours in the caches. Start,
 passes and events count the process' CPU time, puts the time that passes for the client.
 """
 
@@ -10,6 +11,7 @@ import argparse
 import contextlib
 import json
 import resource
+import subprocess
 import sys
 import time
 from pathlib import Path
@@ -23,19 +25,27 @@ from harness import places
 from harness.world import refusal, World
 
 LIMIT = "limit"
-# Taken together in one process; what changes the process for others is alone.
-GROUPS = (("build", "memory", "pass-ai", "pass-bi", "pass-bits", "pass-text"), ("event",),
-          ("ca-put",), ("pva-put",), ("set-to-rbv",))
-MEASUREMENTS = [name for group in GROUPS for name in group]
+ALONE = ("build", "memory")
+# What comes together is taken from one process of each program, in this order: the last one
+# changes what a put does.
+IN_TURNS = (("event",), ("pass-ai", "pass-bi", "pass-bits", "pass-text", "ca-put", "pva-put",
+                         "set-to-rbv"))
+MEASUREMENTS = [*ALONE, *(name for group in IN_TURNS for name in group)]
 PATIENCE = 300
 TICKS = 100  # of /proc/stat, in a second
 
 
+def cpu_ticks(pid):
+    """Of a process and of its children that have ended."""
+    fields = Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rpartition(")")[2].split()
+    return sum(map(int, fields[11:15]))
+
+
 class Load:
-    """Who used the cores since the last look: others, the hypervisor."""
+    """Who used the cores since the beginning: others, the hypervisor."""
 
     def __init__(self):
-        self._last = self._now()
+        self._begin = self._now()
 
     @staticmethod
     def _now():
@@ -43,9 +53,43 @@ class Load:
                   map(resource.getrusage, (resource.RUSAGE_SELF, resource.RUSAGE_CHILDREN)))
         return pairs.CpuTimes(Path("/proc/stat").read_text(encoding="ascii")), own * TICKS
 
-    def look(self):
-        last, self._last = self._last, self._now()
-        return pairs.shares(last[0], self._last[0], self._last[1] - last[1])
+    def shares(self, alive=0):
+        """`alive`: ticks of children that have not ended."""
+        now = self._now()
+        return pairs.shares(self._begin[0], now[0], now[1] - self._begin[1] + alive)
+
+
+class Site:
+    """A world of its own for a program: both use the same ports and files."""
+
+    def __init__(self, program):
+        self.world = World(tmp_size="256m")
+        self.program = program
+        self._process = None
+
+    def start(self, options):
+        self._process = self.world.start(self.program.name, [self.program, "--turns", *options],
+                                         stdin=subprocess.PIPE)
+        self._process.stdout.wait_for("^ready$", timeout=PATIENCE)
+
+    def measure(self, name):
+        start = len(self._process.stdout.text)
+        self._process.stdin.write(f"{name}\n".encode())
+        self._process.stdin.flush()
+        self._process.stdout.wait_for(r"^\{.*\}$", start, PATIENCE)
+        return pairs.results(self._process.stdout.text[start:])[name]
+
+    def measure_alone(self, options, names):
+        done = self.world.run([self.program, *options, *names], timeout=PATIENCE)
+        assert done.returncode == 0, (self.program, names, done.stderr[-1000:])
+        return pairs.results(done.stdout)
+
+    def ticks(self):
+        return cpu_ticks(self._process.pid)
+
+    def stop(self):
+        self._process.stdin.close()
+        assert self._process.wait() == 0, self._process.logs()
 
 
 def built(name):
@@ -67,35 +111,43 @@ def hindrance(programs):
     return f"not built: {missing[0]}; see make bench" if missing else refusal()
 
 
-def groups(only):
-    chosen = ([name for name in group if name in only] for group in GROUPS)
-    return [group for group in chosen if group]
-
-
 class Driver:
-    def __init__(self, world, options, programs):
-        self.world = world
+    def __init__(self, sites, options):
+        self.sites = sites
         self.options = options
-        self.programs = programs
         self.samples = pairs.Samples()
 
-    def run(self, program, boards, names):
-        command = [program, "--boards", boards, "--puts", self.options.puts,
-                   "--shown", self.options.shown]
-        if self.options.core is not None:
-            command += ["--core", self.options.core]
-        done = self.world.run([*command, *names], timeout=PATIENCE)
-        assert done.returncode == 0, (program, names, done.stderr[-1000:])
-        return pairs.results(done.stdout)
+    def words(self, boards):
+        found = ["--boards", boards, "--puts", self.options.puts, "--shown", self.options.shown]
+        return found if self.options.core is None else [*found, "--core", self.options.core]
+
+    def chosen(self, group):
+        return [name for name in group if name in self.options.only]
+
+    def alone(self, boards, number):
+        """One process after the other, each with all of the machine's memory for itself."""
+        for program, site in self.sites.items() if self.chosen(ALONE) else ():
+            load = Load()
+            found = site.measure_alone(self.words(boards), self.chosen(ALONE))
+            self.samples.add((boards, number, 0), program, found.values(), load.shares())
+
+    def in_turns(self, boards, number, names):
+        """All processes at the same time, of which one is at work."""
+        load = Load()
+        for site in self.sites.values():
+            site.start([*self.words(boards), *names])
+        found = [(turn, program, site.measure(name)) for name in names
+                 for turn in range(self.options.turns) for program, site in self.sites.items()]
+        shares = load.shares(sum(site.ticks() for site in self.sites.values()))
+        for site in self.sites.values():
+            site.stop()
+        for turn, program, result in found:
+            self.samples.add((boards, number, turn), program, [result], shares)
 
     def pair(self, boards, number):
-        for group in groups(self.options.only):
-            for program, path in self.programs.items():
-                load = Load()
-                found = self.run(path, boards, group)
-                share = load.look()
-                for name in group:
-                    self.samples.add(boards, number, program, found[name], share)
+        self.alone(boards, number)
+        for group in filter(None, map(self.chosen, IN_TURNS)):
+            self.in_turns(boards, number, group)
 
     def measure(self):
         for boards in self.options.boards:
@@ -103,11 +155,10 @@ class Driver:
                 self.pair(boards, number)
             self.show(boards)
         if len(self.options.boards) > 1:
-            print(*pairs.growths(self.samples, self.options.boards, list(self.programs)), "",
-                  sep="\n")
+            print(*pairs.growths(self.samples, self.options.boards, list(self.sites)), "", sep="\n")
 
     def show(self, boards):
-        servers = [name for name in self.programs if name != LIMIT]
+        servers = [name for name in self.sites if name != LIMIT]
         print(f"{boards} boards, {self.options.pairs} pairs:\n")
         print(*pairs.comparison(self.samples, boards, servers, LIMIT), "", sep="\n")
         for name in self.samples.names():
@@ -134,14 +185,20 @@ def parse():
     parser.add_argument("--boards", type=int, nargs="+", default=[16])
     parser.add_argument("--only", nargs="+", choices=MEASUREMENTS, default=MEASUREMENTS,
                         metavar="MEASUREMENT", help=", ".join(MEASUREMENTS))
-    parser.add_argument("--puts", type=int, default=3000)
-    parser.add_argument("--shown", type=int, default=300,
-                        help="puts that are followed up to the read-back")
+    parser.add_argument("--turns", type=int, default=5,
+                        help="how often the two of a pair take each measurement")
+    parser.add_argument("--puts", type=int, default=1000, help="in a turn")
+    parser.add_argument("--shown", type=int, default=40,
+                        help="puts in a turn that are followed up to the read-back")
     parser.add_argument("--core", type=int, help="the last one unless named")
     parser.add_argument("--json", type=Path, metavar="FILE", help="keeps all values")
     parser.add_argument("--server-program", type=server_program, action="append",
                         metavar="[NAME=]PATH", help="serverBench of another build; again for more")
     return parser.parse_args()
+
+
+def close(world):
+    print(*world.close(), sep="\n", end="", file=sys.stderr)
 
 
 def main():
@@ -152,11 +209,13 @@ def main():
     if why:
         sys.exit(why)
     begin = time.monotonic()
-    world = World(tmp_size="256m")
     with contextlib.ExitStack() as ends:
-        ends.callback(lambda: print(*world.close(), sep="\n", end="", file=sys.stderr))
-        world.repeater()
-        driver = Driver(world, options, programs)
+        sites = {}
+        for name, path in programs.items():
+            sites[name] = Site(path)
+            ends.callback(close, sites[name].world)
+            sites[name].world.repeater()
+        driver = Driver(sites, options)
         driver.measure()
         driver.show_load()
     print(f"Took {time.monotonic() - begin:.0f} s.")

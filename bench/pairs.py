@@ -63,14 +63,15 @@ def is_busy(others, steal):
 
 
 class Samples:
-    """Values by measurement, boards, program and pair."""
+    """Values by measurement, boards, program, pair and turn."""
 
     def __init__(self):
         self.rows = []
 
-    def add(self, boards, pair, program, result, load):
-        self.rows.append({"boards": boards, "pair": pair, "program": program, **result,
-                          "others": load[0], "steal": load[1]})
+    def add(self, place, program, results_of_one, load):
+        boards, pair, turn = place
+        self.rows += [{"boards": boards, "pair": pair, "turn": turn, "program": program, **result,
+                       "others": load[0], "steal": load[1]} for result in results_of_one]
 
     def names(self):
         return list(dict.fromkeys(row["name"] for row in self.rows))
@@ -79,8 +80,8 @@ class Samples:
         return next(row["unit"] for row in self.rows if row["name"] == name)
 
     def of(self, name, boards, program):
-        """By pair."""
-        return {row["pair"]: row["value"] for row in self.rows
+        """By pair and turn."""
+        return {(row["pair"], row["turn"]): row["value"] for row in self.rows
                 if (row["name"], row["boards"], row["program"]) == (name, boards, program)}
 
     def median(self, name, boards, program):
@@ -88,8 +89,8 @@ class Samples:
 
     def ratios(self, name, boards, program, limit):
         limits = self.of(name, boards, limit)
-        return [value / limits[pair] for pair, value in self.of(name, boards, program).items()
-                if pair in limits]
+        return [value / limits[turn] for turn, value in self.of(name, boards, program).items()
+                if turn in limits]
 
     def busy(self, name, boards):
         """How many of how many values were taken while the machine was busy."""

@@ -78,9 +78,9 @@ void onPut(event_handler_args arguments) { static_cast<Signal *>(arguments.usr)-
 
 std::vector<double> caPuts(const ClientTask &task)
 {
+    Signal done;
     const CaContext context;
     const auto channels = connectAll(task.boards, "");
-    Signal done;
     std::vector<double> times;
     for (uint32_t i = 0; i < task.puts; ++i) {
         const double value = valueOf(i);
@@ -98,42 +98,64 @@ std::vector<double> caPuts(const ClientTask &task)
 struct Watch {
     Signal *shown;
     std::atomic<double> awaited{-1};
+    std::atomic<double> last{0};
 };
+
+// What the read-back does not show yet: an earlier client may have put anything.
+double nextValue(const Watch &watch)
+{
+    const double last = watch.last;
+    return last < 400 ? last + 0.25 : 1.0;
+}
 
 void onMonitor(event_handler_args arguments)
 {
     auto *watch = static_cast<Watch *>(arguments.usr);
-    if (arguments.status == ECA_NORMAL &&
-        *static_cast<const double *>(arguments.dbr) == watch->awaited)
+    if (arguments.status != ECA_NORMAL)
+        return;
+    watch->last = *static_cast<const double *>(arguments.dbr);
+    if (watch->last == watch->awaited)
         watch->shown->give();
+}
+
+void watchReadBacks(uint16_t boards, std::deque<Watch> &watches)
+{
+    const auto readBacks = connectAll(boards, ":RBV");
+    for (std::size_t i = 0; i < readBacks.size(); ++i)
+        check(ca_create_subscription(DBR_DOUBLE, 1, readBacks[i], DBE_VALUE, onMonitor,
+                                     &watches[i], nullptr),
+              "monitor");
+    ca_flush_io();
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+}
+
+// Nanoseconds until the read-back shows a new value.
+double setAndAwait(chid channel, Watch &watch)
+{
+    const double value = nextValue(watch);
+    watch.awaited = value;
+    const auto begin = BenchClock::now();
+    check(ca_array_put(DBR_DOUBLE, 1, channel, &value), "put");
+    check(ca_flush_io(), "flush");
+    watch.shown->await();
+    const double taken = nanosecondsSince(begin);
+    watch.awaited = -1;
+    return taken;
 }
 
 // A pause after each put lets the pass that it caused go to its end.
 std::vector<double> setsToReadBacks(const ClientTask &task)
 {
-    const CaContext context;
-    const auto channels = connectAll(task.boards, "");
-    const auto readBacks = connectAll(task.boards, ":RBV");
     Signal shown;
     std::deque<Watch> watches(setPoints);
-    for (std::size_t i = 0; i < setPoints; ++i) {
-        watches[i].shown = &shown;
-        check(ca_create_subscription(DBR_DOUBLE, 1, readBacks[i], DBE_VALUE, onMonitor,
-                                     &watches[i], nullptr),
-              "monitor");
-    }
-    ca_flush_io();
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    for (Watch &watch : watches)
+        watch.shown = &shown;
+    const CaContext context; // its threads end before what they use
+    const auto channels = connectAll(task.boards, "");
+    watchReadBacks(task.boards, watches);
     std::vector<double> times;
     for (uint32_t i = 0; i < task.puts; ++i) {
-        const double value = valueOf(i);
-        watches[i % setPoints].awaited = value;
-        const auto begin = BenchClock::now();
-        check(ca_array_put(DBR_DOUBLE, 1, channels[i % setPoints], &value), "put");
-        check(ca_flush_io(), "flush");
-        shown.await();
-        const double taken = nanosecondsSince(begin);
-        watches[i % setPoints].awaited = -1;
+        const double taken = setAndAwait(channels[i % setPoints], watches[i % setPoints]);
         times.push_back(taken / 1e3);
         std::this_thread::sleep_for(std::chrono::nanoseconds(static_cast<int64_t>(2 * taken)));
     }

@@ -69,7 +69,7 @@ double oneRound(std::size_t batches)
 
 void measureEvents()
 {
-    constexpr int rounds = 15;
+    constexpr int rounds = 9;
     MemoryCrate &crate = MemoryCrate::instance();
     crate.storm(batchSize);
     variantBeforeEvents();
@@ -130,8 +130,8 @@ namespace {
 // Short lists are passed over more often.
 uint64_t repetitionsOf(uint64_t records)
 {
-    constexpr uint64_t fewest = 25;
-    constexpr uint64_t recordsInAll = 200000;
+    constexpr uint64_t fewest = 9;
+    constexpr uint64_t recordsInAll = 60000;
     return std::max(fewest, recordsInAll / std::max<uint64_t>(records, 1));
 }
 

@@ -172,6 +172,8 @@ void MemoryCrate::storm(uint32_t size)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     const auto items = static_cast<uint16_t>(channelParameters().size() + 1);
+    m_order.clear();
+    m_next = 0;
     for (uint16_t slot = 0; slot < m_boards; ++slot)
         for (uint16_t channel = 0; channel < channels; ++channel)
             for (uint16_t item = 0; item < items; ++item)

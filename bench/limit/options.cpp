@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstdlib>
 
-const std::vector<std::string> measurementsInside = {"memory", "pass-ai", "pass-bi", "pass-bits",
-                                                     "pass-text"};
-const std::vector<std::string> measurementsByClients = {"ca-put", "pva-put", "set-to-rbv"};
-
 namespace {
+
+// Of the records, inside the IOC.
+const std::vector<std::string> inside = {"memory", "pass-ai", "pass-bi", "pass-bits", "pass-text"};
+const std::vector<std::string> byClients = {"ca-put", "pva-put", "set-to-rbv"};
 
 bool holds(const std::vector<std::string> &all, const std::string &one)
 {
@@ -16,8 +16,7 @@ bool holds(const std::vector<std::string> &all, const std::string &one)
 
 bool isMeasurement(const std::string &name)
 {
-    return name == "build" || name == "event" || holds(measurementsInside, name) ||
-           holds(measurementsByClients, name);
+    return name == "build" || name == "event" || holds(inside, name) || isClients(name);
 }
 
 bool setOption(const std::string &name, int value, Options &options)
@@ -37,6 +36,8 @@ bool setOption(const std::string &name, int value, Options &options)
 
 } // namespace
 
+bool isClients(const std::string &measurement) { return holds(byClients, measurement); }
+
 bool Options::wants(const std::string &name) const { return holds(names, name); }
 
 bool Options::wantsRecords() const
@@ -52,6 +53,8 @@ bool parseOptions(const std::vector<std::string> &words, Options &options)
         const bool isLast = i + 1 == words.size();
         if (words[i] == "--client")
             options.client = true;
+        else if (words[i] == "--turns")
+            options.turns = true;
         else if (isMeasurement(words[i]))
             options.names.push_back(words[i]);
         else if (isLast || !setOption(words[i], std::atoi(words[i + 1].c_str()), options))
@@ -59,5 +62,5 @@ bool parseOptions(const std::vector<std::string> &words, Options &options)
         else
             ++i;
     }
-    return !options.names.empty();
+    return !options.names.empty() && !(options.wants("event") && options.wantsRecords());
 }

@@ -9,9 +9,10 @@
 struct Options {
     uint16_t boards = 16;
     int core = -1;        // the last one that is allowed
-    uint32_t puts = 3000;
-    uint32_t shown = 300; // puts that are followed up to the read-back
-    bool client = false;  // this process is the client of an IOC that runs
+    uint32_t puts = 1000;
+    uint32_t shown = 40; // puts that are followed up to the read-back
+    bool client = false; // this process is the client of an IOC that runs
+    bool turns = false;  // the names only say what to start; each line read asks for one of them
     std::vector<std::string> names;
 
     bool wants(const std::string &name) const;
@@ -19,11 +20,11 @@ struct Options {
     bool wantsRecords() const;
 };
 
-/// Measurements of records, in the order in which they are taken: inside the IOC, by clients.
-extern const std::vector<std::string> measurementsInside;
-extern const std::vector<std::string> measurementsByClients;
+/// Whether a client in a process of its own takes the measurement.
+bool isClients(const std::string &measurement);
 
-/// False for words that it does not understand, or when nothing is to be measured.
+/// False for words that it does not understand, when nothing is to be measured, or for events
+/// beside records, whose scans would run in between.
 bool parseOptions(const std::vector<std::string> &words, Options &options);
 
 #endif

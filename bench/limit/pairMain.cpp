@@ -14,14 +14,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iostream>
+#include <mutex>
 
 namespace {
 
 constexpr const char *usage =
-    "Usage: %s [--boards N] [--core N] [--puts N] [--shown N] MEASUREMENT...\n"
+    "Usage: %s [--boards N] [--core N] [--puts N] [--shown N] [--turns] MEASUREMENT...\n"
     "Measurements: build event memory pass-ai pass-bi pass-bits pass-text ca-put pva-put\n"
     "              set-to-rbv\n"
+    "With --turns says \"ready\" and takes a measurement for each name that it reads.\n"
     "Writes its files to /tmp, which must be a tmpfs of its own: see bench/limit.py.\n";
 
 int lastAllowedCore()
@@ -69,25 +73,45 @@ bool runClientProcess(const std::string &name, const Options &options)
     return waitpid(child, &status, 0) == child && status == 0;
 }
 
-bool measureRecords(const Options &options)
+bool measureByClient(const std::string &name, const Options &options)
 {
-    if (!startIoc())
-        return false;
-    for (const std::string &name : measurementsInside) {
-        if (options.wants(name) && name == "memory")
-            measureMemory();
-        else if (options.wants(name))
-            measurePass(name);
-    }
-    for (const std::string &name : measurementsByClients) {
-        if (!options.wants(name))
-            continue;
-        if (name == "set-to-rbv")
-            variantShowWrites();
-        if (!runClientProcess(name, options))
+    static std::once_flag shows;
+    if (name == "set-to-rbv")
+        std::call_once(shows, variantShowWrites);
+    return runClientProcess(name, options);
+}
+
+// After the build, which nothing is measured without.
+bool measureOne(const std::string &name, const Options &options)
+{
+    if (isClients(name))
+        return measureByClient(name, options);
+    if (name == "event")
+        measureEvents();
+    else if (name == "memory")
+        measureMemory();
+    else
+        measurePass(name);
+    return true;
+}
+
+bool takeTurns(const Options &options)
+{
+    std::puts("ready");
+    std::fflush(stdout);
+    std::string name;
+    while (std::getline(std::cin, name)) {
+        if (!options.wants(name) || !measureOne(name, options))
             return false;
     }
     return true;
+}
+
+bool measureAll(const Options &options)
+{
+    return std::all_of(options.names.begin(), options.names.end(), [&](const std::string &name) {
+        return name == "build" || measureOne(name, options);
+    });
 }
 
 bool measure(const Options &options)
@@ -95,9 +119,9 @@ bool measure(const Options &options)
     MemoryCrate::instance().setBoards(options.boards);
     if (!measureBuild(options.wants("build")))
         return false;
-    if (options.wants("event"))
-        measureEvents();
-    return !options.wantsRecords() || measureRecords(options);
+    if (options.wantsRecords() && !startIoc())
+        return false;
+    return options.turns ? takeTurns(options) : measureAll(options);
 }
 
 } // namespace

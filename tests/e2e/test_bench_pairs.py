@@ -53,7 +53,7 @@ def _samples():
         for program, value, calls in (("old", old, 5), ("limit", limit, 5 + pair)):
             result = {"name": "build", "unit": "ms", "value": value, "counts": {"calls": calls}}
             others = 0.2 if (program, pair) == ("limit", 1) else 0.0
-            samples.add(16, pair, program, result, (others, 0.0))
+            samples.add((16, pair, 0), program, [result], (others, 0.0))
     return samples
 
 
@@ -62,7 +62,8 @@ def test_ratios_are_those_of_pairs(samples):
 
 
 def test_a_value_without_its_partner_makes_no_ratio(samples):
-    samples.add(16, 2, "old", {"name": "build", "unit": "ms", "value": 1.0, "counts": {}}, (0, 0))
+    lonely = {"name": "build", "unit": "ms", "value": 1.0, "counts": {}}
+    samples.add((16, 1, 1), "old", [lonely], (0, 0))
     assert samples.ratios("build", 16, "old", "limit") == [2.0, 3.0]
 
 
