@@ -7,6 +7,7 @@
 
 #include <ctime>
 #include <string>
+#include <utility>
 
 /// Plain value class: no lock, copied freely. Which part of the variant counts follows from
 /// the owning node's data type.
@@ -14,8 +15,8 @@ class ZANTONodeValue {
 public:
     /// 0, nodeValueQualityUninitialized, now.
     ZANTONodeValue() : m_quality(nodeValueQualityUninitialized), m_timestamp(std::time(nullptr)) {}
-    ZANTONodeValue(const variant &value, nodeValueQuality quality, time_t timestamp)
-        : m_value(value), m_quality(quality), m_timestamp(timestamp)
+    ZANTONodeValue(variant value, nodeValueQuality quality, time_t timestamp)
+        : m_value(std::move(value)), m_quality(quality), m_timestamp(timestamp)
     {
     }
 

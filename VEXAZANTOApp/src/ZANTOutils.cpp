@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -337,16 +338,15 @@ std::string textOf(const ZANTONodeProperty &property)
 ZANTONodeValue ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(ZANTONode *element,
                                                                     const IDValue_t &recvItemVal)
 {
-    ZANTONodeValue result;
     if (element == nullptr) {
         if (DEBUG > 0)
             ZANTOPrintLine("Node not found");
-        return result;
+        return ZANTONodeValue();
     }
     variant value;
-    if (ZANTODecodeEvent(element->getDataType(), recvItemVal, value))
-        result.ZANTOSetValueData(value, nodeValueQualityGood, std::time(nullptr));
-    return result;
+    if (!ZANTODecodeEvent(element->getDataType(), recvItemVal, value))
+        return ZANTONodeValue();
+    return ZANTONodeValue(std::move(value), nodeValueQualityGood, std::time(nullptr));
 }
 
 std::string ZANTOUtils::ZANTOConvertPropertyStringFromBool(ZANTONode *node, bool newVal)
