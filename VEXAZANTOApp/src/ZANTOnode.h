@@ -273,6 +273,9 @@ private:
     void invalidate(time_t timestamp);
     void invalidateChildren(time_t timestamp);
 
+    static constexpr auto m_tcpMutex = ZANTONodeLock::record;
+    static constexpr auto m_serializer = ZANTONodeLock::members;
+
     // What a read and an event touch: a cache line.
     ZANTONodeLock m_locks;
     ZANTOValueCell m_value;

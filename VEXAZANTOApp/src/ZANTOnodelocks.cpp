@@ -43,16 +43,16 @@ bool replaces(uint64_t connection, const Pending &kept)
 // after the one that its event asked for.
 void ZANTONode::lockSem()
 {
-    if (!m_locks.lock(ZANTONodeLock::record) || !m_locks.isMarked())
+    if (!m_locks.lock(m_tcpMutex) || !m_locks.isMarked())
         return;
-    if (m_locks.lock(ZANTONodeLock::members))
+    if (m_locks.lock(m_serializer))
         applyPending();
     unlockMembers();
 }
 
-void ZANTONode::unlockSem() { unlock(ZANTONodeLock::record); }
-void ZANTONode::lockMembers() { m_locks.lock(ZANTONodeLock::members); }
-void ZANTONode::unlockMembers() { unlock(ZANTONodeLock::members); }
+void ZANTONode::unlockSem() { unlock(m_tcpMutex); }
+void ZANTONode::lockMembers() { m_locks.lock(m_serializer); }
+void ZANTONode::unlockMembers() { unlock(m_serializer); }
 
 void ZANTONode::unlock(ZANTONodeLock::Part part)
 {
