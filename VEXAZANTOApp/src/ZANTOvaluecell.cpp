@@ -1,6 +1,5 @@
 #include "ZANTOvaluecell.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
@@ -19,7 +18,7 @@ struct ZANTOValueCell::Text {
 void ZANTOValueCell::Text::set(std::string &&text) noexcept
 {
     char field[shownSize] = {};
-    std::memcpy(field, text.data(), std::min(text.size(), shownSize - 1));
+    text.copy(field, shownSize - 1);
     for (std::size_t i = 0; i < words; ++i) {
         uint64_t word;
         std::memcpy(&word, field + i * sizeof(word), sizeof(word));
