@@ -1,9 +1,7 @@
 #include "ZANTOscanlist.h"
 
 #include "ZANTOepics.h"
-
-#include <epicsThread.h>
-#include <epicsTimer.h>
+#include "ZANTOscantimer.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -15,23 +13,16 @@ void iocInitList(IOSCANPVT *list) { scanIoInit(list); }
 
 #if ZANTO_BASE_SCANS_ONE_PRIORITY
 
-// The system shows 15 characters of a name: these differ within them. The priorities are those of
-// the IOC's callback threads.
-constexpr struct {
-    const char *prefix;
-    unsigned priority;
-} threads[NUM_CALLBACK_PRIORITIES] = {{"scanLow-", epicsThreadPriorityScanLow - 1},
-                                      {"scanMed-", epicsThreadPriorityScanLow + 4},
-                                      {"scanHigh-", epicsThreadPriorityScanHigh + 1}};
+// The system shows 15 characters of a name: these differ within them.
+constexpr const char *prefixes[NUM_CALLBACK_PRIORITIES] = {"scanLow-", "scanMed-", "scanHigh-"};
 
 void runPass(void *scanList, int prio) { static_cast<ZANTOScanList *>(scanList)->pass(prio); }
 
 bool startThread(ZANTOScanList *scanList, ZANTOScanThread *thread, int prio)
 {
-    const auto &[prefix, priority] = threads[prio];
     char name[32];
-    std::snprintf(name, sizeof(name), "%s%s", prefix, scanList->recordType());
-    return thread->start(name, priority, runPass, scanList, prio);
+    std::snprintf(name, sizeof(name), "%s%s", prefixes[prio], scanList->recordType());
+    return thread->start(name, ZANTOScanThreadPriorities[prio], runPass, scanList, prio);
 }
 
 bool iocQueuePass(ZANTOScanList *scanList, ZANTOScanThread *thread, int prio)
@@ -57,12 +48,7 @@ void timeIsUp(void *scanList) { static_cast<ZANTOScanList *>(scanList)->timeIsUp
 
 bool iocLater(ZANTOScanList *scanList, void **timer, double delay)
 {
-    static const epicsTimerQueueId queue = epicsTimerQueueAllocate(1, epicsThreadPriorityLow);
-    if (*timer == nullptr && queue != nullptr)
-        *timer = epicsTimerQueueCreateTimer(queue, timeIsUp, scanList);
-    if (*timer != nullptr)
-        epicsTimerStartDelay(static_cast<epicsTimerId>(*timer), delay);
-    return *timer != nullptr;
+    return ZANTOStartScanTimer(timer, timeIsUp, scanList, delay);
 }
 
 } // namespace
@@ -88,8 +74,9 @@ bool ZANTOScanList::isPriority(int prio) const
 
 // A record that moves misses what changes while it is in no list, and a pass that meets too many
 // moves stops short. The IOC changes its list only after this was called, so a pass that was
-// queued here could be over before: what is in the list is scanned once, a little later.
-void ZANTOScanList::recordMoves(int prio, int joining)
+// queued here could be over before: what is in the list is scanned once, a little later. For a
+// record that is scanned alone that is needed only where it may cut a pass short.
+void ZANTOScanList::recordMoves(int prio, int joining, bool scannedAlone)
 {
     if (!isPriority(prio))
         return;
@@ -98,10 +85,19 @@ void ZANTOScanList::recordMoves(int prio, int joining)
     priority.records = std::max(priority.records + joining, 0);
     if (priority.records == 0)
         priority.due = priority.moved = false;
-    else if (m_iocRuns && m_timerArmed)
+    else if (!m_iocRuns || (scannedAlone && !passIsUnderWay(priority)))
+        return;
+    else if (m_timerArmed)
         priority.moved = true;
-    else if (m_iocRuns)
+    else
         makeDue(priority);
+}
+
+// Where its end is not told it may always be.
+bool ZANTOScanList::passIsUnderWay(const Priority &priority) const
+{
+    return m_passesRun > 0 || priority.queued > 0 || priority.due ||
+           m_services.queuePass == nullptr;
 }
 
 // ---- requests ----

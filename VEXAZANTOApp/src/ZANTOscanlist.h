@@ -59,9 +59,13 @@ public:
     const char *recordType() const noexcept { return m_recordType; }
 
     /// The IOC is about to put a record into the list at this priority, or to take one out of
-    /// it. A priority that is none is not counted.
-    void recordJoins(int prio) { recordMoves(prio, 1); }
-    void recordLeaves(int prio) { recordMoves(prio, -1); }
+    /// it. A priority that is none is not counted. `scannedAlone`: what the record misses is made
+    /// up for without the list, which is then scanned only if the move may cut a pass short.
+    void recordJoins(int prio, bool scannedAlone = false) { recordMoves(prio, 1, scannedAlone); }
+    void recordLeaves(int prio, bool scannedAlone = false)
+    {
+        recordMoves(prio, -1, scannedAlone);
+    }
 
     /// Requests reach the IOC from now on. To be called after the last init().
     void start();
@@ -105,7 +109,8 @@ private:
     };
 
     bool isPriority(int prio) const;
-    void recordMoves(int prio, int joining);
+    void recordMoves(int prio, int joining, bool scannedAlone);
+    bool passIsUnderWay(const Priority &priority) const;
     void queuePass(int prio);
     void makeDue(Priority &priority);
     void queueDuePasses();

@@ -1,17 +1,17 @@
 #include "ZANTOscanthread.h"
 
-#include "ZANTOscanpace.h"
-
 #include <chrono>
 #include <thread>
 
 using std::chrono::steady_clock;
 
-bool ZANTOScanThread::start(const char *name, unsigned priority, Work work, void *owner, int prio)
+bool ZANTOScanThread::start(const char *name, unsigned priority, Work work, void *owner, int prio,
+                            const ZANTOPaceLimits &pace)
 {
     m_work = work;
     m_owner = owner;
     m_prio = prio;
+    m_pace = pace;
     if (m_wake == nullptr)
         m_wake = epicsEventCreate(epicsEventEmpty);
     if (m_wake != nullptr)
@@ -29,7 +29,7 @@ void ZANTOScanThread::queue()
 
 void ZANTOScanThread::run() noexcept
 {
-    ZANTOScanPace pace;
+    ZANTOScanPace pace(m_pace);
     while (true) {
         epicsEventMustWait(m_wake);
         while (m_queued > 0) {
