@@ -4,6 +4,7 @@
 #include "ZANTOBio.h"
 #include "ZANTOMBBioDirect.h"
 #include "ZANTOStringio.h"
+#include "ZANTOchangedrecords.h"
 #include "ZANTOeventconnections.h"
 #include "ZANTOeventupdate.h"
 #include "ZANTOfile.h"
@@ -65,14 +66,15 @@ void raiseLiveInsertionFlag()
 
 // The parameter type of the node that was updated, or -1. What memory does not suffice for is
 // one lost value and not the end of the server.
-int32_t applyParameter(const VEXAHVEventData_t &event, uint64_t connection, ZANTONode *indexed)
+int32_t applyParameter(const VEXAHVEventData_t &event, uint64_t connection,
+                       ZANTOEventTarget &target)
 {
     // The slot of the name may lack its NUL.
     char name[VEXAHV_ITEM_ID_SIZE + 1] = {};
     std::memcpy(name, event.ItemID, VEXAHV_ITEM_ID_SIZE);
     try {
         return ZANTOUpdateItem(event.BoardIndex, event.ChannelIndex, name, event.Value,
-                               connection, indexed);
+                               connection, &target);
     } catch (const std::exception &error) {
         if (DEBUG > 0)
             ZANTOPrint("\nError updating item [%s]: %s\n", name, error.what());
@@ -118,15 +120,18 @@ private:
     std::array<ZANTONode *, distance> m_nodes{};
 };
 
-// One bit per parameter type of which a node was updated.
-uint32_t applyBatch(const EventBatch &batch, uint64_t connection)
+// One bit per parameter type of which a node was updated. With `marks` each node that an event
+// reached is marked as changed, whatever the value.
+uint32_t applyBatch(const EventBatch &batch, uint64_t connection, bool marks)
 {
     uint32_t mask = 0;
     NodesAhead nodes(batch);
     for (uint32_t i = 0; i < batch.size(); ++i) {
-        ZANTONode *indexed = nodes.next(i);
+        ZANTOEventTarget target = {nodes.next(i), 0};
         if (batch[i].Type == PARAMETER) {
-            const int32_t code = applyParameter(batch[i], connection, indexed);
+            const int32_t code = applyParameter(batch[i], connection, target);
+            if (marks && target.tree != 0)
+                ZANTOChangedRecords::instance().mark(target.node, target.tree);
             if (code >= 0)
                 mask |= 1U << (static_cast<uint32_t>(code) % 32U);
         } else if (batch[i].Type == ALARM) {
@@ -181,9 +186,13 @@ bool ZANTOHandleNextBatch(ZANTOEventSource &source)
         ZANTOEventConnections::instance().delivered(source.connection);
         source.hasDelivered = true;
     }
-    const uint32_t mask = applyBatch(batch, source.connection);
+    const bool changedOnly = ZANTOScansChangedOnly();
+    const uint32_t mask = applyBatch(batch, source.connection, changedOnly);
     if (DEBUG > 9)
         ZANTOPrint("Type of events received - callback type = %x\n", mask);
-    requestScans(mask);
+    if (changedOnly)
+        ZANTOChangedRecords::instance().wake();
+    else
+        requestScans(mask);
     return false;
 }

@@ -38,7 +38,8 @@ void traceUpdate(const char *itemName, nodeDataType dataType, const variant &val
 } // namespace
 
 int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *itemName,
-                        const IDValue_t &value, uint64_t connection, ZANTONode *indexed)
+                        const IDValue_t &value, uint64_t connection,
+                        ZANTOEventTarget *target)
 {
     const ZANTOTreeUse use;
     ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
@@ -47,8 +48,10 @@ int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *it
             ZANTOPrint("\nError finding tree while updating item [%s]\n", itemName);
         return -1;
     }
-    ZANTONode *node = indexed != nullptr
-                          ? indexed
+    ZANTOEventTarget unasked;
+    ZANTOEventTarget &reached = target != nullptr ? *target : unasked;
+    ZANTONode *node = reached.node != nullptr
+                          ? reached.node
                           : ZANTOFindItemNode(root, itemName, boardIndex, channelIndex);
     if (node == nullptr) {
         if (DEBUG > 7)
@@ -58,6 +61,7 @@ int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *it
     ZANTONodeValue newValue = ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(node, value);
     const variant traced = DEBUG > 9 ? newValue.ZANTOGetValue() : variant();
     node->updateValue(std::move(newValue), connection);
+    reached = {node, systemNode.generation()};
     // Printing may block on a terminal that is stopped, so it holds no lock.
     traceUpdate(itemName, node->getDataType(), traced);
     return parameterTypeOf(node->getParWrapperType(), node->getNodeType());

@@ -1,5 +1,6 @@
 #include "ZANTOrecord.h"
 
+#include "ZANTOchangedrecords.h"
 #include "ZANTOmessages.h"
 #include "ZANTOstatic.h"
 #include "ZANTOutils.h"
@@ -63,16 +64,21 @@ int32_t ZANTOWriteNode(ZANTONode &node, const variant &value)
     return node.setNodeEditedValue(value);
 }
 
-void ZANTOCountRecord(ZANTOScanList &list, int command, const dbCommon *record)
+void ZANTOCountRecord(ZANTOScanList &list, int command, dbCommon *record)
 {
     constexpr int joins = 0;
     constexpr int leaves = 1;
     if (record == nullptr)
         return;
-    if (command == joins)
-        list.recordJoins(record->prio);
-    else if (command == leaves)
-        list.recordLeaves(record->prio);
+    auto &changed = ZANTOChangedRecords::instance();
+    const bool changedOnly = ZANTOScansChangedOnly();
+    if (command == joins) {
+        changed.recordJoins(record, record->prio, changedOnly);
+        list.recordJoins(record->prio, changedOnly);
+    } else if (command == leaves) {
+        changed.recordLeaves(record);
+        list.recordLeaves(record->prio, changedOnly);
+    }
 }
 
 void ZANTOPrintMessage(const char *format, ...)

@@ -60,9 +60,10 @@ int32_t ZANTOWriteNode(ZANTONode &node, const variant &value);
 /// or may word without using every argument.
 void ZANTOPrintMessage(const char *format, ...);
 
-/// Counts a record that the IOC puts into the list (command 0) or takes out of it (1). The IOC
-/// calls with the record locked, so that its priority is that of the list it joins or leaves.
-void ZANTOCountRecord(ZANTOScanList &list, int command, const dbCommon *record);
+/// Counts a record that the IOC puts into the list (command 0) or takes out of it (1), and has
+/// the changed records know it. The IOC calls with the record locked, so that its priority is
+/// that of the list it joins or leaves.
+void ZANTOCountRecord(ZANTOScanList &list, int command, dbCommon *record);
 
 /// Calls `use` with the number that a node of this data type holds, in its own type; false for
 /// a text or an enumeration, which have no number to show.

@@ -5,6 +5,7 @@
 #include "ZANTOMBBio.h"
 #include "ZANTOMBBioDirect.h"
 #include "ZANTOStringio.h"
+#include "ZANTOchangedrecords.h"
 #include "ZANTOepics.h"
 
 #include <epicsThread.h>
@@ -27,9 +28,11 @@ void stopScans()
     constexpr std::chrono::seconds limit{1};
     for (ZANTOScanList *list : lists)
         list->stop();
+    ZANTOChangedRecords &changed = ZANTOChangedRecords::instance();
+    changed.stop();
     const auto runs = [](const ZANTOScanList *list) { return list->passRuns(); };
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (std::any_of(std::begin(lists), std::end(lists), runs) &&
+    while ((changed.passRuns() || std::any_of(std::begin(lists), std::end(lists), runs)) &&
            std::chrono::steady_clock::now() < end)
         epicsThreadSleep(0.01);
 }
@@ -47,7 +50,11 @@ void onInit(initHookState state)
     if (state == initHookAfterIocRunning) {
         for (ZANTOScanList *list : lists)
             list->iocRuns();
+        ZANTOChangedRecords::instance().iocRuns(ZANTOScansChangedOnly());
     }
+    // The IOC itself keeps the lists from being scanned meanwhile.
+    if (state == initHookAtIocPause)
+        ZANTOChangedRecords::instance().stop();
 #if ZANTO_BASE_TELLS_SHUTDOWN
     if (state == initHookAtShutdown)
         stopScans();

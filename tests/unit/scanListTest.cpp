@@ -211,6 +211,37 @@ TEST_F(ScanList, ARecordThatMovesIsScannedOnceAndLeavesNothingBehind)
     EXPECT_EQ(ioc.passes(high), 1);
 }
 
+TEST_F(ScanList, ForARecordThatIsScannedAloneThereIsNoPass)
+{
+    start(list, {low, low});
+    list.iocRuns();
+    drain();
+    list.recordLeaves(low, true);
+    list.recordJoins(high, true);
+    EXPECT_FALSE(ioc.letTimePass());
+    change();
+    EXPECT_EQ(ioc.queued(low), 1);
+    EXPECT_EQ(ioc.queued(high), 1);
+}
+
+// It may end before its last record then.
+TEST_F(ScanList, APassThatARecordMovesInIsRepeated)
+{
+    start(list, {low, low});
+    list.iocRuns();
+    EXPECT_EQ(ioc.queued(low), 1);
+    list.recordLeaves(low, true);
+    drain();
+    EXPECT_EQ(ioc.passes(low), 2);
+    ioc.duringPass = [this] {
+        ioc.duringPass = nullptr;
+        list.recordJoins(low, true);
+    };
+    change();
+    drain();
+    EXPECT_EQ(ioc.passes(low), 4);
+}
+
 // ---- nothing is lost ----
 
 TEST_F(ScanList, WhateverTheOrderOfThingsNothingIsLostAndTheBoundHolds)

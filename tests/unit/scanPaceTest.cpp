@@ -27,6 +27,16 @@ TEST(ScanPace, FourPassesInARowNeedNoPause)
     EXPECT_EQ(pace.nextPass(start + 35ms, start + 35ms, true), start + 55ms);
 }
 
+TEST(ScanPace, HasTheLimitsThatItIsGiven)
+{
+    ZANTOScanPace pace({500us, 2ms, 2, 1ms});
+    EXPECT_LE(pace.nextPass(start, start, true), start);
+    EXPECT_EQ(pace.nextPass(start, start, true), start + 2ms);
+    EXPECT_EQ(pace.nextPass(start + 2ms, start + 2ms, false), start + 2ms + 500us - 1ms);
+    EXPECT_EQ(pace.nextPass(start + 2ms, start + 2ms, false), start + 2ms);
+    EXPECT_EQ(pace.nextPass(start + 2ms, start + 2ms, false), start + 2ms + 500us);
+}
+
 // Of a crate so large that a pass takes longer than the pause.
 TEST(ScanPace, LongPassesInARowLeaveHalfOfTheTimeToOthers)
 {

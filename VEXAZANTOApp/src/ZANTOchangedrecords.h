@@ -1,0 +1,117 @@
+/// Has only the records process whose nodes changed: the scans of a large crate.
+#ifndef ZANTOCHANGEDRECORDS_H
+#define ZANTOCHANGEDRECORDS_H
+
+#include "ZANTOchangequeue.h"
+#include "ZANTOscanthread.h"
+
+#include <dbCommon.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+class ZANTOChangedRecords;
+
+/// What the changed records ask of the IOC; tests put their own in place.
+struct ZANTOChangedServices {
+    ZANTOChangeQueue::Find find;
+    void (*lock)(dbCommon *record);
+    void (*process)(dbCommon *record); // the record is locked
+    void (*unlock)(dbCommon *record);
+    /// Has `changed->pass(prio)` called once on `thread`, its own for this priority; false when
+    /// there is no such thread and none can be had.
+    bool (*queuePass)(ZANTOChangedRecords *changed, ZANTOScanThread *thread, int prio);
+    /// Has `changed->timeIsUp()` called after `delay` seconds, on another thread; `timer` is its
+    /// own to keep. False when there is no memory for it.
+    bool (*later)(ZANTOChangedRecords *changed, void **timer, double delay);
+};
+/// The IOC's own services.
+extern const ZANTOChangedServices ZANTOIocChangedServices;
+
+/// From a node that changed to the records that show it.
+///
+/// The threads of the events mark nodes and, once for each batch, wake the threads of those
+/// priorities that have got work. A mark goes before its record is processed, so a change that
+/// comes meanwhile marks it again. A pass takes what was marked when it began; a record whose
+/// set-point's write hangs holds up its own priority alone.
+///
+/// Any thread may call any function; none blocks but pass(), which processes records. The lock
+/// inside is held for moments and never while anything else is waited for; where a record is
+/// locked too, that comes first.
+class ZANTOChangedRecords {
+public:
+    explicit ZANTOChangedRecords(const ZANTOChangedServices &services = ZANTOIocChangedServices)
+        : m_services(services), m_queue(services.find)
+    {
+    }
+    ZANTOChangedRecords(const ZANTOChangedRecords &) = delete;
+    ZANTOChangedRecords &operator=(const ZANTOChangedRecords &) = delete;
+
+    /// The one of the IOC, which no exit destroys.
+    static ZANTOChangedRecords &instance();
+
+    /// The IOC is about to put the record, which is locked, on "I/O Intr" at this priority, or to
+    /// take it off. With `missed` the record is marked: it may have missed changes on the way.
+    void recordJoins(dbCommon *record, int prio, bool missed);
+    void recordLeaves(const dbCommon *record);
+
+    /// An event reached this node of the tree of this generation; the node is only compared
+    /// with. To be followed by wake().
+    void mark(const ZANTONode *node, uint32_t tree);
+    /// Has what is marked processed, while the scans run.
+    void wake();
+
+    /// The scans run: what was marked before is processed from now on. `soon`: marks of nodes
+    /// are to be expected.
+    void iocRuns(bool soon);
+    /// The scans end or pause: no record is begun any more until the next iocRuns(), marks are
+    /// kept.
+    void stop();
+    /// A record is being processed.
+    bool passRuns() const;
+
+    /// For whoever watches: passes that got no thread.
+    uint32_t refused() const noexcept { return m_refused; }
+
+    /// One pass over the marked records of a priority. For the thread of that priority.
+    void pass(int prio);
+    /// For the timer.
+    void timeIsUp();
+
+    /// Seconds until a thread that could not be had is asked for again.
+    static constexpr double retryDelay = 0.05;
+
+private:
+    struct Priority {
+        bool asked = false; // for a pass, which has not begun
+        ZANTOScanThread thread;
+    };
+
+    bool bindToPresentTree();
+    void askForPass(int prio);
+    void askForPasses();
+    size_t beginPass(int prio);
+    dbCommon *begin(int prio);
+    void process(dbCommon *record, int prio);
+    bool mayProcess(const dbCommon *record, int prio) const;
+
+    const ZANTOChangedServices &m_services;
+    std::atomic<uint32_t> m_refused{0};
+
+    mutable std::mutex m_mutex;
+    // Guarded by m_mutex.
+    ZANTOChangeQueue m_queue;
+    std::array<Priority, NUM_CALLBACK_PRIORITIES> m_priorities{};
+    bool m_iocRuns = false;
+    int m_processed = 0; // at this moment
+    bool m_timerArmed = false;
+    void *m_timer = nullptr; // of the timer queue, kept for ever once made
+};
+
+/// The shell variable ZANTOScanChangedOnly: events make the records process that show what
+/// changed, instead of all of a type. May change at any time.
+bool ZANTOScansChangedOnly();
+
+#endif
