@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """Storms of events of a crate with 16 boards of 48 channels: how soon every record holds its last
-value, how long events and reads take meanwhile. Prints a Markdown table and ends.
+value, how long events and reads take meanwhile, what the server takes of a processor. Prints a
+Markdown table and ends. With --changed-only it does so for a server whose events make only the
+records process that show what changed, with --both for either server.
 
 Runs in a private network, beside nothing else that matters. Takes about ten seconds a storm.
 """
@@ -9,6 +11,7 @@ import argparse
 import contextlib
 import datetime
 import json
+import os
 import re
 import socket
 import sys
@@ -108,14 +111,14 @@ def same(kind, shown, true):
 
 
 class Bench:
-    def __init__(self, world):
+    def __init__(self, world, script):
         self.world = world
         world.path("/tmp/storms.yaml").write_text(description())
         Crate(world, ["/tmp/storms.yaml"]).wait(sessions=0)
         self.control = Control(world)
         # What moves is the storm's alone.
         self.control.ask("pause")
-        self.ioc = Ioc(world, crate=f"{NAME}@{LOOPBACK}").wait_running()
+        self.ioc = Ioc(world, crate=f"{NAME}@{LOOPBACK}", script=script).wait_running()
         self.clients = Clients(world)
         self.control.ask("wait", eventConnections=1, timeout=30)
         found = RECORD.findall(world.read("/tmp/ZANTO.db"))
@@ -174,6 +177,12 @@ class Bench:
         time.sleep(0.2)
         return quantile(list(self.latencies(changes)), 0.5)
 
+    def processor_time(self):
+        """Seconds that the server has had of the processors."""
+        with open(f"/proc/{self.ioc.pid}/stat", encoding="utf-8") as stat:
+            fields = stat.read().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
     def storm(self, rate, batch, seconds):
         begin = len(self.ioc.stdout.text), len(self.ioc.stderr.text)
         self._value = 0
@@ -181,6 +190,7 @@ class Bench:
         time.sleep(0.3)
         reader = self.world.start("caget", ["bash", "-c", READER, "bash", places.client("caget"),
                                             f"{NAME}:03:005:VMon"])
+        before = time.monotonic(), self.processor_time()
         self.control.ask("storm", rate=rate, batch=batch, seconds=seconds, mix=MIX)
         changes = []
         state = self.control.storm()
@@ -190,11 +200,12 @@ class Bench:
             time.sleep(0.015)
             state = self.control.storm()
         end = time.time()
+        share = (self.processor_time() - before[1]) / (time.monotonic() - before[0])
         reads = [float(b) - float(a) for a, b in re.findall(r"^(\S+) (\S+)$", reader.stdout.text,
                                                             re.MULTILINE)]
         reader.kill()
         late, wrong = self.lateness(end)
-        return {"sent": state["sent"], "dropped": state["dropped"], "late": late, "wrong": wrong,
+        return {"share": share, "sent": state["sent"], "dropped": state["dropped"], "late": late, "wrong": wrong,
                 "latencies": list(self.latencies(changes)), "reads": reads,
                 "messages": self.complaints(*begin), "idle": self.idle_scans()}
 
@@ -227,15 +238,17 @@ class Bench:
         return len(COMPLAINT.findall(said))
 
 
-HEAD = ["events/s", "batch", "priorities", "sent", "dropped", "last value after", "never",
+PRIORITIES = ["one", "one record HIGH"]
+HEAD = ["events/s", "batch", "priorities", "sent", "dropped", "CPU",
+        "last value after", "never",
         "event to monitor p50", "p99", "caget p50", "p99", "queue messages", "idle scans"]
 
 
 def row(rate, batch, priorities, found):
-    milliseconds = [f"{1000 * quantile(found[what], share):.0f} ms"
+    milliseconds = [f"{1000 * quantile(found[what], share):.1f} ms"
                     for what in ("latencies", "reads") for share in (0.5, 0.99)]
     return [f"{rate:,}", f"{batch:,}", priorities, f"{found['sent']:,}", f"{found['dropped']:,}",
-            f"{found['late']:.2f} s", found["wrong"], *milliseconds, found["messages"],
+            f"{100 * found['share']:.0f} %", f"{found['late']:.2f} s", found["wrong"], *milliseconds, found["messages"],
             found["idle"]]
 
 
@@ -243,20 +256,28 @@ def show(cells):
     print("| " + " | ".join(map(str, cells)) + " |", flush=True)
 
 
-def measure(world, options):
-    bench = Bench(world)
-    print(f"{len(bench.kinds)} input records; nothing else going on: one pass of all lists "
-          f"{1000 * bench.one_pass():.1f} ms, event to monitor {1000 * bench.idle():.1f} ms\n",
-          flush=True)
+def measure(world, options, changed_only):
+    bench = Bench(world, places.start_script("st-large.cmd" if changed_only else "st.cmd"))
+    if changed_only:
+        calm = "events make the records process that show what changed"
+    else:
+        calm = f"one pass of all lists {1000 * bench.one_pass():.1f} ms"
+    print(f"{len(bench.kinds)} input records; {calm}; with nothing else going on event to monitor "
+          f"{1000 * bench.idle():.1f} ms\n", flush=True)
     show(HEAD)
     show(["---"] * len(HEAD))
-    for priorities in ("one", "one record HIGH"):
+    for priorities in options.priorities:
         wanted = "LOW" if priorities == "one" else "HIGH"
         assert bench.clients.caput(f"{HIGH}.PRIO", wanted) == ""
         for rate in options.rates:
             for batch in options.batches:
                 show(row(rate, batch, priorities, bench.storm(rate, batch, options.seconds)))
     assert bench.ioc.stop() == 0
+    print(flush=True)
+
+
+def print_complaints(world):
+    print(*world.close(), sep="\n", end="", file=sys.stderr)
 
 
 def main():
@@ -264,10 +285,18 @@ def main():
     parser.add_argument("--rates", type=int, nargs="+", default=[1000, 20000, 200000])
     parser.add_argument("--batches", type=int, nargs="+", default=[1, 1000])
     parser.add_argument("--seconds", type=float, default=3)
-    world = World(tmp_size="256m")
-    with contextlib.ExitStack() as ends:
-        ends.callback(lambda: print(*world.close(), sep="\n", end="", file=sys.stderr))
-        measure(world, parser.parse_args())
+    parser.add_argument("--priorities", nargs="+", choices=PRIORITIES, default=PRIORITIES)
+    servers = parser.add_mutually_exclusive_group()
+    servers.add_argument("--changed-only", dest="servers", action="store_const", const=[True],
+                         default=[False], help="a server that scans what changed alone")
+    servers.add_argument("--both", dest="servers", action="store_const", const=[False, True],
+                         help="first the server as it is, then such a server")
+    options = parser.parse_args()
+    for changed_only in options.servers:
+        with contextlib.ExitStack() as ends:
+            world = World(tmp_size="256m")
+            ends.callback(print_complaints, world)
+            measure(world, options, changed_only)
 
 
 if __name__ == "__main__":

@@ -42,8 +42,8 @@ def client(name):
     return str(epics_base() / "bin" / arch() / name)
 
 
-def start_script():
-    return str(top() / "iocBoot/iocZANTO/st.cmd")
+def start_script(name="st.cmd"):
+    return str(top() / "iocBoot/iocZANTO" / name)
 
 
 def what_is_missing():
