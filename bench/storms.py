@@ -205,7 +205,8 @@ class Bench:
                                                             re.MULTILINE)]
         reader.kill()
         late, wrong = self.lateness(end)
-        return {"share": share, "sent": state["sent"], "dropped": state["dropped"], "late": late, "wrong": wrong,
+        return {"share": share, "sent": state["sent"], "dropped": state["dropped"],
+                "late": late, "wrong": wrong,
                 "latencies": list(self.latencies(changes)), "reads": reads,
                 "messages": self.complaints(*begin), "idle": self.idle_scans()}
 
@@ -248,8 +249,8 @@ def row(rate, batch, priorities, found):
     milliseconds = [f"{1000 * quantile(found[what], share):.1f} ms"
                     for what in ("latencies", "reads") for share in (0.5, 0.99)]
     return [f"{rate:,}", f"{batch:,}", priorities, f"{found['sent']:,}", f"{found['dropped']:,}",
-            f"{100 * found['share']:.0f} %", f"{found['late']:.2f} s", found["wrong"], *milliseconds, found["messages"],
-            found["idle"]]
+            f"{100 * found['share']:.0f} %", f"{found['late']:.2f} s", found["wrong"],
+            *milliseconds, found["messages"], found["idle"]]
 
 
 def show(cells):

@@ -3,8 +3,8 @@
 #define ZANTOSCANHOOKS_H
 
 /// From now on iocInit has the five scan lists take requests once their records are initialised,
-/// and requests each once when the IOC runs; from then on changed records are processed. To be called before iocInit initialises the records;
-/// more than once is harmless.
+/// and requests each once when the IOC runs; from then on changed records are processed. To be
+/// called before iocInit initialises the records; more than once is harmless.
 void ZANTORegisterScanHooks();
 
 #endif

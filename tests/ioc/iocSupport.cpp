@@ -6,6 +6,7 @@
 
 #include <dbAccess.h>
 #include <dbStaticLib.h>
+#include <epicsAtomic.h>
 #include <epicsExit.h>
 #include <epicsThread.h>
 #include <initHooks.h>
@@ -18,7 +19,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-extern "C" int ZANTO_registerRecordDeviceDriver(dbBase *base);
+extern "C" {
+int ZANTO_registerRecordDeviceDriver(dbBase *base);
+extern int *const pvar_int_ZANTOScanChangedOnly;
+}
 
 // ---- output ----
 
@@ -241,6 +245,8 @@ void loadDefinitions()
 }
 
 // ---- IOC ----
+
+void setScanChangedOnly(bool on) { epicsAtomicSetIntT(pvar_int_ZANTOScanChangedOnly, on ? 1 : 0); }
 
 namespace {
 

@@ -153,6 +153,8 @@ VEXAHVEventData_t textEvent(const std::string &item, const std::string &value, i
 
 /// The definition file's contents into the process and the server's registration.
 void loadDefinitions();
+/// As the shell's `var ZANTOScanChangedOnly` sets it; also before anything is loaded.
+void setScanChangedOnly(bool on);
 /// Builds and runs an IOC of these records, once in a process, with a tree and without the
 /// Channel Access server.
 void startIoc(const std::string &databaseText);

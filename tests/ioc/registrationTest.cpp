@@ -1,6 +1,7 @@
 // What the server makes known to the IOC.
 #include "iocSupport.h"
 
+#include "ZANTOchangedrecords.h"
 #include "ZANTOrecord.h"
 
 #include <dbAccess.h>
@@ -17,7 +18,10 @@
 #include <set>
 #include <unistd.h>
 
-extern "C" int ZANTO_registerRecordDeviceDriver(dbBase *base);
+extern "C" {
+int ZANTO_registerRecordDeviceDriver(dbBase *base);
+int ZANTOextra_registerRecordDeviceDriver(dbBase *base);
+}
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
@@ -297,5 +301,39 @@ TEST_F(RegistrationDeathTest, WithDefinitionsItRegistersInSilence)
         unsetenv("TOP");
         EXPECT_EQ(printedAt(10, loadDefinitions), "");
         EXPECT_NE(registryDeviceSupportFind("devVEXAZANTOAi"), nullptr);
+    });
+}
+
+// ---- the second definition ----
+
+TEST_F(RegistrationDeathTest, TheVariableForLargeCratesIsDeclaredByTheSecondDefinitionAlone)
+{
+    inFreshProcess([] {
+        unsetenv("TOP");
+        loadDefinitions();
+        EXPECT_EQ(iocshFindVariable("ZANTOScanChangedOnly"), nullptr);
+        iocshCmd("var ZANTOScanChangedOnly 1"); // not found
+        EXPECT_FALSE(ZANTOScansChangedOnly());
+
+        const int before = ellCount(&pdbbase->variableList);
+        ASSERT_EQ(dbReadDatabase(&pdbbase, ZANTO_EXTRA_DBD, nullptr, nullptr), 0);
+        EXPECT_EQ(ellCount(&pdbbase->variableList), before + 1);
+        EXPECT_EQ(printedAt(10, [] { ZANTOextra_registerRecordDeviceDriver(pdbbase); }), "");
+        EXPECT_FALSE(ZANTOScansChangedOnly());
+        for (const char *value : {"1", "0", "-1", "0", "2"}) {
+            EXPECT_EQ(iocshCmd((std::string("var ZANTOScanChangedOnly ") + value).c_str()), 0);
+            EXPECT_EQ(ZANTOScansChangedOnly(), *value != '0') << value;
+        }
+    });
+}
+
+TEST_F(RegistrationDeathTest, TheSecondCommandWithoutDefinitionsSaysSo)
+{
+    inFreshProcess([] {
+        unsetenv("TOP");
+        EXPECT_NE(findCommand("ZANTOextra_registerRecordDeviceDriver"), nullptr);
+        EXPECT_EQ(printedAt(0, [] { ZANTOextra_registerRecordDeviceDriver(nullptr); }),
+                  noDefinitions);
+        EXPECT_EQ(iocshFindVariable("ZANTOScanChangedOnly"), nullptr);
     });
 }

@@ -7,6 +7,7 @@
 #include "ZANTOMBBio.h"
 #include "ZANTOMBBioDirect.h"
 #include "ZANTOStringio.h"
+#include "ZANTOchangedrecords.h"
 
 #include <callback.h>
 #include <epicsEvent.h>
@@ -41,7 +42,7 @@ void rememberAsked(initHookState state)
 
 // ---- threads ----
 
-// How many of the next threads for the analog records cannot be had.
+// How many of the next threads for the analog records, or for those that changed, cannot be had.
 std::atomic<int> missingThreads{0};
 
 // ---- a queue of few places ----
@@ -112,7 +113,8 @@ extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority,
                                            unsigned stackSize, EPICSTHREADFUNC entry,
                                            void *argument)
 {
-    if (missingThreads > 0 && std::string(name) == "scanLow-ai") {
+    if (missingThreads > 0 &&
+        (std::string(name) == "scanLow-ai" || std::string(name) == "changedLow")) {
         --missingThreads;
         return nullptr;
     }
@@ -175,6 +177,20 @@ TEST_F(ScanStartDeathTest, WithoutAThreadItIsScannedOnceThereIsOne)
         missingThreads = 0;
         // Nobody asks again.
         EXPECT_TRUE(monitor.until([] { return number("CRATE:00:001:VMon") == 2.5; }));
+    });
+}
+
+TEST_F(ScanStartDeathTest, WithoutAThreadWhatChangedIsScannedOnceThereIsOne)
+{
+    inFreshProcess([] {
+        setScanChangedOnly(true);
+        startIoc(generatedRecords("VMon"));
+        const EventConnection mainframe;
+        Monitor monitor("CRATE:00:001:VMon");
+        missingThreads = 3;
+        mainframe.send({event("VMon", 2.5F)});
+        EXPECT_TRUE(monitor.until([] { return number("CRATE:00:001:VMon") == 2.5; }));
+        EXPECT_EQ(ZANTOChangedRecords::instance().refused(), 3U);
     });
 }
 
