@@ -140,20 +140,22 @@ class Bench:
         return {name: self.control.ask("get", **place_of(name))["value"] for name in self.kinds}
 
     def change(self):
-        """Changes the probe's item and has it told at once; the moment and the value."""
+        """Changes the probe's item and has it told at once; the moments of both and the value."""
         self._value = self._value % 400 + 1
+        changed = time.monotonic()
         self.control.ask("set", name="VSet", slot=0, channel=0, value=self._value)
-        moment = time.monotonic()
+        told = time.monotonic()
         self.control.ask("step", seconds=1e-6)
-        return moment, float(self._value)
+        return changed, told, float(self._value)
 
     def latencies(self, changes):
-        """A value that another one has overtaken counts with that one."""
+        """A value that another one has overtaken counts with that one; one that a storm took
+        along before it was told took no time."""
         shown = list(self.probe.histories[PROBE])
-        for moment, value in changes:
-            seen = [at for at, what in shown if at >= moment and what >= value]
+        for changed, told, value in changes:
+            seen = [at for at, what in shown if at >= changed and what >= value]
             if seen:
-                yield seen[0] - moment
+                yield max(seen[0] - told, 0)
 
     def one_pass(self):
         """How long all lists take together: one event of each type, nothing else."""
