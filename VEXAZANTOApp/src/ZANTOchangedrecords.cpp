@@ -12,6 +12,7 @@
 #include <epicsExport.h>
 #include <menuScan.h>
 
+#include <algorithm>
 #include <new>
 
 // ---- the IOC's services ----
@@ -75,11 +76,11 @@ bool ZANTOScansChangedOnly() { return epicsAtomicGetIntT(&ZANTOScanChangedOnly) 
 
 // ---- records ----
 
-void ZANTOChangedRecords::recordJoins(dbCommon *record, int prio, bool missed)
+void ZANTOChangedRecords::recordJoins(dbCommon *record, bool missed)
 {
     const ZANTOTreeUse use;
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_queue.join(record, prio, use ? systemNode.generation() : 0);
+    m_queue.join(record, record->prio, use ? systemNode.generation() : 0);
     // Before the scans run there is nothing to miss: all lists are scanned then.
     if (!missed || !m_iocRuns)
         return;
@@ -117,10 +118,23 @@ void ZANTOChangedRecords::mark(const ZANTONode *node, uint32_t tree)
     } catch (const std::bad_alloc &) {
         m_queue.markAll();
     }
+    if (wantsPass())
+        m_hasWork = true;
+}
+
+bool ZANTOChangedRecords::wantsPass() const
+{
+    for (int prio = 0; prio < NUM_CALLBACK_PRIORITIES; ++prio) {
+        if (!m_priorities[static_cast<size_t>(prio)].asked && m_queue.length(prio) > 0)
+            return true;
+    }
+    return false;
 }
 
 void ZANTOChangedRecords::wake()
 {
+    if (!m_hasWork.exchange(false))
+        return;
     std::lock_guard<std::mutex> lock(m_mutex);
     askForPasses();
 }
@@ -159,47 +173,48 @@ size_t ZANTOChangedRecords::beginPass(int prio)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_priorities[static_cast<size_t>(prio)].asked = false;
+    ++m_passesRun;
     return m_queue.length(prio);
 }
 
-// The next record, counted as being processed, or null.
-dbCommon *ZANTOChangedRecords::begin(int prio)
+// How many there were.
+size_t ZANTOChangedRecords::take(int prio, Records &records, size_t most)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    dbCommon *record = m_iocRuns ? m_queue.take(prio) : nullptr;
-    if (record != nullptr)
-        ++m_processed;
-    return record;
+    size_t count = 0;
+    while (m_iocRuns && count < std::min(most, records.size())) {
+        records[count] = m_queue.take(prio);
+        if (records[count] == nullptr)
+            break;
+        ++count;
+    }
+    return count;
 }
 
 void ZANTOChangedRecords::pass(int prio)
 {
     if (!ZANTOChangeQueue::isPriority(prio))
         return;
-    for (size_t left = beginPass(prio); left > 0; --left) {
-        dbCommon *record = begin(prio);
-        if (record == nullptr)
-            return;
-        process(record, prio);
+    Records records;
+    size_t left = beginPass(prio);
+    while (const size_t count = take(prio, records, left)) {
+        std::for_each_n(records.begin(), count,
+                        [this, prio](dbCommon *record) { process(record, prio); });
+        left -= count;
     }
+    --m_passesRun;
 }
 
 // While its lock was waited for the record may have moved, for which it was marked again or its
-// list is scanned, or the scans may have stopped; all lists are scanned when they go on.
-bool ZANTOChangedRecords::mayProcess(const dbCommon *record, int prio) const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_iocRuns && record->scan == menuScanI_O_Intr && m_queue.hasJoined(record, prio);
-}
-
+// list is scanned, or the scans may have stopped.
 void ZANTOChangedRecords::process(dbCommon *record, int prio)
 {
+    if (!m_iocRuns)
+        return;
     m_services.lock(record);
-    if (mayProcess(record, prio))
+    if (m_iocRuns && record->scan == menuScanI_O_Intr && record->prio == prio)
         m_services.process(record);
     m_services.unlock(record);
-    std::lock_guard<std::mutex> lock(m_mutex);
-    --m_processed;
 }
 
 // ---- life ----
@@ -221,10 +236,4 @@ void ZANTOChangedRecords::stop()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_iocRuns = false;
-}
-
-bool ZANTOChangedRecords::passRuns() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_processed > 0;
 }

@@ -39,7 +39,8 @@ extern const ZANTOChangedServices ZANTOIocChangedServices;
 ///
 /// Any thread may call any function; none blocks but pass(), which processes records. The lock
 /// inside is held for moments and never while anything else is waited for; where a record is
-/// locked too, that comes first.
+/// locked too, that comes first. A pass takes it once for many records: whoever reads the events
+/// would lose more by waiting for it than by all the rest.
 class ZANTOChangedRecords {
 public:
     explicit ZANTOChangedRecords(const ZANTOChangedServices &services = ZANTOIocChangedServices)
@@ -52,9 +53,9 @@ public:
     /// The one of the IOC, which no exit destroys.
     static ZANTOChangedRecords &instance();
 
-    /// The IOC is about to put the record, which is locked, on "I/O Intr" at this priority, or to
-    /// take it off. With `missed` the record is marked: it may have missed changes on the way.
-    void recordJoins(dbCommon *record, int prio, bool missed);
+    /// The IOC is about to put the record, which is locked, on "I/O Intr", or to take it off. With
+    /// `missed` the record is marked: it may have missed changes on the way.
+    void recordJoins(dbCommon *record, bool missed);
     void recordLeaves(const dbCommon *record);
 
     /// An event reached this node of the tree of this generation; the node is only compared
@@ -66,11 +67,12 @@ public:
     /// The scans run: what was marked before is processed from now on. `soon`: marks of nodes
     /// are to be expected.
     void iocRuns(bool soon);
-    /// The scans end or pause: no record is begun any more until the next iocRuns(), marks are
-    /// kept.
+    /// The scans end or pause: no record is begun any more until the next iocRuns(). What a pass
+    /// has taken and not begun is forgotten, because all lists are scanned when the scans go on;
+    /// other marks are kept.
     void stop();
-    /// A record is being processed.
-    bool passRuns() const;
+    /// A pass has begun and is not over.
+    bool passRuns() const { return m_passesRun > 0; }
 
     /// For whoever watches: passes that got no thread.
     uint32_t refused() const noexcept { return m_refused; }
@@ -89,23 +91,27 @@ private:
         ZANTOScanThread thread;
     };
 
+    using Records = std::array<dbCommon *, 64>;
+
     bool bindToPresentTree();
+    bool wantsPass() const;
     void askForPass(int prio);
     void askForPasses();
     size_t beginPass(int prio);
-    dbCommon *begin(int prio);
+    size_t take(int prio, Records &records, size_t most);
     void process(dbCommon *record, int prio);
-    bool mayProcess(const dbCommon *record, int prio) const;
 
     const ZANTOChangedServices &m_services;
     std::atomic<uint32_t> m_refused{0};
+    // Written under m_mutex, read without it.
+    std::atomic<bool> m_iocRuns{false};
+    std::atomic<int> m_passesRun{0};
+    std::atomic<bool> m_hasWork{false}; // for wake()
 
-    mutable std::mutex m_mutex;
+    std::mutex m_mutex;
     // Guarded by m_mutex.
     ZANTOChangeQueue m_queue;
     std::array<Priority, NUM_CALLBACK_PRIORITIES> m_priorities{};
-    bool m_iocRuns = false;
-    int m_processed = 0; // at this moment
     bool m_timerArmed = false;
     void *m_timer = nullptr; // of the timer queue, kept for ever once made
 };

@@ -36,12 +36,6 @@ void ZANTOChangeQueue::leave(const dbCommon *record)
     found->second.prio = nowhere;
 }
 
-bool ZANTOChangeQueue::hasJoined(const dbCommon *record, int prio) const
-{
-    const auto found = m_entries.find(record);
-    return found != m_entries.end() && isPriority(prio) && found->second.prio == prio;
-}
-
 // ---- nodes ----
 
 void ZANTOChangeQueue::link(Entry &entry)

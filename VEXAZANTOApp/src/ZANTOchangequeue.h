@@ -32,8 +32,6 @@ public:
     void join(dbCommon *record, int prio, uint32_t tree);
     /// It no longer is, and stands in no queue.
     void leave(const dbCommon *record);
-    /// The record is on "I/O Intr" at this priority.
-    bool hasJoined(const dbCommon *record, int prio) const;
 
     /// Seeks every record's node in the tree of this generation. Without memory for it (the
     /// exception) the nodes of no tree are known.

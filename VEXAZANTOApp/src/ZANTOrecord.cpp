@@ -73,7 +73,7 @@ void ZANTOCountRecord(ZANTOScanList &list, int command, dbCommon *record)
     auto &changed = ZANTOChangedRecords::instance();
     const bool changedOnly = ZANTOScansChangedOnly();
     if (command == joins) {
-        changed.recordJoins(record, record->prio, changedOnly);
+        changed.recordJoins(record, changedOnly);
         list.recordJoins(record->prio, changedOnly);
     } else if (command == leaves) {
         changed.recordLeaves(record);

@@ -89,7 +89,8 @@ TEST(ChangedRecordsInAStorm, EndWithTheLastValues)
     ZANTOChangedRecords changed(Crowd::services);
     for (std::size_t place = 0; place < records; ++place) {
         crowd.all.push_back(recordNamed(std::to_string(place)));
-        changed.recordJoins(&crowd.all.back(), static_cast<int>(place % 3), false);
+        crowd.all.back().prio = static_cast<epicsEnum16>(place % 3);
+        changed.recordJoins(&crowd.all.back(), false);
     }
     changed.iocRuns(true);
     std::vector<std::thread> workers;
