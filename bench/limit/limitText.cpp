@@ -44,23 +44,7 @@ constexpr struct {
                    {"mbbiDirect", "mbboDirect"},
                    {"stringin", "stringout"}};
 
-struct RecordName {
-    explicit RecordName(const LimitNode &node);
-    char text[64];
-};
-
-RecordName::RecordName(const LimitNode &node)
-{
-    if (node.board < 0)
-        std::snprintf(text, sizeof(text), "%s:%s", MemoryCrate::name, node.name);
-    else if (node.channel < 0)
-        std::snprintf(text, sizeof(text), "%s:%02d:%s", MemoryCrate::name, node.board, node.name);
-    else
-        std::snprintf(text, sizeof(text), "%s:%02d:%03d:%s", MemoryCrate::name, node.board,
-                      node.channel, node.name);
-}
-
-RecordName upperCase(RecordName name)
+LimitRecordName upperCase(LimitRecordName name)
 {
     for (char &c : name.text)
         c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -104,7 +88,7 @@ void addLinks(TextBuffer &text, const LimitNode &node, const char *name)
     } else if (node.mode == VEXAHV_MODE_WRITE) {
         text.add("\tfield( OUT, \"@%s\")\n}\n", name);
     } else {
-        const RecordName upper = upperCase(RecordName(node));
+        const LimitRecordName upper = upperCase(LimitRecordName(node));
         text.add("\tfield( SDIS, \"%s:Sync.PACT\")\n\tfield( OUT, \"@%s\")\n}\n", name,
                  upper.text);
         addReadBack(text, node, name, upper.text);
@@ -115,7 +99,7 @@ void addLinks(TextBuffer &text, const LimitNode &node, const char *name)
 
 void limitAddRecords(TextBuffer &text, const LimitNode &node, const LimitDetails &details)
 {
-    const RecordName name(node);
+    const LimitRecordName name(node);
     text.add("record( %s, \"%s\")\n{\n", mainType(node), name.text);
     if (node.kind == VEXAHV_PARAM_NUMERIC)
         addNumericFields(text, details);
@@ -127,7 +111,7 @@ void limitAddRecords(TextBuffer &text, const LimitNode &node, const LimitDetails
 
 void limitAddPvLine(TextBuffer &text, const LimitNode &node)
 {
-    const RecordName name(node);
+    const LimitRecordName name(node);
     const char *read = node.mode != VEXAHV_MODE_WRITE ? "x" : " ";
     const char *write = node.mode != VEXAHV_MODE_READ ? "x" : " ";
     if (node.board < 0)

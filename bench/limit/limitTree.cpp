@@ -7,18 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
-namespace {
-
-std::string upperCase(std::string text)
+LimitRecordName::LimitRecordName(const LimitNode &node)
 {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
-
-std::string linkOf(const LimitNode &node)
-{
-    char text[64];
     if (node.board < 0)
         std::snprintf(text, sizeof(text), "%s:%s", MemoryCrate::name, node.name);
     else if (node.channel < 0)
@@ -26,7 +16,15 @@ std::string linkOf(const LimitNode &node)
     else
         std::snprintf(text, sizeof(text), "%s:%02d:%03d:%s", MemoryCrate::name, node.board,
                       node.channel, node.name);
-    return upperCase(text);
+}
+
+namespace {
+
+std::string upperCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return text;
 }
 
 // Names are padded with zeros, and longer ones than this do not exist.
@@ -78,7 +76,7 @@ void LimitTree::index()
         size *= 2;
     m_items.assign(size, nullptr);
     for (LimitNode &node : m_nodes) {
-        m_links[linkOf(node)] = &node;
+        m_links[upperCase(LimitRecordName(node).text)] = &node;
         m_items[freeSlot(node)] = &node;
     }
 }

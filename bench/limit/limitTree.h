@@ -19,6 +19,12 @@ struct LimitNode {
     char name[VEXAHV_ITEM_ID_SIZE];
 };
 
+/// The name of a node's record.
+struct LimitRecordName {
+    explicit LimitRecordName(const LimitNode &node);
+    char text[64];
+};
+
 /// Keeps what a text says, cut where a record cuts it.
 void limitSetText(LimitNode &node, const char *text);
 
