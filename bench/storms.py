@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Storms of events of a crate with 16 boards of 48 channels: how soon every record holds its last
-value, how long events and reads take meanwhile, what the server takes of a processor. Prints a
-Markdown table and ends. With --changed-only it does so for a server whose events make only the
-records process that show what changed, with --both for either server.
+"""Storms of events of a full crate, of 16 boards with 48 channels or of --boards: how soon every
+record holds its last value, how long events and reads take meanwhile, what the server takes of a
+processor. Prints a Markdown table and ends. With --changed-only it does so for a server whose
+events make only the records process that show what changed, with --both for either server.
 
 Runs in a private network, beside nothing else that matters. Takes about ten seconds a storm.
 """
@@ -43,7 +43,7 @@ RECORD = re.compile(r'record\( (\w+), "([^"]+)"\)')
 COMPLAINT = re.compile(r"callbackRequest|ring buffer full", re.IGNORECASE)
 
 PROBE = f"{NAME}:00:000:VSet:RBV"
-HIGH = f"{NAME}:07:020:VMon"
+HIGH = f"{NAME}:00:020:VMon"
 
 # Prints how many seconds each caget takes.
 READER = r"""
@@ -83,10 +83,16 @@ def quantile(values, share):
     return ordered[min(int(share * len(ordered)), len(ordered) - 1)] if ordered else float("nan")
 
 
-def description():
+def description(boards):
+    """The full crate with more parameters and this many boards."""
     text = (places.top() / "crateSim/crates/full.yaml").read_text(encoding="utf-8")
     assert text.count(LAST_OF_A_CHANNEL) == 1
-    return text.replace(LAST_OF_A_CHANNEL, LAST_OF_A_CHANNEL + MORE_PARAMETERS)
+    text = text.replace(LAST_OF_A_CHANNEL, LAST_OF_A_CHANNEL + MORE_PARAMETERS)
+    text, replaced = re.subn(r"(?m)^slots: 16$", f"slots: {boards}", text)
+    assert replaced == 1
+    others = "".join(f"  - {{<<: *board, slot: {slot}, serial: {4800 + slot}}}\n"
+                     for slot in range(1, boards))
+    return re.sub(r"(?m)(^  - {<<: \*board, .*\n)+", others, text)
 
 
 def place_of(record):
@@ -111,9 +117,9 @@ def same(kind, shown, true):
 
 
 class Bench:
-    def __init__(self, world, script):
+    def __init__(self, world, script, boards):
         self.world = world
-        world.path("/tmp/storms.yaml").write_text(description())
+        world.path("/tmp/storms.yaml").write_text(description(boards))
         Crate(world, ["/tmp/storms.yaml"]).wait(sessions=0)
         self.control = Control(world)
         # What moves is the storm's alone.
@@ -260,7 +266,8 @@ def show(cells):
 
 
 def measure(world, options, changed_only):
-    bench = Bench(world, places.start_script("st-large.cmd" if changed_only else "st.cmd"))
+    script = places.start_script("st-large.cmd" if changed_only else "st.cmd")
+    bench = Bench(world, script, options.boards)
     if changed_only:
         calm = "events make the records process that show what changed"
     else:
@@ -288,6 +295,7 @@ def main():
     parser.add_argument("--rates", type=int, nargs="+", default=[1000, 20000, 200000])
     parser.add_argument("--batches", type=int, nargs="+", default=[1, 1000])
     parser.add_argument("--seconds", type=float, default=3)
+    parser.add_argument("--boards", type=int, default=16, help="of 48 channels each")
     parser.add_argument("--priorities", nargs="+", choices=PRIORITIES, default=PRIORITIES)
     servers = parser.add_mutually_exclusive_group()
     servers.add_argument("--changed-only", dest="servers", action="store_const", const=[True],
@@ -297,7 +305,7 @@ def main():
     options = parser.parse_args()
     for changed_only in options.servers:
         with contextlib.ExitStack() as ends:
-            world = World(tmp_size="256m")
+            world = World(tmp_size="512m")
             ends.callback(print_complaints, world)
             measure(world, options, changed_only)
 
