@@ -195,7 +195,7 @@ void ZANTOChangedRecords::pass(int prio)
 {
     if (!ZANTOChangeQueue::isPriority(prio))
         return;
-    Records records;
+    Records records{};
     size_t left = beginPass(prio);
     while (const size_t count = take(prio, records, left)) {
         std::for_each_n(records.begin(), count,
