@@ -8,7 +8,6 @@
 
 #include <dbAccess.h>
 #include <dbLock.h>
-#include <epicsAtomic.h>
 #include <epicsExport.h>
 #include <menuScan.h>
 
@@ -72,7 +71,10 @@ static int ZANTOScanChangedOnly = 0;
 epicsExportAddress(int, ZANTOScanChangedOnly);
 }
 
-bool ZANTOScansChangedOnly() { return epicsAtomicGetIntT(&ZANTOScanChangedOnly) != 0; }
+bool ZANTOScansChangedOnly()
+{
+    return __atomic_load_n(&ZANTOScanChangedOnly, __ATOMIC_RELAXED) != 0;
+}
 
 // ---- records ----
 
