@@ -11,6 +11,7 @@
 #include "ZANTOlife.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
+#include "ZANTOnode.h"
 #include "ZANTOscanlist.h"
 #include "ZANTOtypes.h"
 #include "vexahvwrapper.h"
@@ -112,7 +113,7 @@ private:
         const VEXAHVEventData_t &event = m_batch[position];
         const std::string_view name(event.ItemID, strnlen(event.ItemID, sizeof(event.ItemID)));
         node = ZANTOIndexedItemNode(systemNode, name, event.BoardIndex, event.ChannelIndex);
-        __builtin_prefetch(node, 1);
+        ZANTONode::prefetch(node);
     }
 
     const ZANTOTreeUse m_use; // what was found stays

@@ -84,6 +84,15 @@ public:
     void lockSem();
     void unlockSem();
 
+    /// Has the processor fetch what a read and an event of the node touch; null is allowed.
+    static void prefetch(const ZANTONode *node)
+    {
+        constexpr uintptr_t touched = 64; // bytes, on one cache line or two
+        const auto begin = reinterpret_cast<uintptr_t>(node);
+        __builtin_prefetch(reinterpret_cast<const void *>(begin));
+        __builtin_prefetch(reinterpret_cast<const void *>(begin + touched - 1));
+    }
+
     /// What a record shows of the value, as it would be read under lockSem: no lock is taken while
     /// nobody has the node, else the call waits. Leaves the text of `number` alone.
     void readNumber(variant &number)

@@ -45,7 +45,7 @@ inline ZANTONode *ZANTONodeOfRecord(dbCommon *record)
     const auto *binding = static_cast<const ZANTOBinding *>(record->dpvt);
     if (binding != nullptr && binding->generation == systemNode.generation()) {
         // A scan of a full crate finds few nodes in the processor's cache.
-        __builtin_prefetch(binding[1].node.load(std::memory_order_relaxed));
+        ZANTONode::prefetch(binding[1].node.load(std::memory_order_relaxed));
         ZANTONode *node = binding->node.load(std::memory_order_relaxed);
         if (node != nullptr)
             return node;
