@@ -87,10 +87,11 @@ public:
     /// Has the processor fetch what a read and an event of the node touch; null is allowed.
     static void prefetch(const ZANTONode *node)
     {
-        constexpr uintptr_t touched = 64; // bytes, on one cache line or two
-        const auto begin = reinterpret_cast<uintptr_t>(node);
-        __builtin_prefetch(reinterpret_cast<const void *>(begin));
-        __builtin_prefetch(reinterpret_cast<const void *>(begin + touched - 1));
+        constexpr size_t touched = 64; // bytes, on one cache line or two
+        if (node == nullptr)
+            return;
+        __builtin_prefetch(node);
+        __builtin_prefetch(reinterpret_cast<const char *>(node) + touched - 1);
     }
 
     /// What a record shows of the value, as it would be read under lockSem: no lock is taken while
