@@ -71,6 +71,7 @@ def _mute_shell(site, mute):
         ioc = mute(outlet, level, shell=True, env={"IOCSH_HISTEDIT_DISABLE": "1", **dict(env)})
         site.the_crate.wait(eventConnections=1)
         ioc.outlet.wait_for("epics> ")
+        ioc.wait_until_it_reads()
         return ioc
 
     return start

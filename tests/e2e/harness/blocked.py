@@ -8,6 +8,7 @@ import subprocess
 import termios
 import threading
 import time
+from pathlib import Path
 
 from .ioc import RUNNING, arguments
 from .process import WATCHDOG, Output, until
@@ -120,6 +121,22 @@ class MuteIoc:
     def command(self, line):
         self.stdin.write(line.encode() + b"\n")
         self.stdin.flush()
+
+    def wait_until_it_reads(self):
+        """Until its main thread has slept through a while. Before it waits for a command it waits
+        for the output that other threads are printing, which never ends once that is blocked."""
+        status = Path(f"/proc/{self._child.pid}/task/{self._child.pid}/status")
+
+        def switches():
+            lines = status.read_text(encoding="utf-8").splitlines()
+            return [line for line in lines if "State:" in line or "ctxt_switches" in line]
+
+        def slept():
+            before = switches()
+            time.sleep(0.3)
+            return before[0].startswith("State:\tS") and switches() == before
+
+        until(slept, "it waits for a command")
 
     def wait(self, timeout=WATCHDOG):
         try:
