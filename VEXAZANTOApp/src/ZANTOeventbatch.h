@@ -11,7 +11,8 @@ struct ZANTOEventSource {
 };
 
 /// Waits for the next batch of the source, applies it to the tree and requests the scans of the
-/// records: of all of a type, or of those that show what changed. True once the connection has failed.
+/// records: of all of a type, or of those that show what changed. True once the connection has
+/// failed.
 bool ZANTOHandleNextBatch(ZANTOEventSource &source);
 
 #endif

@@ -213,8 +213,8 @@ int32_t ZANTONode::writeToMainframe(const variant &value)
         return ZANTOUtils::ZANTOSetBoardParameterChanged(m_sysHandle, m_bdSlotNr, m_nodeName.get(),
                                                          m_parWrapperType, value);
     case nodeTypeChannelParam:
-        return ZANTOUtils::ZANTOSetChannelParameterChanged(m_sysHandle, m_bdSlotNr, m_nodeName.get(),
-                                                           m_chIdx, m_parWrapperType, value);
+        return ZANTOUtils::ZANTOSetChannelParameterChanged(
+            m_sysHandle, m_bdSlotNr, m_nodeName.get(), m_chIdx, m_parWrapperType, value);
     case nodeTypeSystemCmd:
         return ZANTOUtils::ZANTOExeSystemCommandChanged(m_sysHandle, m_nodeName.get());
     default:
@@ -233,8 +233,8 @@ int32_t ZANTONode::setNodeEditedValue(const variant &value)
         return 0;
     }
     if (DEBUG > 2)
-        ZANTOPrint("Error set node [%s] value - write fail with code = %d\n", m_nodeName.get().c_str(),
-                    result);
+        ZANTOPrint("Error set node [%s] value - write fail with code = %d\n",
+                   m_nodeName.get().c_str(), result);
     m_value.setQuality(nodeValueQualityWriteFail);
     return result;
 }

@@ -388,12 +388,11 @@ TEST_F(Access, AtLevelOneOnlyAFailedNameWriteIsTold)
 {
     fake.failCalls("", 5);
     const auto everything = [] {
-        for (const auto &l : levels) {
+        for (const auto &l : levels)
             for (uint32_t type = 0; type <= 7; ++type) {
                 get(l.level, type);
                 set(l.level, type, variant());
             }
-        }
         get(Level::channel, 5, "Name");
         ZANTOUtils::ZANTOExeSystemCommandChanged(crateHandle, "Go");
     };
