@@ -25,8 +25,7 @@ public:
     static sim::daemon::ServerSettings settings();
 
     /// Runs a function on the crate's thread and returns its result.
-    template <class Function>
-    auto on(Function function)
+    template <class Function> auto on(Function function)
     {
         std::packaged_task<decltype(function(m_server->world()))()> task(
             [&] { return function(m_server->world()); });

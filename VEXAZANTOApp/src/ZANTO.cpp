@@ -45,8 +45,8 @@ void createRoot(const std::string &sysName, const std::string &host, const std::
                 const std::string &password, int32_t handle)
 {
     auto root = std::make_unique<ZANTONode>();
-    root->ZANTOPrepareNode(sysName, nodeTypeSystemItem, VEXAHV_SYSTEM_MAINFRAME,
-                           VEXAHV_LINK_TCPIP, host, user, password);
+    root->ZANTOPrepareNode(sysName, nodeTypeSystemItem, VEXAHV_SYSTEM_MAINFRAME, VEXAHV_LINK_TCPIP,
+                           host, user, password);
     root->setAccessRights(nodeAccessNone);
     root->setConnectionStatus(connStatus_OK);
     root->setSysHandle(handle);

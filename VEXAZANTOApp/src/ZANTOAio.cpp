@@ -51,8 +51,9 @@ ZANTODset6 devVEXAZANTOAi = {6,
                              ZANTODsetEntry<get_ioint_info>(),
                              ZANTODsetEntry<read_ai>(),
                              nullptr};
-ZANTODset6 devVEXAZANTOAo = {6,       nullptr, nullptr, ZANTODsetEntry<init_record_ao>(),
-                             nullptr, ZANTODsetEntry<write_ao>(), nullptr};
+ZANTODset6 devVEXAZANTOAo = {
+    6,      nullptr, nullptr, ZANTODsetEntry<init_record_ao>(), nullptr, ZANTODsetEntry<write_ao>(),
+    nullptr};
 
 } // namespace
 

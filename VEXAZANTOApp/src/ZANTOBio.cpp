@@ -38,9 +38,12 @@ long read_bi(biRecord *record) { return ZANTOReadNumber<Bi>(record); }
 long init_record_bo(boRecord *record) { return ZANTOInitOutput<Bo>(record); }
 long write_bo(boRecord *record) { return ZANTOWriteNumber<Bo>(record); }
 
-ZANTODset5 devVEXAZANTOBi = {
-    5, nullptr, nullptr, ZANTODsetEntry<init_record_bi>(), ZANTODsetEntry<get_ioint_info>(),
-    ZANTODsetEntry<read_bi>()};
+ZANTODset5 devVEXAZANTOBi = {5,
+                             nullptr,
+                             nullptr,
+                             ZANTODsetEntry<init_record_bi>(),
+                             ZANTODsetEntry<get_ioint_info>(),
+                             ZANTODsetEntry<read_bi>()};
 ZANTODset5 devVEXAZANTOBo = {
     5, nullptr, nullptr, ZANTODsetEntry<init_record_bo>(), nullptr, ZANTODsetEntry<write_bo>()};
 

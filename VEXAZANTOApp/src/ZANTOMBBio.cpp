@@ -35,9 +35,12 @@ long read_mbbi(mbbiRecord *record) { return ZANTOReadNumber<MBBi>(record); }
 long init_record_mbbo(mbboRecord *record) { return ZANTOInitOutput<MBBo>(record); }
 long write_mbbo(mbboRecord *record) { return ZANTOWriteNumber<MBBo>(record); }
 
-ZANTODset5 devVEXAZANTOMBBi = {
-    5, nullptr, nullptr, ZANTODsetEntry<init_record_mbbi>(), ZANTODsetEntry<get_ioint_info>(),
-    ZANTODsetEntry<read_mbbi>()};
+ZANTODset5 devVEXAZANTOMBBi = {5,
+                               nullptr,
+                               nullptr,
+                               ZANTODsetEntry<init_record_mbbi>(),
+                               ZANTODsetEntry<get_ioint_info>(),
+                               ZANTODsetEntry<read_mbbi>()};
 ZANTODset5 devVEXAZANTOMBBo = {
     5, nullptr, nullptr, ZANTODsetEntry<init_record_mbbo>(), nullptr, ZANTODsetEntry<write_mbbo>()};
 

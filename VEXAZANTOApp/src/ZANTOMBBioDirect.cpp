@@ -22,7 +22,7 @@ struct MBBoDirect : ZANTOBitsTrait<mbboDirectRecord> {
     static constexpr const char *noNode = "[MBBODIRECT] - error getting node from id\n";
     static constexpr const char *request = nullptr;
     static constexpr const char *trace = "[MBBODIRECT] - WRITE %s = %d\n";
-    static constexpr const char *failed = 
+    static constexpr const char *failed =
         "[MBBODIRECT] - error setting node value for [%s] - res=%d\n";
     static bool succeeded(int32_t result) { return result == 0; }
 };
@@ -33,14 +33,21 @@ long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
     return ZANTOGetScanList<MBBiDirect>(cmd, record, list);
 }
 long read_mbbiDirect(mbbiDirectRecord *record) { return ZANTOReadNumber<MBBiDirect>(record); }
-long init_record_mbboDirect(mbboDirectRecord *record) { return ZANTOInitOutput<MBBoDirect>(record); }
+long init_record_mbboDirect(mbboDirectRecord *record)
+{
+    return ZANTOInitOutput<MBBoDirect>(record);
+}
 long write_mbboDirect(mbboDirectRecord *record) { return ZANTOWriteNumber<MBBoDirect>(record); }
 
-ZANTODset5 devVEXAZANTOMBBiDirect = {
-    5, nullptr, nullptr, ZANTODsetEntry<init_record_mbbiDirect>(), ZANTODsetEntry<get_ioint_info>(),
-    ZANTODsetEntry<read_mbbiDirect>()};
-ZANTODset5 devVEXAZANTOMBBoDirect = {
-    5, nullptr, nullptr, ZANTODsetEntry<init_record_mbboDirect>(), nullptr, ZANTODsetEntry<write_mbboDirect>()};
+ZANTODset5 devVEXAZANTOMBBiDirect = {5,
+                                     nullptr,
+                                     nullptr,
+                                     ZANTODsetEntry<init_record_mbbiDirect>(),
+                                     ZANTODsetEntry<get_ioint_info>(),
+                                     ZANTODsetEntry<read_mbbiDirect>()};
+ZANTODset5 devVEXAZANTOMBBoDirect = {5,       nullptr,
+                                     nullptr, ZANTODsetEntry<init_record_mbboDirect>(),
+                                     nullptr, ZANTODsetEntry<write_mbboDirect>()};
 
 } // namespace
 

@@ -87,8 +87,10 @@ ZANTODset6 devVEXAZANTOStringin = {6,
                                    ZANTODsetEntry<get_ioint_info>(),
                                    ZANTODsetEntry<read_stringin>(),
                                    nullptr};
-ZANTODset6 devVEXAZANTOStringout = {6,       nullptr, nullptr, ZANTODsetEntry<init_record_stringout>(),
-                                    nullptr, ZANTODsetEntry<write_stringout>(), nullptr};
+ZANTODset6 devVEXAZANTOStringout = {6,       nullptr,
+                                    nullptr, ZANTODsetEntry<init_record_stringout>(),
+                                    nullptr, ZANTODsetEntry<write_stringout>(),
+                                    nullptr};
 
 } // namespace
 

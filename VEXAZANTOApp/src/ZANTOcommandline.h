@@ -6,14 +6,14 @@
 #include <string>
 
 struct ZANTOCommandLine {
-    std::string script;               // at most 254 bytes
-    std::string crateName = "ZANTO";  // from -c
-    std::string host = "127.0.0.1";   // from -c
-    std::string user;                 // at most 254 bytes
-    std::string password;             // at most 254 bytes
+    std::string script;              // at most 254 bytes
+    std::string crateName = "ZANTO"; // from -c
+    std::string host = "127.0.0.1";  // from -c
+    std::string user;                // at most 254 bytes
+    std::string password;            // at most 254 bytes
     bool daemon = false;
-    bool version = false;             // -v was met; later arguments were not read
-    int16_t crateCount = 0;           // how many -c had a value
+    bool version = false;   // -v was met; later arguments were not read
+    int16_t crateCount = 0; // how many -c had a value
 };
 
 /// Reads the arguments from the second one on; the first is the script's path. Stores the debug

@@ -64,9 +64,7 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateSystemProps(int32_t handl
             continue;
         uint32_t mode = 0;
         uint32_t type = 0;
-        const auto info = [&] {
-            return VEXAHV_GetSysPropInfo(handle, name.c_str(), &mode, &type);
-        };
+        const auto info = [&] { return VEXAHV_GetSysPropInfo(handle, name.c_str(), &mode, &type); };
         if (ZANTOStartupCall(info) == 0)
             add(nodes, ZANTOConfigCreateNodeSystemProp(handle, name, type, mode));
         else if (DEBUG > 0)
@@ -124,8 +122,8 @@ ZANTONodeOwner furtherParam(const char *name, nodeDataType dataType, const varia
 
 } // namespace
 
-std::vector<ZANTONode *>
-ZANTOConfig::ZANTOConfigCreateSystemFurtherParams(connStatus status, uint16_t slotCount)
+std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateSystemFurtherParams(connStatus status,
+                                                                           uint16_t slotCount)
 {
     const time_t now = std::time(nullptr);
     std::vector<ZANTONodeOwner> nodes;
@@ -166,10 +164,9 @@ struct CrateMap {
     bool fetch(int32_t handle)
     {
         return ZANTOStartupCall([&] {
-                   return VEXAHV_GetCrateMap(handle, &slotCount, channelCounts.out(),
-                                             models.out(), descriptions.out(),
-                                             serialNumbers.out(), firmwareMinor.out(),
-                                             firmwareMajor.out());
+                   return VEXAHV_GetCrateMap(handle, &slotCount, channelCounts.out(), models.out(),
+                                             descriptions.out(), serialNumbers.out(),
+                                             firmwareMinor.out(), firmwareMajor.out());
                }) == 0;
     }
 };
@@ -188,10 +185,8 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateBoards(int32_t handle)
     const auto models = ZANTOUtils::ZANTOCreateStringVectorFromCharSS(map.models.out(), slots);
     const auto descriptions =
         ZANTOUtils::ZANTOCreateStringVectorFromCharSS(map.descriptions.out(), slots);
-    const auto minors =
-        ZANTOUtils::ZANTOCreateStringVectorForFwRel(map.firmwareMinor.out(), slots);
-    const auto majors =
-        ZANTOUtils::ZANTOCreateStringVectorForFwRel(map.firmwareMajor.out(), slots);
+    const auto minors = ZANTOUtils::ZANTOCreateStringVectorForFwRel(map.firmwareMinor.out(), slots);
+    const auto majors = ZANTOUtils::ZANTOCreateStringVectorForFwRel(map.firmwareMajor.out(), slots);
 
     std::vector<ZANTONodeOwner> nodes;
     for (uint16_t slot = 0; slot < slots; ++slot) {
@@ -208,12 +203,9 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateBoards(int32_t handle)
     return ZANTOHandOver(nodes);
 }
 
-ZANTONode *ZANTOConfig::ZANTOConfigCreateNodeBoard(uint16_t slot, uint16_t channelCount,
-                                                   const std::string &model,
-                                                   const std::string &description,
-                                                   uint16_t serialNumber,
-                                                   const std::string &firmwareMinor,
-                                                   const std::string &firmwareMajor)
+ZANTONode *ZANTOConfig::ZANTOConfigCreateNodeBoard(
+    uint16_t slot, uint16_t channelCount, const std::string &model, const std::string &description,
+    uint16_t serialNumber, const std::string &firmwareMinor, const std::string &firmwareMajor)
 {
     ZANTONodeOwner node = ZANTOMakeNode(numbered("Board", slot, 2), nodeTypeBoardItem);
     node->setBdSlotNr(slot);
@@ -330,15 +322,15 @@ ZANTONode *ZANTOConfig::ZANTOConfigCreateNodeParam(nodeType kind, const std::str
 std::vector<ZANTONodeProperty *> ZANTOConfig::ZANTOConfigCreateChannelParameterProperties(
     int32_t handle, const std::string &paramName, uint32_t type, uint16_t slot, uint16_t channel)
 {
-    return ZANTOConfigCreateParameterProperties(nodeTypeChannelParam, handle, paramName, type,
-                                                slot, channel);
+    return ZANTOConfigCreateParameterProperties(nodeTypeChannelParam, handle, paramName, type, slot,
+                                                channel);
 }
 
 std::vector<ZANTONodeProperty *> ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(
     int32_t handle, const std::string &paramName, uint32_t type, uint16_t slot)
 {
-    return ZANTOConfigCreateParameterProperties(nodeTypeBoardParam, handle, paramName, type,
-                                                slot, 0);
+    return ZANTOConfigCreateParameterProperties(nodeTypeBoardParam, handle, paramName, type, slot,
+                                                0);
 }
 
 namespace {

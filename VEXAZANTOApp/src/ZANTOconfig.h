@@ -55,24 +55,21 @@ public:
     /// "Name" first. Asks again without a limit like the board's. systemType is not used.
     static std::vector<ZANTONode *> ZANTOConfigCreateChannelParams(int32_t handle,
                                                                    int32_t systemType,
-                                                                   uint16_t slot,
-                                                                   uint16_t channel);
+                                                                   uint16_t slot, uint16_t channel);
     /// A board or channel parameter without value and handle.
     static ZANTONode *ZANTOConfigCreateNodeParam(nodeType kind, const std::string &name,
                                                  uint16_t slot, uint32_t type, uint32_t mode);
 
     // ---- properties of a parameter; one that cannot be read is left out ----
 
-    static std::vector<ZANTONodeProperty *>
-    ZANTOConfigCreateChannelParameterProperties(int32_t handle, const std::string &paramName,
-                                                uint32_t type, uint16_t slot, uint16_t channel);
-    static std::vector<ZANTONodeProperty *>
-    ZANTOConfigCreateBoardParameterProperties(int32_t handle, const std::string &paramName,
-                                              uint32_t type, uint16_t slot);
-    static std::vector<ZANTONodeProperty *>
-    ZANTOConfigCreateParameterProperties(nodeType kind, int32_t handle,
-                                         const std::string &paramName, uint32_t type,
-                                         uint16_t slot, uint16_t channel);
+    static std::vector<ZANTONodeProperty *> ZANTOConfigCreateChannelParameterProperties(
+        int32_t handle, const std::string &paramName, uint32_t type, uint16_t slot,
+        uint16_t channel);
+    static std::vector<ZANTONodeProperty *> ZANTOConfigCreateBoardParameterProperties(
+        int32_t handle, const std::string &paramName, uint32_t type, uint16_t slot);
+    static std::vector<ZANTONodeProperty *> ZANTOConfigCreateParameterProperties(
+        nodeType kind, int32_t handle, const std::string &paramName, uint32_t type, uint16_t slot,
+        uint16_t channel);
     /// 0 with quality Bad when the property is unknown or cannot be read.
     static ZANTONodeValue ZANTOConfigGetChannelPropertyValue(const std::string &propName,
                                                              int32_t handle,

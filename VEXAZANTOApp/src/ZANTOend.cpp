@@ -55,10 +55,7 @@ End &end()
 
 TimePoint now() { return end().clock.load()(); }
 
-milliseconds elapsed()
-{
-    return std::chrono::duration_cast<milliseconds>(now() - end().beginning);
-}
+milliseconds elapsed() { return std::chrono::duration_cast<milliseconds>(now() - end().beginning); }
 
 // ---- watchdog ----
 
@@ -183,10 +180,7 @@ void ZANTOStartEndWatch()
     end().watched = thread != nullptr; // else the end tries again
 }
 
-bool ZANTOTimeToUnsubscribe() noexcept
-{
-    return !end().begun || ZANTOMayUnsubscribe(elapsed());
-}
+bool ZANTOTimeToUnsubscribe() noexcept { return !end().begun || ZANTOMayUnsubscribe(elapsed()); }
 
 void ZANTOCloseCrate()
 {
@@ -212,8 +206,7 @@ namespace {
 bool limitExit()
 {
     const bool stuck = outputIsStuck();
-    setDeadline(now() +
-                (stuck ? ZANTOEndTimes::exitHooksWithoutOutput : ZANTOEndTimes::exitHooks));
+    setDeadline(now() + (stuck ? ZANTOEndTimes::exitHooksWithoutOutput : ZANTOEndTimes::exitHooks));
     return !stuck;
 }
 
@@ -236,8 +229,8 @@ void ZANTOExit()
     End &e = end();
     ZANTORestoreTerminal();
     const bool prints = limitExit();
-    const bool building = e.mainStraggles || e.iocInitRunning ||
-                          !ZANTOPlanEnd(ZANTOPresentLife()).runsExitHooks;
+    const bool building =
+        e.mainStraggles || e.iocInitRunning || !ZANTOPlanEnd(ZANTOPresentLife()).runsExitHooks;
     if (!building && !e.recordsStraggle && prints)
         epicsExit(0);
     if (!building)

@@ -74,8 +74,8 @@ int32_t applyParameter(const VEXAHVEventData_t &event, uint64_t connection,
     char name[VEXAHV_ITEM_ID_SIZE + 1] = {};
     std::memcpy(name, event.ItemID, VEXAHV_ITEM_ID_SIZE);
     try {
-        return ZANTOUpdateItem(event.BoardIndex, event.ChannelIndex, name, event.Value,
-                               connection, &target);
+        return ZANTOUpdateItem(event.BoardIndex, event.ChannelIndex, name, event.Value, connection,
+                               &target);
     } catch (const std::exception &error) {
         if (DEBUG > 0)
             ZANTOPrint("\nError updating item [%s]: %s\n", name, error.what());
@@ -179,8 +179,7 @@ bool ZANTOHandleNextBatch(ZANTOEventSource &source)
     const int32_t result = batch.receive(source.socket);
     if (result != 0) {
         if (DEBUG > 0)
-            ZANTOPrint("\nGetEventData error, update thread exits - error code = [%d]\n",
-                        result);
+            ZANTOPrint("\nGetEventData error, update thread exits - error code = [%d]\n", result);
         return true;
     }
     if (batch.size() > 0 && !source.hasDelivered) {

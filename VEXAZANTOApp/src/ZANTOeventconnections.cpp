@@ -41,9 +41,8 @@ ZANTOEventConnections &ZANTOEventConnections::instance()
 
 bool ZANTOEventConnections::makeRoom(bool newIsCrates)
 {
-    const auto leaving = static_cast<size_t>(
-        std::count_if(m_list.begin(), m_list.end(),
-                      [](const ZANTOEventConnection &c) { return c.isLeaving; }));
+    const auto leaving = static_cast<size_t>(std::count_if(
+        m_list.begin(), m_list.end(), [](const ZANTOEventConnection &c) { return c.isLeaving; }));
     if (m_list.size() - leaving < maxServed)
         return true;
     const std::optional<size_t> position = ZANTOConnectionToReplace(m_list, newIsCrates);

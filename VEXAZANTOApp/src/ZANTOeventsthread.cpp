@@ -137,9 +137,9 @@ bool startEventThread(int socket)
 {
     if (!storeSocket(socket))
         return false;
-    const epicsThreadId thread = epicsThreadCreate(
-        "ZANTOEventsThread", eventThreadPriority, epicsThreadGetStackSize(epicsThreadStackBig),
-        ZANTOEvents_Thread, nullptr);
+    const epicsThreadId thread = epicsThreadCreate("ZANTOEventsThread", eventThreadPriority,
+                                                   epicsThreadGetStackSize(epicsThreadStackBig),
+                                                   ZANTOEvents_Thread, nullptr);
     if (thread == nullptr)
         return false;
     ZANTOEventsThread = thread;

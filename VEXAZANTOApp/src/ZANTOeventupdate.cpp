@@ -32,14 +32,13 @@ void traceUpdate(const char *itemName, nodeDataType dataType, const variant &val
         ZANTOPrint("Item [%s] updated - val = %s\n", itemName, value.toString().c_str());
     else // whatever the type, as the float that the bits make
         ZANTOPrint("Item [%s] updated - val = %lf \n", itemName,
-                    static_cast<double>(value.toFloat()));
+                   static_cast<double>(value.toFloat()));
 }
 
 } // namespace
 
 int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *itemName,
-                        const IDValue_t &value, uint64_t connection,
-                        ZANTOEventTarget *target)
+                        const IDValue_t &value, uint64_t connection, ZANTOEventTarget *target)
 {
     const ZANTOTreeUse use;
     ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;

@@ -18,8 +18,8 @@ struct Life {
     // Each changes by itself; the handler of a signal touches the first two only.
     std::atomic<ZANTOLifeState> state{ZANTOLifeState()};
     std::atomic<bool> hasEnder{false};
-    pthread_t ender{};                        // written before hasEnder is set
-    std::atomic<int64_t> session{noSession};  // a handle until the logout
+    pthread_t ender{};                       // written before hasEnder is set
+    std::atomic<int64_t> session{noSession}; // a handle until the logout
 
     std::mutex mutex;
     std::condition_variable changed;

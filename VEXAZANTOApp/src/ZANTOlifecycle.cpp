@@ -27,8 +27,8 @@ constexpr Cell table[ZANTOPhaseCount][ZANTOHappeningCount] = {
     {stay(Phase::probing), to(Phase::loggingIn), stay(Phase::probing), stay(Phase::probing),
      stay(Phase::probing), ends, ends, ends, ends},
     /* loggingIn */
-    {stay(Phase::loggingIn), stay(Phase::loggingIn), to(Phase::building),
-     stay(Phase::loggingIn), stay(Phase::loggingIn), ends, ends, ends, ends},
+    {stay(Phase::loggingIn), stay(Phase::loggingIn), to(Phase::building), stay(Phase::loggingIn),
+     stay(Phase::loggingIn), ends, ends, ends, ends},
     /* building */
     {stay(Phase::building), stay(Phase::building), stay(Phase::building), to(Phase::script),
      stay(Phase::building), ends, ends, ends, ends},
@@ -47,8 +47,7 @@ constexpr Cell table[ZANTOPhaseCount][ZANTOHappeningCount] = {
 ZANTOVerdict ZANTODecide(const ZANTOLifeState &now, ZANTOHappening happening, uint16_t signal,
                          bool byTheEnder) noexcept
 {
-    const Cell &cell =
-        table[static_cast<int32_t>(now.phase())][static_cast<int32_t>(happening)];
+    const Cell &cell = table[static_cast<int32_t>(now.phase())][static_cast<int32_t>(happening)];
     ZANTOVerdict verdict = {now, cell.lot};
     if (cell.lot == Lot::goOn) {
         verdict.next.reached = cell.next;
@@ -69,7 +68,10 @@ ZANTOEndPlan ZANTOPlanEnd(const ZANTOLifeState &state) noexcept
     const bool mayBeLoggedIn = state.reached >= Phase::loggingIn;
     const bool treeComplete = state.reached >= Phase::script;
     const bool loggingIn = state.reached == Phase::loggingIn;
-    return {bySignal, tells, mayBeLoggedIn, treeComplete,
+    return {bySignal,
+            tells,
+            mayBeLoggedIn,
+            treeComplete,
             loggingIn ? ZANTOEndTimes::loginUntil : ZANTOEndTimes::half,
             state.reached != Phase::script};
 }

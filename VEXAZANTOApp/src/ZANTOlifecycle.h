@@ -11,9 +11,9 @@ enum class ZANTOPhase : uint8_t {
     arguments, // reads its command line
     probing,   // waits for the firmware
     loggingIn,
-    building,  // logged in, reads the crate
-    script,    // the tree is complete, the start-up script runs
-    running,   // shell or daemon
+    building, // logged in, reads the crate
+    script,   // the tree is complete, the start-up script runs
+    running,  // shell or daemon
     ending
 };
 constexpr int32_t ZANTOPhaseCount = 7;
@@ -45,7 +45,7 @@ enum class ZANTOLot : uint8_t {
 /// The state of the process. Four bytes without padding: it is exchanged as one atomic, also in
 /// a signal handler.
 struct ZANTOLifeState {
-    ZANTOPhase reached = ZANTOPhase::arguments; // last phase before the end
+    ZANTOPhase reached = ZANTOPhase::arguments;  // last phase before the end
     ZANTOHappening cause = ZANTOHappening::none; // of the end
     uint16_t signal = 0;                         // number behind a cause `signalled`
 
@@ -72,7 +72,7 @@ using ZANTOMilliseconds = std::chrono::milliseconds;
 struct ZANTOEndPlan {
     bool tellsSignal;
     bool tellsShutdown;
-    bool logsOut;     // if there is a session once the main thread has stopped
+    bool logsOut; // if there is a session once the main thread has stopped
     bool unsubscribes;
     /// Latest time after the begin of the end at which the main thread's call of the access
     /// library is waited for.

@@ -10,8 +10,7 @@ class ZANTONode;
 
 /// The node that the record of this name serves, or null; the tree owns it. `crateName` is the
 /// name of the crate that `root` stands for. Makes no library call and takes no lock.
-ZANTONode *ZANTOFindRecordNode(const ZANTONode *root, const std::string &crateName,
-                               const char *id);
+ZANTONode *ZANTOFindRecordNode(const ZANTONode *root, const std::string &crateName, const char *id);
 
 /// Has items of the tree under systemNode found through an index from now on, if there is memory
 /// for it, and by a walk if there is not; without a tree there is no index. Not while an event is

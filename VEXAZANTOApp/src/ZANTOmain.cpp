@@ -104,9 +104,9 @@ int main(int argc, char *argv[])
         return 0;
     }
     ZANTOStartSignalAnswer();
-    tcpServerThread = epicsThreadCreate("ZANTOTcpServerThread", 55,
-                                        epicsThreadGetStackSize(epicsThreadStackBig),
-                                        tcpServer_Thread, nullptr);
+    tcpServerThread =
+        epicsThreadCreate("ZANTOTcpServerThread", 55, epicsThreadGetStackSize(epicsThreadStackBig),
+                          tcpServer_Thread, nullptr);
     if (argc == 2)
         endWithoutCrate(nothingToServe);
     const ZANTOCommandLine line = ZANTOParseCommandLine(argc, argv);

@@ -196,10 +196,9 @@ int32_t ZANTONode::ZANTOSubscriptionForNode(bool subscribe)
         return (subscribe ? VEXAHV_SubscribeChannelParams : VEXAHV_UnSubscribeChannelParams)(
             m_sysHandle, port, m_bdSlotNr, m_chIdx, name, 1, result);
     case nodeTypeSystemProp:
-        return (subscribe ? VEXAHV_SubscribeSystemParams : VEXAHV_UnSubscribeSystemParams)(
-            m_sysHandle, port, name, 1, result);
-    default:
-        return -1;
+        return (subscribe ? VEXAHV_SubscribeSystemParams
+                          : VEXAHV_UnSubscribeSystemParams)(m_sysHandle, port, name, 1, result);
+    default: return -1;
     }
 }
 

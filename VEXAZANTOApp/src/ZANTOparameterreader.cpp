@@ -12,9 +12,8 @@
 
 bool ZANTOBoardSource::property(const char *name, const char *property, void *value) const
 {
-    return ZANTOStartupCall([&] {
-               return VEXAHV_GetBdParamProp(m_handle, m_slot, name, property, value);
-           }) == 0;
+    return ZANTOStartupCall(
+               [&] { return VEXAHV_GetBdParamProp(m_handle, m_slot, name, property, value); }) == 0;
 }
 
 ZANTONodeValue ZANTOBoardSource::read(const std::string &name, uint32_t type) const

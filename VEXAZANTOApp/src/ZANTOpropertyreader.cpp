@@ -56,9 +56,9 @@ void storeS16(const PropertyAnswer &answer, variant &value) { value.setValue(ans
 void storeText(const PropertyAnswer &answer, variant &value) { value.setValue(answer.text); }
 
 constexpr PropertyShape propertyShapes[] = {
-    {VEXAHV_PROP_MINVAL, numberSize, storeReal},  {VEXAHV_PROP_MAXVAL, numberSize, storeReal},
-    {VEXAHV_PROP_UNIT, numberSize, storeU16},     {VEXAHV_PROP_EXP, numberSize, storeS16},
-    {VEXAHV_PROP_DECIMAL, numberSize, storeS16},  {VEXAHV_PROP_ONSTATE, textSize, storeText},
+    {VEXAHV_PROP_MINVAL, numberSize, storeReal}, {VEXAHV_PROP_MAXVAL, numberSize, storeReal},
+    {VEXAHV_PROP_UNIT, numberSize, storeU16},    {VEXAHV_PROP_EXP, numberSize, storeS16},
+    {VEXAHV_PROP_DECIMAL, numberSize, storeS16}, {VEXAHV_PROP_ONSTATE, textSize, storeText},
     {VEXAHV_PROP_OFFSTATE, textSize, storeText},
 };
 
@@ -66,9 +66,9 @@ constexpr PropertyShape propertyShapes[] = {
 bool readProperty(const ZANTOParameterSource &source, const char *propName, const char *paramName,
                   variant &value)
 {
-    const auto *shape = std::find_if(
-        std::begin(propertyShapes), std::end(propertyShapes),
-        [name = std::string_view(propName)](const auto &s) { return name == s.name; });
+    const auto *shape =
+        std::find_if(std::begin(propertyShapes), std::end(propertyShapes),
+                     [name = std::string_view(propName)](const auto &s) { return name == s.name; });
     if (shape == std::end(propertyShapes))
         return false;
     PropertyAnswer answer;
@@ -90,6 +90,6 @@ ZANTONodeValue ZANTOReadProperty(const ZANTOParameterSource &source, const char 
         return ZANTONodeValue(value, nodeValueQualityGood, now);
     if (DEBUG > 0)
         ZANTOPrint("Error getting [%s] for [%s] %s parameter\n", propName, paramName.c_str(),
-                    source.kind() == nodeTypeBoardParam ? "board" : "channel");
+                   source.kind() == nodeTypeBoardParam ? "board" : "channel");
     return ZANTONodeValue(value, nodeValueQualityBad, now);
 }

@@ -157,8 +157,8 @@ template <auto routine> DEVSUPFUN ZANTODsetEntry()
 /// init_record of an input record; each call gives the type a fresh scan list.
 template <typename Trait> long ZANTOInitInput(typename Trait::Record *record)
 {
-    const long status = ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->inp,
-                                        Trait::badLink);
+    const long status =
+        ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->inp, Trait::badLink);
     if (status == 0)
         Trait::list().init();
     return status;
@@ -196,9 +196,8 @@ template <typename Trait> long ZANTOReadNumber(typename Trait::Record *record)
         return ZANTOFailed;
     variant value;
     node->readNumber(value);
-    const bool isNumber =
-        ZANTOVisitNumber(value, node->getDataType(),
-                         [record](auto number) { Trait::store(record, number); });
+    const bool isNumber = ZANTOVisitNumber(value, node->getDataType(),
+                                           [record](auto number) { Trait::store(record, number); });
     if (!isNumber)
         return ZANTOFailed;
     record->udf = 0;
@@ -230,8 +229,7 @@ template <typename Trait> long ZANTOWriteNumber(typename Trait::Record *record)
     const ZANTOTreeUse use;
     ZANTONode *node = ZANTOFindNode<Trait>(record, use);
     variant value;
-    if (node == nullptr ||
-        !ZANTONumberToVariant(Trait::number(record), node->getDataType(), value))
+    if (node == nullptr || !ZANTONumberToVariant(Trait::number(record), node->getDataType(), value))
         return ZANTOFailed;
     return ZANTOSend<Trait>(record, *node, value);
 }

@@ -32,10 +32,9 @@ constexpr uint32_t recordKindCount = sizeof(recordTypes) / sizeof(recordTypes[0]
 // types, boolean. Other codes give one that has none.
 uint32_t kindOfSystemProperty(uint32_t type)
 {
-    static constexpr uint32_t kinds[] = {VEXAHV_PARAM_STRING,  VEXAHV_PARAM_NUMERIC,
-                                         VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC,
-                                         VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC,
-                                         VEXAHV_PARAM_ONOFF};
+    static constexpr uint32_t kinds[] = {
+        VEXAHV_PARAM_STRING,  VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC,
+        VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_ONOFF};
     return type < sizeof(kinds) / sizeof(kinds[0]) ? kinds[type] : recordKindCount;
 }
 
@@ -138,10 +137,10 @@ void ZANTORecordPlan::reportType(const char *output) const
 {
     if (m_result == Result::noNodeType)
         ZANTOPrint("Error finding type while creating string for [%s] %s\n", shortName().c_str(),
-                    output);
+                   output);
     else if (m_result == Result::noSystemType)
         ZANTOPrint("Error finding system type while creating string for [%s] %s\n",
-                    shortName().c_str(), output);
+                   shortName().c_str(), output);
 }
 
 void ZANTORecordPlan::reportNoRecords() const
@@ -204,8 +203,7 @@ void ZANTORecordPlan::appendLinks(std::string &text) const
         appendUpperCase(text, m_name);
         ZANTOAppend(text, "\")\n");
         break;
-    default:
-        ZANTOAppend(text, "\tfield( OUT, \"@", m_name, "\")\n");
+    default: ZANTOAppend(text, "\tfield( OUT, \"@", m_name, "\")\n");
     }
 }
 
@@ -231,9 +229,8 @@ void ZANTORecordPlan::appendCompanions(std::string &text) const
     ZANTOAppend(text,
                 "\")\n\tfield( SCAN, \"I/O Intr\")\n\tfield( PINI, \"YES\")\n\tfield( FLNK, \"",
                 m_name, ":Sync\")\n}\n");
-    ZANTOAppend(text, "record(", outputType(), ", \"", m_name,
-                ":Sync\")\n{\n\tfield( DOL,  \"", m_name,
-                ":RBV NPP\")\n\tfield( OMSL, \"closed_loop\")\n\tfield( OUT,  \"", m_name,
+    ZANTOAppend(text, "record(", outputType(), ", \"", m_name, ":Sync\")\n{\n\tfield( DOL,  \"",
+                m_name, ":RBV NPP\")\n\tfield( OMSL, \"closed_loop\")\n\tfield( OUT,  \"", m_name,
                 " PP\")\n}\n");
 }
 

@@ -62,10 +62,7 @@ public:
     /// it. A priority that is none is not counted. `scannedAlone`: what the record misses is made
     /// up for without the list, which is then scanned only if the move may cut a pass short.
     void recordJoins(int prio, bool scannedAlone = false) { recordMoves(prio, 1, scannedAlone); }
-    void recordLeaves(int prio, bool scannedAlone = false)
-    {
-        recordMoves(prio, -1, scannedAlone);
-    }
+    void recordLeaves(int prio, bool scannedAlone = false) { recordMoves(prio, -1, scannedAlone); }
 
     /// Requests reach the IOC from now on. To be called after the last init().
     void start();
@@ -102,7 +99,7 @@ public:
 private:
     struct Priority {
         int records = 0;
-        int queued = 0; // passes, not begun
+        int queued = 0;     // passes, not begun
         bool due = false;   // when the time is up
         bool moved = false; // since the timer was armed: due the next time it is up
         ZANTOScanThread thread;

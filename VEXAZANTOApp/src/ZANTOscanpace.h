@@ -19,9 +19,8 @@ struct ZANTOPaceLimits {
 };
 
 /// Of passes over a whole list of records.
-constexpr ZANTOPaceLimits ZANTOListPace = {std::chrono::milliseconds{1},
-                                           std::chrono::milliseconds{20}, 4,
-                                           std::chrono::milliseconds{8}};
+constexpr ZANTOPaceLimits ZANTOListPace = {
+    std::chrono::milliseconds{1}, std::chrono::milliseconds{20}, 4, std::chrono::milliseconds{8}};
 
 /// A storm of events asks for the next pass before the present one is over: without a pause each
 /// list would take a processor for itself, and the thread that reads the events would fall behind.

@@ -72,10 +72,9 @@ void ZANTOStartSignalAnswer()
 {
     ZANTOStartEndWatch();
     const bool started =
-        wakeUp >= 0 &&
-        epicsThreadCreate("ZANTOSignalThread", epicsThreadPriorityMedium,
-                          epicsThreadGetStackSize(epicsThreadStackBig), answerSignal,
-                          nullptr) != nullptr;
+        wakeUp >= 0 && epicsThreadCreate("ZANTOSignalThread", epicsThreadPriorityMedium,
+                                         epicsThreadGetStackSize(epicsThreadStackBig), answerSignal,
+                                         nullptr) != nullptr;
     if (started)
         return;
     ZANTOPrintLine("Unable to start the signal thread: a termination signal ends without a logout");

@@ -136,9 +136,9 @@ private:
             ZANTONode &parameter = parameters[i];
             parameter.setPlaceNames(m_crateName, board.nodeName(), ZANTOSharedText());
             addParameterProperties(
-                parameter, Properties(ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(
-                               m_handle, parameter.nodeName().get(),
-                               parameter.getParWrapperType(), slot)));
+                parameter,
+                Properties(ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(
+                    m_handle, parameter.nodeName().get(), parameter.getParWrapperType(), slot)));
             board.addParameter(&parameter);
             parameters.release(i);
             m_files.add(parameter, position, -1);
@@ -173,8 +173,8 @@ private:
             parameters.release(i);
             addParameterProperties(
                 parameter, Properties(ZANTOConfig::ZANTOConfigCreateChannelParameterProperties(
-                               m_handle, parameter.nodeName().get(),
-                               parameter.getParWrapperType(), slot, index)));
+                               m_handle, parameter.nodeName().get(), parameter.getParWrapperType(),
+                               slot, index)));
             m_files.add(parameter, boardPosition, channelPosition);
         }
     }

@@ -36,8 +36,7 @@ std::string textOf(const CodeText<Code> (&table)[n], Code code, const char *fall
 }
 
 // The first row that has a bit of the status decides.
-template <size_t n>
-std::string firstBitText(const CodeText<uint32_t> (&table)[n], int32_t status)
+template <size_t n> std::string firstBitText(const CodeText<uint32_t> (&table)[n], int32_t status)
 {
     for (const auto &row : table) {
         if ((static_cast<uint32_t>(status) & row.code) != 0)
@@ -55,16 +54,24 @@ std::string &ZANTOUtils::SysName = neverDestroyedName();
 std::string ZANTOUtils::ZANTOConvertPropertyUnit(uint16_t value)
 {
     static const CodeText<uint16_t> units[] = {
-        {0, "None"}, {1, "Ampere"}, {2, "Volt"}, {3, "Watt"}, {4, "Celsius"}, {5, "Hertz"},
-        {6, "Bar"},  {7, "Vps"},    {8, "Second"}, {9, "Rpm"}, {10, "Count"}};
+        {0, "None"}, {1, "Ampere"}, {2, "Volt"},   {3, "Watt"}, {4, "Celsius"}, {5, "Hertz"},
+        {6, "Bar"},  {7, "Vps"},    {8, "Second"}, {9, "Rpm"},  {10, "Count"}};
     return textOf(units, value, "");
 }
 
 std::string ZANTOUtils::ZANTOConvertPropertyUnitShortForm(uint16_t value)
 {
-    static const CodeText<uint16_t> units[] = {
-        {1, "A"},   {2, "V"},   {3, "W"},   {4, "\xC2\xB0" "C"}, {5, "Hz"},
-        {6, "Bar"}, {7, "Vps"}, {8, "sec"}, {9, "Rpm"},          {10, "Count"}};
+    static const CodeText<uint16_t> units[] = {{1, "A"},
+                                               {2, "V"},
+                                               {3, "W"},
+                                               {4, "\xC2\xB0"
+                                                   "C"},
+                                               {5, "Hz"},
+                                               {6, "Bar"},
+                                               {7, "Vps"},
+                                               {8, "sec"},
+                                               {9, "Rpm"},
+                                               {10, "Count"}};
     return textOf(units, value, "");
 }
 
@@ -98,13 +105,12 @@ std::string ZANTOUtils::ZANTOSelectConnectionStatus(connStatus status)
 
 std::string ZANTOUtils::ZANTOConvertChannelStatus(int32_t, int32_t status)
 {
-    static const CodeText<uint32_t> first[] = {
-        {0x800, "Unplugg"}, {0x400, "Cal-Err"}, {0x2, "Up"}};
+    static const CodeText<uint32_t> first[] = {{0x800, "Unplugg"}, {0x400, "Cal-Err"}, {0x2, "Up"}};
     static const CodeText<uint32_t> down[] = {
         {0x40, "E-Trp-Dwn"}, {0x200, "I-Trp-Dwn"}, {0x100, "E-Dis-Dwn"}, {0x4, "Down"}};
     static const CodeText<uint32_t> settled[] = {
-        {0x40, "E-Tripped"}, {0x200, "I-Tripped"}, {0x100, "Ext-Dis"},    {0x8, "Ovc"},
-        {0x10, "Ovv"},       {0x80, "HVMax"},      {0x20, "Unv"},         {0x1000, "Unc"},
+        {0x40, "E-Tripped"},   {0x200, "I-Tripped"}, {0x100, "Ext-Dis"},   {0x8, "Ovc"},
+        {0x10, "Ovv"},         {0x80, "HVMax"},      {0x20, "Unv"},        {0x1000, "Unc"},
         {0x2000, "Ovv Prot."}, {0x4000, "Pwr Fail"}, {0x8000, "Temp Err."}};
     std::string text = firstBitText(first, status);
     if (!text.empty())
@@ -205,8 +211,7 @@ ZANTONodeValue readChannelName(int32_t handle, uint16_t slot, uint16_t channel, 
 
 int32_t writeChannelName(int32_t handle, uint16_t slot, uint16_t channel, const variant &value)
 {
-    const int32_t result =
-        VEXAHV_SetChName(handle, slot, 1, &channel, value.toString().c_str());
+    const int32_t result = VEXAHV_SetChName(handle, slot, 1, &channel, value.toString().c_str());
     if (result != 0 && DEBUG > 0)
         ZANTOPrintLine("Error setting channel name");
     return result;
@@ -243,11 +248,10 @@ ZANTONodeValue ZANTOUtils::ZANTOGetBoardParameterChanged(int32_t handle, uint16_
 {
     const time_t now = std::time(nullptr);
     const ZANTOWire wire = ZANTOParameterWire(type);
-    const bool isStatus =
-        type == VEXAHV_PARAM_CHANNEL_STATUS || type == VEXAHV_PARAM_BOARD_STATUS;
+    const bool isStatus = type == VEXAHV_PARAM_CHANNEL_STATUS || type == VEXAHV_PARAM_BOARD_STATUS;
     ZANTONodeValue result = numberWithQuality(
-        isStatus ? -1 : 0,
-        wire == ZANTOWire::none ? nodeValueQualityUnknown : nodeValueQualityBad, now);
+        isStatus ? -1 : 0, wire == ZANTOWire::none ? nodeValueQualityUnknown : nodeValueQualityBad,
+        now);
     const bool read = readItem(wire, result, now, [&](void *value) {
         return VEXAHV_GetBdParam(handle, 1, &slot, name.c_str(), value);
     });
@@ -316,8 +320,7 @@ ZANTONodeValue ZANTOUtils::ZANTOGetDummyChanged()
 namespace {
 
 // The first property that `matches`, or null.
-template <typename Matches>
-ZANTONodeProperty *findProperty(ZANTONode *node, const Matches &matches)
+template <typename Matches> ZANTONodeProperty *findProperty(ZANTONode *node, const Matches &matches)
 {
     if (node == nullptr)
         return nullptr;
@@ -374,8 +377,7 @@ ZANTONode *ZANTOUtils::getNodeFromEpicsId(const char *id)
 
 // ---- text of records and of the list of process variables ----
 
-std::string ZANTOUtils::ZANTOCreateStringForDbRecord(ZANTONode *node, int32_t bdIdx,
-                                                     int32_t chIdx)
+std::string ZANTOUtils::ZANTOCreateStringForDbRecord(ZANTONode *node, int32_t bdIdx, int32_t chIdx)
 {
     return node != nullptr ? ZANTORecordText(*node, bdIdx, chIdx) : "";
 }

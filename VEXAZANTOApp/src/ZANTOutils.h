@@ -60,8 +60,8 @@ public:
                                                  const std::string &name, uint32_t type,
                                                  const variant &value);
     static ZANTONodeValue ZANTOGetChannelParameterChanged(int32_t handle, uint16_t slot,
-                                                          const std::string &name,
-                                                          uint16_t channel, uint32_t type);
+                                                          const std::string &name, uint16_t channel,
+                                                          uint32_t type);
     static int32_t ZANTOSetChannelParameterChanged(int32_t handle, uint16_t slot,
                                                    const std::string &name, uint16_t channel,
                                                    uint32_t type, const variant &value);
@@ -84,8 +84,7 @@ public:
     static ZANTONode *getNodeFromEpicsId(const char *id);
     /// The records of a node, or an empty text if it gets none. bdIdx and chIdx are the
     /// positions in the tree, -1 where they do not apply.
-    static std::string ZANTOCreateStringForDbRecord(ZANTONode *node, int32_t bdIdx,
-                                                    int32_t chIdx);
+    static std::string ZANTOCreateStringForDbRecord(ZANTONode *node, int32_t bdIdx, int32_t chIdx);
     /// The node's line in the list of process variables, or an empty text.
     static std::string ZANTOCreateStringForItemExporting(ZANTONode *node, int32_t bdIdx,
                                                          int32_t chIdx);

@@ -78,16 +78,14 @@ bool watchSystem(bool subscribe, const ZANTONode &root, int16_t port)
             name != "NrOfSlot")
             list.addAtPosition(i, name);
     }
-    const auto call =
-        subscribe ? VEXAHV_SubscribeSystemParams : VEXAHV_UnSubscribeSystemParams;
+    const auto call = subscribe ? VEXAHV_SubscribeSystemParams : VEXAHV_UnSubscribeSystemParams;
     return watchLevel("system properties", list,
                       [&](const char *names, uint32_t count, char *results) {
                           return call(root.getSysHandle(), port, names, count, results);
                       });
 }
 
-bool watchBoard(bool subscribe, const ZANTONode &board, int32_t handle, int16_t port,
-                uint16_t slot)
+bool watchBoard(bool subscribe, const ZANTONode &board, int32_t handle, int16_t port, uint16_t slot)
 {
     WatchList list;
     const auto parameters = board.getParameters();
@@ -111,10 +109,9 @@ bool watchChannel(bool subscribe, const ZANTONode &node, int32_t handle, int16_t
         if (parameter->getAccessRights() != nodeAccessWrite && name != "Name")
             list.addNext(name);
     }
-    const auto call =
-        subscribe ? VEXAHV_SubscribeChannelParams : VEXAHV_UnSubscribeChannelParams;
-    const LevelName level = "channel [" + std::to_string(slot) + ":" + std::to_string(channel) +
-                            "] parameters";
+    const auto call = subscribe ? VEXAHV_SubscribeChannelParams : VEXAHV_UnSubscribeChannelParams;
+    const LevelName level =
+        "channel [" + std::to_string(slot) + ":" + std::to_string(channel) + "] parameters";
     return watchLevel(level, list, [&](const char *names, uint32_t count, char *results) {
         return call(handle, port, slot, channel, names, count, results);
     });

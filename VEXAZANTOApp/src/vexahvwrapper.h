@@ -39,9 +39,9 @@ enum { VEXAHV_SYSTEM_MAINFRAME = 2, VEXAHV_LINK_TCPIP = 0 };
 
 /* Sizes in bytes, each with the NUL included. */
 enum {
-    VEXAHV_PARAM_NAME_SLOT = 10,     /* one slot of a parameter name table */
-    VEXAHV_CHANNEL_NAME_SLOT = 12,   /* one slot of a channel name table */
-    VEXAHV_TEXT_SIZE = 1024,         /* longest text-valued answer */
+    VEXAHV_PARAM_NAME_SLOT = 10,   /* one slot of a parameter name table */
+    VEXAHV_CHANNEL_NAME_SLOT = 12, /* one slot of a channel name table */
+    VEXAHV_TEXT_SIZE = 1024,       /* longest text-valued answer */
     VEXAHV_SYSTEM_STATUS_SIZE = 1024,
     VEXAHV_ITEM_ID_SIZE = 20
 };
@@ -59,34 +59,30 @@ enum {
 
 /* Value of a parameter's "Mode" property and of a system property's mode.
  * Any code above 2 means no access at all. */
-enum {
-    VEXAHV_MODE_READ = 0,
-    VEXAHV_MODE_WRITE = 1,
-    VEXAHV_MODE_READWRITE = 2
-};
+enum { VEXAHV_MODE_READ = 0, VEXAHV_MODE_WRITE = 1, VEXAHV_MODE_READWRITE = 2 };
 
 /* Type of a system property: the shape of the value buffer. */
 enum {
-    VEXAHV_SYSPROP_TEXT = 0,         /* text of at most VEXAHV_TEXT_SIZE */
-    VEXAHV_SYSPROP_REAL = 1,         /* float */
+    VEXAHV_SYSPROP_TEXT = 0, /* text of at most VEXAHV_TEXT_SIZE */
+    VEXAHV_SYSPROP_REAL = 1, /* float */
     VEXAHV_SYSPROP_UINT16 = 2,
     VEXAHV_SYSPROP_UINT32 = 3,
     VEXAHV_SYSPROP_INT16 = 4,
     VEXAHV_SYSPROP_INT32 = 5,
-    VEXAHV_SYSPROP_BOOLEAN = 6       /* int16_t, 0 or 1 */
+    VEXAHV_SYSPROP_BOOLEAN = 6 /* int16_t, 0 or 1 */
 };
 
 /* Names of parameter properties and the value that each answers. */
-#define VEXAHV_PROP_TYPE "Type"          /* uint32_t */
-#define VEXAHV_PROP_MODE "Mode"          /* uint32_t */
-#define VEXAHV_PROP_MINVAL "Minval"      /* float */
-#define VEXAHV_PROP_MAXVAL "Maxval"      /* float */
-#define VEXAHV_PROP_UNIT "Unit"          /* uint16_t */
-#define VEXAHV_PROP_EXP "Exp"            /* int16_t, power of ten */
-#define VEXAHV_PROP_DECIMAL "Decimal"    /* int16_t */
-#define VEXAHV_PROP_ONSTATE "Onstate"    /* text */
-#define VEXAHV_PROP_OFFSTATE "Offstate"  /* text */
-#define VEXAHV_PROP_ENUM "Enum"          /* never decoded */
+#define VEXAHV_PROP_TYPE "Type"         /* uint32_t */
+#define VEXAHV_PROP_MODE "Mode"         /* uint32_t */
+#define VEXAHV_PROP_MINVAL "Minval"     /* float */
+#define VEXAHV_PROP_MAXVAL "Maxval"     /* float */
+#define VEXAHV_PROP_UNIT "Unit"         /* uint16_t */
+#define VEXAHV_PROP_EXP "Exp"           /* int16_t, power of ten */
+#define VEXAHV_PROP_DECIMAL "Decimal"   /* int16_t */
+#define VEXAHV_PROP_ONSTATE "Onstate"   /* text */
+#define VEXAHV_PROP_OFFSTATE "Offstate" /* text */
+#define VEXAHV_PROP_ENUM "Enum"         /* never decoded */
 
 /* Kinds of events: the values of the record's member Type. */
 enum {
@@ -107,8 +103,8 @@ typedef union {
 typedef struct {
     int32_t Type;
     int32_t SystemHandle;
-    int32_t BoardIndex;              /* negative: not a board's item */
-    int32_t ChannelIndex;            /* negative: not a channel's item */
+    int32_t BoardIndex;   /* negative: not a board's item */
+    int32_t ChannelIndex; /* negative: not a channel's item */
     char ItemID[VEXAHV_ITEM_ID_SIZE];
     IDValue_t Value;
 } VEXAHVEventData_t;
@@ -149,8 +145,8 @@ VEXAHVRESULT VEXAHV_GetSysPropList(int32_t handle, uint16_t *count, char **list)
 VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list);
 
 /* Mode first, then type. */
-VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name,
-                                   uint32_t *mode, uint32_t *type);
+VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode,
+                                   uint32_t *type);
 
 /* value is shaped by the property's type; a text needs VEXAHV_TEXT_SIZE bytes. */
 VEXAHVRESULT VEXAHV_GetSysProp(int32_t handle, const char *name, void *value);
@@ -163,9 +159,8 @@ VEXAHVRESULT VEXAHV_ExecComm(int32_t handle, const char *name);
 /* Six library-allocated lists with one entry per slot: models and descriptions
  * as packed NUL-ended texts, the others as arrays. A channel count of 0 marks
  * an empty slot. All six are released one by one. */
-VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount,
-                                uint16_t **channelCounts, char **models,
-                                char **descriptions, uint16_t **serialNumbers,
+VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount, uint16_t **channelCounts,
+                                char **models, char **descriptions, uint16_t **serialNumbers,
                                 uint8_t **firmwareMinor, uint8_t **firmwareMajor);
 
 /* *nameTable receives an array of VEXAHV_PARAM_NAME_SLOT-byte slots, each with
@@ -187,8 +182,7 @@ VEXAHVRESULT VEXAHV_SetBdParam(int32_t handle, uint16_t count, const uint16_t *s
 
 /* names is the caller's table with one slot per channel asked for. */
 VEXAHVRESULT VEXAHV_GetChName(int32_t handle, uint16_t slot, uint16_t count,
-                              const uint16_t *channels,
-                              char (*names)[VEXAHV_CHANNEL_NAME_SLOT]);
+                              const uint16_t *channels, char (*names)[VEXAHV_CHANNEL_NAME_SLOT]);
 VEXAHVRESULT VEXAHV_SetChName(int32_t handle, uint16_t slot, uint16_t count,
                               const uint16_t *channels, const char *name);
 
@@ -197,10 +191,10 @@ VEXAHVRESULT VEXAHV_GetChParamInfo(int32_t handle, uint16_t slot, uint16_t chann
                                    char **nameTable, int32_t *count);
 VEXAHVRESULT VEXAHV_GetChParamProp(int32_t handle, uint16_t slot, uint16_t channel,
                                    const char *param, const char *property, void *value);
-VEXAHVRESULT VEXAHV_GetChParam(int32_t handle, uint16_t slot, const char *param,
-                               uint16_t count, const uint16_t *channels, void *values);
-VEXAHVRESULT VEXAHV_SetChParam(int32_t handle, uint16_t slot, const char *param,
-                               uint16_t count, const uint16_t *channels, const void *value);
+VEXAHVRESULT VEXAHV_GetChParam(int32_t handle, uint16_t slot, const char *param, uint16_t count,
+                               const uint16_t *channels, void *values);
+VEXAHVRESULT VEXAHV_SetChParam(int32_t handle, uint16_t slot, const char *param, uint16_t count,
+                               const uint16_t *channels, const void *value);
 
 /* --- Change events ----------------------------------------------------------- */
 
@@ -218,11 +212,11 @@ VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t handle, int16_t port, uint16_t 
 VEXAHVRESULT VEXAHV_UnSubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,
                                            const char *names, uint32_t count, char *results);
 VEXAHVRESULT VEXAHV_SubscribeChannelParams(int32_t handle, int16_t port, uint16_t slot,
-                                           uint16_t channel, const char *names,
-                                           uint32_t count, char *results);
+                                           uint16_t channel, const char *names, uint32_t count,
+                                           char *results);
 VEXAHVRESULT VEXAHV_UnSubscribeChannelParams(int32_t handle, int16_t port, uint16_t slot,
-                                             uint16_t channel, const char *names,
-                                             uint32_t count, char *results);
+                                             uint16_t channel, const char *names, uint32_t count,
+                                             char *results);
 
 /* Waits on a socket accepted from the mainframe until a whole batch has
  * arrived and hands it back as an array of *count records. Fails once the peer

@@ -22,9 +22,8 @@ void stayOnLoopback()
          {"EPICS_CA_ADDR_LIST", "EPICS_CAS_INTF_ADDR_LIST", "EPICS_CAS_BEACON_ADDR_LIST",
           "EPICS_PVA_ADDR_LIST", "EPICS_PVAS_INTF_ADDR_LIST", "EPICS_PVAS_BEACON_ADDR_LIST"})
         setenv(name, "127.0.0.1", 0);
-    for (const char *name :
-         {"EPICS_CA_AUTO_ADDR_LIST", "EPICS_CAS_AUTO_BEACON_ADDR_LIST",
-          "EPICS_PVA_AUTO_ADDR_LIST", "EPICS_PVAS_AUTO_BEACON_ADDR_LIST"})
+    for (const char *name : {"EPICS_CA_AUTO_ADDR_LIST", "EPICS_CAS_AUTO_BEACON_ADDR_LIST",
+                             "EPICS_PVA_AUTO_ADDR_LIST", "EPICS_PVAS_AUTO_BEACON_ADDR_LIST"})
         setenv(name, "NO", 0);
 }
 

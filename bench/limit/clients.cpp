@@ -24,8 +24,8 @@ constexpr int setPoints = 48;
 std::string setPointName(int number, uint16_t boards)
 {
     char name[64];
-    std::snprintf(name, sizeof(name), "%s:%02d:%03d:VSet", MemoryCrate::name,
-                  number * 5 % boards, number % MemoryCrate::channels);
+    std::snprintf(name, sizeof(name), "%s:%02d:%03d:VSet", MemoryCrate::name, number * 5 % boards,
+                  number % MemoryCrate::channels);
     return name;
 }
 
@@ -122,8 +122,8 @@ void watchReadBacks(uint16_t boards, std::deque<Watch> &watches)
 {
     const auto readBacks = connectAll(boards, ":RBV");
     for (std::size_t i = 0; i < readBacks.size(); ++i)
-        check(ca_create_subscription(DBR_DOUBLE, 1, readBacks[i], DBE_VALUE, onMonitor,
-                                     &watches[i], nullptr),
+        check(ca_create_subscription(DBR_DOUBLE, 1, readBacks[i], DBE_VALUE, onMonitor, &watches[i],
+                                     nullptr),
               "monitor");
     ca_flush_io();
     std::this_thread::sleep_for(std::chrono::milliseconds(500));

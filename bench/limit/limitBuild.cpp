@@ -27,8 +27,8 @@ private:
 
 const char *unitText(uint16_t unit)
 {
-    static constexpr const char *units[] = {"None",  "Ampere", "Volt", "Watt",   "Celsius", "Hertz",
-                                            "Bar",   "Vps",    "Second", "Rpm", "Count"};
+    static constexpr const char *units[] = {"None", "Ampere", "Volt",   "Watt", "Celsius", "Hertz",
+                                            "Bar",  "Vps",    "Second", "Rpm",  "Count"};
     return unit < sizeof(units) / sizeof(units[0]) ? units[unit] : "";
 }
 
@@ -106,8 +106,7 @@ private:
         found.highest = static_cast<float>(static_cast<int32_t>(found.highest));
         if (m_channel >= 0)
             found.decimals = decimals;
-        std::snprintf(found.unit, sizeof(found.unit), "%s%s", prefixText(exponent),
-                      unitText(unit));
+        std::snprintf(found.unit, sizeof(found.unit), "%s%s", prefixText(exponent), unitText(unit));
     }
 
     int32_t m_handle;

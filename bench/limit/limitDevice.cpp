@@ -117,14 +117,21 @@ template <typename Routine> DEVSUPFUN entry(Routine *routine)
 
 template <typename Record, ListKind kind> Table input()
 {
-    return {6,       nullptr, nullptr, entry(initInput<Record>), entry(getList<kind>),
-            entry(readNode<Record>), nullptr};
+    return {6,
+            nullptr,
+            nullptr,
+            entry(initInput<Record>),
+            entry(getList<kind>),
+            entry(readNode<Record>),
+            nullptr};
 }
 
 template <typename Record, ListKind kind> Table output()
 {
-    return {6,       nullptr, nullptr, entry(initOutput<Record>), nullptr,
-            entry(writeNode<Record, kind>), nullptr};
+    return {6,       nullptr,
+            nullptr, entry(initOutput<Record>),
+            nullptr, entry(writeNode<Record, kind>),
+            nullptr};
 }
 
 Table devVEXAZANTOAi = input<aiRecord, ListKind::ai>();

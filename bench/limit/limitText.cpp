@@ -89,8 +89,7 @@ void addLinks(TextBuffer &text, const LimitNode &node, const char *name)
         text.add("\tfield( OUT, \"@%s\")\n}\n", name);
     } else {
         const LimitRecordName upper = upperCase(LimitRecordName(node));
-        text.add("\tfield( SDIS, \"%s:Sync.PACT\")\n\tfield( OUT, \"@%s\")\n}\n", name,
-                 upper.text);
+        text.add("\tfield( SDIS, \"%s:Sync.PACT\")\n\tfield( OUT, \"@%s\")\n}\n", name, upper.text);
         addReadBack(text, node, name, upper.text);
     }
 }

@@ -11,10 +11,10 @@
 
 struct LimitNode {
     double number;
-    char text[40]; // as long as a record shows
-    int16_t board; // negative: of the system
+    char text[40];   // as long as a record shows
+    int16_t board;   // negative: of the system
     int16_t channel; // negative: of a board, or of the system
-    uint8_t kind; // as the type of a parameter
+    uint8_t kind;    // as the type of a parameter
     uint8_t mode;
     char name[VEXAHV_ITEM_ID_SIZE];
 };

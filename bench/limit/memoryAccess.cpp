@@ -295,14 +295,14 @@ VEXAHVRESULT VEXAHV_UnSubscribeSystemParams(int32_t, int16_t, const char *, uint
     return accept(count, results);
 }
 
-VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t, int16_t, uint16_t, const char *,
-                                         uint32_t count, char *results)
+VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t, int16_t, uint16_t, const char *, uint32_t count,
+                                         char *results)
 {
     return accept(count, results);
 }
 
-VEXAHVRESULT VEXAHV_UnSubscribeBoardParams(int32_t, int16_t, uint16_t, const char *,
-                                           uint32_t count, char *results)
+VEXAHVRESULT VEXAHV_UnSubscribeBoardParams(int32_t, int16_t, uint16_t, const char *, uint32_t count,
+                                           char *results)
 {
     return accept(count, results);
 }

@@ -20,7 +20,7 @@ enum Unit : uint16_t { noUnit = 0, ampere = 1, volt = 2, celsius = 4, perSecond 
 MemoryParameter numeric(const char *name, uint32_t mode, float lowest, float highest, Unit unit,
                         int16_t exponent = 0, int16_t decimals = 0)
 {
-    return {name, VEXAHV_PARAM_NUMERIC, mode, lowest, highest, unit, exponent, decimals, nullptr,
+    return {name,   VEXAHV_PARAM_NUMERIC, mode, lowest, highest, unit, exponent, decimals, nullptr,
             nullptr};
 }
 
@@ -218,8 +218,7 @@ VEXAHVEventData_t *MemoryCrate::takeBatch(uint32_t &count)
     if (m_batch == 0)
         m_written.wait(lock, [this] { return !m_answers.empty(); });
     count = m_batch != 0 ? m_batch : static_cast<uint32_t>(m_answers.size());
-    auto *events =
-        static_cast<VEXAHVEventData_t *>(std::malloc(count * sizeof(VEXAHVEventData_t)));
+    auto *events = static_cast<VEXAHVEventData_t *>(std::malloc(count * sizeof(VEXAHVEventData_t)));
     if (events == nullptr)
         throw std::bad_alloc();
     if (m_batch != 0)

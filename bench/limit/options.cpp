@@ -42,9 +42,8 @@ bool Options::wants(const std::string &name) const { return holds(names, name); 
 
 bool Options::wantsRecords() const
 {
-    return std::any_of(names.begin(), names.end(), [](const std::string &name) {
-        return name != "build" && name != "event";
-    });
+    return std::any_of(names.begin(), names.end(),
+                       [](const std::string &name) { return name != "build" && name != "event"; });
 }
 
 bool parseOptions(const std::vector<std::string> &words, Options &options)

@@ -8,7 +8,7 @@
 
 struct Options {
     uint16_t boards = 16;
-    int core = -1;        // the last one that is allowed
+    int core = -1; // the last one that is allowed
     uint32_t puts = 1000;
     uint32_t shown = 40; // puts that are followed up to the read-back
     bool client = false; // this process is the client of an IOC that runs

@@ -58,10 +58,11 @@ bool writesToMemory()
 // The client is this program anew, so that both find the same libraries.
 bool runClientProcess(const std::string &name, const Options &options)
 {
-    std::vector<std::string> words = {"client", "--client", "--boards",
-                                      std::to_string(options.boards), "--puts",
-                                      std::to_string(options.puts), "--shown",
-                                      std::to_string(options.shown), name};
+    std::vector<std::string> words = {"client",   "--client",
+                                      "--boards", std::to_string(options.boards),
+                                      "--puts",   std::to_string(options.puts),
+                                      "--shown",  std::to_string(options.shown),
+                                      name};
     std::vector<char *> arguments;
     for (std::string &word : words)
         arguments.push_back(word.data());

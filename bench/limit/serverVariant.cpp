@@ -40,9 +40,9 @@ void variantBeforeRecords()
 {
     // The driver waits for the port to be settled; the kernel chooses it.
     tcpPort = 0;
-    tcpServerThread = epicsThreadCreate("ZANTOTcpServerThread", 55,
-                                        epicsThreadGetStackSize(epicsThreadStackBig),
-                                        tcpServer_Thread, nullptr);
+    tcpServerThread =
+        epicsThreadCreate("ZANTOTcpServerThread", 55, epicsThreadGetStackSize(epicsThreadStackBig),
+                          tcpServer_Thread, nullptr);
 }
 
 void variantAfterRecords() { ZANTOAdvance(ZANTOHappening::scriptEnded); }

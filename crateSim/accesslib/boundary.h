@@ -15,8 +15,7 @@
 namespace sim::accesslib {
 
 // Runs the body of an operation; its result is 0 or the failure's code.
-template <class Body>
-VEXAHVRESULT guarded(Body body) noexcept
+template <class Body> VEXAHVRESULT guarded(Body body) noexcept
 {
     try {
         body();
@@ -30,8 +29,7 @@ VEXAHVRESULT guarded(Body body) noexcept
     }
 }
 
-template <class... Pointers>
-void requireArguments(const Pointers *...pointers)
+template <class... Pointers> void requireArguments(const Pointers *...pointers)
 {
     if (((pointers == nullptr) || ...))
         throw CallFailure{failure::badArgument};
@@ -48,12 +46,10 @@ struct Freer {
 };
 
 // A buffer on its way to the caller, who releases it with VEXAHV_Free.
-template <class Element>
-using Buffer = std::unique_ptr<Element[], Freer>;
+template <class Element> using Buffer = std::unique_ptr<Element[], Freer>;
 
 // Never null, not even without elements.
-template <class Element>
-Buffer<Element> allocate(size_t count)
+template <class Element> Buffer<Element> allocate(size_t count)
 {
     const size_t bytes = (count == 0 ? 1 : count) * sizeof(Element);
     auto *memory = static_cast<Element *>(std::malloc(bytes));
@@ -62,8 +58,7 @@ Buffer<Element> allocate(size_t count)
     return Buffer<Element>(memory);
 }
 
-template <class Container>
-auto copyOf(const Container &source)
+template <class Container> auto copyOf(const Container &source)
 {
     auto buffer = allocate<typename Container::value_type>(source.size());
     if (!source.empty())

@@ -21,8 +21,7 @@ Buffer<char> wholeTexts(std::string list, size_t count);
 Buffer<char> wholeTable(std::string table);
 
 // At least count numbers.
-template <class Number>
-Buffer<Number> wholeNumbers(std::vector<Number> list, size_t count)
+template <class Number> Buffer<Number> wholeNumbers(std::vector<Number> list, size_t count)
 {
     constexpr Number madeUp = 1;
     if (list.size() < count)

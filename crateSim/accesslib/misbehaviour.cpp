@@ -38,9 +38,9 @@ std::optional<std::string> readBeginning(std::string_view name)
         return std::string();
     const std::string_view beginning = withoutPrefix(name);
     const bool known =
-        !beginning.empty()
-        && std::any_of(wire::operationNames.begin(), wire::operationNames.end(),
-                       [=](std::string_view operation) { return fits(beginning, operation); });
+        !beginning.empty() &&
+        std::any_of(wire::operationNames.begin(), wire::operationNames.end(),
+                    [=](std::string_view operation) { return fits(beginning, operation); });
     return known ? std::optional<std::string>(beginning) : std::nullopt;
 }
 

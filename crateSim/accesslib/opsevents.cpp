@@ -16,8 +16,7 @@ wire::Header readHeader(int32_t socket)
     wire::Header header{};
     size_t received = 0;
     while (received < header.size()) {
-        const size_t part =
-            receiveSome(socket, header.data() + received, header.size() - received);
+        const size_t part = receiveSome(socket, header.data() + received, header.size() - received);
         received += part;
         if (part == 0)
             throw CallFailure{failure::connectionLost};
@@ -89,8 +88,7 @@ VEXAHVRESULT VEXAHV_GetEventData(int32_t socket, VEXAHVSystemStatus_t *status,
 {
     return guarded([&] {
         requireArguments(events, count);
-        const std::string payload =
-            readPayload(socket, wire::payloadLength(readHeader(socket)));
+        const std::string payload = readPayload(socket, wire::payloadLength(readHeader(socket)));
         const wire::Unpacked unpacked = wire::unpackPayload(payload);
         const wire::BatchReader batch(unpacked);
         auto records = makeRecords(batch);

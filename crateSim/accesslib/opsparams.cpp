@@ -18,8 +18,8 @@ size_t propertyWidth(std::string_view property)
         size_t bytes;
     };
     constexpr Width widths[] = {
-        {VEXAHV_PROP_TYPE, 4},    {VEXAHV_PROP_MODE, 4}, {VEXAHV_PROP_MINVAL, 4},
-        {VEXAHV_PROP_MAXVAL, 4},  {VEXAHV_PROP_UNIT, 2}, {VEXAHV_PROP_EXP, 2},
+        {VEXAHV_PROP_TYPE, 4},    {VEXAHV_PROP_MODE, 4},    {VEXAHV_PROP_MINVAL, 4},
+        {VEXAHV_PROP_MAXVAL, 4},  {VEXAHV_PROP_UNIT, 2},    {VEXAHV_PROP_EXP, 2},
         {VEXAHV_PROP_DECIMAL, 2}, {VEXAHV_PROP_ONSTATE, 0}, {VEXAHV_PROP_OFFSTATE, 0},
     };
     for (const auto &width : widths)
@@ -148,9 +148,9 @@ VEXAHVRESULT VEXAHV_SetChParam(int32_t handle, uint16_t slot, const char *param,
 {
     return guarded([&] {
         requireArguments(param, channels, value);
-        call(handle, wire::Operation::SetChParam,
-             wire::SetChannelParameterRequest{slot, param, indexes(channels, count),
-                                              wordAt(value)});
+        call(
+            handle, wire::Operation::SetChParam,
+            wire::SetChannelParameterRequest{slot, param, indexes(channels, count), wordAt(value)});
     });
 }
 

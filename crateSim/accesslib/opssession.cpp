@@ -30,8 +30,7 @@ VEXAHVRESULT VEXAHV_InitSystem(int32_t systemType, int32_t linkType, const char 
         auto &table = SessionTable::instance();
         const int32_t number = table.newHandle();
         const auto session = std::make_shared<Session>(connected(linkArg));
-        const wire::LoginRequest request{number,  systemType, linkType,
-                                         linkArg, userName,   password};
+        const wire::LoginRequest request{number, systemType, linkType, linkArg, userName, password};
         constexpr auto operation = wire::Operation::InitSystem;
         const Reply reply(session->exchange(operation, wire::makeCall(operation, request)));
         const auto types = reply.body<wire::LoginAnswer>().propertyTypes;

@@ -47,8 +47,7 @@ VEXAHVRESULT VEXAHV_UnSubscribeSystemParams(int32_t handle, int16_t port, const 
 VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,
                                          const char *names, uint32_t count, char *results)
 {
-    return change(Operation::SubscribeBoardParams, handle, port, slot, none, names, count,
-                  results);
+    return change(Operation::SubscribeBoardParams, handle, port, slot, none, names, count, results);
 }
 
 VEXAHVRESULT VEXAHV_UnSubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,

@@ -47,8 +47,7 @@ VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list
     return guarded([&] { packedList(handle, wire::Operation::GetExecCommList, count, list); });
 }
 
-VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode,
-                                   uint32_t *type)
+VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode, uint32_t *type)
 {
     return guarded([&] {
         requireArguments(name, mode, type);
@@ -100,8 +99,8 @@ VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount, uint16_t **
     return guarded([&] {
         requireArguments(slotCount, channelCounts, models, descriptions, serialNumbers,
                          firmwareMinor, firmwareMajor);
-        const auto map =
-            call(handle, wire::Operation::GetCrateMap, wire::Nothing()).body<wire::CrateMapAnswer>();
+        const auto map = call(handle, wire::Operation::GetCrateMap, wire::Nothing())
+                             .body<wire::CrateMapAnswer>();
         auto counts = wholeNumbers(map.channelCounts, map.slotCount);
         auto modelList = wholeTexts(map.models, map.slotCount);
         auto descriptionList = wholeTexts(map.descriptions, map.slotCount);

@@ -37,7 +37,7 @@ struct CallFailure {
 // are under way.
 struct Tuning {
     uint16_t port = 3180;
-    std::chrono::milliseconds timeout{5000};  // for one call
+    std::chrono::milliseconds timeout{5000}; // for one call
 };
 Tuning &tuning();
 
@@ -50,11 +50,7 @@ public:
             throw CallFailure{m_answer.result};
     }
 
-    template <class Body>
-    Body body() const
-    {
-        return wire::convert<Body>(m_answer.body);
-    }
+    template <class Body> Body body() const { return wire::convert<Body>(m_answer.body); }
 
 private:
     wire::Unpacked m_unpacked;
@@ -95,7 +91,7 @@ private:
     unsigned m_awaited = 0; // answers to come; all but the last are passed over
     std::string m_input;    // as far as it is filled; keeps its memory from call to call
     size_t m_filled = 0;
-    size_t m_frame = 0;     // bytes of the first answer in it; 0: not known yet
+    size_t m_frame = 0; // bytes of the first answer in it; 0: not known yet
 };
 
 // All logins of the process. Thread-safe.

@@ -22,20 +22,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // Of an interruption that does not end the wait.
-bool isPassedOver(int error)
-{
-    return error == EINTR && !misbehaviour().failsInterrupted;
-}
+bool isPassedOver(int error) { return error == EINTR && !misbehaviour().failsInterrupted; }
 
-Transfer failureOf(int error)
-{
-    return error == EINTR ? Transfer::Interrupted : Transfer::Lost;
-}
+Transfer failureOf(int error) { return error == EINTR ? Transfer::Interrupted : Transfer::Lost; }
 
-bool wouldBlock(int error)
-{
-    return error == EAGAIN || error == EWOULDBLOCK;
-}
+bool wouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
 
 // Rounded up, so that a poll never ends before the deadline and spins.
 int millisecondsUntil(Deadline deadline)

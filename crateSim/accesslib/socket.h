@@ -15,7 +15,6 @@ using Deadline = std::chrono::steady_clock::time_point;
 // Interrupted: by a signal, if such misbehaviour is asked for.
 enum class Transfer : uint8_t { Done, TimedOut, Lost, Interrupted };
 
-
 // Owns its descriptor.
 class Socket {
 public:

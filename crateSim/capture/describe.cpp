@@ -43,9 +43,9 @@ public:
 
     std::optional<Value> winner() const
     {
-        const auto best = std::max_element(
-            m_votes.begin(), m_votes.end(),
-            [](const auto &a, const auto &b) { return a.second < b.second; });
+        const auto best =
+            std::max_element(m_votes.begin(), m_votes.end(),
+                             [](const auto &a, const auto &b) { return a.second < b.second; });
         return best == m_votes.end() ? std::nullopt : std::optional(best->first);
     }
 
@@ -55,7 +55,8 @@ private:
 
 // Gives the parameters of a model the commonest values of those who have it, and
 // them what differs.
-void share(Parameters &parameters, const std::vector<std::pair<const SeenLevel *, StartValues *>> &all)
+void share(Parameters &parameters,
+           const std::vector<std::pair<const SeenLevel *, StartValues *>> &all)
 {
     for (size_t index = 0; index < parameters.size(); ++index) {
         auto &parameter = parameters[index];
@@ -161,20 +162,21 @@ private:
     BoardDescription boardOf(const SeenBoard &seen)
     {
         const auto &channel = usualChannel(seen);
-        const auto known = std::find_if(
-            m_crate.models.begin(), m_crate.models.end(), [&](const auto &model) {
-                return model.name == seen.slot.model && sameKind(model.board, seen.level.parameters)
-                       && sameKind(model.channel, channel);
+        const auto known =
+            std::find_if(m_crate.models.begin(), m_crate.models.end(), [&](const auto &model) {
+                return model.name == seen.slot.model &&
+                       sameKind(model.board, seen.level.parameters) &&
+                       sameKind(model.channel, channel);
             });
-        BoardDescription board{
-            known != m_crate.models.end() ? known->key
-                                          : addModel(seen.slot.model, seen.level.parameters, channel),
-            seen.slot.description,
-            seen.slot.serialNumber,
-            seen.slot.firmwareMajor,
-            seen.slot.firmwareMinor,
-            {},
-            {}};
+        BoardDescription board{known != m_crate.models.end()
+                                   ? known->key
+                                   : addModel(seen.slot.model, seen.level.parameters, channel),
+                               seen.slot.description,
+                               seen.slot.serialNumber,
+                               seen.slot.firmwareMajor,
+                               seen.slot.firmwareMinor,
+                               {},
+                               {}};
         for (const auto &each : seen.channels)
             board.channels.push_back({each.name, {}, {}, {}});
         return board;
@@ -201,9 +203,10 @@ private:
             const auto &parameters = seen.channels[index].level.parameters;
             if (sameKind(m_crate.findModel(board.model)->channel, parameters))
                 continue;
-            const auto known = std::find_if(
-                m_crate.models.begin(), m_crate.models.end(),
-                [&](const auto &model) { return sameKind(model.channel, parameters); });
+            const auto known =
+                std::find_if(m_crate.models.begin(), m_crate.models.end(), [&](const auto &model) {
+                    return sameKind(model.channel, parameters);
+                });
             board.channels[index].model = known != m_crate.models.end()
                                               ? known->key
                                               : addModel(seen.slot.model, {}, parameters);
@@ -262,8 +265,8 @@ private:
             "What a mainframe does not tell stands here as a guess; please check:",
             "- users: admin with password admin stands for those of the mainframe.",
             "- role, action: guessed from the usual names and types.",
-            "- loads: estimated from voltage and current for " + std::to_string(m_loads) + " of "
-                + std::to_string(m_channels) + " channels; the others are not connected.",
+            "- loads: estimated from voltage and current for " + std::to_string(m_loads) + " of " +
+                std::to_string(m_channels) + " channels; the others are not connected.",
             "- start: write-only values and texts of boards and channels cannot be read.",
         };
         if (m_seen.leftOut.empty())

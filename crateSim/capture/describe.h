@@ -11,7 +11,7 @@ namespace sim::capture {
 
 struct Described {
     CrateFile file;
-    std::vector<std::string> comment;  // what could not be learnt
+    std::vector<std::string> comment; // what could not be learnt
 };
 
 Described describe(const SeenCrate &seen, const std::string &name);

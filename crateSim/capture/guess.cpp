@@ -7,9 +7,8 @@ namespace sim::capture {
 
 namespace {
 
-template <class Meaning, class Type>
-struct Usual {
-    std::string_view name;  // in small letters, without blanks
+template <class Meaning, class Type> struct Usual {
+    std::string_view name; // in small letters, without blanks
     Type type;
     Meaning meaning;
 };
@@ -18,15 +17,24 @@ using P = ParamType;
 using R = Role;
 
 constexpr Usual<Role, ParamType> ofChannels[] = {
-    {"vset", P::Numeric, R::VoltageSet},      {"v0set", P::Numeric, R::VoltageSet},
-    {"iset", P::Numeric, R::CurrentSet},      {"i0set", P::Numeric, R::CurrentSet},
-    {"rup", P::Numeric, R::RampUp},           {"rdwn", P::Numeric, R::RampDown},
-    {"rdown", P::Numeric, R::RampDown},       {"trip", P::Numeric, R::TripTime},
-    {"svmax", P::Numeric, R::VoltageLimit},   {"vmax", P::Numeric, R::VoltageLimit},
-    {"pw", P::OnOff, R::Power},               {"pdwn", P::OnOff, R::PowerDown},
-    {"vmon", P::Numeric, R::Voltage},         {"imon", P::Numeric, R::Current},
-    {"status", P::ChannelStatus, R::Status},  {"chstatus", P::ChannelStatus, R::Status},
-    {"lasttrip", P::Text, R::TripCause},      {"clrtrip", P::OnOff, R::ClearTrip},
+    {"vset", P::Numeric, R::VoltageSet},
+    {"v0set", P::Numeric, R::VoltageSet},
+    {"iset", P::Numeric, R::CurrentSet},
+    {"i0set", P::Numeric, R::CurrentSet},
+    {"rup", P::Numeric, R::RampUp},
+    {"rdwn", P::Numeric, R::RampDown},
+    {"rdown", P::Numeric, R::RampDown},
+    {"trip", P::Numeric, R::TripTime},
+    {"svmax", P::Numeric, R::VoltageLimit},
+    {"vmax", P::Numeric, R::VoltageLimit},
+    {"pw", P::OnOff, R::Power},
+    {"pdwn", P::OnOff, R::PowerDown},
+    {"vmon", P::Numeric, R::Voltage},
+    {"imon", P::Numeric, R::Current},
+    {"status", P::ChannelStatus, R::Status},
+    {"chstatus", P::ChannelStatus, R::Status},
+    {"lasttrip", P::Text, R::TripCause},
+    {"clrtrip", P::OnOff, R::ClearTrip},
     {"imin", P::Numeric, R::CurrentMinimum},
 };
 
@@ -63,8 +71,8 @@ std::string plain(const std::string &name)
     std::string result;
     for (const char letter : name)
         if (letter != ' ')
-            result += letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a')
-                                                     : letter;
+            result +=
+                letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
     return result;
 }
 
@@ -105,14 +113,14 @@ Action guessAction(const std::string &command)
 
 bool isLive(Role role)
 {
-    return role == Role::Voltage || role == Role::Current || role == Role::Status
-           || role == Role::TripCause || role == Role::BoardStatus;
+    return role == Role::Voltage || role == Role::Current || role == Role::Status ||
+           role == Role::TripCause || role == Role::BoardStatus;
 }
 
 bool isLive(PropertyRole role)
 {
-    return role == PropertyRole::OutputPower || role == PropertyRole::UptimeMinutes
-           || role == PropertyRole::TripCount;
+    return role == PropertyRole::OutputPower || role == PropertyRole::UptimeMinutes ||
+           role == PropertyRole::TripCount;
 }
 
 } // namespace sim::capture

@@ -16,10 +16,7 @@ std::atomic<const char *> pending{nullptr};
 static_assert(std::atomic<int>::is_always_lock_free);
 static_assert(std::atomic<const char *>::is_always_lock_free);
 
-void keep(int number)
-{
-    caught = number;
-}
+void keep(int number) { caught = number; }
 
 void print(const char *text)
 {
@@ -71,9 +68,6 @@ void armTimeout(const char *operation, unsigned seconds)
     alarm(seconds);
 }
 
-void disarmTimeout()
-{
-    alarm(0);
-}
+void disarmTimeout() { alarm(0); }
 
 } // namespace sim::capture

@@ -42,9 +42,7 @@ void declare(CLI::App &app, Arguments &arguments)
         ->type_name("NAME@HOST")
         ->required()
         ->check(checkCrate);
-    app.add_option("-u,--user", arguments.user, "Whom to log in as")
-        ->type_name("USER")
-        ->required();
+    app.add_option("-u,--user", arguments.user, "Whom to log in as")->type_name("USER")->required();
     app.add_option("-p,--password", arguments.password, "That user's password")
         ->type_name("PASSWORD")
         ->required();
@@ -64,10 +62,7 @@ void declare(CLI::App &app, Arguments &arguments)
                "of the description say. 1: nothing was written.");
 }
 
-void blank(char *text)
-{
-    std::memset(text, '*', std::strlen(text));
-}
+void blank(char *text) { std::memset(text, '*', std::strlen(text)); }
 
 // Nobody else shall read it in the list of processes.
 void hidePassword(int argc, char **argv)
@@ -103,8 +98,7 @@ int write(const Described &described)
     for (const auto &problem : sim::findProblems(described.file.crate))
         complain("not in order: " + problem.text);
     const std::string text = sim::writeCrate(described.file, described.comment);
-    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size()
-        && std::fflush(stdout) == 0)
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0)
         return 0;
     complain(std::string("the description cannot be written: ") + std::strerror(errno));
     return 1;
@@ -162,8 +156,8 @@ int run(int argc, char **argv)
     } catch (const CallFailed &failure) {
         const std::string text = failure.what();
         complain(text.rfind("VEXAHV_InitSystem", 0) == 0
-                     ? "no login at " + arguments.host()
-                           + ": refused, or nobody there answers (" + text + ")"
+                     ? "no login at " + arguments.host() + ": refused, or nobody there answers (" +
+                           text + ")"
                      : text);
     } catch (const TooMuchFails &failure) {
         complain(std::string("nearly every call fails, the last one: ") + failure.what());

@@ -14,11 +14,9 @@ namespace {
 // No mainframe has that many; a table without its end has to stop somewhere.
 constexpr size_t maxParameters = 1000;
 
-template <class Element>
-using Owned = std::unique_ptr<Element[], VEXAHVRESULT (*)(void *)>;
+template <class Element> using Owned = std::unique_ptr<Element[], VEXAHVRESULT (*)(void *)>;
 
-template <class Element>
-Owned<Element> owned(Element *buffer)
+template <class Element> Owned<Element> owned(Element *buffer)
 {
     return Owned<Element>(buffer, VEXAHV_Free);
 }
@@ -55,10 +53,7 @@ std::string placed(const std::string &what, const std::string &place)
     return place.empty() ? what : what + " (" + place + ")";
 }
 
-std::string quoted(const std::string &text)
-{
-    return '"' + text + '"';
-}
+std::string quoted(const std::string &text) { return '"' + text + '"'; }
 
 // The library may write as much as its longest text wherever it writes.
 union Answer {
@@ -125,10 +120,7 @@ Session::Session(const std::string &host, const std::string &user, const std::st
          int32_t{VEXAHV_LINK_TCPIP}, host.c_str(), user.c_str(), password.c_str(), &m_handle);
 }
 
-Session::~Session()
-{
-    VEXAHV_DeinitSystem(m_handle);
-}
+Session::~Session() { VEXAHV_DeinitSystem(m_handle); }
 
 std::vector<std::string> Session::names(const char *operation, NameLister lister)
 {
@@ -195,7 +187,7 @@ CrateMap Session::crateMap()
     PackedTexts descriptionTexts(descriptions);
     for (size_t index = 0; index < count; ++index)
         slots[index] = {at(channels, index), modelTexts.next(), descriptionTexts.next(),
-                        at(serials, index), at(majors, index), at(minors, index)};
+                        at(serials, index),  at(majors, index), at(minors, index)};
     return {std::move(slots), modelTexts.isCut() || descriptionTexts.isCut()};
 }
 

@@ -21,7 +21,7 @@ public:
 };
 
 struct Slot {
-    uint16_t channels = 0;  // 0: empty
+    uint16_t channels = 0; // 0: empty
     std::string model;
     std::string description;
     uint16_t serialNumber = 0;
@@ -31,7 +31,7 @@ struct Slot {
 
 struct CrateMap {
     std::vector<Slot> slots;
-    bool isCut = false;  // a text had no end: those behind it are empty
+    bool isCut = false; // a text had no end: those behind it are empty
 };
 
 struct PropertyInfo {
@@ -59,7 +59,7 @@ class Session {
 public:
     Session(const std::string &host, const std::string &user, const std::string &password,
             CallHook hook);
-    ~Session();  // logs out, without the hook
+    ~Session(); // logs out, without the hook
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
 

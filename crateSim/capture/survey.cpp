@@ -14,10 +14,7 @@ namespace {
 
 constexpr size_t maxFailures = 1000;
 
-bool isReadable(Mode mode)
-{
-    return mode == Mode::Read || mode == Mode::ReadWrite;
-}
+bool isReadable(Mode mode) { return mode == Mode::Read || mode == Mode::ReadWrite; }
 
 class Surveyor {
 public:
@@ -59,8 +56,7 @@ private:
     }
 
     // Whether it went well.
-    template <class Function>
-    bool attempt(Function function)
+    template <class Function> bool attempt(Function function)
     {
         try {
             function();
@@ -72,9 +68,8 @@ private:
     }
 
     // Names that can be described, each once.
-    std::vector<std::string> usable(const std::vector<std::string> &names,
-                                    const std::string &what, size_t longest,
-                                    std::set<std::string> seen = {})
+    std::vector<std::string> usable(const std::vector<std::string> &names, const std::string &what,
+                                    size_t longest, std::set<std::string> seen = {})
     {
         std::vector<std::string> all;
         for (const auto &name : names) {
@@ -107,8 +102,8 @@ private:
     {
         const auto info = m_session.propertyInfo(name);
         const auto type = static_cast<PropertyType>(info.type);
-        PropertyDescription property{name, type, static_cast<Mode>(info.mode),
-                                     PropertyRole::None, usualStart(type)};
+        PropertyDescription property{name, type, static_cast<Mode>(info.mode), PropertyRole::None,
+                                     usualStart(type)};
         const bool known = type <= PropertyType::Boolean;
         if (known && isReadable(property.mode))
             attempt([&] { takeValue(property, m_session.property(name, type)); });
@@ -117,8 +112,8 @@ private:
 
     void takeValue(PropertyDescription &property, Value value)
     {
-        const Item item{{}, property.name, property.mode, shapeOf(property.type), nullptr,
-                        &property};
+        const Item item{{},      property.name, property.mode, shapeOf(property.type),
+                        nullptr, &property};
         if (checkValue(item, value) == Result::Ok)
             property.start = std::move(value);
         else
@@ -145,8 +140,8 @@ private:
         SeenChannel seen;
         const Place place{slot, channel};
         attempt([&] {
-            seen.name = cut(place.text() + ": name", m_session.channelName(slot, channel),
-                            maxChannelName);
+            seen.name =
+                cut(place.text() + ": name", m_session.channelName(slot, channel), maxChannelName);
         });
         seen.level = readLevel(place);
         return seen;
@@ -199,8 +194,8 @@ private:
             leaveOut(about(place, p) + ": limits the wrong way round, exchanged");
             std::swap(p.minimum, p.maximum);
         }
-        p.unit = static_cast<Unit>(
-            m_session.numberProperty<uint16_t>(place, p.name, VEXAHV_PROP_UNIT));
+        p.unit =
+            static_cast<Unit>(m_session.numberProperty<uint16_t>(place, p.name, VEXAHV_PROP_UNIT));
         p.exponent = m_session.numberProperty<int16_t>(place, p.name, VEXAHV_PROP_EXP);
     }
 

@@ -12,7 +12,7 @@ namespace sim::ctl {
 struct Settings {
     std::string control;
     bool json = false;
-    double timeout = 10;  // s, for an answer
+    double timeout = 10; // s, for an answer
 
     std::chrono::milliseconds patience() const
     {
@@ -22,8 +22,7 @@ struct Settings {
 
 class Client {
 public:
-    explicit Client(const Settings &settings)
-        : m_settings(settings), m_connection(settings.control)
+    explicit Client(const Settings &settings) : m_settings(settings), m_connection(settings.control)
     {
     }
 

@@ -36,8 +36,7 @@ uint32_t bitsOf(const Place &place, const std::string &list)
 {
     uint32_t bits = 0;
     for (const auto &word : splitAt(',', list))
-        bits |= place.isChannel() ? bitOf(channelStatusWords, word)
-                                  : bitOf(boardStatusWords, word);
+        bits |= place.isChannel() ? bitOf(channelStatusWords, word) : bitOf(boardStatusWords, word);
     return bits;
 }
 
@@ -83,10 +82,10 @@ void declareWait(CLI::App &command, WaitOptions &options)
 {
     command.footer("Says nothing once it holds. Gives up after --timeout, with status 1.");
     auto *place = addPlace(command, options.place, PlaceKind::Any);
-    auto *name = command.add_option("NAME", options.name, "Name of a parameter or property")
-                     ->type_name("");
-    auto *value = command.add_option("VALUE", options.value, "Value that it is to have")
-                      ->type_name("");
+    auto *name =
+        command.add_option("NAME", options.name, "Name of a parameter or property")->type_name("");
+    auto *value =
+        command.add_option("VALUE", options.value, "Value that it is to have")->type_name("");
     command
         .add_option("--status", options.status,
                     "Instead of VALUE: bits that are to be set in it, such as on,ramping-up; "
@@ -98,19 +97,21 @@ void declareWait(CLI::App &command, WaitOptions &options)
     command.add_option("--tolerance", options.tolerance, "How far from VALUE is near enough")
         ->type_name("NUMBER")
         ->needs(value);
-    auto *call = command.add_option("--call", options.call, "Wait for a call of the access library")
-                     ->type_name("OPERATION");
+    auto *call =
+        command.add_option("--call", options.call, "Wait for a call of the access library")
+            ->type_name("OPERATION");
     command.add_option("--count", options.count, "How many of these calls (default: 1)")
         ->type_name("N")
         ->needs(call)
         ->check(wholeNumberFrom0());
-    auto *connections =
-        command.add_option("--event-connections", options.eventConnections,
-                           "Wait until so many event connections are open")
-            ->type_name("N")
-            ->check(wholeNumberFrom0());
-    auto *sessions = command.add_option("--sessions", options.sessions,
-                                        "Wait until so many connections of the library are open")
+    auto *connections = command
+                            .add_option("--event-connections", options.eventConnections,
+                                        "Wait until so many event connections are open")
+                            ->type_name("N")
+                            ->check(wholeNumberFrom0());
+    auto *sessions = command
+                         .add_option("--sessions", options.sessions,
+                                     "Wait until so many connections of the library are open")
                          ->type_name("N")
                          ->check(wholeNumberFrom0());
     for (auto *one : {place, call, connections, sessions})
@@ -152,8 +153,8 @@ void declareClockCommands(CLI::App &app, Action &chosen)
     declareOrder(app, chosen, "continue", "Let the crate's time go on");
     declareNumber(app, chosen, "step", "Let exactly so much of the crate's time pass at once",
                   "SECONDS", "Crate time, above 0", "seconds");
-    declareNumber(app, chosen, "speed", "Let the crate's time pass so many times faster",
-                  "FACTOR", "From 0.001 to 100000; 1 is the pace of the clock", "factor");
+    declareNumber(app, chosen, "speed", "Let the crate's time pass so many times faster", "FACTOR",
+                  "From 0.001 to 100000; 1 is the pace of the clock", "factor");
     addCommand<WaitOptions>(app, chosen, "wait",
                             "Wait for a value, a status, a call or a connection", declareWait,
                             wait);

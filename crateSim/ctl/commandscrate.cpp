@@ -54,8 +54,8 @@ void declareItem(CLI::App &command, ItemOptions &options)
 
 void get(Client &client, const ItemOptions &options)
 {
-    const Json answer = client.ask(
-        withPlace({{"cmd", "get"}, {"name", options.name}}, placeOf(options.place)));
+    const Json answer =
+        client.ask(withPlace({{"cmd", "get"}, {"name", options.name}}, placeOf(options.place)));
     client.show(answer, [](const Json &fields) {
         std::puts(textOf(fields.value("value", Json())).c_str());
     });
@@ -91,7 +91,8 @@ void declareCrateCommands(CLI::App &app, Action &chosen)
     const auto add = [&](auto options, const char *name, const char *help, auto fill, auto run) {
         addCommand<decltype(options)>(app, chosen, name, help, fill, run);
     };
-    add(ShowOptions(), "show", "Show the crate, a board, a channel or the system's properties",
+    add(
+        ShowOptions(), "show", "Show the crate, a board, a channel or the system's properties",
         [](CLI::App &command, ShowOptions &options) {
             addPlace(command, options.place, PlaceKind::Any);
             command.add_flag("--live", options.live,
@@ -99,7 +100,8 @@ void declareCrateCommands(CLI::App &app, Action &chosen)
         },
         show);
     add(ItemOptions(), "get", "Print the value of a parameter or property", declareItem, get);
-    add(ItemOptions(), "set", "Set a parameter or property as the front panel would",
+    add(
+        ItemOptions(), "set", "Set a parameter or property as the front panel would",
         [](CLI::App &command, ItemOptions &options) {
             declareItem(command, options);
             command
@@ -109,7 +111,8 @@ void declareCrateCommands(CLI::App &app, Action &chosen)
                 ->type_name("");
         },
         set);
-    add(std::string(), "execute", "Execute a command of the crate, such as ClearAlarm",
+    add(
+        std::string(), "execute", "Execute a command of the crate, such as ClearAlarm",
         [](CLI::App &command, std::string &name) {
             command.add_option("COMMAND", name, "Name of the command; \"show system\" lists them")
                 ->required()

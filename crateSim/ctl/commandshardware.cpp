@@ -12,8 +12,8 @@ struct TripOptions {
 
 void trip(Client &client, const TripOptions &options)
 {
-    client.order(withPlace({{"cmd", "trip"}, {"external", options.external}},
-                           placeOf(options.place)));
+    client.order(
+        withPlace({{"cmd", "trip"}, {"external", options.external}}, placeOf(options.place)));
 }
 
 struct ConditionOptions {
@@ -24,9 +24,8 @@ struct ConditionOptions {
 
 void condition(Client &client, const ConditionOptions &options)
 {
-    client.order(withPlace(
-        {{"cmd", "condition"}, {"name", options.name}, {"on", !options.clear}},
-        placeOf(options.place)));
+    client.order(withPlace({{"cmd", "condition"}, {"name", options.name}, {"on", !options.clear}},
+                           placeOf(options.place)));
 }
 
 // Everyday words for raising and dropping a condition.
@@ -63,8 +62,7 @@ void declareEveryday(CLI::App &app, Action &chosen, const Everyday &words)
 void declareSlotCommand(CLI::App &app, Action &chosen, const char *name, const char *help)
 {
     addCommand<int32_t>(
-        app, chosen, name, help,
-        [](CLI::App &command, int32_t &slot) { addSlot(command, slot); },
+        app, chosen, name, help, [](CLI::App &command, int32_t &slot) { addSlot(command, slot); },
         [name](Client &client, int32_t slot) {
             client.order({{"cmd", name}, {"slot", slot}});
         });

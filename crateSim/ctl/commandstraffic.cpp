@@ -22,7 +22,8 @@ void storm(Client &client, const StormOptions &options)
     if (options.rate != "stop") {
         request["rate"] = plainValue(options.rate);
         if (!request["rate"].is_number())
-            throw Problem("\"" + options.rate + "\" is neither a number of events per second"
+            throw Problem("\"" + options.rate +
+                          "\" is neither a number of events per second"
                           " nor \"stop\"");
     }
     if (options.seconds > 0)
@@ -39,15 +40,17 @@ void declareStorm(CLI::App &command, StormOptions &options)
     command.add_option("RATE", options.rate, "Events per second, or \"stop\"")
         ->required()
         ->type_name("");
-    command.add_option("--mix", options.mix,
-                       "Shares of the kinds numeric, status, on-off, integer, text, property; "
-                       "such as numeric=8,status=1")
+    command
+        .add_option("--mix", options.mix,
+                    "Shares of the kinds numeric, status, on-off, integer, text, property; "
+                    "such as numeric=8,status=1")
         ->type_name("KIND=SHARE,...");
     command.add_option("--seconds", options.seconds, "End by itself after so long")
         ->check(numberAbove0())
         ->type_name("S");
-    command.add_option("--batch", options.batch,
-                       "Send them in batches of so many, not of what is due at a time")
+    command
+        .add_option("--batch", options.batch,
+                    "Send them in batches of so many, not of what is due at a time")
         ->check(wholeNumberFrom0())
         ->type_name("N");
 }

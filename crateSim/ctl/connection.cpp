@@ -28,8 +28,9 @@ sockaddr_un addressOf(const std::string &path)
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.empty() || path.size() >= sizeof address.sun_path)
-        throw Problem(fmt::format("\"{}\" is no path of a socket: it is empty or longer than {} bytes",
-                                  path, sizeof address.sun_path - 1));
+        throw Problem(
+            fmt::format("\"{}\" is no path of a socket: it is empty or longer than {} bytes", path,
+                        sizeof address.sun_path - 1));
     path.copy(address.sun_path, path.size());
     return address;
 }
@@ -49,10 +50,7 @@ Connection::Connection(const std::string &path) : m_path(path)
     }
 }
 
-Connection::~Connection()
-{
-    close(m_socket);
-}
+Connection::~Connection() { close(m_socket); }
 
 Json Connection::ask(const Json &request, std::chrono::milliseconds timeout)
 {
@@ -74,8 +72,7 @@ void Connection::send(const std::string &line)
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            throw Problem(fmt::format("the crate at {} is gone: {}", m_path,
-                                      std::strerror(errno)));
+            throw Problem(fmt::format("the crate at {} is gone: {}", m_path, std::strerror(errno)));
         sent += static_cast<size_t>(count);
     }
 }

@@ -22,10 +22,7 @@ CLI::Validator wholeNumberFrom0();
 CLI::Validator numberAbove0();
 
 // For places that were checked when the command line was read.
-inline Place placeOf(const std::string &text)
-{
-    return parsePlace(text).value_or(Place());
-}
+inline Place placeOf(const std::string &text) { return parsePlace(text).value_or(Place()); }
 
 // A subcommand with options of its own. Fill gets the command and the options
 // to declare them; run carries it out.

@@ -11,7 +11,7 @@ namespace sim::ctl {
 
 struct Place {
     std::optional<int32_t> slot;
-    std::optional<int32_t> channel;  // only with a slot
+    std::optional<int32_t> channel; // only with a slot
 
     bool isSystem() const { return !slot; }
     bool isBoard() const { return slot && !channel; }

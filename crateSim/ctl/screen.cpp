@@ -22,10 +22,7 @@ constexpr size_t sideStep = 8;
 
 volatile std::sig_atomic_t endingSignal = 0;
 
-extern "C" void noteSignal(int number)
-{
-    endingSignal = number;
-}
+extern "C" void noteSignal(int number) { endingSignal = number; }
 
 // Has the signals that end a program noted, for as long as it lives.
 class EndingSignals {
@@ -34,7 +31,7 @@ public:
     {
         endingSignal = 0;
         struct sigaction action {};
-        action.sa_handler = noteSignal;  // no SA_RESTART: waiting for a key ends
+        action.sa_handler = noteSignal; // no SA_RESTART: waiting for a key ends
         for (size_t index = 0; index < std::size(numbers); ++index)
             sigaction(numbers[index], &action, &m_before[index]);
     }
@@ -48,7 +45,7 @@ public:
 
 private:
     static constexpr int numbers[] = {SIGINT, SIGTERM, SIGHUP};
-    struct sigaction m_before[std::size(numbers)] {};
+    struct sigaction m_before[std::size(numbers)]{};
 };
 
 // The terminal as long as curses has it.
@@ -102,8 +99,8 @@ public:
 private:
     void startColours()
     {
-        m_colours = std::getenv("NO_COLOR") == nullptr && has_colors() && start_color() == OK
-                    && use_default_colors() == OK;
+        m_colours = std::getenv("NO_COLOR") == nullptr && has_colors() && start_color() == OK &&
+                    use_default_colors() == OK;
         if (!m_colours)
             return;
         init_pair(colourOn, COLOR_GREEN, -1);

@@ -8,10 +8,7 @@ namespace {
 
 constexpr std::string_view gap = "  ";
 
-bool continuesLetter(char byte)
-{
-    return (static_cast<unsigned char>(byte) & 0xc0) == 0x80;
-}
+bool continuesLetter(char byte) { return (static_cast<unsigned char>(byte) & 0xc0) == 0x80; }
 
 std::vector<size_t> widths(const Table &table)
 {
@@ -42,8 +39,8 @@ std::string lineOf(const Table &table, const std::vector<size_t> &widths,
 
 size_t widthOf(std::string_view text)
 {
-    return text.size()
-           - static_cast<size_t>(std::count_if(text.begin(), text.end(), continuesLetter));
+    return text.size() -
+           static_cast<size_t>(std::count_if(text.begin(), text.end(), continuesLetter));
 }
 
 std::string visiblePart(std::string_view text, size_t from, size_t count)

@@ -23,7 +23,7 @@ struct Column {
 };
 
 struct Row {
-    std::vector<std::string> cells;  // as many as there are columns
+    std::vector<std::string> cells; // as many as there are columns
     Tone tone = Tone::Plain;
 };
 

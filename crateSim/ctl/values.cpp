@@ -52,8 +52,8 @@ Json required(const std::optional<Number> &value, const Json &item, const std::s
               const std::string &what)
 {
     if (!value)
-        throw Problem(fmt::format("{} takes {}, not \"{}\"",
-                                  item.at("name").get<std::string>(), what, text));
+        throw Problem(
+            fmt::format("{} takes {}, not \"{}\"", item.at("name").get<std::string>(), what, text));
     return *value;
 }
 

@@ -73,8 +73,8 @@ Table boardsTable(const Json &slots)
 {
     constexpr auto right = Align::Right;
     Table table;
-    table.columns = {{"Slot", right},     {"Model"},     {"Description"},    {"Serial", right},
-                     {"Firmware", right}, {"Channels", right}, {"On", right}, {"Ramping", right},
+    table.columns = {{"Slot", right},     {"Model"},           {"Description"}, {"Serial", right},
+                     {"Firmware", right}, {"Channels", right}, {"On", right},   {"Ramping", right},
                      {"Tripped", right},  {"Status"}};
     for (const auto &board : slots) {
         Row row{{}, boardTone(board)};
@@ -110,10 +110,7 @@ constexpr std::array<Measurement, 4> measurements = {{
     {"current", "I"},
 }};
 
-std::string unitOf(const Json &row, const char *key)
-{
-    return row.at("units").value(key, "");
-}
+std::string unitOf(const Json &row, const char *key) { return row.at("units").value(key, ""); }
 
 // The unit stands in the title when all channels share it.
 bool isUnitShared(const Json &rows, const char *key)
@@ -163,8 +160,8 @@ Table channelsTable(const Json &rows)
 {
     Table table{{{"Ch", Align::Right}, {"Name"}}, {}};
     for (const auto &row : rows)
-        table.rows.push_back({{text(row, "channel"), text(row, "name")},
-                              toneOf(row.at("statusText"))});
+        table.rows.push_back(
+            {{text(row, "channel"), text(row, "name")}, toneOf(row.at("statusText"))});
     for (const auto &measurement : measurements)
         addMeasurement(table, rows, measurement);
     table.columns.push_back({"Status"});

@@ -11,8 +11,8 @@ namespace sim::ctl {
 
 struct View {
     std::vector<std::string> titles;
-    Table main;   // what the view is about
-    Table more;   // beside it; without columns when there is nothing
+    Table main; // what the view is about
+    Table more; // beside it; without columns when there is nothing
 };
 
 // Of the crate, a board or a channel: whichever was asked for.

@@ -6,8 +6,7 @@ namespace sim::daemon {
 
 namespace {
 
-template <class Number>
-std::optional<Number> numberOf(const std::string &bytes)
+template <class Number> std::optional<Number> numberOf(const std::string &bytes)
 {
     Number number;
     if (bytes.size() != sizeof number)
@@ -16,8 +15,7 @@ std::optional<Number> numberOf(const std::string &bytes)
     return number;
 }
 
-template <class Number, class Alternative>
-std::optional<Value> valueOf(const std::string &bytes)
+template <class Number, class Alternative> std::optional<Value> valueOf(const std::string &bytes)
 {
     const auto number = numberOf<Number>(bytes);
     return number ? std::optional<Value>(static_cast<Alternative>(*number)) : std::nullopt;

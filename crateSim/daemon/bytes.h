@@ -11,8 +11,7 @@
 namespace sim::daemon {
 
 // The object representation of a number.
-template <class Number>
-std::string bytesOf(Number number)
+template <class Number> std::string bytesOf(Number number)
 {
     static_assert(std::is_arithmetic_v<Number>);
     return std::string(reinterpret_cast<const char *>(&number), sizeof number);

@@ -9,16 +9,12 @@ namespace sim::daemon {
 
 struct Outcome {
     Result result = Result::Ok;
-    msgpack::sbuffer body;  // packed answer, meaningful only when result is Ok
+    msgpack::sbuffer body; // packed answer, meaningful only when result is Ok
 };
 
-inline Outcome failed(Result result)
-{
-    return {result, {}};
-}
+inline Outcome failed(Result result) { return {result, {}}; }
 
-template <class Body>
-Outcome succeeded(const Body &body)
+template <class Body> Outcome succeeded(const Body &body)
 {
     return {Result::Ok, wire::packBody(body)};
 }

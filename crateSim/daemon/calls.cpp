@@ -14,15 +14,8 @@ namespace {
 using wire::Operation;
 
 // What of a request decides about the form of its answer.
-template <class Request>
-std::string_view askedFor(const Request &)
-{
-    return {};
-}
-std::string_view askedFor(const wire::NameRequest &request)
-{
-    return request.name;
-}
+template <class Request> std::string_view askedFor(const Request &) { return {}; }
+std::string_view askedFor(const wire::NameRequest &request) { return request.name; }
 std::string_view askedFor(const wire::ParameterPropertyRequest &request)
 {
     return request.property;
@@ -31,8 +24,8 @@ std::string_view askedFor(const wire::ParameterPropertyRequest &request)
 void breakAnswer(World &world, Operation operation, std::string_view item, msgpack::sbuffer &body)
 {
     ItemId id = 0;
-    const bool isText = world.crate.find({}, item, id) == Result::Ok
-                        && world.crate.items().item(id).shape == Shape::Text;
+    const bool isText = world.crate.find({}, item, id) == Result::Ok &&
+                        world.crate.items().item(id).shape == Shape::Text;
     const AnswerForm form = answerForm(operation, item, isText);
     const auto answer = world.faults.takeAnswer(
         operation, [form](FaultAnswer each) { return canBreak(each, form); });
@@ -64,7 +57,7 @@ std::pair<int32_t, msgpack::sbuffer> carryOut(Session &session, const wire::Call
 }
 
 using Carrier = std::pair<int32_t, msgpack::sbuffer> (*)(Session &, const wire::Call &,
-                                                  std::optional<int32_t>);
+                                                         std::optional<int32_t>);
 
 // In the order of the operations.
 constexpr std::array<Carrier, wire::operationCount> carriers = {

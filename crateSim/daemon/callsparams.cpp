@@ -14,8 +14,8 @@ constexpr size_t channelSlot = maxChannelName + 1;
 
 bool hasLimits(const ParameterDescription &p)
 {
-    return p.type == ParamType::Numeric || p.type == ParamType::Integer
-           || p.type == ParamType::Enumeration;
+    return p.type == ParamType::Numeric || p.type == ParamType::Integer ||
+           p.type == ParamType::Enumeration;
 }
 
 bool hasDecimals(const ParameterDescription &p)
@@ -23,15 +23,9 @@ bool hasDecimals(const ParameterDescription &p)
     return p.type == ParamType::Numeric || p.type == ParamType::Integer;
 }
 
-bool hasLabels(const ParameterDescription &p)
-{
-    return p.type == ParamType::OnOff;
-}
+bool hasLabels(const ParameterDescription &p) { return p.type == ParamType::OnOff; }
 
-bool always(const ParameterDescription &)
-{
-    return true;
-}
+bool always(const ParameterDescription &) { return true; }
 
 // A property that a parameter can be asked for: for which parameters, and the
 // bytes that answer.
@@ -53,10 +47,7 @@ constexpr Property properties[] = {
     {"Offstate", hasLabels, [](const auto &p) { return p.offLabel + '\0'; }},
 };
 
-Outcome answerless(Result result)
-{
-    return {result, wire::packBody(wire::Nothing())};
-}
+Outcome answerless(Result result) { return {result, wire::packBody(wire::Nothing())}; }
 
 // Reads one item at each of several places into consecutive elements.
 template <class AddressOf>
@@ -89,18 +80,15 @@ Outcome writeAll(Crate &crate, const std::vector<uint16_t> &indexes, const std::
         const Shape shape = crate.items().item(id).shape;
         if (shape == Shape::Text)
             return failed(Result::NotWritable);
-        result = crate.write(addressOf(index), parameter, parameterValue(shape, word),
-                             Origin::Network);
+        result =
+            crate.write(addressOf(index), parameter, parameterValue(shape, word), Origin::Network);
         if (result != Result::Ok)
             return failed(result);
     }
     return answerless(Result::Ok);
 }
 
-Address boardAddress(uint16_t slot)
-{
-    return {slot, -1};
-}
+Address boardAddress(uint16_t slot) { return {slot, -1}; }
 
 auto channelsOf(uint16_t slot)
 {

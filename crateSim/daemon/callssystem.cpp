@@ -21,8 +21,7 @@ const PropertyDescription *findProperty(const Crate &crate, const std::string &n
     return found == properties.end() ? nullptr : &*found;
 }
 
-template <class Named>
-wire::PackedListAnswer packedNames(const std::vector<Named> &all)
+template <class Named> wire::PackedListAnswer packedNames(const std::vector<Named> &all)
 {
     wire::PackedListAnswer answer;
     answer.count = static_cast<uint16_t>(all.size());
@@ -36,8 +35,8 @@ wire::PackedListAnswer packedNames(const std::vector<Named> &all)
 Outcome login(Session &session, const wire::LoginRequest &request)
 {
     World &world = session.world();
-    if (session.isLoggedIn() || request.systemType != mainframeFamily
-        || request.linkType != linkOverTcp)
+    if (session.isLoggedIn() || request.systemType != mainframeFamily ||
+        request.linkType != linkOverTcp)
         return failed(Result::BadRequest);
     if (world.faults.takeRefusal() || !world.accepts(request.user, request.password)) {
         ++world.statistics.loginsRefused;

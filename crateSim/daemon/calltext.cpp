@@ -7,10 +7,7 @@ namespace sim::daemon {
 
 namespace {
 
-std::string quoted(const std::string &text)
-{
-    return '"' + text + '"';
-}
+std::string quoted(const std::string &text) { return '"' + text + '"'; }
 
 using Texts = std::vector<std::string>;
 
@@ -22,10 +19,7 @@ std::string joined(const Texts &texts)
     return all;
 }
 
-std::string number(int64_t value)
-{
-    return std::to_string(value);
-}
+std::string number(int64_t value) { return std::to_string(value); }
 
 std::string listed(const std::vector<uint16_t> &numbers)
 {
@@ -87,8 +81,8 @@ std::string called(wire::Operation op, const Texts &arguments)
 
 std::string callText(const Crate &, wire::Operation op, const wire::LoginRequest &r)
 {
-    return called(op, {number(r.systemType), number(r.linkType), quoted(r.linkArgument),
-                       quoted(r.user)});
+    return called(
+        op, {number(r.systemType), number(r.linkType), quoted(r.linkArgument), quoted(r.user)});
 }
 
 std::string callText(const Crate &, wire::Operation op, const wire::Nothing &)

@@ -23,14 +23,14 @@ public:
 
     void read()
     {
-        asio::async_read_until(m_socket, asio::dynamic_buffer(m_input, longestLine), '\n',
-                               [self = shared_from_this()](const Error &error, size_t length) {
-                                   if (!error)
-                                       self->execute(length);
-                                   else if (error == asio::error::not_found)
-                                       self->answer({{"ok", false}, {"error", "line too long"}},
-                                                    false);
-                               });
+        asio::async_read_until(
+            m_socket, asio::dynamic_buffer(m_input, longestLine), '\n',
+            [self = shared_from_this()](const Error &error, size_t length) {
+                if (!error)
+                    self->execute(length);
+                else if (error == asio::error::not_found)
+                    self->answer({{"ok", false}, {"error", "line too long"}}, false);
+            });
     }
 
 private:
@@ -38,10 +38,9 @@ private:
     {
         const std::string line = m_input.substr(0, length - 1);
         m_input.erase(0, length);
-        runControlCommand(m_context, line,
-                          [self = shared_from_this()](const Json &json) {
-                              self->answer(json, true);
-                          });
+        runControlCommand(m_context, line, [self = shared_from_this()](const Json &json) {
+            self->answer(json, true);
+        });
     }
 
     void answer(const Json &json, bool goOn)
@@ -103,10 +102,7 @@ ControlPort::ControlPort(asio::io_context &context, const std::string &path, Wor
     accept();
 }
 
-ControlPort::~ControlPort()
-{
-    unlink(m_path.c_str());
-}
+ControlPort::~ControlPort() { unlink(m_path.c_str()); }
 
 // Without a free descriptor the next attempt waits for a while.
 void ControlPort::accept()

@@ -55,9 +55,8 @@ void stepOn(const ControlContext &context, Duration left, const Reply &reply)
     context.world.step(part);
     if (part == left)
         return reply(success(json::object()));
-    asio::post(context.loop, [context, left = left - part, reply] {
-        stepOn(context, left, reply);
-    });
+    asio::post(context.loop,
+               [context, left = left - part, reply] { stepOn(context, left, reply); });
 }
 
 } // namespace

@@ -12,9 +12,9 @@ using nlohmann::json;
 CommandTable joined()
 {
     CommandTable all;
-    for (const auto *table : {&clockCommands(), &faultCommands(), &hardwareCommands(),
-                              &itemCommands(), &showCommands(), &statisticsCommands(),
-                              &stormCommands()})
+    for (const auto *table :
+         {&clockCommands(), &faultCommands(), &hardwareCommands(), &itemCommands(), &showCommands(),
+          &statisticsCommands(), &stormCommands()})
         all.insert(table->begin(), table->end());
     return all;
 }
@@ -48,13 +48,9 @@ json success(json fields)
     return fields;
 }
 
-json failure(const std::string &text)
-{
-    return {{"ok", false}, {"error", text}};
-}
+json failure(const std::string &text) { return {{"ok", false}, {"error", text}}; }
 
-void runControlCommand(const ControlContext &context, const std::string &line,
-                       const Reply &reply)
+void runControlCommand(const ControlContext &context, const std::string &line, const Reply &reply)
 {
     try {
         run(context, json::parse(line), reply);

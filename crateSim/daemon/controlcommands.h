@@ -21,8 +21,7 @@ struct ControlContext {
 
 // Carries out one request line. Whatever is wrong with it becomes an answer
 // with "ok" false and an "error".
-void runControlCommand(const ControlContext &context, const std::string &line,
-                       const Reply &reply);
+void runControlCommand(const ControlContext &context, const std::string &line, const Reply &reply);
 
 // The answers: the fields with "ok", or the reason why not.
 nlohmann::json success(nlohmann::json fields);

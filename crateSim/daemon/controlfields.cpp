@@ -29,8 +29,8 @@ int32_t countField(const json &request, const char *name, int32_t missing)
     const auto found = request.find(name);
     if (found == request.end())
         return missing;
-    const bool fits = found->is_number_integer() && *found >= 0
-                      && *found <= std::numeric_limits<int32_t>::max();
+    const bool fits =
+        found->is_number_integer() && *found >= 0 && *found <= std::numeric_limits<int32_t>::max();
     if (!fits)
         throw ControlError(std::string("\"") + name + "\" is no number from 0 up");
     return found->get<int32_t>();

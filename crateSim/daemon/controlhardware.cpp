@@ -39,8 +39,8 @@ uint32_t bitNamed(const std::array<StatusWord, size> &words, const std::string &
         if (isCondition)
             settable.push_back(word);
     }
-    throw ControlError("\"" + name + "\" is no condition that can be set"
-                       + suggestion(name, settable));
+    throw ControlError("\"" + name + "\" is no condition that can be set" +
+                       suggestion(name, settable));
 }
 
 template <size_t size>
@@ -90,8 +90,8 @@ json insert(World &world, const json &request)
     const Address address = addressOf(request);
     const Result result = world.crate.insertBoard(address.slot);
     if (result == Result::Refused)
-        throw ControlError("the board in slot " + std::to_string(address.slot)
-                           + " is in its place already");
+        throw ControlError("the board in slot " + std::to_string(address.slot) +
+                           " is in its place already");
     requireAt(world, address, result);
     return json::object();
 }

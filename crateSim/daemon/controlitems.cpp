@@ -35,8 +35,7 @@ json set(World &world, const json &request)
     if (!request.contains("value"))
         throw ControlError("\"value\" is missing");
     const Value value = fromJson(item.shape, request["value"]);
-    const Result result =
-        world.crate.write(item.address, item.name, value, Origin::FrontPanel);
+    const Result result = world.crate.write(item.address, item.name, value, Origin::FrontPanel);
     if (result == Result::OutOfRange)
         throw ControlError(rangeText(item));
     require(result);
@@ -56,8 +55,8 @@ json execute(World &world, const json &request)
     const std::string name = textField(request, "name");
     const Result result = world.crate.execute(name);
     if (result == Result::NoCommand)
-        throw ControlError("no such command: \"" + name + "\""
-                           + suggestion(name, commandNames(world.crate)));
+        throw ControlError("no such command: \"" + name + "\"" +
+                           suggestion(name, commandNames(world.crate)));
     require(result);
     return json::object();
 }

@@ -15,8 +15,7 @@ using nlohmann::json;
 constexpr uint32_t trips = channelbit::ExternalTrip | channelbit::InternalTrip;
 constexpr uint32_t ramping = channelbit::RampingUp | channelbit::RampingDown;
 
-template <size_t size>
-json wordsOf(const std::array<StatusWord, size> &words, uint32_t status)
+template <size_t size> json wordsOf(const std::array<StatusWord, size> &words, uint32_t status)
 {
     json set = json::array();
     for (const auto &[bit, word, isCondition] : words)
@@ -35,12 +34,9 @@ std::string_view typeWord(const Item &item)
 json itemJson(const ItemStore &items, ItemId id)
 {
     const Item &item = items.item(id);
-    json shown = {{"name", item.name},
-                  {"type", typeWord(item)},
-                  {"mode", wordOf(item.mode)},
-                  {"unit", ""},
-                  {"value", toJson(items.value(id))},
-                  {"role", ""}};
+    json shown = {
+        {"name", item.name}, {"type", typeWord(item)},           {"mode", wordOf(item.mode)},
+        {"unit", ""},        {"value", toJson(items.value(id))}, {"role", ""}};
     if (item.parameter == nullptr)
         return shown;
     shown["unit"] = unitSymbol(item.parameter->unit, item.parameter->exponent);
@@ -108,19 +104,19 @@ json slotJson(const Crate &crate, int32_t slot, const Board &board)
             channels += (board.channel(index).status() & bits) != 0 ? 1 : 0;
         return channels;
     };
-    return {{"slot", slot},
-            {"present", board.isPresent()},
-            {"model", board.model().name},
-            {"description", description.description},
-            {"serialNumber", description.serialNumber},
-            {"firmware",
-             fmt::format("{}.{:02}", description.firmwareMajor, description.firmwareMinor)},
-            {"channels", board.channelCount()},
-            {"on", count(channelbit::On)},
-            {"ramping", count(ramping)},
-            {"tripped", count(trips)},
-            {"status", status},
-            {"statusText", wordsOf(boardStatusWords, status)}};
+    return {
+        {"slot", slot},
+        {"present", board.isPresent()},
+        {"model", board.model().name},
+        {"description", description.description},
+        {"serialNumber", description.serialNumber},
+        {"firmware", fmt::format("{}.{:02}", description.firmwareMajor, description.firmwareMinor)},
+        {"channels", board.channelCount()},
+        {"on", count(channelbit::On)},
+        {"ramping", count(ramping)},
+        {"tripped", count(trips)},
+        {"status", status},
+        {"statusText", wordsOf(boardStatusWords, status)}};
 }
 
 json clockJson(const World &world)

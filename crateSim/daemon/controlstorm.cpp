@@ -20,8 +20,8 @@ double numberUpTo(const json &request, const char *name, double highest)
 {
     const double number = numberField(request, name);
     if (!(number >= 0 && number <= highest))
-        throw ControlError("\"" + std::string(name) + "\" is not from 0 to "
-                           + json(highest).dump());
+        throw ControlError("\"" + std::string(name) + "\" is not from 0 to " +
+                           json(highest).dump());
     return number;
 }
 
@@ -38,8 +38,8 @@ StormMix mixOf(const json &request)
         if (kind == stormKindNames.end())
             throw ControlError("\"mix\" has no kind \"" + name + "\"");
         if (!share.is_number_integer() || share < 0 || share > largestShare)
-            throw ControlError("the share of \"" + name + "\" is no integer from 0 to "
-                               + std::to_string(largestShare));
+            throw ControlError("the share of \"" + name + "\" is no integer from 0 to " +
+                               std::to_string(largestShare));
         mix[static_cast<size_t>(kind - stormKindNames.begin())] = share.get<uint32_t>();
     }
     if (mix == StormMix{})

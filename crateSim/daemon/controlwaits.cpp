@@ -95,10 +95,9 @@ std::chrono::milliseconds timeoutOf(const json &request)
 
 void wait(const ControlContext &context, const json &request, const Reply &reply)
 {
-    context.waits.add(conditionOf(context.world, request), timeoutOf(request),
-                      [reply](bool held) {
-                          reply(held ? success(json::object()) : failure("timed out"));
-                      });
+    context.waits.add(conditionOf(context.world, request), timeoutOf(request), [reply](bool held) {
+        reply(held ? success(json::object()) : failure("timed out"));
+    });
 }
 
 } // namespace sim::daemon

@@ -18,17 +18,9 @@ constexpr size_t maxInsertions = 256;
 EventLink::EventLink(asio::io_context &context, const Tcp::endpoint &subscriber, int32_t handle,
                      const Crate &crate, Statistics &statistics, Faults &faults,
                      const LinkSettings &settings, std::function<void()> changed)
-    : m_subscriber(subscriber),
-      m_handle(handle),
-      m_crate(crate),
-      m_statistics(statistics),
-      m_faults(faults),
-      m_settings(settings),
-      m_changed(std::move(changed)),
-      m_socket(context),
-      m_timer(context),
-      m_flags(crate.items().size()),
-      m_streamFaults(statistics.faults)
+    : m_subscriber(subscriber), m_handle(handle), m_crate(crate), m_statistics(statistics),
+      m_faults(faults), m_settings(settings), m_changed(std::move(changed)), m_socket(context),
+      m_timer(context), m_flags(crate.items().size()), m_streamFaults(statistics.faults)
 {
 }
 
@@ -84,14 +76,15 @@ void EventLink::connect()
 {
     m_state = State::Connecting;
     const uint64_t connection = ++m_connection;
-    m_socket.async_connect(m_subscriber, [self = shared_from_this(), connection](const Error &error) {
-        if (connection != self->m_connection || self->m_state != State::Connecting)
-            return;
-        if (error)
-            self->retryLater();
-        else
-            self->connected();
-    });
+    m_socket.async_connect(
+        m_subscriber, [self = shared_from_this(), connection](const Error &error) {
+            if (connection != self->m_connection || self->m_state != State::Connecting)
+                return;
+            if (error)
+                self->retryLater();
+            else
+                self->connected();
+        });
 }
 
 void EventLink::retryLater()
@@ -138,16 +131,16 @@ void EventLink::connected()
 // The subscriber sends nothing; reading tells when it has gone.
 void EventLink::watchPeer()
 {
-    m_socket.async_read_some(asio::buffer(m_ignored), [self = shared_from_this(),
-                                                       connection = m_connection](
-                                                          const Error &error, size_t) {
-        if (connection != self->m_connection || self->m_state != State::Connected)
-            return;
-        if (error)
-            self->lost();
-        else
-            self->watchPeer();
-    });
+    m_socket.async_read_some(
+        asio::buffer(m_ignored),
+        [self = shared_from_this(), connection = m_connection](const Error &error, size_t) {
+            if (connection != self->m_connection || self->m_state != State::Connected)
+                return;
+            if (error)
+                self->lost();
+            else
+                self->watchPeer();
+        });
 }
 
 void EventLink::lost()
@@ -283,8 +276,8 @@ void EventLink::addChanges(wire::BatchWriter &batch)
 {
     const ItemStore &items = m_crate.items();
     size_t taken = 0;
-    while (taken < m_pending.size() && batch.count() < wire::maxBatchRecords
-           && batch.size() < maxBatchBytes) {
+    while (taken < m_pending.size() && batch.count() < wire::maxBatchRecords &&
+           batch.size() < maxBatchBytes) {
         const ItemId id = m_pending[taken++];
         m_flags[id] &= static_cast<uint8_t>(~pending);
         if (!isSubscribed(id))
@@ -335,10 +328,10 @@ void EventLink::write()
 
 void EventLink::waitToWrite()
 {
-    m_socket.async_wait(Tcp::socket::wait_write, [self = shared_from_this(),
-                                                  connection = m_connection](const Error &) {
-        self->goOnWriting(connection);
-    });
+    m_socket.async_wait(Tcp::socket::wait_write,
+                        [self = shared_from_this(), connection = m_connection](const Error &) {
+                            self->goOnWriting(connection);
+                        });
 }
 
 void EventLink::writeLater()

@@ -32,8 +32,7 @@ public:
     // changed is called whenever a connection was made or lost.
     EventLink(asio::io_context &context, const Tcp::endpoint &subscriber, int32_t handle,
               const Crate &crate, Statistics &statistics, Faults &faults,
-              const LinkSettings &settings,
-              std::function<void()> changed);
+              const LinkSettings &settings, std::function<void()> changed);
 
     // The first subscription starts the connection; each one makes the item's
     // present value due.
@@ -66,7 +65,7 @@ private:
     enum class State : uint8_t { Idle, Connecting, Waiting, Connected, Closed };
     static constexpr uint8_t subscribed = 1;
     static constexpr uint8_t pending = 2;
-    static constexpr uint8_t silent = 4;  // may be subscribed, but has no value to send
+    static constexpr uint8_t silent = 4; // may be subscribed, but has no value to send
 
     void startConnecting();
     void connect();
@@ -99,21 +98,21 @@ private:
     Tcp::socket m_socket;
     asio::steady_timer m_timer;
     State m_state = State::Idle;
-    uint64_t m_connection = 0;  // tells late completions of an older connection
+    uint64_t m_connection = 0; // tells late completions of an older connection
     std::chrono::steady_clock::time_point m_giveUp;
     std::chrono::steady_clock::time_point m_lastSent;
     std::array<char, 256> m_ignored{};
 
-    std::vector<uint8_t> m_flags;  // by item
+    std::vector<uint8_t> m_flags; // by item
     size_t m_subscriptionCount = 0;
     std::vector<ItemId> m_pending;
     std::vector<int32_t> m_insertions;
     StreamFaults m_streamFaults;
-    std::string m_buffer;   // the batch on its way
-    size_t m_written = 0;   // bytes of it that the socket has taken
+    std::string m_buffer; // the batch on its way
+    size_t m_written = 0; // bytes of it that the socket has taken
     bool m_sending = false;
     bool m_halfClosed = false;
-    bool m_more = false;    // the batch on its way had no room for everything
+    bool m_more = false; // the batch on its way had no room for everything
 };
 
 } // namespace sim::daemon

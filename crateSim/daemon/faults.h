@@ -15,7 +15,7 @@ namespace sim::daemon {
 
 // An order counts itself down: what it holds is what is left of it.
 struct ActiveFault {
-    uint64_t number;  // tells orders apart that are alike
+    uint64_t number; // tells orders apart that are alike
     FaultOrder order;
 };
 
@@ -46,7 +46,7 @@ private:
 struct CallFault {
     std::chrono::milliseconds delay{0};
     bool hangs = false;
-    std::optional<int32_t> code;  // fails with it and is not carried out
+    std::optional<int32_t> code; // fails with it and is not carried out
 };
 
 // Whatever is taken counts and is used up.

@@ -34,9 +34,9 @@ int checkFile(const std::string &path)
 
 int printDefault()
 {
-    const auto text = sim::writeCrate({sim::defaultCrate(), {}},
-                                      {"The built-in crate of zantocrate.",
-                                       "Change a copy of it and start: zantocrate FILE"});
+    const auto text = sim::writeCrate(
+        {sim::defaultCrate(), {}},
+        {"The built-in crate of zantocrate.", "Change a copy of it and start: zantocrate FILE"});
     std::fputs(text.c_str(), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -34,8 +34,8 @@ std::string channelText(const Crate &crate, Address address)
     const size_t count = board != nullptr ? board->channelCount() : 0;
     if (address.channel < 0)
         return "the channel is missing";
-    return "no such channel: " + std::to_string(address.channel) + "; the board in slot "
-           + std::to_string(address.slot) + " has " + std::to_string(count) + ", from 0";
+    return "no such channel: " + std::to_string(address.channel) + "; the board in slot " +
+           std::to_string(address.slot) + " has " + std::to_string(count) + ", from 0";
 }
 
 } // namespace
@@ -70,8 +70,8 @@ std::string reasonAt(const Crate &crate, Address address, Result result, std::st
     if (result == Result::NoChannel)
         return channelText(crate, address);
     if (result == Result::NoItem)
-        return std::string(resultText(result)) + ": \"" + std::string(name) + "\""
-               + suggestion(name, namesAt(crate, address));
+        return std::string(resultText(result)) + ": \"" + std::string(name) + "\"" +
+               suggestion(name, namesAt(crate, address));
     return resultText(result);
 }
 

@@ -18,10 +18,7 @@ constexpr std::chrono::milliseconds stormStep{1};
 
 Server::Server(CrateDescription description, const ServerSettings &settings)
     : m_world(std::move(description), settings.seed, settings.tick, settings.links),
-      m_acceptor(m_context),
-      m_timer(m_context),
-      m_stormTimer(m_context),
-      m_tick(settings.tick)
+      m_acceptor(m_context), m_timer(m_context), m_stormTimer(m_context), m_tick(settings.tick)
 {
     if (!m_world.clock.setSpeed(settings.speed))
         throw std::invalid_argument("speed is out of range");
@@ -61,8 +58,8 @@ void Server::listen(const ServerSettings &settings)
         m_acceptor.bind(endpoint);
         m_acceptor.listen();
     } catch (const asio::system_error &failure) {
-        throw asio::system_error(failure.code(), "cannot listen on " + settings.address + ":"
-                                                     + std::to_string(settings.port));
+        throw asio::system_error(failure.code(), "cannot listen on " + settings.address + ":" +
+                                                     std::to_string(settings.port));
     }
     m_port = m_acceptor.local_endpoint().port();
 }
@@ -106,8 +103,7 @@ void Server::accept()
 void Server::forgetClosedSessions()
 {
     const auto gone = [](const auto &session) { return session->isClosed(); };
-    m_sessions.erase(std::remove_if(m_sessions.begin(), m_sessions.end(), gone),
-                     m_sessions.end());
+    m_sessions.erase(std::remove_if(m_sessions.begin(), m_sessions.end(), gone), m_sessions.end());
 }
 
 // Ticks that were missed are made up for, unless the process was asleep.
@@ -167,9 +163,6 @@ void Server::run()
     }
 }
 
-void Server::stop()
-{
-    m_context.stop();
-}
+void Server::stop() { m_context.stop(); }
 
 } // namespace sim::daemon

@@ -16,13 +16,13 @@ namespace sim::daemon {
 
 struct ServerSettings {
     std::string address = "127.0.0.1";
-    uint16_t port = 3180;              // 0: one that is free
-    std::string controlPath;           // empty: no control port
-    bool needsControl = true;          // false: runs without when the path is taken
+    uint16_t port = 3180;     // 0: one that is free
+    std::string controlPath;  // empty: no control port
+    bool needsControl = true; // false: runs without when the path is taken
     std::chrono::milliseconds tick{50};
-    double speed = 1;                  // crate time per wall-clock time
+    double speed = 1; // crate time per wall-clock time
     uint64_t seed = 1;
-    std::vector<FaultOrder> faults;    // in force from the start
+    std::vector<FaultOrder> faults; // in force from the start
     LinkSettings links;
 };
 
@@ -61,7 +61,7 @@ private:
     Tcp::acceptor m_acceptor;
     asio::steady_timer m_timer;
     asio::steady_timer m_stormTimer;
-    std::chrono::steady_clock::time_point m_stormed;  // up to when it has been made
+    std::chrono::steady_clock::time_point m_stormed; // up to when it has been made
     const std::chrono::milliseconds m_tick;
     uint16_t m_port = 0;
     std::vector<std::shared_ptr<Session>> m_sessions;

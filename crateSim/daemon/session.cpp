@@ -21,8 +21,8 @@ Tcp::endpoint peerOf(const Tcp::socket &socket)
 } // namespace
 
 Session::Session(asio::io_context &context, Tcp::socket socket, World &world)
-    : m_context(context), m_socket(std::move(socket)), m_world(world),
-      m_peer(peerOf(m_socket)), m_delay(context)
+    : m_context(context), m_socket(std::move(socket)), m_world(world), m_peer(peerOf(m_socket)),
+      m_delay(context)
 {
     ++m_world.sessions;
 }
@@ -111,15 +111,15 @@ void Session::hold()
     m_held = true;
     spdlog::debug("{}:{}: call held back", m_peer.address().to_string(), m_peer.port());
     m_world.notify();
-    m_socket.async_wait(Tcp::socket::wait_read, [self = shared_from_this(),
-                                                 number = ++m_holds](const Error &error) {
-        Error readError;
-        const bool waits = self->m_held && self->m_holds == number;
-        if (waits && (error || self->m_socket.available(readError) == 0)) {
-            self->m_held = false;
-            self->close();
-        }
-    });
+    m_socket.async_wait(Tcp::socket::wait_read,
+                        [self = shared_from_this(), number = ++m_holds](const Error &error) {
+                            Error readError;
+                            const bool waits = self->m_held && self->m_holds == number;
+                            if (waits && (error || self->m_socket.available(readError) == 0)) {
+                                self->m_held = false;
+                                self->close();
+                            }
+                        });
 }
 
 void Session::delay()
@@ -169,8 +169,7 @@ void Session::close()
     --m_world.sessions;
     spdlog::debug("{}:{} gone", m_peer.address().to_string(), m_peer.port());
     if (m_loggedIn)
-        spdlog::info("{}:{} left without logging out", m_peer.address().to_string(),
-                     m_peer.port());
+        spdlog::info("{}:{} left without logging out", m_peer.address().to_string(), m_peer.port());
     m_loggedIn = false;
     logout();
     m_delay.cancel();

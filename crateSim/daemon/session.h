@@ -52,17 +52,17 @@ private:
     Tcp::socket m_socket;
     World &m_world;
     const Tcp::endpoint m_peer;
-    std::string m_input;    // as far as it is filled: the call under way and what follows it
+    std::string m_input; // as far as it is filled: the call under way and what follows it
     size_t m_filled = 0;
-    size_t m_frame = 0;     // bytes of the call under way; 0: not known yet
+    size_t m_frame = 0; // bytes of the call under way; 0: not known yet
     std::string m_answer;
-    CallFault m_fault;      // of the call that is under way
+    CallFault m_fault; // of the call that is under way
     asio::steady_timer m_delay;
-    bool m_held = false;    // the call waits, delayed or hanging
-    uint64_t m_holds = 0;   // tells late completions of an older wait
+    bool m_held = false;  // the call waits, delayed or hanging
+    uint64_t m_holds = 0; // tells late completions of an older wait
     bool m_closed = false;
     bool m_loggedIn = false;
-    bool m_ending = false;  // logged out: the answer is the last thing sent
+    bool m_ending = false; // logged out: the answer is the last thing sent
     int32_t m_handle = -1;
     std::map<uint16_t, std::shared_ptr<EventLink>> m_links;
 };

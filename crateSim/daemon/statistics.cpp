@@ -11,14 +11,8 @@ void Statistics::countCall(wire::Operation operation, std::string text)
         m_log.pop_front();
 }
 
-void Statistics::countFailure(wire::Operation operation)
-{
-    ++m_failures[index(operation)];
-}
+void Statistics::countFailure(wire::Operation operation) { ++m_failures[index(operation)]; }
 
-void Statistics::clear()
-{
-    *this = Statistics();
-}
+void Statistics::clear() { *this = Statistics(); }
 
 } // namespace sim::daemon

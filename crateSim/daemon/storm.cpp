@@ -47,10 +47,7 @@ std::pair<double, double> rangeOf(const Item &item)
 }
 
 // The bits that a status word may have.
-uint32_t statusBits(ParamType type)
-{
-    return type == ParamType::BoardStatus ? 0x3f : 0xffff;
-}
+uint32_t statusBits(ParamType type) { return type == ParamType::BoardStatus ? 0x3f : 0xffff; }
 
 } // namespace
 
@@ -78,8 +75,7 @@ uint64_t Storm::eventsDue(Duration time)
 {
     m_owed += m_order.rate * static_cast<double>(time.count()) * 1e-9;
     const uint64_t batch = std::max<uint64_t>(m_order.batch, 1);
-    m_owed = std::min(m_owed,
-                      std::max(static_cast<double>(batch), m_order.rate * longestDebt));
+    m_owed = std::min(m_owed, std::max(static_cast<double>(batch), m_order.rate * longestDebt));
     auto due = static_cast<uint64_t>(m_owed);
     due -= due % batch;
     m_owed -= static_cast<double>(due);
@@ -227,9 +223,9 @@ Value Storm::anotherNumber(const Item &item, double now)
         return fromNumber(item.shape, now == 0 ? 1 : 0);
     if (parameter.type == ParamType::ChannelStatus || parameter.type == ParamType::BoardStatus)
         return fromNumber(item.shape,
-                          static_cast<double>((static_cast<uint32_t>(static_cast<int64_t>(now))
-                                               + 1 + m_random() % 7)
-                                              & statusBits(parameter.type)));
+                          static_cast<double>((static_cast<uint32_t>(static_cast<int64_t>(now)) +
+                                               1 + m_random() % 7) &
+                                              statusBits(parameter.type)));
     const auto [low, high] = rangeOf(item);
     const double share = static_cast<double>(m_random() >> 11) * 0x1p-53;
     const double steps = stepsPerUnit(parameter);

@@ -32,7 +32,7 @@ using StormMix = std::array<uint32_t, stormKindCount>;
 constexpr StormMix usualMix = {8, 1, 1, 0, 0, 0};
 
 struct StormOrder {
-    double rate = 0;  // events per second and subscriber
+    double rate = 0; // events per second and subscriber
     std::optional<Duration> length;
     StormMix mix = usualMix;
     // Events in each batch, which is sent once they are due. An item that moves a
@@ -93,8 +93,8 @@ private:
     uint64_t m_dropped = 0;
     uint64_t m_texts = 0;
     unsigned m_untilRenewal = 0;
-    std::vector<Share> m_shares;   // as the links at the last renewal
-    std::vector<bool> m_moved;     // by item, since changes were last sent
+    std::vector<Share> m_shares; // as the links at the last renewal
+    std::vector<bool> m_moved;   // by item, since changes were last sent
     std::vector<ItemId> m_movedItems;
 };
 

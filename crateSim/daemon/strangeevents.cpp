@@ -18,8 +18,8 @@ constexpr int32_t highest = std::numeric_limits<int32_t>::max();
 
 // Names of each level, so that each of them is of the wrong level somewhere.
 constexpr std::array<std::string_view, 9> names = {
-    "",     "VSet", "Temp",       "Name",
-    "ConnStat", "nonsense", "nineteenlettersname", "V:S:et\n\"", "\xff\xfe"};
+    "",           "VSet",    "Temp", "Name", "ConnStat", "nonsense", "nineteenlettersname",
+    "V:S:et\n\"", "\xff\xfe"};
 
 constexpr std::array<int32_t, 8> indexes = {lowest, -2, -1, 0, 1, 65535, 65536, highest};
 

@@ -8,8 +8,8 @@ namespace {
 
 bool isEnd(FaultKind kind)
 {
-    return kind == FaultKind::DropEvents || kind == FaultKind::ResetEvents
-           || kind == FaultKind::HalfCloseEvents;
+    return kind == FaultKind::DropEvents || kind == FaultKind::ResetEvents ||
+           kind == FaultKind::HalfCloseEvents;
 }
 
 auto ofKind(FaultKind kind)
@@ -21,9 +21,8 @@ auto ofKind(FaultKind kind)
 
 void StreamFaults::add(const ActiveFault &fault)
 {
-    const bool known = std::any_of(m_active.begin(), m_active.end(), [&](const auto &each) {
-        return each.number == fault.number;
-    });
+    const bool known = std::any_of(m_active.begin(), m_active.end(),
+                                   [&](const auto &each) { return each.number == fault.number; });
     if (!known)
         m_active.push_back(fault);
 }
@@ -59,10 +58,7 @@ size_t StreamFaults::takeGarbage()
     return bytes;
 }
 
-bool StreamFaults::takeStrangeEvents()
-{
-    return take(FaultKind::UnknownEvents);
-}
+bool StreamFaults::takeStrangeEvents() { return take(FaultKind::UnknownEvents); }
 
 size_t StreamFaults::piece(size_t bytes) const
 {
@@ -76,10 +72,7 @@ size_t StreamFaults::piece(size_t bytes) const
     return static_cast<size_t>(piece);
 }
 
-bool StreamFaults::isSplit() const
-{
-    return find(FaultKind::SplitEvents) != m_active.end();
-}
+bool StreamFaults::isSplit() const { return find(FaultKind::SplitEvents) != m_active.end(); }
 
 void StreamFaults::noteSent(size_t bytes)
 {
@@ -88,10 +81,7 @@ void StreamFaults::noteSent(size_t bytes)
             order.offset -= static_cast<int64_t>(bytes);
 }
 
-void StreamFaults::noteBatchSent()
-{
-    take(FaultKind::SplitEvents);
-}
+void StreamFaults::noteBatchSent() { take(FaultKind::SplitEvents); }
 
 std::optional<FaultKind> StreamFaults::takeEnd()
 {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 
-
 namespace sim::daemon {
 
 bool World::accepts(const std::string &user, const std::string &password) const

@@ -33,8 +33,8 @@ public:
     // what was written meanwhile is sent all the same.
     void tick();
 
-    std::shared_ptr<EventLink> openLink(asio::io_context &context,
-                                        const Tcp::endpoint &subscriber, int32_t handle);
+    std::shared_ptr<EventLink> openLink(asio::io_context &context, const Tcp::endpoint &subscriber,
+                                        int32_t handle);
     void closeLink(const std::shared_ptr<EventLink> &link);
     const std::vector<std::shared_ptr<EventLink>> &openLinks() const { return m_links; }
     size_t connectedLinks() const;
@@ -62,8 +62,8 @@ public:
     Storm stormMaker;
     size_t sessions = 0;
     std::function<void()> onChange;
-    std::function<void()> onRelease;  // calls may be answered again
-    std::function<void()> onStorm;    // a storm begins
+    std::function<void()> onRelease; // calls may be answered again
+    std::function<void()> onStorm;   // a storm begins
 
 private:
     void sendChanges();

@@ -6,14 +6,11 @@ namespace {
 
 using wire::Operation;
 
-constexpr uint32_t bitOf(FaultAnswer answer)
-{
-    return 1u << static_cast<unsigned>(answer);
-}
+constexpr uint32_t bitOf(FaultAnswer answer) { return 1u << static_cast<unsigned>(answer); }
 
 constexpr uint32_t strangeTexts = bitOf(FaultAnswer::BadUtf8) | bitOf(FaultAnswer::QuotedText);
-constexpr uint32_t lists = bitOf(FaultAnswer::NoNul) | bitOf(FaultAnswer::LongCount)
-                           | bitOf(FaultAnswer::EmptyList) | strangeTexts;
+constexpr uint32_t lists = bitOf(FaultAnswer::NoNul) | bitOf(FaultAnswer::LongCount) |
+                           bitOf(FaultAnswer::EmptyList) | strangeTexts;
 
 constexpr uint32_t limits = bitOf(FaultAnswer::NanLimits) | bitOf(FaultAnswer::InfiniteLimits);
 

@@ -22,10 +22,7 @@ std::optional<std::string> NamePattern::nameOf(size_t channel) const
 
 namespace {
 
-bool isDigit(char letter)
-{
-    return letter >= '0' && letter <= '9';
-}
+bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
 bool hold(const NamePattern &pattern, const std::vector<ChannelDescription> &channels)
 {
@@ -44,14 +41,15 @@ std::vector<NamePattern> candidates(const std::string &name)
             ++begin;
             continue;
         }
-        const auto end = std::find_if_not(name.begin() + static_cast<ptrdiff_t>(begin), name.end(),
-                                          isDigit) - name.begin();
+        const auto end =
+            std::find_if_not(name.begin() + static_cast<ptrdiff_t>(begin), name.end(), isDigit) -
+            name.begin();
         const size_t length = static_cast<size_t>(end) - begin;
         const auto number = parseInteger(name.substr(begin, std::min<size_t>(length, 9)));
         if (length <= 9 && number)
-            found.push_back({name.substr(0, begin) + std::string(length, '#')
-                                 + name.substr(begin + length),
-                             static_cast<uint32_t>(*number)});
+            found.push_back(
+                {name.substr(0, begin) + std::string(length, '#') + name.substr(begin + length),
+                 static_cast<uint32_t>(*number)});
         begin += length;
     }
     return found;

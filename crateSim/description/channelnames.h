@@ -11,8 +11,8 @@
 namespace sim {
 
 struct NamePattern {
-    std::string text;    // "CHANNEL##"
-    uint32_t first = 0;  // number of channel 0
+    std::string text;   // "CHANNEL##"
+    uint32_t first = 0; // number of channel 0
 
     // Nothing when the text has not exactly one run of #.
     std::optional<std::string> nameOf(size_t channel) const;

@@ -12,7 +12,7 @@ namespace sim {
 
 struct ChannelRange {
     uint16_t first = 0;
-    uint16_t last = 0;  // included
+    uint16_t last = 0; // included
 };
 
 // Nothing for what cannot be understood or runs backwards.

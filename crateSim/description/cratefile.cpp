@@ -69,17 +69,18 @@ private:
             problem.path = filePath(problem.path);
             if (m_notes.isReported(problem.path))
                 continue;
-            const auto [known, isFirst] = told.try_emplace({problem.path, reasonIn(problem.text)},
-                                                           firsts.size());
+            const auto [known, isFirst] =
+                told.try_emplace({problem.path, reasonIn(problem.text)}, firsts.size());
             if (isFirst)
                 firsts.emplace_back(std::move(problem), 0);
             else
                 ++firsts[known->second].second;
         }
         for (const auto &[problem, more] : firsts)
-            m_notes.report(m_notes.lineOf(problem.path), problem.path,
-                           titled(problem) + (more == 0 ? "" : " (and " + std::to_string(more)
-                                                                   + " more like it)"));
+            m_notes.report(
+                m_notes.lineOf(problem.path), problem.path,
+                titled(problem) +
+                    (more == 0 ? "" : " (and " + std::to_string(more) + " more like it)"));
     }
 
     // Several channels may owe the same problem to one entry of the file.
@@ -106,8 +107,7 @@ private:
         return read.path + "/" + channelPath(read, channel, member);
     }
 
-    std::string channelPath(const ReadBoard &read, size_t channel,
-                            const std::string &member) const
+    std::string channelPath(const ReadBoard &read, size_t channel, const std::string &member) const
     {
         const std::string name = "names/" + std::to_string(channel);
         if (member == "name")
@@ -116,8 +116,8 @@ private:
         const auto &owners = ofLoad ? read.loads : read.settings;
         if (channel >= owners.size() || owners[channel] < 0)
             return "channels";
-        return (ofLoad ? "loads/" : "settings/") + std::to_string(owners[channel]) + "/"
-               + (ofLoad ? member.substr(5) : member);
+        return (ofLoad ? "loads/" : "settings/") + std::to_string(owners[channel]) + "/" +
+               (ofLoad ? member.substr(5) : member);
     }
 
     static std::pair<size_t, std::string> numberAndRest(const std::string &path)
@@ -138,8 +138,8 @@ private:
         const std::string position = "slot " + std::to_string(index);
         if (index < m_boards.size() && problem.text.compare(0, position.size(), position) == 0) {
             const auto &slot = m_boards[index].slot;
-            return (slot ? "slot " + std::to_string(*slot) : "board")
-                   + problem.text.substr(position.size());
+            return (slot ? "slot " + std::to_string(*slot) : "board") +
+                   problem.text.substr(position.size());
         }
         return problem.text;
     }
@@ -154,8 +154,8 @@ private:
             const std::string name = "slot " + std::to_string(*read.slot);
             if (*read.slot >= crate.slots.size())
                 m_notes.report(m_notes.lineOf(path), path,
-                               name + " does not exist, the crate has "
-                                   + std::to_string(crate.slots.size()));
+                               name + " does not exist, the crate has " +
+                                   std::to_string(crate.slots.size()));
             else if (crate.slots[*read.slot])
                 m_notes.report(m_notes.lineOf(path), path, name + " has a board already");
             else

@@ -16,8 +16,8 @@ struct CrateFile {
 };
 
 struct CrateReading {
-    CrateFile file;                 // usable only without findings
-    std::vector<Finding> findings;  // by line
+    CrateFile file;                // usable only without findings
+    std::vector<Finding> findings; // by line
 };
 
 // Everything that is wrong is found at once, the model's findProblems() included.

@@ -39,7 +39,7 @@ constexpr NumberField bytes{"bytes", &FaultOrder::bytes, 1, 1 << 20};
 
 struct NumberUse {
     const NumberField *field;
-    std::optional<int64_t> usual;  // none: has to be given
+    std::optional<int64_t> usual; // none: has to be given
 };
 
 struct KindRow {
@@ -71,10 +71,7 @@ const std::vector<KindRow> &kindRows()
     return rows;
 }
 
-const KindRow &rowOf(FaultKind kind)
-{
-    return kindRows()[static_cast<size_t>(kind)];
-}
+const KindRow &rowOf(FaultKind kind) { return kindRows()[static_cast<size_t>(kind)]; }
 
 std::optional<int64_t> integerIn(const FaultFieldValue &value)
 {
@@ -87,8 +84,7 @@ std::optional<int64_t> integerIn(const FaultFieldValue &value)
     return static_cast<int64_t>(*real);
 }
 
-template <class Names>
-std::string listed(const Names &names)
+template <class Names> std::string listed(const Names &names)
 {
     std::string text;
     for (const auto &name : names)
@@ -121,8 +117,8 @@ public:
         if (m_order.code == 0 && row->kind == FaultKind::Fail)
             report("code", "\"code\" is 0, which means success");
         for (const auto &[name, value] : m_left)
-            report(name, "\"" + name + "\" is no field of the fault \"" + std::string(row->name)
-                             + "\"");
+            report(name,
+                   "\"" + name + "\" is no field of the fault \"" + std::string(row->name) + "\"");
         return m_problems.size() == before ? std::optional(m_order) : std::nullopt;
     }
 
@@ -175,8 +171,8 @@ private:
         m_order.operation = findOperationNamed(*name);
         if (!m_order.operation)
             report("operation",
-                   "\"operation\" is neither \"any\" nor a call that reaches the crate: \"" + *name
-                       + "\"");
+                   "\"operation\" is neither \"any\" nor a call that reaches the crate: \"" +
+                       *name + "\"");
     }
 
     void readAnswer()
@@ -194,8 +190,9 @@ private:
     void checkAnswer()
     {
         if (m_order.operation && !canBreak(m_order.answer, *m_order.operation))
-            report("answer", "no answer of \"" + std::string(faultOperationName(m_order.operation))
-                                 + "\" can be broken that way");
+            report("answer", "no answer of \"" +
+                                 std::string(faultOperationName(m_order.operation)) +
+                                 "\" can be broken that way");
     }
 
     void readNumber(const NumberUse &use)
@@ -209,8 +206,8 @@ private:
         if (number && *number >= field.low && *number <= field.high)
             m_order.*field.member = *number;
         else
-            report(field.name, quoted + " is no integer from " + std::to_string(field.low) + " to "
-                                   + std::to_string(field.high));
+            report(field.name, quoted + " is no integer from " + std::to_string(field.low) +
+                                   " to " + std::to_string(field.high));
     }
 
     FaultFields m_left;
@@ -222,10 +219,10 @@ private:
 
 bool FaultOrder::operator==(const FaultOrder &other) const
 {
-    return kind == other.kind && operation == other.operation && answer == other.answer
-           && code == other.code && count == other.count && after == other.after
-           && milliseconds == other.milliseconds && offset == other.offset && chunk == other.chunk
-           && bytes == other.bytes;
+    return kind == other.kind && operation == other.operation && answer == other.answer &&
+           code == other.code && count == other.count && after == other.after &&
+           milliseconds == other.milliseconds && offset == other.offset && chunk == other.chunk &&
+           bytes == other.bytes;
 }
 
 std::optional<FaultOrder> readFaultOrder(const FaultFields &fields,
@@ -248,10 +245,7 @@ FaultFields faultFields(const FaultOrder &order)
     return fields;
 }
 
-std::string_view faultKindName(FaultKind kind)
-{
-    return rowOf(kind).name;
-}
+std::string_view faultKindName(FaultKind kind) { return rowOf(kind).name; }
 
 std::optional<FaultKind> findFaultKind(std::string_view name)
 {

@@ -47,15 +47,15 @@ enum class FaultAnswer : uint8_t {
 // others stay as they are here.
 struct FaultOrder {
     FaultKind kind = FaultKind::Fail;
-    std::optional<wire::Operation> operation;  // none: any
+    std::optional<wire::Operation> operation; // none: any
     FaultAnswer answer = FaultAnswer::NoNul;
     // Within the ranges of the table of fields, whatever the order was read from.
-    int64_t code = 0;          // never 0 where the kind has it
-    int64_t count = 0;         // 0: for good
-    int64_t after = 0;         // calls that pass before the first one hit
+    int64_t code = 0;  // never 0 where the kind has it
+    int64_t count = 0; // 0: for good
+    int64_t after = 0; // calls that pass before the first one hit
     int64_t milliseconds = 0;
-    int64_t offset = 0;        // bytes of the event stream from the order on
-    int64_t chunk = 0;         // bytes
+    int64_t offset = 0; // bytes of the event stream from the order on
+    int64_t chunk = 0;  // bytes
     int64_t bytes = 0;
 
     bool operator==(const FaultOrder &other) const;
@@ -66,8 +66,8 @@ using FaultFieldValue = std::variant<bool, int64_t, double, std::string>;
 using FaultFields = std::map<std::string, FaultFieldValue>;
 
 struct FaultProblem {
-    std::string field;  // empty: the order as a whole
-    std::string text;   // for people; names the field
+    std::string field; // empty: the order as a whole
+    std::string text;  // for people; names the field
 };
 
 // Reads an order; "kind" is one of the fields. Every problem is noted, and with

@@ -10,8 +10,7 @@ namespace {
 constexpr size_t maxFindings = 1000;
 constexpr size_t maxVisits = 500000;
 
-template <class Number>
-std::optional<Number> parseReal(std::string_view text)
+template <class Number> std::optional<Number> parseReal(std::string_view text)
 {
     constexpr Number infinity = std::numeric_limits<Number>::infinity();
     if (text == ".inf" || text == "+.inf")
@@ -39,21 +38,17 @@ bool isPlain(const NamedNode &node)
     return node.node->kind == YamlNode::Kind::Scalar && node.node->plain;
 }
 
-std::string quoted(const std::string &text)
-{
-    return "\"" + text + "\"";
-}
+std::string quoted(const std::string &text) { return "\"" + text + "\""; }
 
-template <class Number>
-std::optional<Number> readReal(const NamedNode &node, Notes &notes)
+template <class Number> std::optional<Number> readReal(const NamedNode &node, Notes &notes)
 {
     const auto number = isPlain(node) ? parseReal<Number>(node.node->text) : std::nullopt;
     if (!number)
         notes.report(node.line, node.path,
-                     quoted(node.name)
-                         + (isPlain(node) ? " is no number: " + quoted(node.node->text)
-                                          : " is " + std::string(kindText(*node.node))
-                                                + ", not a number"));
+                     quoted(node.name) +
+                         (isPlain(node)
+                              ? " is no number: " + quoted(node.node->text)
+                              : " is " + std::string(kindText(*node.node)) + ", not a number"));
     return number;
 }
 
@@ -82,8 +77,8 @@ std::vector<Finding> Notes::takeFindings()
     std::stable_sort(m_findings.begin(), m_findings.end(),
                      [](const auto &a, const auto &b) { return a.line < b.line; });
     if (m_more > 0)
-        m_findings.push_back({m_findings.back().line, "and " + std::to_string(m_more)
-                                                          + " more findings, here or elsewhere"});
+        m_findings.push_back({m_findings.back().line, "and " + std::to_string(m_more) +
+                                                          " more findings, here or elsewhere"});
     return std::move(m_findings);
 }
 
@@ -143,8 +138,8 @@ std::optional<int64_t> integerOf(const NamedNode &node, int64_t low, int64_t hig
     if (number && *number >= low && *number <= high)
         return number;
     notes.report(node.line, node.path,
-                 quoted(node.name) + " is no integer from " + std::to_string(low) + " to "
-                     + std::to_string(high));
+                 quoted(node.name) + " is no integer from " + std::to_string(low) + " to " +
+                     std::to_string(high));
     return std::nullopt;
 }
 
@@ -177,8 +172,8 @@ Fields::Fields(const NamedNode &node, std::string kind, Notes &notes)
     notes.visit();
     if (!m_isMap)
         notes.report(node.line, node.path,
-                     quoted(node.name) + " is " + std::string(kindText(*node.node)) + ", not "
-                         + m_kind);
+                     quoted(node.name) + " is " + std::string(kindText(*node.node)) + ", not " +
+                         m_kind);
 }
 
 std::optional<NamedNode> Fields::take(const std::string &key, Need need)
@@ -255,8 +250,8 @@ void Fields::finish()
     for (const auto &entry : m_node.node->entries)
         if (std::find(m_asked.begin(), m_asked.end(), entry.key) == m_asked.end())
             m_notes.report(entry.line, m_node.path,
-                           quoted(entry.key) + " is no key of " + m_kind + " (known: " + known
-                               + ")");
+                           quoted(entry.key) + " is no key of " + m_kind + " (known: " + known +
+                               ")");
 }
 
 } // namespace sim

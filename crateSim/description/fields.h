@@ -98,16 +98,14 @@ public:
     }
 
     // A word of the table of codes.
-    template <class Code>
-    std::optional<Code> word(const std::string &key, Need need)
+    template <class Code> std::optional<Code> word(const std::string &key, Need need)
     {
         const auto node = take(key, need);
         return node ? wordIn<Code>(*node, {}) : std::nullopt;
     }
 
     // The same, or the number of a code beyond the table.
-    template <class Code>
-    std::optional<Code> wordOrCode(const std::string &key, Need need)
+    template <class Code> std::optional<Code> wordOrCode(const std::string &key, Need need)
     {
         const auto node = take(key, need);
         if (!node)
@@ -115,8 +113,8 @@ public:
         using Number = std::underlying_type_t<Code>;
         const bool isPlain = node->node->kind == YamlNode::Kind::Scalar && node->node->plain;
         const auto number = isPlain ? parseInteger(node->node->text) : std::nullopt;
-        if (number && *number >= 0 && *number <= std::numeric_limits<Number>::max()
-            && wordOf(static_cast<Code>(*number)).empty())
+        if (number && *number >= 0 && *number <= std::numeric_limits<Number>::max() &&
+            wordOf(static_cast<Code>(*number)).empty())
             return static_cast<Code>(*number);
         return wordIn<Code>(*node, ", nor a code that has no word");
     }
@@ -130,8 +128,7 @@ public:
     void finish();
 
 private:
-    template <class Code>
-    std::optional<Code> wordIn(const NamedNode &node, const std::string &more)
+    template <class Code> std::optional<Code> wordIn(const NamedNode &node, const std::string &more)
     {
         const auto text = textOf(node, m_notes);
         if (!text)

@@ -36,10 +36,7 @@ std::vector<ChannelRange> rangesIn(const NamedNode &node, size_t channels, Notes
     return all;
 }
 
-std::string channelText(size_t channel)
-{
-    return "channel " + std::to_string(channel);
-}
+std::string channelText(size_t channel) { return "channel " + std::to_string(channel); }
 
 // Takes the channels of a range; the first of those that cannot be had is noted.
 void takeRange(const ChannelRange &range, const NamedNode &node, int32_t position,
@@ -47,8 +44,8 @@ void takeRange(const ChannelRange &range, const NamedNode &node, int32_t positio
 {
     if (range.last >= owners.size())
         notes.report(node.line, node.path,
-                     channelText(range.last) + " does not exist, the board has "
-                         + std::to_string(owners.size()));
+                     channelText(range.last) + " does not exist, the board has " +
+                         std::to_string(owners.size()));
     bool clash = false;
     for (size_t channel = range.first; channel <= range.last && channel < owners.size();
          ++channel) {
@@ -169,8 +166,8 @@ private:
             const auto channels = channelsIn(entry, position++, m_read.settings);
             const auto model = entry.text("model", Need::Optional).value_or("");
             StartValues start;
-            readStart(entry, model.empty() ? m_read.board.model : model,
-                      &ModelDescription::channel, start);
+            readStart(entry, model.empty() ? m_read.board.model : model, &ModelDescription::channel,
+                      start);
             entry.finish();
             for (const uint16_t channel : channels) {
                 m_read.board.channels[channel].model = model;
@@ -212,8 +209,8 @@ void readNameList(const NamedNode &node, std::vector<ChannelDescription> &channe
     const auto &items = node.node->items;
     if (items.size() != channels.size())
         notes.report(node.line, node.path,
-                     std::to_string(items.size()) + " names for " + std::to_string(channels.size())
-                         + " channels");
+                     std::to_string(items.size()) + " names for " +
+                         std::to_string(channels.size()) + " channels");
     for (size_t index = 0; index < items.size() && index < channels.size(); ++index) {
         notes.visit();
         const std::string path = node.path + "/" + std::to_string(index);
@@ -243,9 +240,10 @@ void readChannelNames(const NamedNode &node, std::vector<ChannelDescription> &ch
         return readNameList(node, channels, notes);
     const NamePattern pattern = patternIn(node, notes);
     if (!pattern.nameOf(0)) {
-        notes.report(node.line, node.path,
-                     "\"names\" is neither a list nor a text with # in place of the number, in quotes "
-                     "where a blank stands before it");
+        notes.report(
+            node.line, node.path,
+            "\"names\" is neither a list nor a text with # in place of the number, in quotes "
+            "where a blank stands before it");
         return;
     }
     // Far beyond any name, and all channels would have a copy.

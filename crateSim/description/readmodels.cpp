@@ -45,8 +45,8 @@ private:
             const auto node = has ? std::nullopt : m_fields.take(key, Need::Optional);
             if (node && m_typed)
                 m_notes.report(node->line, node->path,
-                               "\"" + std::string(key) + "\" does not belong to the type "
-                                   + typeText());
+                               "\"" + std::string(key) + "\" does not belong to the type " +
+                                   typeText());
         }
         return has;
     }
@@ -98,8 +98,8 @@ private:
 };
 
 std::vector<ParameterDescription> readLevel(Fields &fields, const std::string &level,
-                                            const std::string &key,
-                                            std::set<std::string> &broken, Notes &notes)
+                                            const std::string &key, std::set<std::string> &broken,
+                                            Notes &notes)
 {
     std::vector<ParameterDescription> parameters;
     for (const auto &node : fields.list(level, Need::Optional)) {
@@ -120,8 +120,8 @@ ModelDescription readModel(const NamedNode &node, std::set<std::string> &broken,
     model.board = readLevel(fields, "board", model.key, broken, notes);
     model.channel = readLevel(fields, "channel", model.key, broken, notes);
     fields.finish();
-    if (!fields.isMap() || notes.isReported(node.path + "/board")
-        || notes.isReported(node.path + "/channel"))
+    if (!fields.isMap() || notes.isReported(node.path + "/board") ||
+        notes.isReported(node.path + "/channel"))
         broken.insert(model.key);
     return model;
 }

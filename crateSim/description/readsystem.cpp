@@ -31,8 +31,8 @@ namespace {
 std::optional<Value> propertyValue(const NamedNode &node, PropertyType type, Notes &notes)
 {
     const YamlNode &scalar = *node.node;
-    const bool isWord = scalar.kind == YamlNode::Kind::Scalar && scalar.plain
-                        && (scalar.text == "true" || scalar.text == "false");
+    const bool isWord = scalar.kind == YamlNode::Kind::Scalar && scalar.plain &&
+                        (scalar.text == "true" || scalar.text == "false");
     if (type == PropertyType::Boolean && isWord)
         return Value(int32_t{scalar.text == "true"});
     return shapedValue(node, shapeOf(type), notes);
@@ -90,8 +90,8 @@ std::optional<FaultOrder> readFault(const NamedNode &node, Notes &notes)
             fields.emplace(entry.key, plainValue(*entry.value));
         else
             notes.report(entry.line, path,
-                         "\"" + entry.key + "\" is " + std::string(kindText(*entry.value))
-                             + ", not a single value");
+                         "\"" + entry.key + "\" is " + std::string(kindText(*entry.value)) +
+                             ", not a single value");
         readable = readable && scalar;
     }
     std::vector<FaultProblem> problems;

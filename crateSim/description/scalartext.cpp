@@ -13,7 +13,7 @@ namespace sim {
 namespace {
 
 // What one version of YAML or another takes for something else than a text.
-constexpr std::array<std::string_view, 10> words = {"y",  "n",   "yes",  "no",   "on",
+constexpr std::array<std::string_view, 10> words = {"y",   "n",    "yes",   "no",   "on",
                                                     "off", "true", "false", "null", "~"};
 
 bool isLetter(char letter)
@@ -21,10 +21,7 @@ bool isLetter(char letter)
     return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
 }
 
-bool isDigit(char letter)
-{
-    return letter >= '0' && letter <= '9';
-}
+bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
 char lowered(char letter)
 {
@@ -64,8 +61,8 @@ uint32_t codeOf(std::string_view character)
 // Control characters, separators of lines and paragraphs, the byte order mark.
 bool isSilent(uint32_t code)
 {
-    return code < ' ' || (code >= 0x7f && code < 0xa0) || code == 0x2028 || code == 0x2029
-           || code == 0xfeff || code == 0xfffe || code == 0xffff;
+    return code < ' ' || (code >= 0x7f && code < 0xa0) || code == 0x2028 || code == 0x2029 ||
+           code == 0xfeff || code == 0xfffe || code == 0xffff;
 }
 
 std::string escaped(std::string_view character)
@@ -80,8 +77,7 @@ std::string escaped(std::string_view character)
     return buffer;
 }
 
-template <class Number>
-std::string shortest(Number number)
+template <class Number> std::string shortest(Number number)
 {
     if (std::isnan(number))
         return ".nan";
@@ -118,15 +114,9 @@ std::string scalarText(std::string_view text)
     return result + "\"";
 }
 
-std::string realText(float number)
-{
-    return shortest(number);
-}
+std::string realText(float number) { return shortest(number); }
 
-std::string realText(double number)
-{
-    return shortest(number);
-}
+std::string realText(double number) { return shortest(number); }
 
 std::string commentText(std::string_view text)
 {

@@ -18,8 +18,8 @@ int32_t nearestToZero(float minimum, float maximum)
 
 bool hasLimits(ParamType type)
 {
-    return type == ParamType::Numeric || type == ParamType::Integer
-           || type == ParamType::Enumeration;
+    return type == ParamType::Numeric || type == ParamType::Integer ||
+           type == ParamType::Enumeration;
 }
 
 bool hasDecimals(ParamType type)
@@ -27,10 +27,7 @@ bool hasDecimals(ParamType type)
     return type == ParamType::Numeric || type == ParamType::Integer;
 }
 
-bool hasLabels(ParamType type)
-{
-    return type == ParamType::OnOff;
-}
+bool hasLabels(ParamType type) { return type == ParamType::OnOff; }
 
 Value usualStart(const ParameterDescription &parameter)
 {

@@ -6,7 +6,7 @@
 namespace sim {
 
 // Which members of a parameter mean something, by its type.
-bool hasLimits(ParamType type);    // minimum, maximum, unit, exponent
+bool hasLimits(ParamType type); // minimum, maximum, unit, exponent
 bool hasDecimals(ParamType type);
 bool hasLabels(ParamType type);
 

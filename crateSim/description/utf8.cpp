@@ -10,7 +10,7 @@ struct Form {
     unsigned char mask;
     unsigned char lead;
     size_t length;
-    uint32_t smallest;  // below it the form is longer than need be
+    uint32_t smallest; // below it the form is longer than need be
 };
 
 constexpr Form forms[] = {
@@ -20,10 +20,7 @@ constexpr Form forms[] = {
     {0xf8, 0xf0, 4, 0x10000},
 };
 
-bool isCharacter(uint32_t code)
-{
-    return code <= 0x10ffff && (code < 0xd800 || code > 0xdfff);
-}
+bool isCharacter(uint32_t code) { return code <= 0x10ffff && (code < 0xd800 || code > 0xdfff); }
 
 } // namespace
 

@@ -17,8 +17,7 @@ namespace sim {
 namespace {
 
 // A word or the number of a code that has none.
-template <class Code>
-std::string codeText(Code code)
+template <class Code> std::string codeText(Code code)
 {
     const auto word = wordOf(code);
     return word.empty() ? std::to_string(static_cast<uint64_t>(code)) : std::string(word);
@@ -143,8 +142,8 @@ std::string startMap(const StartValues &start, const std::vector<ParameterDescri
         for (size_t index = 0; level != nullptr && index < level->size(); ++index)
             if ((*level)[index].name == name)
                 parameter = &(*level)[index];
-        map.add(scalarText(name), parameter != nullptr ? startText(*parameter, value)
-                                                       : valueText(value));
+        map.add(scalarText(name),
+                parameter != nullptr ? startText(*parameter, value) : valueText(value));
     }
     return map.text();
 }
@@ -248,8 +247,8 @@ private:
         if (board.firmwareMajor == 0 && board.firmwareMinor == 0)
             return;
         const std::string minor = std::to_string(board.firmwareMinor);
-        line("firmware", '"' + std::to_string(board.firmwareMajor) + '.'
-                             + (minor.size() < 2 ? "0" : "") + minor + '"');
+        line("firmware", '"' + std::to_string(board.firmwareMajor) + '.' +
+                             (minor.size() < 2 ? "0" : "") + minor + '"');
     }
 
     void names(const BoardDescription &board)
@@ -265,8 +264,7 @@ private:
         if (pattern->first == 0)
             line("names", text);
         else
-            line("names",
-                 "{pattern: " + text + ", first: " + std::to_string(pattern->first) + "}");
+            line("names", "{pattern: " + text + ", first: " + std::to_string(pattern->first) + "}");
     }
 
     void nameList(const std::vector<ChannelDescription> &channels)
@@ -320,8 +318,7 @@ private:
         entries("settings", board, [&](const ChannelDescription &channel) {
             const ModelDescription *model = crate.channelModel(board, channel);
             const auto *level = model != nullptr ? &model->channel : nullptr;
-            std::string text =
-                channel.model.empty() ? "" : "model: " + scalarText(channel.model);
+            std::string text = channel.model.empty() ? "" : "model: " + scalarText(channel.model);
             if (!channel.start.empty())
                 text += (text.empty() ? "start: " : ", start: ") + startMap(channel.start, level);
             return text;

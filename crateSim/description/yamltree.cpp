@@ -32,10 +32,7 @@ private:
     int m_line;
 };
 
-int lineOf(const YAML::Mark &mark)
-{
-    return mark.line + 1;
-}
+int lineOf(const YAML::Mark &mark) { return mark.line + 1; }
 
 // Builds one document's tree from the parser's events.
 class TreeBuilder : public YAML::EventHandler {
@@ -103,8 +100,8 @@ public:
 private:
     struct Open {
         std::shared_ptr<YamlNode> node;
-        std::optional<YamlEntry> entry;  // a map's key that waits for its value
-        bool unusable = false;           // the key is no text: the value goes nowhere
+        std::optional<YamlEntry> entry; // a map's key that waits for its value
+        bool unusable = false;          // the key is no text: the value goes nowhere
         std::set<std::string> keys;
         std::vector<YamlPointer> merges;
     };
@@ -185,8 +182,8 @@ private:
     {
         map.unusable = key.kind != YamlNode::Kind::Scalar;
         if (map.unusable)
-            m_findings.push_back({key.line, "key is " + std::string(kindText(key))
-                                                + ", not a text"});
+            m_findings.push_back(
+                {key.line, "key is " + std::string(kindText(key)) + ", not a text"});
         else
             map.entry = YamlEntry{key.text, key.line, nullptr};
     }

@@ -12,12 +12,12 @@ namespace sim {
 
 // Something that is wrong in a file.
 struct Finding {
-    int line = 0;      // from 1; 0: the file as a whole
-    std::string text;  // for people
+    int line = 0;     // from 1; 0: the file as a whole
+    std::string text; // for people
 };
 
 struct YamlNode;
-using YamlPointer = std::shared_ptr<const YamlNode>;  // shared by aliases; never null
+using YamlPointer = std::shared_ptr<const YamlNode>; // shared by aliases; never null
 
 struct YamlEntry {
     std::string key;
@@ -29,12 +29,12 @@ struct YamlNode {
     enum class Kind : uint8_t { Null, Scalar, List, Map };
 
     Kind kind = Kind::Null;
-    bool plain = false;  // a scalar written without quotes, which may be a number
+    bool plain = false; // a scalar written without quotes, which may be a number
     int line = 0;
-    int height = 0;      // levels below it
-    std::string text;                 // of a scalar, as written
-    std::vector<YamlPointer> items;   // of a list
-    std::vector<YamlEntry> entries;   // of a map: each key once, merged ones last
+    int height = 0;                 // levels below it
+    std::string text;               // of a scalar, as written
+    std::vector<YamlPointer> items; // of a list
+    std::vector<YamlEntry> entries; // of a map: each key once, merged ones last
 };
 
 // The largest text that is read, in bytes.

@@ -9,7 +9,7 @@ namespace {
 
 constexpr double roomTemperature = 27.0;
 constexpr double kelvinPerWatt = 0.2;
-constexpr double heatingSeconds = 60.0;  // time constant
+constexpr double heatingSeconds = 60.0; // time constant
 constexpr double sameTemperature = 0.01;
 constexpr double underTemperature = 5.0;
 constexpr double overTemperature = 65.0;
@@ -22,8 +22,12 @@ ItemId addItems(ItemStore &items, int32_t slot, const ModelDescription &model,
 {
     const auto first = static_cast<ItemId>(items.size());
     for (const auto &parameter : model.board)
-        items.add({{slot, -1}, parameter.name, parameter.mode, shapeOf(parameter.type),
-                   &parameter, nullptr},
+        items.add({{slot, -1},
+                   parameter.name,
+                   parameter.mode,
+                   shapeOf(parameter.type),
+                   &parameter,
+                   nullptr},
                   startOf(parameter, start));
     return first;
 }
@@ -32,9 +36,7 @@ ItemId addItems(ItemStore &items, int32_t slot, const ModelDescription &model,
 
 Board::Board(ItemStore &items, int32_t slot, const BoardDescription &description,
              const CrateDescription &crate)
-    : m_items(items),
-      m_description(description),
-      m_model(*crate.findModel(description.model)),
+    : m_items(items), m_description(description), m_model(*crate.findModel(description.model)),
       m_first(addItems(items, slot, m_model, description.start))
 {
     for (size_t index = 0; index < m_model.board.size(); ++index)
@@ -115,8 +117,7 @@ void Board::afterWrite(Role role)
         wake();
         for (auto &channel : m_channels)
             channel.setBoardLimit(setting(Role::BoardVoltageLimit, none));
-    }
-    else if (role == Role::BoardEnable)
+    } else if (role == Role::BoardEnable)
         applyConditions();
     else if (role == Role::Temperature)
         checkTemperature();
@@ -146,15 +147,9 @@ void Board::applyConditions()
     show();
 }
 
-void Board::clearTrips()
-{
-    forEachChannel(&Channel::clearTrip);
-}
+void Board::clearTrips() { forEachChannel(&Channel::clearTrip); }
 
-double Board::finalTemperature() const
-{
-    return m_ambient + kelvinPerWatt * m_power;
-}
+double Board::finalTemperature() const { return m_ambient + kelvinPerWatt * m_power; }
 
 void Board::measureTemperature(Duration time)
 {

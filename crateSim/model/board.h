@@ -85,7 +85,7 @@ private:
     double m_power = 0;
     uint32_t m_tripCount = 0;
     bool m_outputsSettled = false;
-    bool m_quiet = false;  // nothing to publish until somebody acts on it
+    bool m_quiet = false; // nothing to publish until somebody acts on it
 };
 
 } // namespace sim

@@ -12,14 +12,13 @@ Channel::Channel(ItemStore &items, Address address, const ChannelDescription &de
     : m_items(items),
       m_first(items.add({address, "Name", Mode::ReadWrite, Shape::Text, nullptr, nullptr},
                         description.name)),
-      m_model(model),
-      m_load(description.load),
+      m_model(model), m_load(description.load),
       m_output(description.load.ohm, description.load.farad)
 {
     for (const auto &parameter : model.channel) {
-        const ItemId id = items.add({address, parameter.name, parameter.mode,
-                                     shapeOf(parameter.type), &parameter, nullptr},
-                                    startOf(parameter, description.start));
+        const ItemId id = items.add(
+            {address, parameter.name, parameter.mode, shapeOf(parameter.type), &parameter, nullptr},
+            startOf(parameter, description.start));
         if (parameter.role != Role::None)
             m_roles[static_cast<size_t>(parameter.role)] = id;
     }

@@ -64,9 +64,9 @@ constexpr uint32_t TemperatureError = 1u << 15;
 // What latches until it is cleared.
 constexpr uint32_t trips = ExternalTrip | InternalTrip;
 // What may come from outside, besides trips; the rest is up to the channel.
-constexpr uint32_t conditions = OverVoltage | UnderVoltage | ExternalDisable | CalibrationError
-                                | Unplugged | UnderCurrent | OverVoltageProtection | PowerFail
-                                | TemperatureError;
+constexpr uint32_t conditions = OverVoltage | UnderVoltage | ExternalDisable | CalibrationError |
+                                Unplugged | UnderCurrent | OverVoltageProtection | PowerFail |
+                                TemperatureError;
 } // namespace channelbit
 
 namespace boardbit {
@@ -77,8 +77,8 @@ constexpr uint32_t TemperatureError = 1u << 3;
 constexpr uint32_t UnderTemperature = 1u << 4;
 constexpr uint32_t OverTemperature = 1u << 5;
 
-constexpr uint32_t conditions = PowerFail | FirmwareChecksum | HvCalibration | TemperatureError
-                                | UnderTemperature | OverTemperature;
+constexpr uint32_t conditions = PowerFail | FirmwareChecksum | HvCalibration | TemperatureError |
+                                UnderTemperature | OverTemperature;
 } // namespace boardbit
 
 // Longest names without their NUL; the access library has no room for more.

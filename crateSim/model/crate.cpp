@@ -22,10 +22,7 @@ CrateDescription checked(CrateDescription description)
 // How often boards measure their temperature.
 constexpr Duration measuringPeriod = std::chrono::seconds(1);
 
-bool isOneOf(uint32_t bit, uint32_t bits)
-{
-    return bit != 0 && (bit & ~bits) == 0;
-}
+bool isOneOf(uint32_t bit, uint32_t bits) { return bit != 0 && (bit & ~bits) == 0; }
 
 Role roleOf(const Item &item)
 {
@@ -74,8 +71,8 @@ void Crate::addBoards()
 {
     for (const auto &slot : m_description.slots) {
         const auto number = static_cast<int32_t>(m_boards.size());
-        m_boards.push_back(
-            slot ? std::make_unique<Board>(m_items, number, *slot, m_description) : nullptr);
+        m_boards.push_back(slot ? std::make_unique<Board>(m_items, number, *slot, m_description)
+                                : nullptr);
     }
 }
 
@@ -350,9 +347,6 @@ void Crate::publishProperties()
     }
 }
 
-Changes Crate::takeChanges()
-{
-    return {m_items.takeChanges(), std::exchange(m_insertions, {})};
-}
+Changes Crate::takeChanges() { return {m_items.takeChanges(), std::exchange(m_insertions, {})}; }
 
 } // namespace sim

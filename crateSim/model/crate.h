@@ -21,7 +21,7 @@ enum class Origin : uint8_t { Network, FrontPanel };
 
 struct Changes {
     std::vector<ItemId> items;
-    std::vector<int32_t> insertions;  // slots where a board came or went
+    std::vector<int32_t> insertions; // slots where a board came or went
 };
 
 class Crate {

@@ -8,15 +8,15 @@ namespace sim {
 
 namespace {
 
-constexpr float word = 65535;  // upper limit of a 16-bit pattern
+constexpr float word = 65535; // upper limit of a 16-bit pattern
 
 using Parameters = std::vector<ParameterDescription>;
 
 ParameterDescription numeric(const char *name, Mode mode, Role role, float minimum, float maximum,
                              Unit unit, int16_t exponent, int16_t decimals, float start)
 {
-    return {name, ParamType::Numeric, mode, role, minimum, maximum, unit, exponent, decimals,
-            "",   "",                 start};
+    return {name, ParamType::Numeric, mode,     role, minimum, maximum,
+            unit, exponent,           decimals, "",   "",      start};
 }
 
 ParameterDescription onOff(const char *name, Mode mode, Role role, const char *onLabel,
@@ -40,7 +40,7 @@ ParameterDescription text(const char *name, Mode mode, Role role, const char *st
 struct Rating {
     const char *model;
     float volts;
-    float currentLimit;     // in the unit of currentExponent
+    float currentLimit; // in the unit of currentExponent
     int16_t currentExponent;
     int16_t voltageDecimals;
     int16_t currentDecimals;
@@ -118,8 +118,8 @@ ChannelDescription channelOf(const Rating &r, size_t index, size_t count, double
     channel.name = name;
     if (index + 1 == count)
         return channel;
-    const double ampsAtLimit = static_cast<double>(r.startLimit)
-                               * (r.currentExponent == -6 ? 1e-6 : 1e-3);
+    const double ampsAtLimit =
+        static_cast<double>(r.startLimit) * (r.currentExponent == -6 ? 1e-6 : 1e-3);
     const double share = index % 3 == 2 ? 1.6 : 0.4;
     channel.load.ohm = std::round(static_cast<double>(r.volts) / (ampsAtLimit * share));
     channel.load.noise = noise;
@@ -197,7 +197,8 @@ CrateDescription defaultCrate()
                       {"AllOff", Action::SwitchAllOff}};
     crate.users = {{"admin", "admin"}};
     for (const auto &rating : ratings)
-        crate.models.push_back({rating.model, rating.model, boardParameters(rating), channelParameters(rating)});
+        crate.models.push_back(
+            {rating.model, rating.model, boardParameters(rating), channelParameters(rating)});
     crate.slots.resize(slots);
     for (const auto &placement : placements)
         crate.slots[placement.slot] = boardOf(placement);

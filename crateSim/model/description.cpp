@@ -67,8 +67,8 @@ bool fits(Role role, Shape shape)
 
 bool fits(PropertyRole role, Shape shape)
 {
-    return role == PropertyRole::None
-           || (role == PropertyRole::HostAddress) == (shape == Shape::Text);
+    return role == PropertyRole::None ||
+           (role == PropertyRole::HostAddress) == (shape == Shape::Text);
 }
 
 class Checker {
@@ -135,10 +135,9 @@ private:
             report(place.at("role"), "role does not go with the type");
         if (shapeOf(property.type) != shapeOf(property.start))
             report(place.at("start"), "start value does not fit the type");
-        else if (checkValue({{}, property.name, property.mode, shapeOf(property.type), nullptr,
-                             &property},
-                            property.start)
-                 != Result::Ok)
+        else if (checkValue(
+                     {{}, property.name, property.mode, shapeOf(property.type), nullptr, &property},
+                     property.start) != Result::Ok)
             report(place.at("start"), "start value is out of range");
     }
 
@@ -221,8 +220,8 @@ private:
 
     void checkStart(const Place &place, const ParameterDescription &parameter, const Value &start)
     {
-        const Item item{{}, parameter.name, parameter.mode, shapeOf(parameter.type), &parameter,
-                        nullptr};
+        const Item item{{},         parameter.name, parameter.mode, shapeOf(parameter.type),
+                        &parameter, nullptr};
         if (item.shape != shapeOf(start))
             report(place, "start value does not fit the type");
         else if (parameter.minimum <= parameter.maximum && checkValue(item, start) != Result::Ok)

@@ -23,21 +23,21 @@ enum class Role : uint8_t {
     CurrentSet,
     RampUp,
     RampDown,
-    TripTime,      // at its upper limit the channel never trips
+    TripTime, // at its upper limit the channel never trips
     VoltageLimit,
     Power,
-    PowerDown,     // 0: killed when switched off or tripped, otherwise ramped
+    PowerDown, // 0: killed when switched off or tripped, otherwise ramped
     Voltage,
     Current,
     Status,
-    TripCause,     // text of the last trip
-    ClearTrip,     // writing anything but 0 clears the channel's trip
-    CurrentMinimum,  // drawing less at a steady voltage is an under-current
+    TripCause,      // text of the last trip
+    ClearTrip,      // writing anything but 0 clears the channel's trip
+    CurrentMinimum, // drawing less at a steady voltage is an under-current
     // of a board
     BoardStatus,
     Temperature,
     BoardVoltageLimit,
-    BoardEnable,   // 0: every channel of the board is disabled
+    BoardEnable, // 0: every channel of the board is disabled
     Count_
 };
 
@@ -49,7 +49,7 @@ struct ParameterDescription {
     float minimum = 0;
     float maximum = 0;
     Unit unit = Unit::None;
-    int16_t exponent = 0;  // the value counts in units of ten to this power
+    int16_t exponent = 0; // the value counts in units of ten to this power
     int16_t decimals = 0;
     std::string onLabel;
     std::string offLabel;
@@ -58,7 +58,7 @@ struct ParameterDescription {
 
 struct Load {
     double ohm = std::numeric_limits<double>::infinity();
-    double farad = 0;  // draws current while the voltage ramps
+    double farad = 0; // draws current while the voltage ramps
     // Amplitude of the current's noise in steps of the read-back's resolution.
     double noise = 0;
 };
@@ -66,8 +66,8 @@ struct Load {
 // Two models may show the same name: boards that look alike need not have the
 // same parameters.
 struct ModelDescription {
-    std::string key;   // by which boards and channels name it
-    std::string name;  // as the crate map shows it
+    std::string key;  // by which boards and channels name it
+    std::string name; // as the crate map shows it
     std::vector<ParameterDescription> board;
     std::vector<ParameterDescription> channel;
 };
@@ -86,7 +86,7 @@ struct ChannelDescription {
 };
 
 struct BoardDescription {
-    std::string model;  // key of a ModelDescription
+    std::string model; // key of a ModelDescription
     std::string description;
     uint16_t serialNumber = 0;
     uint8_t firmwareMajor = 0;
@@ -124,7 +124,7 @@ struct CrateDescription {
     std::vector<CommandDescription> commands;
     std::vector<User> users;
     std::vector<ModelDescription> models;
-    std::vector<std::optional<BoardDescription>> slots;  // empty ones included
+    std::vector<std::optional<BoardDescription>> slots; // empty ones included
 
     // The model with that key, or null.
     const ModelDescription *findModel(const std::string &key) const;
@@ -138,7 +138,7 @@ struct Problem {
     // "slots/7/channels/0/start/VSet"; whoever read the description from somewhere finds the
     // place by it.
     std::string path;
-    std::string text;  // for people; names the place too
+    std::string text; // for people; names the place too
 };
 
 // What is wrong with a description; empty when a Crate can be built from it.

@@ -62,10 +62,7 @@ std::vector<ItemId> ItemStore::takeChanges()
 namespace {
 
 // Far beyond what a float can tell apart; products of a few such stay finite.
-double tenTo(int16_t power)
-{
-    return std::pow(10.0, std::clamp<int>(power, -60, 60));
-}
+double tenTo(int16_t power) { return std::pow(10.0, std::clamp<int>(power, -60, 60)); }
 
 } // namespace
 
@@ -80,9 +77,6 @@ Value quantised(const ParameterDescription &parameter, double number)
     return fromNumber(shapeOf(parameter.type), std::round(number * steps) / steps);
 }
 
-double unitFactor(const ParameterDescription &parameter)
-{
-    return tenTo(parameter.exponent);
-}
+double unitFactor(const ParameterDescription &parameter) { return tenTo(parameter.exponent); }
 
 } // namespace sim

@@ -59,7 +59,7 @@ private:
 
     std::vector<Item> m_items;
     std::vector<Value> m_values;
-    std::unordered_map<ItemId, Value> m_truths;  // of the disturbed items
+    std::unordered_map<ItemId, Value> m_truths; // of the disturbed items
     std::vector<bool> m_changed;
     std::vector<ItemId> m_changes;
 };

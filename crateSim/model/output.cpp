@@ -8,17 +8,14 @@ namespace sim {
 
 namespace {
 
-constexpr uint32_t killingConditions = channelbit::Unplugged | channelbit::PowerFail
-                                       | channelbit::OverVoltageProtection;
+constexpr uint32_t killingConditions =
+    channelbit::Unplugged | channelbit::PowerFail | channelbit::OverVoltageProtection;
 constexpr uint32_t offConditions =
     killingConditions | channelbit::ExternalDisable | channelbit::TemperatureError;
 
 } // namespace
 
-Output::Output(double loadOhm, double loadFarad) : m_circuit{loadOhm, loadFarad}
-{
-    startPiece();
-}
+Output::Output(double loadOhm, double loadFarad) : m_circuit{loadOhm, loadFarad} { startPiece(); }
 
 void Output::configure(const OutputSettings &settings)
 {
@@ -32,8 +29,8 @@ void Output::startPiece()
 {
     if (!m_on && m_settings.rampDown == 0)
         m_voltage = 0;
-    m_drive = {m_on ? std::min(m_settings.voltage, m_settings.hardLimit) : 0.0,
-               m_settings.rampUp, m_settings.rampDown, m_settings.currentLimit};
+    m_drive = {m_on ? std::min(m_settings.voltage, m_settings.hardLimit) : 0.0, m_settings.rampUp,
+               m_settings.rampDown, m_settings.currentLimit};
     m_piece = nextPiece(m_circuit, m_drive, m_voltage);
     while (m_piece.length == Duration(0)) {
         m_voltage = m_piece.to;

@@ -14,13 +14,13 @@ namespace sim {
 struct OutputSettings {
     double voltage = 0;
     double currentLimit = std::numeric_limits<double>::infinity();
-    double rampUp = 0;    // V/s
+    double rampUp = 0; // V/s
     double rampDown = 0;
-    Duration tripTime = Duration::max();  // max: never
+    Duration tripTime = Duration::max(); // max: never
     double hardLimit = std::numeric_limits<double>::infinity();
     // Drawing less at a steady voltage is an under-current; 0: nothing is too little.
     double currentMinimum = 0;
-    bool rampOff = true;  // off and trips ramp down, otherwise they kill
+    bool rampOff = true; // off and trips ramp down, otherwise they kill
 };
 
 class Output {
@@ -72,8 +72,8 @@ private:
     double m_voltage = 0;
     Drive m_drive;
     Piece m_piece;
-    Duration m_inPiece{0};         // time since the piece started
-    Duration m_overCurrentFor{0};  // since the limit binds and a trip can come of it
+    Duration m_inPiece{0};        // time since the piece started
+    Duration m_overCurrentFor{0}; // since the limit binds and a trip can come of it
 };
 
 } // namespace sim

@@ -93,8 +93,8 @@ double Piece::at(Duration elapsed) const
     if (isSteady() || elapsed >= length)
         return to;
     const double time = static_cast<double>(elapsed.count()) * 1e-9;
-    const double voltage = seconds > 0 ? level + (from - level) * std::exp(-time / seconds)
-                                       : from + slope * time;
+    const double voltage =
+        seconds > 0 ? level + (from - level) * std::exp(-time / seconds) : from + slope * time;
     return std::clamp(voltage, std::min(from, to), std::max(from, to));
 }
 

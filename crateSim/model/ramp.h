@@ -18,7 +18,7 @@ struct Circuit {
 // What the module strives for. Nothing in it is negative.
 struct Drive {
     double voltage = 0;
-    double rampUp = 0;  // V/s
+    double rampUp = 0; // V/s
     double rampDown = 0;
     double currentLimit = std::numeric_limits<double>::infinity();
 };
@@ -27,12 +27,12 @@ struct Drive {
 struct Piece {
     double from = 0;
     double to = 0;
-    double slope = 0;      // of a linear piece, V/s
-    double level = 0;      // what an exponential piece tends to
-    double seconds = 0;    // its time constant; 0: linear or steady
+    double slope = 0;   // of a linear piece, V/s
+    double level = 0;   // what an exponential piece tends to
+    double seconds = 0; // its time constant; 0: linear or steady
     // Whole nanoseconds until to is reached; max: never. May be 0.
     Duration length = Duration::max();
-    bool limited = false;  // the current limit decides, not the ramp
+    bool limited = false; // the current limit decides, not the ramp
 
     double at(Duration elapsed) const;
     bool isSteady() const { return from == to; }

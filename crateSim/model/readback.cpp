@@ -37,9 +37,7 @@ Range rangeOf(PropertyType type)
 } // namespace
 
 ReadBack::ReadBack(ItemId id, const ParameterDescription &parameter)
-    : m_id(id),
-      m_shape(shapeOf(parameter.type)),
-      m_factor(unitFactor(parameter)),
+    : m_id(id), m_shape(shapeOf(parameter.type)), m_factor(unitFactor(parameter)),
       m_stepsPerUnit(stepsPerUnit(parameter))
 {
     const auto [low, high] = rangeOf(m_shape);
@@ -48,11 +46,9 @@ ReadBack::ReadBack(ItemId id, const ParameterDescription &parameter)
 }
 
 ReadBack::ReadBack(ItemId id, const PropertyDescription &property, double resolution)
-    : m_id(id),
-      m_shape(shapeOf(property.type)),
+    : m_id(id), m_shape(shapeOf(property.type)),
       m_stepsPerUnit(m_shape == Shape::Real ? 1 / resolution : 1),
-      m_minimum(rangeOf(property.type).first),
-      m_maximum(rangeOf(property.type).second)
+      m_minimum(rangeOf(property.type).first), m_maximum(rangeOf(property.type).second)
 {
 }
 

@@ -24,8 +24,8 @@ public:
 private:
     ItemId m_id;
     Shape m_shape;
-    double m_factor = 1;        // of the item's unit
-    double m_stepsPerUnit = 1;  // of the item's unit
+    double m_factor = 1;       // of the item's unit
+    double m_stepsPerUnit = 1; // of the item's unit
     double m_minimum;
     double m_maximum;
 };

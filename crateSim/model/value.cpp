@@ -46,8 +46,7 @@ double toNumber(const Value &value)
 
 namespace {
 
-template <class Number>
-std::string numberText(Number number)
+template <class Number> std::string numberText(Number number)
 {
     char buffer[64];
     const auto end = std::to_chars(buffer, buffer + sizeof buffer, number).ptr;

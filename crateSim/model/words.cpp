@@ -6,8 +6,7 @@ namespace sim {
 
 namespace {
 
-template <class Code>
-struct Row {
+template <class Code> struct Row {
     Code code;
     std::string_view word;
 };
@@ -30,16 +29,11 @@ constexpr Row<Mode> modes[] = {
 };
 
 constexpr Row<Unit> units[] = {
-    {Unit::None, "none"},
-    {Unit::Ampere, "ampere"},
-    {Unit::Volt, "volt"},
-    {Unit::Watt, "watt"},
-    {Unit::Celsius, "celsius"},
-    {Unit::Hertz, "hertz"},
-    {Unit::Bar, "bar"},
-    {Unit::VoltPerSecond, "volt-per-second"},
-    {Unit::Second, "second"},
-    {Unit::Rpm, "rpm"},
+    {Unit::None, "none"},       {Unit::Ampere, "ampere"},
+    {Unit::Volt, "volt"},       {Unit::Watt, "watt"},
+    {Unit::Celsius, "celsius"}, {Unit::Hertz, "hertz"},
+    {Unit::Bar, "bar"},         {Unit::VoltPerSecond, "volt-per-second"},
+    {Unit::Second, "second"},   {Unit::Rpm, "rpm"},
     {Unit::Count, "count"},
 };
 
@@ -67,12 +61,9 @@ constexpr Row<Role> roles[] = {
 static_assert(std::size(roles) == static_cast<size_t>(Role::Count_), "a role without a word");
 
 constexpr Row<PropertyType> propertyTypes[] = {
-    {PropertyType::Text, "text"},
-    {PropertyType::Real, "real"},
-    {PropertyType::UInt16, "uint16"},
-    {PropertyType::UInt32, "uint32"},
-    {PropertyType::Int16, "int16"},
-    {PropertyType::Int32, "int32"},
+    {PropertyType::Text, "text"},       {PropertyType::Real, "real"},
+    {PropertyType::UInt16, "uint16"},   {PropertyType::UInt32, "uint32"},
+    {PropertyType::Int16, "int16"},     {PropertyType::Int32, "int32"},
     {PropertyType::Boolean, "boolean"},
 };
 
@@ -101,8 +92,7 @@ const auto &tableOf(Action) { return actions; }
 
 } // namespace
 
-template <class Code>
-std::string_view wordOf(Code code)
+template <class Code> std::string_view wordOf(Code code)
 {
     for (const auto &row : tableOf(code))
         if (row.code == code)
@@ -110,8 +100,7 @@ std::string_view wordOf(Code code)
     return {};
 }
 
-template <class Code>
-std::optional<Code> findWord(std::string_view word)
+template <class Code> std::optional<Code> findWord(std::string_view word)
 {
     for (const auto &row : tableOf(Code()))
         if (row.word == word)
@@ -119,8 +108,7 @@ std::optional<Code> findWord(std::string_view word)
     return std::nullopt;
 }
 
-template <class Code>
-std::string allWords()
+template <class Code> std::string allWords()
 {
     std::string all;
     for (const auto &row : tableOf(Code()))
@@ -128,9 +116,9 @@ std::string allWords()
     return all;
 }
 
-#define INSTANTIATE(Code)                                          \
-    template std::string_view wordOf(Code);                        \
-    template std::optional<Code> findWord<Code>(std::string_view); \
+#define INSTANTIATE(Code)                                                                          \
+    template std::string_view wordOf(Code);                                                        \
+    template std::optional<Code> findWord<Code>(std::string_view);                                 \
     template std::string allWords<Code>();
 
 INSTANTIATE(ParamType)

@@ -15,18 +15,15 @@ namespace sim {
 
 // One table for each of ParamType, Mode, Unit, Role, PropertyType, PropertyRole
 // and Action; there is no other instance. Codes without a word give an empty one.
-template <class Code>
-std::string_view wordOf(Code code);
-template <class Code>
-std::optional<Code> findWord(std::string_view word);
+template <class Code> std::string_view wordOf(Code code);
+template <class Code> std::optional<Code> findWord(std::string_view word);
 // All of them, separated by commas, for messages.
-template <class Code>
-std::string allWords();
+template <class Code> std::string allWords();
 
 struct StatusWord {
     uint32_t bit;
     std::string_view word;
-    bool isCondition;  // comes from outside, so that it can be raised and dropped
+    bool isCondition; // comes from outside, so that it can be raised and dropped
 };
 
 constexpr std::array<StatusWord, 16> channelStatusWords = {{

@@ -27,8 +27,7 @@ inline Unpacked unpackPayload(std::string_view payload)
     }
 }
 
-template <class Target>
-Target convert(const msgpack::object &object)
+template <class Target> Target convert(const msgpack::object &object)
 {
     try {
         Target target;
@@ -47,8 +46,7 @@ inline const msgpack::object *elements(const msgpack::object &object, size_t cou
     return object.via.array.ptr;
 }
 
-template <class Body>
-msgpack::sbuffer packBody(const Body &body)
+template <class Body> msgpack::sbuffer packBody(const Body &body)
 {
     msgpack::sbuffer buffer;
     msgpack::pack(buffer, body);
@@ -56,8 +54,7 @@ msgpack::sbuffer packBody(const Body &body)
 }
 
 // [operation, body]
-template <class Body>
-std::string makeCall(Operation operation, const Body &body)
+template <class Body> std::string makeCall(Operation operation, const Body &body)
 {
     msgpack::sbuffer buffer;
     msgpack::packer<msgpack::sbuffer> packer(buffer);
@@ -67,7 +64,7 @@ std::string makeCall(Operation operation, const Body &body)
 
 struct Call {
     Operation operation;
-    msgpack::object body;  // lives as long as the Unpacked it was read from
+    msgpack::object body; // lives as long as the Unpacked it was read from
 };
 
 inline Call readCall(const Unpacked &unpacked)

@@ -57,10 +57,9 @@ private:
         constexpr unsigned char float32 = 0xca;
         uint32_t bits;
         std::memcpy(&bits, &value, sizeof(bits));
-        const unsigned char bytes[] = {float32, static_cast<unsigned char>(bits >> 24),
-                                       static_cast<unsigned char>(bits >> 16),
-                                       static_cast<unsigned char>(bits >> 8),
-                                       static_cast<unsigned char>(bits)};
+        const unsigned char bytes[] = {
+            float32, static_cast<unsigned char>(bits >> 24), static_cast<unsigned char>(bits >> 16),
+            static_cast<unsigned char>(bits >> 8), static_cast<unsigned char>(bits)};
         m_records.write(reinterpret_cast<const char *>(bytes), sizeof(bytes));
     }
 

@@ -22,7 +22,7 @@ struct Nothing {
 };
 
 struct LoginRequest {
-    int32_t handle = 0;  // by which the caller knows the session; comes back in events
+    int32_t handle = 0; // by which the caller knows the session; comes back in events
     int32_t systemType = 0;
     int32_t linkType = 0;
     std::string linkArgument;

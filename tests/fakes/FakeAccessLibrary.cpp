@@ -175,10 +175,10 @@ void FakeAccessLibrary::release(void *buffer)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_buffers.find(buffer);
-    m_calls.push_back("Free(" +
-                      (found != m_buffers.end() ? found->second
-                                                : std::string(buffer != nullptr ? "?" : "null")) +
-                      ")");
+    m_calls.push_back(
+        "Free(" +
+        (found != m_buffers.end() ? found->second : std::string(buffer != nullptr ? "?" : "null")) +
+        ")");
     if (buffer == nullptr) {
         ++m_nullReleases;
     } else if (found == m_buffers.end()) {
@@ -238,8 +238,8 @@ void FakeAccessLibrary::closeEvents()
 bool FakeAccessLibrary::takeEvents(std::vector<VEXAHVEventData_t> &batch)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_eventsChanged.wait(
-        lock, [this] { return !m_blocking || m_eventsClosed || !m_events.empty(); });
+    m_eventsChanged.wait(lock,
+                         [this] { return !m_blocking || m_eventsClosed || !m_events.empty(); });
     if (m_eventsClosed || m_events.empty())
         return false;
     batch = m_events.front();
@@ -247,9 +247,8 @@ bool FakeAccessLibrary::takeEvents(std::vector<VEXAHVEventData_t> &batch)
     return true;
 }
 
-VEXAHVEventData_t FakeAccessLibrary::event(int32_t board, int32_t channel,
-                                           const std::string &item, const FakeBytes &value,
-                                           int32_t type)
+VEXAHVEventData_t FakeAccessLibrary::event(int32_t board, int32_t channel, const std::string &item,
+                                           const FakeBytes &value, int32_t type)
 {
     VEXAHVEventData_t event = {};
     event.Type = type;

@@ -23,12 +23,12 @@ FakeParameter fakeNumeric(const std::string &name, uint32_t mode, float value, f
 FakeParameter fakeOnOff(const std::string &name, uint32_t mode, uint32_t value,
                         const std::string &on, const std::string &off)
 {
-    return {name,
-            VEXAHV_PARAM_ONOFF,
-            mode,
-            FakeBytes::of(value),
-            {{VEXAHV_PROP_ONSTATE, FakeBytes::text(on)},
-             {VEXAHV_PROP_OFFSTATE, FakeBytes::text(off)}}};
+    return {
+        name,
+        VEXAHV_PARAM_ONOFF,
+        mode,
+        FakeBytes::of(value),
+        {{VEXAHV_PROP_ONSTATE, FakeBytes::text(on)}, {VEXAHV_PROP_OFFSTATE, FakeBytes::text(off)}}};
 }
 
 FakeParameter fakePlain(const std::string &name, uint32_t type, uint32_t mode, int32_t value)
@@ -75,8 +75,7 @@ FakeCrate smallFakeCrate()
         fakeInteger("Range", VEXAHV_PARAM_ENUM, VEXAHV_MODE_READWRITE, 1)};
     FakeCrate crate;
     crate.properties = {
-        fakeSysProp("ModelName", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ,
-                    FakeBytes::text("Model 1")),
+        fakeSysProp("ModelName", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ, FakeBytes::text("Model 1")),
         fakeSysProp("IPAddr", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READWRITE,
                     FakeBytes::text("10.0.0.1")),
         fakeSysProp("ResFlag", VEXAHV_SYSPROP_UINT16, VEXAHV_MODE_READ,

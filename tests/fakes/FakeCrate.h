@@ -94,8 +94,7 @@ FakeParameter fakeNumeric(const std::string &name, uint32_t mode, float value, f
 FakeParameter fakeOnOff(const std::string &name, uint32_t mode, uint32_t value,
                         const std::string &on = "On", const std::string &off = "Off");
 /// A parameter without properties: status words, texts, unknown types.
-FakeParameter fakePlain(const std::string &name, uint32_t type, uint32_t mode,
-                        int32_t value = 0);
+FakeParameter fakePlain(const std::string &name, uint32_t type, uint32_t mode, int32_t value = 0);
 /// An integer or an enumeration with limits, unit and exponent.
 FakeParameter fakeInteger(const std::string &name, uint32_t type, uint32_t mode, int32_t value);
 /// `channelCount` channels named CH0, CH1, ... with these parameters each.

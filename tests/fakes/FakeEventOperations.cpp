@@ -42,8 +42,8 @@ VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t handle, int16_t port, uint16_t 
                                          const char *names, uint32_t count, char *results)
 {
     const FakeOperation operation;
-    return subscription(callText("SubscribeBoardParams", handle, port, slot, names, count),
-                        handle, names, count, results);
+    return subscription(callText("SubscribeBoardParams", handle, port, slot, names, count), handle,
+                        names, count, results);
 }
 
 VEXAHVRESULT VEXAHV_UnSubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,
@@ -65,8 +65,8 @@ VEXAHVRESULT VEXAHV_SubscribeChannelParams(int32_t handle, int16_t port, uint16_
 }
 
 VEXAHVRESULT VEXAHV_UnSubscribeChannelParams(int32_t handle, int16_t port, uint16_t slot,
-                                             uint16_t channel, const char *names,
-                                             uint32_t count, char *results)
+                                             uint16_t channel, const char *names, uint32_t count,
+                                             char *results)
 {
     const FakeOperation operation;
     return subscription(

@@ -85,8 +85,8 @@ int32_t propertyOf(const FakeParameter &parameter, const std::string &property, 
     return VEXAHV_OK;
 }
 
-int32_t getProperty(const std::string &call, int32_t handle, const Place &place,
-                    const char *param, const char *property, void *value)
+int32_t getProperty(const std::string &call, int32_t handle, const Place &place, const char *param,
+                    const char *property, void *value)
 {
     return operate(call, handle, [&] {
         return place.withParameter(param, [&](const FakeParameter &parameter) {
@@ -217,24 +217,24 @@ VEXAHVRESULT VEXAHV_GetBdParamProp(int32_t handle, uint16_t slot, const char *pa
                                    const char *property, void *value)
 {
     const FakeOperation operation;
-    return getProperty(callText("GetBdParamProp", handle, slot, param, property), handle,
-                       {slot}, param, property, value);
+    return getProperty(callText("GetBdParamProp", handle, slot, param, property), handle, {slot},
+                       param, property, value);
 }
 
 VEXAHVRESULT VEXAHV_GetBdParam(int32_t handle, uint16_t count, const uint16_t *slots,
                                const char *param, void *values)
 {
     const FakeOperation operation;
-    return getValue(callText("GetBdParam", handle, count, listText(slots, count), param),
-                    handle, {slots[0]}, param, values);
+    return getValue(callText("GetBdParam", handle, count, listText(slots, count), param), handle,
+                    {slots[0]}, param, values);
 }
 
 VEXAHVRESULT VEXAHV_SetBdParam(int32_t handle, uint16_t count, const uint16_t *slots,
                                const char *param, const void *value)
 {
     const FakeOperation operation;
-    return setValue(callText("SetBdParam", handle, count, listText(slots, count), param),
-                    handle, {slots[0]}, param, value);
+    return setValue(callText("SetBdParam", handle, count, listText(slots, count), param), handle,
+                    {slots[0]}, param, value);
 }
 
 // ---- channels ----
@@ -280,16 +280,15 @@ VEXAHVRESULT VEXAHV_GetChParamProp(int32_t handle, uint16_t slot, uint16_t chann
                                    const char *param, const char *property, void *value)
 {
     const FakeOperation operation;
-    return getProperty(callText("GetChParamProp", handle, slot, channel, param, property),
-                       handle, {slot, channel}, param, property, value);
+    return getProperty(callText("GetChParamProp", handle, slot, channel, param, property), handle,
+                       {slot, channel}, param, property, value);
 }
 
 VEXAHVRESULT VEXAHV_GetChParam(int32_t handle, uint16_t slot, const char *param, uint16_t count,
                                const uint16_t *channels, void *values)
 {
     const FakeOperation operation;
-    const auto call =
-        callText("GetChParam", handle, slot, param, count, listText(channels, count));
+    const auto call = callText("GetChParam", handle, slot, param, count, listText(channels, count));
     return getValue(call, handle, {slot, channels[0]}, param, values);
 }
 
@@ -297,7 +296,6 @@ VEXAHVRESULT VEXAHV_SetChParam(int32_t handle, uint16_t slot, const char *param,
                                const uint16_t *channels, const void *value)
 {
     const FakeOperation operation;
-    const auto call =
-        callText("SetChParam", handle, slot, param, count, listText(channels, count));
+    const auto call = callText("SetChParam", handle, slot, param, count, listText(channels, count));
     return setValue(call, handle, {slot, channels[0]}, param, value);
 }

@@ -52,8 +52,8 @@ VEXAHVRESULT VEXAHV_InitSystem(int32_t systemType, int32_t linkType, const char 
                                const char *userName, const char *password, int32_t *handle)
 {
     const FakeOperation operation;
-    const int32_t fault = fake().enter(
-        callText("InitSystem", systemType, linkType, linkArg, userName, password));
+    const int32_t fault =
+        fake().enter(callText("InitSystem", systemType, linkType, linkArg, userName, password));
     if (fault == 0)
         *handle = FakeAccessLibrary::handle;
     return fault;
@@ -73,8 +73,7 @@ VEXAHVRESULT VEXAHV_GetSysPropList(int32_t handle, uint16_t *count, char **list)
     std::vector<std::string> names;
     for (const FakeSysProp &property : fake().crate().properties)
         names.push_back(property.name);
-    return nameList(callText("GetSysPropList", handle), handle, "sysPropNames", names, count,
-                    list);
+    return nameList(callText("GetSysPropList", handle), handle, "sysPropNames", names, count, list);
 }
 
 VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list)
@@ -84,8 +83,7 @@ VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list
                     fake().crate().commands, count, list);
 }
 
-VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode,
-                                   uint32_t *type)
+VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode, uint32_t *type)
 {
     const FakeOperation operation;
     return operate(callText("GetSysPropInfo", handle, name), handle, [&] {
@@ -134,8 +132,7 @@ VEXAHVRESULT VEXAHV_ExecComm(int32_t handle, const char *name)
     const FakeOperation operation;
     return operate(callText("ExecComm", handle, name), handle, [&] {
         return fake().withCrate([&](const FakeCrate &crate) {
-            const bool known =
-                std::count(crate.commands.begin(), crate.commands.end(), name) != 0;
+            const bool known = std::count(crate.commands.begin(), crate.commands.end(), name) != 0;
             return known ? 0 : FakeAccessLibrary::unknownItem;
         });
     });

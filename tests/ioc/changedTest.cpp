@@ -23,13 +23,11 @@ const struct {
     const char *counter;
     const char *type;
     const char *record;
-} ends[] = {{"VMon", "ai", "CRATE:00:001:VMon"},
-            {"IMon", "ai", "CRATE:00:001:IMon"},
-            {"Status", "ai", "CRATE:00:001:Status"},
-            {"VSet", "ao", "CRATE:00:001:VSet:Sync"},
-            {"Pw", "bo", "CRATE:00:001:Pw:Sync"},
-            {"Mask", "mbboDirect", "CRATE:00:001:Mask:Sync"},
-            {"Text", "stringout", "CRATE:Text:Sync"}};
+} ends[] = {
+    {"VMon", "ai", "CRATE:00:001:VMon"},     {"IMon", "ai", "CRATE:00:001:IMon"},
+    {"Status", "ai", "CRATE:00:001:Status"}, {"VSet", "ao", "CRATE:00:001:VSet:Sync"},
+    {"Pw", "bo", "CRATE:00:001:Pw:Sync"},    {"Mask", "mbboDirect", "CRATE:00:001:Mask:Sync"},
+    {"Text", "stringout", "CRATE:Text:Sync"}};
 
 std::string countedRecords()
 {

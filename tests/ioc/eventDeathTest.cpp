@@ -112,8 +112,8 @@ TEST_F(EventsDeathTest, BetweenTwoListsReachTheRecord)
 TEST_F(EventsDeathTest, HangInNoWriteButThatOfTheirOwnNode)
 {
     inFreshProcess([this] {
-        startIoc(generatedRecords("VSet") + generatedRecords("VMon") +
-                 generatedRecords("Status") + generatedRecords("Pw") +
+        startIoc(generatedRecords("VSet") + generatedRecords("VMon") + generatedRecords("Status") +
+                 generatedRecords("Pw") +
                  "record(ai, \"CRATE:00:001:VMon\") { field(PRIO, \"HIGH\") }\n"
                  "record(ai, \"CRATE:00:001:Status\") { field(PRIO, \"HIGH\") }\n");
         const EventConnection mainframe;
@@ -177,12 +177,11 @@ TEST_F(EventsDeathTest, OfOtherRecordTypesReachTheirRecordsWhileAWriteHangs)
                             event("Pw", static_cast<uint32_t>(round % 2)),
                             event("Mask", int32_t{round}),
                             textEvent("Text", std::to_string(round), -1)});
-            EXPECT_TRUE(power.until(
-                [round] { return number("CRATE:00:001:Pw:RBV") == round % 2; }));
             EXPECT_TRUE(
-                mask.until([round] { return number("CRATE:00:001:Mask:RBV") == round; }));
-            EXPECT_TRUE(words.until(
-                [round] { return text("CRATE:Text:RBV") == std::to_string(round); }));
+                power.until([round] { return number("CRATE:00:001:Pw:RBV") == round % 2; }));
+            EXPECT_TRUE(mask.until([round] { return number("CRATE:00:001:Mask:RBV") == round; }));
+            EXPECT_TRUE(
+                words.until([round] { return text("CRATE:Text:RBV") == std::to_string(round); }));
         }
         EXPECT_EQ(number("CRATE:00:001:VMon"), 0.0) << "the pass stands at the read-back";
         release.set_value();

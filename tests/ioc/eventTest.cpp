@@ -64,9 +64,8 @@ TEST_F(Events, OfOneBatchReachRecordsOfEveryType)
     Monitor power("CRATE:00:001:Pw:RBV");
     Monitor mask("CRATE:00:001:Mask:RBV");
     Monitor words("CRATE:Text:RBV");
-    mainframe.send({event("VMon", 1.25F), event("Status", int32_t{3}),
-                    event("Pw", uint32_t{1}), event("Mask", int32_t{0xA5}),
-                    textEvent("Text", "batch", -1)});
+    mainframe.send({event("VMon", 1.25F), event("Status", int32_t{3}), event("Pw", uint32_t{1}),
+                    event("Mask", int32_t{0xA5}), textEvent("Text", "batch", -1)});
     EXPECT_TRUE(becomes(vmon, "CRATE:00:001:VMon", 1.25));
     EXPECT_TRUE(becomes(status, "CRATE:00:001:Status", 3));
     EXPECT_TRUE(becomes(power, "CRATE:00:001:Pw:RBV", 1));
@@ -194,8 +193,8 @@ TEST_F(Events, ManyBatchesTakeNoPlaceInTheCallbackQueuesAndTheLastValueWins)
         const EventConnection mainframe;
         CallCount freed("FreeEventData");
         for (int i = 1; i <= batches; ++i)
-            mainframe.send({event("VMon", static_cast<float>(i)),
-                            event("Pw", static_cast<uint32_t>(i % 2))});
+            mainframe.send(
+                {event("VMon", static_cast<float>(i)), event("Pw", static_cast<uint32_t>(i % 2))});
         EXPECT_TRUE(freed.reaches(batches));
     }
     const callbackQueueStats statistics = queueStatistics();

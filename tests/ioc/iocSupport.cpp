@@ -47,8 +47,7 @@ std::string printedAt(int16_t level, const std::function<void()> &action)
     return text;
 }
 
-void expectPrintedFrom(int16_t from, const std::string &text,
-                       const std::function<void()> &action)
+void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action)
 {
     EXPECT_EQ(printedAt(static_cast<int16_t>(from - 1), action), "") << "below level " << from;
     EXPECT_EQ(printedAt(from, action), text) << "at level " << from;
@@ -89,8 +88,7 @@ constexpr GeneratedNode generatedNodes[] = {
     {"Early", nodeTypeChannelParam, nodeDataTypeFloat, VEXAHV_PARAM_NUMERIC, nodeAccessRead},
     {"Pw", nodeTypeChannelParam, nodeDataTypeUInt, VEXAHV_PARAM_ONOFF, nodeAccessReadWrite},
     {"Mask", nodeTypeChannelParam, nodeDataTypeInt, VEXAHV_PARAM_INTEGER, nodeAccessReadWrite},
-    {"Status", nodeTypeChannelParam, nodeDataTypeInt, VEXAHV_PARAM_CHANNEL_STATUS,
-     nodeAccessRead},
+    {"Status", nodeTypeChannelParam, nodeDataTypeInt, VEXAHV_PARAM_CHANNEL_STATUS, nodeAccessRead},
 };
 
 ZANTONode *newNode(const std::string &name, nodeType type)
@@ -140,8 +138,8 @@ FakeCrate newCrate()
         parameters.push_back(fakePlain(item.name, item.wrapperType, VEXAHV_MODE_READWRITE));
     FakeCrate crate;
     crate.slots = {fakeBoard("A1", 2, {}, parameters)};
-    crate.properties = {fakeSysProp("Text", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READWRITE,
-                                    FakeBytes::text(""))};
+    crate.properties = {
+        fakeSysProp("Text", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READWRITE, FakeBytes::text(""))};
     crate.commands = {"Clear Alarm"};
     return crate;
 }
@@ -291,8 +289,8 @@ void startIoc(const std::string &databaseText)
 {
     // The driver waits for the port to be settled; the kernel chooses it.
     tcpPort = 0;
-    epicsThreadCreate("ZANTOTcpServerThread", 55,
-                      epicsThreadGetStackSize(epicsThreadStackBig), tcpServer_Thread, nullptr);
+    epicsThreadCreate("ZANTOTcpServerThread", 55, epicsThreadGetStackSize(epicsThreadStackBig),
+                      tcpServer_Thread, nullptr);
     loadDefinitions();
     loadRecords(databaseText);
     if (iocBuildIsolated() != 0 || iocRun() != 0)

@@ -38,8 +38,7 @@ template <typename T> variant variantOf(const T &value)
 /// What `action` prints at this debug level. Other threads' output is caught with it.
 std::string printedAt(int16_t level, const std::function<void()> &action);
 /// `action` prints exactly `text` at debug level `from` and nothing at the level below.
-void expectPrintedFrom(int16_t from, const std::string &text,
-                       const std::function<void()> &action);
+void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action);
 
 // ---- tree ----
 
@@ -62,9 +61,9 @@ void give(ZANTONode *node, const variant &value);
 
 /// The records of one type in the test database are named type's word, ":00:000:", node.
 struct RecordType {
-    const char *name;  // as in the database definition
-    const char *word;  // five characters, where records have the crate's name
-    const char *link;  // "INP" or "OUT"
+    const char *name; // as in the database definition
+    const char *word; // five characters, where records have the crate's name
+    const char *link; // "INP" or "OUT"
     bool isInput;
 };
 extern const RecordType recordTypes[10];

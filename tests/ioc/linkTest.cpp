@@ -48,8 +48,7 @@ TEST_F(WrongLink, IsRefusedWithAMessageAtEveryLevel)
             const LinkOfKind wrong(linkOf(message.type, "Missing"), kind);
             const std::string name = recordOf(message.type, "Missing");
             const std::string expected = name + (message.text + 1);
-            EXPECT_EQ(printedAt(0, [&] { EXPECT_EQ(callInit(name), S_db_badField); }),
-                      expected);
+            EXPECT_EQ(printedAt(0, [&] { EXPECT_EQ(callInit(name), S_db_badField); }), expected);
         }
     }
 }

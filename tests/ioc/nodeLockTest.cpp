@@ -60,8 +60,8 @@ TEST_F(NodeLock, KeepsAReadWaiting)
         read(type);
         EXPECT_FALSE(endsWhileHeld(nodeOf("Int"), [type] { read(type); }));
     }
-    EXPECT_FALSE(endsWhileHeld(nodeOf("Text", -1),
-                               [] { EXPECT_EQ(callReadOrWrite("sin__:Text"), 2); }));
+    EXPECT_FALSE(
+        endsWhileHeld(nodeOf("Text", -1), [] { EXPECT_EQ(callReadOrWrite("sin__:Text"), 2); }));
 }
 
 TEST_F(NodeLock, AReadShowsWhatTheHolderLeaves)
@@ -91,12 +91,12 @@ TEST_F(NodeLock, KeepsAWriteWaiting)
         setVal(name, 1);
         EXPECT_EQ(callReadOrWrite(name), 0);
         fake.forgetCalls();
-        EXPECT_FALSE(endsWhileHeld(nodeOf("Int"),
-                                   [&name] { EXPECT_EQ(callReadOrWrite(name), 0); }));
+        EXPECT_FALSE(
+            endsWhileHeld(nodeOf("Int"), [&name] { EXPECT_EQ(callReadOrWrite(name), 0); }));
         EXPECT_EQ(fake.calls(), Lines{"SetChParam(7, 0, Int, 1, [0]) = 1"});
     }
-    EXPECT_FALSE(endsWhileHeld(nodeOf("Text", -1),
-                               [] { EXPECT_EQ(callReadOrWrite("sout_:Text"), 0); }));
+    EXPECT_FALSE(
+        endsWhileHeld(nodeOf("Text", -1), [] { EXPECT_EQ(callReadOrWrite("sout_:Text"), 0); }));
 }
 
 TEST_F(NodeLock, KeepsAnUpdateForItsHolderToApply)

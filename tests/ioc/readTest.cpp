@@ -72,8 +72,7 @@ constexpr Words words[] = {
     {"ai", "[AI] - error getting node from id\n", "[AI] - READ ", "12.000000\n"},
     {"bi", "", "[BI] - READ ", "12\n"},
     {"mbbi", "[MBBI] - error getting node from id\n", "[MBBI] - READ ", "12\n"},
-    {"mbbiDirect", "[MBBIDIRECT] - error getting node from id\n", "[MBBIDIRECT] - READ ",
-     "12\n "},
+    {"mbbiDirect", "[MBBIDIRECT] - error getting node from id\n", "[MBBIDIRECT] - READ ", "12\n "},
 };
 
 } // namespace
@@ -195,9 +194,8 @@ TEST_F(Read, TellsAMissingNodeFromLevel1On)
 TEST_F(Read, TheQualityOfANodeDoesNotCount)
 {
     const std::string name = recordOf("ai", "Float");
-    for (const nodeValueQuality quality :
-         {nodeValueQualityBad, nodeValueQualityUninitialized, nodeValueQualityWriteFail,
-          nodeValueQualityUnknown}) {
+    for (const nodeValueQuality quality : {nodeValueQualityBad, nodeValueQualityUninitialized,
+                                           nodeValueQualityWriteFail, nodeValueQualityUnknown}) {
         nodeOf("Float")->setNodeValue(ZANTONodeValue(variantOf(12.5F), quality, 0));
         record(name)->udf = 1;
         EXPECT_EQ(dbProcess(record(name)), 0);

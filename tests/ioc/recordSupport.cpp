@@ -140,9 +140,8 @@ void setVal(const std::string &name, double value)
     const RecordLock lock(common);
     visit(common, [value](auto *typed) {
         using Val = decltype(typed->val);
-        typed->val = std::is_floating_point_v<Val>
-                         ? static_cast<Val>(value)
-                         : static_cast<Val>(static_cast<int64_t>(value));
+        typed->val = std::is_floating_point_v<Val> ? static_cast<Val>(value)
+                                                   : static_cast<Val>(static_cast<int64_t>(value));
     });
 }
 
@@ -265,6 +264,5 @@ void EventConnection::send(const std::vector<VEXAHVEventData_t> &batch) const
 
 VEXAHVEventData_t textEvent(const std::string &item, const std::string &value, int channel)
 {
-    return FakeAccessLibrary::event(channel < 0 ? -1 : 0, channel, item,
-                                    FakeBytes::text(value));
+    return FakeAccessLibrary::event(channel < 0 ? -1 : 0, channel, item, FakeBytes::text(value));
 }

@@ -31,37 +31,61 @@ using ::testing::UnorderedElementsAreArray;
 namespace {
 
 constexpr const char *expectedRecordTypes[] = {
-    "aai",      "aao",        "ai",        "ao",       "aSub",  "bi",         "bo",
-    "calc",     "calcout",    "compress",  "dfanout",  "event", "fanout",     "longin",
-    "longout",  "mbbi",       "mbbiDirect", "mbbo",    "mbboDirect", "permissive", "sel",
-    "seq",      "state",      "stringin",  "stringout", "sub",  "subArray",   "waveform"};
+    "aai",     "aao",     "ai",         "ao",        "aSub",       "bi",         "bo",
+    "calc",    "calcout", "compress",   "dfanout",   "event",      "fanout",     "longin",
+    "longout", "mbbi",    "mbbiDirect", "mbbo",      "mbboDirect", "permissive", "sel",
+    "seq",     "state",   "stringin",   "stringout", "sub",        "subArray",   "waveform"};
 
-constexpr const char *expectedSupports[] = {
-    "devAaiSoft",           "devAaoSoft",
-    "devAiSoft",            "devAiSoftRaw",
-    "devTimestampAI",       "devAiGeneralTime",
-    "devVEXAZANTOAi",       "devAoSoft",
-    "devAoSoftRaw",         "devAoSoftCallback",
-    "devVEXAZANTOAo",       "devBiSoft",
-    "devBiSoftRaw",         "devVEXAZANTOBi",
-    "devBoSoft",            "devBoSoftRaw",
-    "devBoSoftCallback",    "devBoGeneralTime",
-    "devVEXAZANTOBo",       "devCalcoutSoft",
-    "devCalcoutSoftCallback", "devEventSoft",
-    "devLiSoft",            "devLiGeneralTime",
-    "devLoSoft",            "devLoSoftCallback",
-    "devMbbiSoft",          "devMbbiSoftRaw",
-    "devVEXAZANTOMBBi",     "devMbbiDirectSoft",
-    "devMbbiDirectSoftRaw", "devVEXAZANTOMBBiDirect",
-    "devMbboSoft",          "devMbboSoftRaw",
-    "devMbboSoftCallback",  "devVEXAZANTOMBBo",
-    "devMbboDirectSoft",    "devMbboDirectSoftRaw",
-    "devMbboDirectSoftCallback", "devVEXAZANTOMBBoDirect",
-    "devSiSoft",            "devTimestampSI",
-    "devSiGeneralTime",     "devVEXAZANTOStringin",
-    "devSoSoft",            "devSoSoftCallback",
-    "devSoStdio",           "devVEXAZANTOStringout",
-    "devSASoft",            "devWfSoft"};
+constexpr const char *expectedSupports[] = {"devAaiSoft",
+                                            "devAaoSoft",
+                                            "devAiSoft",
+                                            "devAiSoftRaw",
+                                            "devTimestampAI",
+                                            "devAiGeneralTime",
+                                            "devVEXAZANTOAi",
+                                            "devAoSoft",
+                                            "devAoSoftRaw",
+                                            "devAoSoftCallback",
+                                            "devVEXAZANTOAo",
+                                            "devBiSoft",
+                                            "devBiSoftRaw",
+                                            "devVEXAZANTOBi",
+                                            "devBoSoft",
+                                            "devBoSoftRaw",
+                                            "devBoSoftCallback",
+                                            "devBoGeneralTime",
+                                            "devVEXAZANTOBo",
+                                            "devCalcoutSoft",
+                                            "devCalcoutSoftCallback",
+                                            "devEventSoft",
+                                            "devLiSoft",
+                                            "devLiGeneralTime",
+                                            "devLoSoft",
+                                            "devLoSoftCallback",
+                                            "devMbbiSoft",
+                                            "devMbbiSoftRaw",
+                                            "devVEXAZANTOMBBi",
+                                            "devMbbiDirectSoft",
+                                            "devMbbiDirectSoftRaw",
+                                            "devVEXAZANTOMBBiDirect",
+                                            "devMbboSoft",
+                                            "devMbboSoftRaw",
+                                            "devMbboSoftCallback",
+                                            "devVEXAZANTOMBBo",
+                                            "devMbboDirectSoft",
+                                            "devMbboDirectSoftRaw",
+                                            "devMbboDirectSoftCallback",
+                                            "devVEXAZANTOMBBoDirect",
+                                            "devSiSoft",
+                                            "devTimestampSI",
+                                            "devSiGeneralTime",
+                                            "devVEXAZANTOStringin",
+                                            "devSoSoft",
+                                            "devSoSoftCallback",
+                                            "devSoStdio",
+                                            "devVEXAZANTOStringout",
+                                            "devSASoft",
+                                            "devWfSoft"};
 
 template <typename Node, typename Use> void forEach(const ELLLIST &list, const Use &use)
 {
@@ -94,8 +118,7 @@ class Registration : public IocTest {};
 
 using RegistrationDeathTest = IocDeathTest;
 
-constexpr const char *noDefinitions =
-    "pdbbase is NULL; you must load a DBD file first.\n";
+constexpr const char *noDefinitions = "pdbbase is NULL; you must load a DBD file first.\n";
 
 std::string registeredWithNothing()
 {
@@ -139,30 +162,28 @@ TEST_F(Registration, TheServersOwnSupportsServeHardwareLinks)
             own.push_back(std::string(type.name) + ": " + support.name);
         });
     });
-    EXPECT_THAT(own, ElementsAre("ai: devVEXAZANTOAi", "ao: devVEXAZANTOAo",
-                                 "bi: devVEXAZANTOBi", "bo: devVEXAZANTOBo",
-                                 "mbbi: devVEXAZANTOMBBi",
-                                 "mbbiDirect: devVEXAZANTOMBBiDirect",
-                                 "mbbo: devVEXAZANTOMBBo",
-                                 "mbboDirect: devVEXAZANTOMBBoDirect",
-                                 "stringin: devVEXAZANTOStringin",
-                                 "stringout: devVEXAZANTOStringout"));
+    EXPECT_THAT(own,
+                ElementsAre("ai: devVEXAZANTOAi", "ao: devVEXAZANTOAo", "bi: devVEXAZANTOBi",
+                            "bo: devVEXAZANTOBo", "mbbi: devVEXAZANTOMBBi",
+                            "mbbiDirect: devVEXAZANTOMBBiDirect", "mbbo: devVEXAZANTOMBBo",
+                            "mbboDirect: devVEXAZANTOMBBoDirect", "stringin: devVEXAZANTOStringin",
+                            "stringout: devVEXAZANTOStringout"));
 }
 
 TEST_F(Registration, TheDriverAndTheRegistrarsAreThese)
 {
     EXPECT_THAT(namesIn<drvSup>(pdbbase->drvList), ElementsAre("drvVEXAZANTO"));
     EXPECT_NE(registryDriverSupportFind("drvVEXAZANTO"), nullptr);
-    EXPECT_THAT(textsIn(pdbbase->registrarList),
-                ElementsAre("asSub", "dbPvRegister", "startPVAServerRegister",
-                            "stopPVAServerRegister"));
+    EXPECT_THAT(
+        textsIn(pdbbase->registrarList),
+        ElementsAre("asSub", "dbPvRegister", "startPVAServerRegister", "stopPVAServerRegister"));
 }
 
 TEST_F(Registration, TheVariablesAreTheseBesidesThoseOfTheRecordTypesThemselves)
 {
     // Newer bases declare these where they define the record types.
     const std::set<std::string> ofRecordTypes = {
-        "boHIGHlimit double",   "boHIGHprecision int", "calcoutODLYlimit double",
+        "boHIGHlimit double",       "boHIGHprecision int", "calcoutODLYlimit double",
         "calcoutODLYprecision int", "seqDLYlimit double",  "seqDLYprecision int"};
     Lines variables;
     forEach<dbVariableDef>(pdbbase->variableList, [&](const dbVariableDef &variable) {
@@ -172,8 +193,7 @@ TEST_F(Registration, TheVariablesAreTheseBesidesThoseOfTheRecordTypesThemselves)
         EXPECT_NE(iocshFindVariable(variable.name), nullptr) << variable.name;
     });
     EXPECT_THAT(variables, UnorderedElementsAre("asCaDebug int", "dbRecordsOnceOnly int",
-                                                "dbBptNotMonotonic int",
-                                                "dbTemplateMaxVars int"));
+                                                "dbBptNotMonotonic int", "dbTemplateMaxVars int"));
 }
 
 TEST_F(Registration, ThereIsNothingMore)

@@ -48,17 +48,16 @@ FakeCrate crateOfSameNames()
     crate.properties = {
         fakeSysProp("Clear", VEXAHV_SYSPROP_REAL, VEXAHV_MODE_READ, FakeBytes::of(1.0F)),
         fakeSysProp("Model", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ, FakeBytes::text("x"))};
-    crate.slots = {
-        fakeBoard("A1", 1,
-                  {fakeOnOff("Te mp", VEXAHV_MODE_READ, 0),
-                   fakeNumeric("Temp", VEXAHV_MODE_READ, 0, 0, 100),
-                   fakeNumeric("HVMax", VEXAHV_MODE_READ, 0, 0, 100)},
-                  {fakeNumeric("Name", VEXAHV_MODE_READ, 0, 0, 100),
-                   fakeNumeric("V Set", VEXAHV_MODE_READWRITE, 0, 0, 100),
-                   fakeOnOff("VSet", VEXAHV_MODE_READ, 0),
-                   fakePlain("VSet:RBV", VEXAHV_PARAM_INTEGER, VEXAHV_MODE_READ),
-                   fakeOnOff("VSet:Sync", VEXAHV_MODE_READ, 0),
-                   fakePlain("Status", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ)})};
+    crate.slots = {fakeBoard("A1", 1,
+                             {fakeOnOff("Te mp", VEXAHV_MODE_READ, 0),
+                              fakeNumeric("Temp", VEXAHV_MODE_READ, 0, 0, 100),
+                              fakeNumeric("HVMax", VEXAHV_MODE_READ, 0, 0, 100)},
+                             {fakeNumeric("Name", VEXAHV_MODE_READ, 0, 0, 100),
+                              fakeNumeric("V Set", VEXAHV_MODE_READWRITE, 0, 0, 100),
+                              fakeOnOff("VSet", VEXAHV_MODE_READ, 0),
+                              fakePlain("VSet:RBV", VEXAHV_PARAM_INTEGER, VEXAHV_MODE_READ),
+                              fakeOnOff("VSet:Sync", VEXAHV_MODE_READ, 0),
+                              fakePlain("Status", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ)})};
     return crate;
 }
 
@@ -132,8 +131,8 @@ TEST_F(SameNamesDeathTest, TheWholeDatabaseLoadsAndWhatCannotResolveHasNoRecord)
 TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBehindOneOfItsRecordTypeWithABlank)
 {
     inFreshProcess([] {
-        startIoc(builtDatabase(
-            crateOf({fakeNumeric("Set Volt", VEXAHV_MODE_WRITE, 1, 0, 100), good})));
+        startIoc(
+            builtDatabase(crateOf({fakeNumeric("Set Volt", VEXAHV_MODE_WRITE, 1, 0, 100), good})));
         EXPECT_EQ(text(std::string(setVolt) + ".DESC"), "SetVolt");
         expectReadBackAndWriteOfSetVolt();
     });
@@ -142,8 +141,8 @@ TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBehindOneOfItsRecordTypeWit
 TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBeforeOneOfItsRecordTypeWithABlank)
 {
     inFreshProcess([] {
-        startIoc(builtDatabase(
-            crateOf({good, fakeNumeric("Set Volt", VEXAHV_MODE_WRITE, 1, 0, 100)})));
+        startIoc(
+            builtDatabase(crateOf({good, fakeNumeric("Set Volt", VEXAHV_MODE_WRITE, 1, 0, 100)})));
         expectReadBackAndWriteOfSetVolt();
     });
 }
@@ -151,8 +150,7 @@ TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBeforeOneOfItsRecordTypeWit
 TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBehindOneOfAnotherRecordTypeWithABlank)
 {
     inFreshProcess([] {
-        startIoc(builtDatabase(
-            crateOf({fakeOnOff("Set Volt", VEXAHV_MODE_READWRITE, 1), good})));
+        startIoc(builtDatabase(crateOf({fakeOnOff("Set Volt", VEXAHV_MODE_READWRITE, 1), good})));
         expectReadBackAndWriteOfSetVolt();
     });
 }
@@ -160,8 +158,7 @@ TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBehindOneOfAnotherRecordTyp
 TEST_F(SameNamesDeathTest, AParameterKeepsItsReadBackBeforeOneOfAnotherRecordTypeWithABlank)
 {
     inFreshProcess([] {
-        startIoc(builtDatabase(
-            crateOf({good, fakeOnOff("Set Volt", VEXAHV_MODE_READWRITE, 1)})));
+        startIoc(builtDatabase(crateOf({good, fakeOnOff("Set Volt", VEXAHV_MODE_READWRITE, 1)})));
         expectReadBackAndWriteOfSetVolt();
     });
 }

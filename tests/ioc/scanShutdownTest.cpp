@@ -149,8 +149,7 @@ TEST_F(ScanShutdownDeathTest, DoesNotWaitForEverForAPassThatHangs)
 TEST_F(ScanShutdownDeathTest, BeginsNoPassThatWasQueued)
 {
     inFreshProcess([] {
-        startIoc("record(calc, \"scans\") { field(CALC, \"VAL+1\") }\n" +
-                 generatedRecords("IMon") +
+        startIoc("record(calc, \"scans\") { field(CALC, \"VAL+1\") }\n" + generatedRecords("IMon") +
                  "record(ai, \"CRATE:00:001:IMon\") { field(FLNK, \"scans\") }\n");
         // By the start's own processing and by the first pass.
         ASSERT_TRUE(comesTrue([] { return number("scans") == 2; }));

@@ -109,17 +109,16 @@ epicsThreadId threadOfName(const char *name)
 } // namespace
 
 // In front of EPICS' own.
-extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority,
-                                           unsigned stackSize, EPICSTHREADFUNC entry,
-                                           void *argument)
+extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority, unsigned stackSize,
+                                           EPICSTHREADFUNC entry, void *argument)
 {
     if (missingThreads > 0 &&
         (std::string(name) == "scanLow-ai" || std::string(name) == "changedLow")) {
         --missingThreads;
         return nullptr;
     }
-    const auto original = reinterpret_cast<decltype(&epicsThreadCreate)>(
-        dlsym(RTLD_NEXT, "epicsThreadCreate"));
+    const auto original =
+        reinterpret_cast<decltype(&epicsThreadCreate)>(dlsym(RTLD_NEXT, "epicsThreadCreate"));
     return original(name, priority, stackSize, entry, argument);
 }
 
@@ -207,7 +206,6 @@ TEST_F(ScanStartDeathTest, ThreadsAreMadeWhereThereAreRecords)
         for (const char *name : {"scanMed-ai", "scanHigh-ai", "scanLow-stringin", "scanLow-bi"})
             EXPECT_EQ(epicsThreadGetId(name), nullptr) << name;
         EXPECT_EQ(epicsThreadGetPriority(low), epicsThreadGetPriority(epicsThreadGetId("cbLow")));
-        EXPECT_EQ(epicsThreadGetPriority(high),
-                  epicsThreadGetPriority(epicsThreadGetId("cbHigh")));
+        EXPECT_EQ(epicsThreadGetPriority(high), epicsThreadGetPriority(epicsThreadGetId("cbHigh")));
     });
 }

@@ -42,8 +42,7 @@ TEST_F(Strings, ATextIsShownUpTo39Characters)
         fillVal(inRecord, repeated('v', 39));
         record(inRecord)->udf = 1;
         EXPECT_EQ(callReadOrWrite(inRecord), 2);
-        EXPECT_EQ(std::string(valOf(inRecord)),
-                  repeated('t', std::min<std::size_t>(length, 39)));
+        EXPECT_EQ(std::string(valOf(inRecord)), repeated('t', std::min<std::size_t>(length, 39)));
         EXPECT_EQ(record(inRecord)->udf, 0);
     }
 }
@@ -94,8 +93,8 @@ TEST_F(Strings, AMissingNodeIsToldFromLevel1On)
 
 TEST_F(Strings, ATextIsSentAsItIs)
 {
-    for (const std::string &text : {std::string(""), std::string("a \"b\" %s:"),
-                                    repeated('x', 38), repeated('x', 39)}) {
+    for (const std::string &text :
+         {std::string(""), std::string("a \"b\" %s:"), repeated('x', 38), repeated('x', 39)}) {
         SCOPED_TRACE(text);
         fillVal(outRecord, text);
         record(outRecord)->udf = 1;
@@ -161,8 +160,7 @@ TEST_F(Strings, ARejectionFails)
                               [] { EXPECT_EQ(callReadOrWrite(outRecord), 1); });
             EXPECT_EQ(record(outRecord)->udf, udf);
         }
-        EXPECT_EQ(nodeOf("Text", -1)->getNodeValue().ZANTOGetQuality(),
-                  nodeValueQualityWriteFail);
+        EXPECT_EQ(nodeOf("Text", -1)->getNodeValue().ZANTOGetQuality(), nodeValueQualityWriteFail);
     }
 }
 

@@ -69,9 +69,9 @@ const Writing analogWritings[] = {
 
 // From records of 16 bits.
 const Writing bitWritings[] = {
-    {1, "Int", "1"},         {65535, "Int", "65535"}, {65535, "Short", "65535"},
-    {65535, "Long", "65535"}, {65535, "UInt", "65535"}, {65535, "UShort", "65535"},
-    {65535, "ULong", "65535"}, {12, "Float", "12"},     {2, "Bool", "1"},
+    {1, "Int", "1"},           {65535, "Int", "65535"},  {65535, "Short", "65535"},
+    {65535, "Long", "65535"},  {65535, "UInt", "65535"}, {65535, "UShort", "65535"},
+    {65535, "ULong", "65535"}, {12, "Float", "12"},      {2, "Bool", "1"},
     {0, "Bool", "0"},
 };
 
@@ -85,14 +85,13 @@ struct Output {
 };
 constexpr Output outputs[] = {
     {"ao", "[AO] - error getting node %s from id\n", "[AO] - request write %s = 12.000000\n",
-     "[AO] - WRITE %s = 12.000000\n", "[AO] - error setting node value for [%s] - res=5\n",
-     false},
+     "[AO] - WRITE %s = 12.000000\n", "[AO] - error setting node value for [%s] - res=5\n", false},
     {"bo", "", "", "[BO] - WRITE %s = 12\n", "", true},
     {"mbbo", "[MBBO] - error getting node from id\n", "", "[MBBO] - WRITE %s = 12\n",
      "[MBBO] - error setting node value for [%s] - res=5\n", false},
     {"mbboDirect", "[MBBODIRECT] - error getting node from id\n", "",
-     "[MBBODIRECT] - WRITE %s = 12\n",
-     "[MBBODIRECT] - error setting node value for [%s] - res=5\n", false},
+     "[MBBODIRECT] - WRITE %s = 12\n", "[MBBODIRECT] - error setting node value for [%s] - res=5\n",
+     false},
 };
 
 std::string filledIn(std::string text, const std::string &name)
@@ -103,10 +102,7 @@ std::string filledIn(std::string text, const std::string &name)
 
 class Write : public IocTest, public ::testing::WithParamInterface<Output> {
 protected:
-    std::string nameFor(const std::string &node) const
-    {
-        return recordOf(GetParam().type, node);
-    }
+    std::string nameFor(const std::string &node) const { return recordOf(GetParam().type, node); }
 
     std::string inWords(const char *text, const std::string &node) const
     {
@@ -132,10 +128,7 @@ protected:
     }
 };
 
-std::string nameOfOutput(const ::testing::TestParamInfo<Output> &info)
-{
-    return info.param.type;
-}
+std::string nameOfOutput(const ::testing::TestParamInfo<Output> &info) { return info.param.type; }
 
 class SixteenBits : public IocTest {};
 
@@ -150,9 +143,9 @@ TEST_P(Write, SendsANumberOfEachDataType)
     const Writing *end = analog ? std::end(analogWritings) : std::end(bitWritings);
     for (const Writing *writing = begin; writing != end; ++writing) {
         SCOPED_TRACE(::testing::Message() << writing->value << " to " << writing->node);
-        EXPECT_EQ(callOf(writing->node, writing->value),
-                  std::string("SetChParam(7, 0, ") + writing->node + ", 1, [0]) = " +
-                      writing->sent);
+        EXPECT_EQ(callOf(writing->node, writing->value), std::string("SetChParam(7, 0, ") +
+                                                             writing->node +
+                                                             ", 1, [0]) = " + writing->sent);
         EXPECT_EQ(qualityOf(writing->node), nodeValueQualityGood);
     }
 }
@@ -175,8 +168,7 @@ TEST_P(Write, AClientsPutSendsOneValue)
 TEST_P(Write, TellsAWriteFromLevel7On)
 {
     setVal(nameFor("Int"), 12);
-    expectPrintedFrom(7,
-                      inWords(GetParam().request, "Int") + inWords(GetParam().written, "Int"),
+    expectPrintedFrom(7, inWords(GetParam().request, "Int") + inWords(GetParam().written, "Int"),
                       [&] { EXPECT_EQ(callReadOrWrite(nameFor("Int")), 0); });
 }
 
@@ -295,8 +287,7 @@ TEST_F(SixteenBits, AreWhatADirectRecordSends)
         setVal(name, c.value);
         fake.forgetCalls();
         EXPECT_EQ(callReadOrWrite(name), 0);
-        EXPECT_EQ(fake.calls(),
-                  Lines{std::string("SetChParam(7, 0, Int, 1, [0]) = ") + c.sent});
+        EXPECT_EQ(fake.calls(), Lines{std::string("SetChParam(7, 0, Int, 1, [0]) = ") + c.sent});
     }
 }
 

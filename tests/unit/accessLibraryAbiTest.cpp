@@ -130,7 +130,7 @@ TEST_F(AccessLibraryAbi, TheOperationsHaveTheirSignatures)
     expectSame<I32(I32, int16_t, U16, U16, Text, U32, char *)>(VEXAHV_SubscribeChannelParams,
                                                                VEXAHV_UnSubscribeChannelParams);
     expectSame<I32(I32, VEXAHVSystemStatus_t *, VEXAHVEventData_t **, U32 *)>(VEXAHV_GetEventData,
-                                                                             nullptr);
+                                                                              nullptr);
     expectSame<I32(VEXAHVEventData_t **)>(VEXAHV_FreeEventData, nullptr);
     expectSame<I32(void *)>(VEXAHV_Free, nullptr);
 }

@@ -32,8 +32,8 @@ TEST(Append, PutsThePartsBehindTheText)
 
 TEST(Append, NumbersArePaddedAsPrintfDoes)
 {
-    for (const int32_t value : {0, 1, 9, 10, 99, 100, 999, 1000, 65535, INT32_MAX, -1, -9, -10,
-                                -99, -100, -1000, INT32_MIN}) {
+    for (const int32_t value : {0, 1, 9, 10, 99, 100, 999, 1000, 65535, INT32_MAX, -1, -9, -10, -99,
+                                -100, -1000, INT32_MIN}) {
         for (const std::size_t width : {1U, 2U, 3U, 12U})
             EXPECT_EQ(number(value, width), printed(value, width));
     }

@@ -91,12 +91,11 @@ TEST_F(BuildLeak, TheTreeBuildLeaksNothingWhicheverAllocationFails)
             EXPECT_EQ(logouts(), before + 1);
         }
     };
-    expectNoLeak(build,
-                 [] {
-                     NodePtr(systemNode).reset();
-                     systemNode = nullptr;
-                     ZANTOIndexTree(); // drops the index
-                 });
+    expectNoLeak(build, [] {
+        NodePtr(systemNode).reset();
+        systemNode = nullptr;
+        ZANTOIndexTree(); // drops the index
+    });
 }
 
 TEST_F(BuildLeak, TheBuildersLeakNothingWhicheverAllocationFails)
@@ -118,8 +117,8 @@ TEST_F(BuildLeak, TheBuildersLeakNothingWhicheverAllocationFails)
                                                                    VEXAHV_PARAM_NUMERIC, 0));
         },
         [] {
-            drop(Config::ZANTOConfigCreateChannelParameterProperties(
-                crateHandle, "Pw", VEXAHV_PARAM_ONOFF, 0, 0));
+            drop(Config::ZANTOConfigCreateChannelParameterProperties(crateHandle, "Pw",
+                                                                     VEXAHV_PARAM_ONOFF, 0, 0));
         },
     };
     for (const auto &builder : builders) {

@@ -108,9 +108,9 @@ TEST_F(ChangeQueue, WhatLeavesStandsInNoQueue)
     // From the middle, the front and the end.
     for (const std::size_t place : {2, 0, 4}) {
         queue.markAll();
-        const auto gone = std::find_if(
-            records.begin(), records.end(),
-            [&](const dbCommon *record) { return record->name == order[place]; });
+        const auto gone = std::find_if(records.begin(), records.end(), [&](const dbCommon *record) {
+            return record->name == order[place];
+        });
         queue.leave(*gone);
     }
     EXPECT_EQ(queue.length(low), 2U);

@@ -212,9 +212,8 @@ TEST_F(ChangedRecords, WithoutMemoryForTheNodesAreAll)
 {
     join("a", 0);
     join("b", 1, high);
-    const auto find = std::exchange(ioc.lastNode, [](const std::string &) -> const ZANTONode * {
-        throw std::bad_alloc();
-    });
+    const auto find = std::exchange(
+        ioc.lastNode, [](const std::string &) -> const ZANTONode * { throw std::bad_alloc(); });
     changed.iocRuns(true);
     change(0);
     EXPECT_THAT(drain(), UnorderedElementsAre("a", "b"));

@@ -164,8 +164,16 @@ TEST_F(CommandLine, TheDebugLevelIsTheLow16BitsOfANumber)
     const struct {
         const char *text;
         int16_t level;
-    } cases[] = {{"10", 10},      {"65537", 1},   {"32768", -32768}, {"-1", -1}, {"abc", 0},
-                 {"", 0},         {"5abc", 5},    {" 6", 6},         {"0x7", 0}, {"010", 10},
+    } cases[] = {{"10", 10},
+                 {"65537", 1},
+                 {"32768", -32768},
+                 {"-1", -1},
+                 {"abc", 0},
+                 {"", 0},
+                 {"5abc", 5},
+                 {" 6", 6},
+                 {"0x7", 0},
+                 {"010", 10},
                  {"99999999999999999999", -1}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.text);
@@ -178,8 +186,7 @@ TEST_F(CommandLine, TheDebugLevelIsTheLow16BitsOfANumber)
 TEST_F(CommandLine, LongTextsAreCut)
 {
     const std::string text = repeated("x", 300);
-    const ZANTOCommandLine line =
-        Arguments({"zantoioc", text, "-u", text, "-p", text}).parse();
+    const ZANTOCommandLine line = Arguments({"zantoioc", text, "-u", text, "-p", text}).parse();
     EXPECT_EQ(line.script, text.substr(0, 254));
     EXPECT_EQ(line.user, text.substr(0, 254));
     EXPECT_EQ(line.password, text.substr(0, 254));

@@ -12,10 +12,7 @@ class ConfigBoards : public ZantoTest {};
 
 using Properties = std::vector<std::unique_ptr<ZANTONodeProperty>>;
 
-std::vector<NodePtr> boards()
-{
-    return owned(ZANTOConfig::ZANTOConfigCreateBoards(crateHandle));
-}
+std::vector<NodePtr> boards() { return owned(ZANTOConfig::ZANTOConfigCreateBoards(crateHandle)); }
 
 std::vector<NodePtr> parameters(uint16_t slot)
 {
@@ -176,11 +173,10 @@ TEST_F(ConfigBoards, ParametersAreAskedForAndReadInTableOrder)
     fake.setCrate(crateWithBoard({fakeOnOff("B", VEXAHV_MODE_WRITE, 1),
                                   fakePlain("A", VEXAHV_PARAM_BOARD_STATUS, VEXAHV_MODE_READ)}));
     EXPECT_EQ(namesOf(parameters(1)), (Lines{"B", "A"}));
-    EXPECT_EQ(fake.calls(),
-              (Lines{"GetBdParamInfo(7, 1)", "GetBdParamProp(7, 1, B, Type)",
-                     "GetBdParamProp(7, 1, B, Mode)", "GetBdParam(7, 1, [1], B)",
-                     "GetBdParamProp(7, 1, A, Type)", "GetBdParamProp(7, 1, A, Mode)",
-                     "GetBdParam(7, 1, [1], A)", "Free(boardParamNames)"}));
+    EXPECT_EQ(fake.calls(), (Lines{"GetBdParamInfo(7, 1)", "GetBdParamProp(7, 1, B, Type)",
+                                   "GetBdParamProp(7, 1, B, Mode)", "GetBdParam(7, 1, [1], B)",
+                                   "GetBdParamProp(7, 1, A, Type)", "GetBdParamProp(7, 1, A, Mode)",
+                                   "GetBdParam(7, 1, [1], A)", "Free(boardParamNames)"}));
 }
 
 TEST_F(ConfigBoards, AParameterNodeCarriesWhatTheLibrarySays)
@@ -201,9 +197,9 @@ TEST_F(ConfigBoards, AParameterNodeCarriesWhatTheLibrarySays)
 
 TEST_F(ConfigBoards, ANameOfNineLettersFillsItsSlotAndOneWithoutANulEndsWithIt)
 {
-    fake.setCrate(crateWithBoard({fakeNumeric("ninechars", 0, 0, 0, 0),
-                                  fakeNumeric("ten chars.", 0, 0, 0, 0),
-                                  fakeNumeric("x", 0, 0, 0, 0)}));
+    fake.setCrate(
+        crateWithBoard({fakeNumeric("ninechars", 0, 0, 0, 0), fakeNumeric("ten chars.", 0, 0, 0, 0),
+                        fakeNumeric("x", 0, 0, 0, 0)}));
     EXPECT_EQ(namesOf(parameters(1)), (Lines{"ninechars", "ten chars.", "x"}));
 }
 

@@ -79,7 +79,10 @@ TEST_F(ConfigChannels, AChannelWithoutANameIsLeftOutSilently)
 {
     makeBoard(3, {});
     fake.failCalls("GetChName(7, 1, 1, [1])", 5);
-    EXPECT_EQ(printedAt(10, [] { EXPECT_EQ(namesOf(channels(3)), (Lines{"Chan000", "Chan002"})); }),
+    EXPECT_EQ(printedAt(10,
+                        [] {
+                            EXPECT_EQ(namesOf(channels(3)), (Lines{"Chan000", "Chan002"}));
+                        }),
               "");
     EXPECT_EQ(fake.calls().size(), 3U);
 }
@@ -203,7 +206,10 @@ TEST_F(ConfigChannels, AParameterIsAskedForAgainUntilTypeAndModeAreKnown)
     fake.failCalls("GetChParamProp(7, 1, 2, Pw, Type)", 5, 1, 2);
     fake.failCalls("GetChParamProp(7, 1, 2, Pw, Mode)", 5, 3, 1);
     const std::string message = "Error fetching [1:2:Pw] properties\n";
-    EXPECT_EQ(printedAt(1, [] { EXPECT_EQ(namesOf(parameters()), (Lines{"Name", "Pw", "St"})); }),
+    EXPECT_EQ(printedAt(1,
+                        [] {
+                            EXPECT_EQ(namesOf(parameters()), (Lines{"Name", "Pw", "St"}));
+                        }),
               message + message + message);
     EXPECT_EQ(fake.callsOf("GetChParamProp(7, 1, 2, Pw, Type)").size(), 4U);
     EXPECT_EQ(fake.callsOf("GetChParamProp(7, 1, 2, Pw, Mode)").size(), 4U);
@@ -232,9 +238,15 @@ TEST_F(ConfigChannels, AParameterThatCannotBeReadIsMadeAllTheSame)
 TEST_F(ConfigChannels, TypeCodesGiveDataTypes)
 {
     const nodeDataType fresh = ZANTONode().getDataType();
-    const nodeDataType types[] = {nodeDataTypeFloat,  nodeDataTypeBool, nodeDataTypeInt,
-                                  nodeDataTypeInt,    nodeDataTypeInt,  nodeDataTypeString,
-                                  nodeDataTypeEnum,   fresh,            fresh};
+    const nodeDataType types[] = {nodeDataTypeFloat,
+                                  nodeDataTypeBool,
+                                  nodeDataTypeInt,
+                                  nodeDataTypeInt,
+                                  nodeDataTypeInt,
+                                  nodeDataTypeString,
+                                  nodeDataTypeEnum,
+                                  fresh,
+                                  fresh};
     for (const nodeType kind : {nodeTypeBoardParam, nodeTypeChannelParam}) {
         for (uint32_t type = 0; type < std::size(types); ++type) {
             const NodePtr node(ZANTOConfig::ZANTOConfigCreateNodeParam(kind, "P", 4, type, 0));

@@ -26,24 +26,24 @@ const nodeType kinds[] = {nodeTypeBoardParam, nodeTypeChannelParam};
 
 Properties propertiesOf(nodeType kind, uint32_t type)
 {
-    return owned(kind == nodeTypeBoardParam
-                     ? ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(crateHandle, "P",
-                                                                              type, 1)
-                     : ZANTOConfig::ZANTOConfigCreateChannelParameterProperties(
-                           crateHandle, "P", type, 1, 2));
+    return owned(
+        kind == nodeTypeBoardParam
+            ? ZANTOConfig::ZANTOConfigCreateBoardParameterProperties(crateHandle, "P", type, 1)
+            : ZANTOConfig::ZANTOConfigCreateChannelParameterProperties(crateHandle, "P", type, 1,
+                                                                       2));
 }
 
 ZANTONodeValue valueOf(nodeType kind, const std::string &property)
 {
     return kind == nodeTypeBoardParam
                ? ZANTOConfig::ZANTOConfigGetBoardPropertyValue(property, crateHandle, "P", 1)
-               : ZANTOConfig::ZANTOConfigGetChannelPropertyValue(property, crateHandle, "P", 1,
-                                                                 2);
+               : ZANTOConfig::ZANTOConfigGetChannelPropertyValue(property, crateHandle, "P", 1, 2);
 }
 
 std::string callFor(nodeType kind, const std::string &property)
 {
-    return (kind == nodeTypeBoardParam ? "GetBdParamProp(7, 1, P, " : "GetChParamProp(7, 1, 2, P, ") +
+    return (kind == nodeTypeBoardParam ? "GetBdParamProp(7, 1, P, "
+                                       : "GetChParamProp(7, 1, 2, P, ") +
            property + ")";
 }
 

@@ -62,9 +62,9 @@ TEST_F(ConfigSystem, PropertiesAreAskedForAndReadInListOrder)
 {
     listProperties({textProperty("B"), textProperty("ResFlag"), textProperty("A")});
     EXPECT_EQ(namesOf(properties()), (Lines{"B", "A"}));
-    EXPECT_EQ(fake.calls(), (Lines{"GetSysPropList(7)", "GetSysPropInfo(7, B)",
-                                   "GetSysProp(7, B)", "GetSysPropInfo(7, A)",
-                                   "GetSysProp(7, A)", "Free(sysPropNames)"}));
+    EXPECT_EQ(fake.calls(),
+              (Lines{"GetSysPropList(7)", "GetSysPropInfo(7, B)", "GetSysProp(7, B)",
+                     "GetSysPropInfo(7, A)", "GetSysProp(7, A)", "Free(sysPropNames)"}));
 }
 
 TEST_F(ConfigSystem, APropertyNodeCarriesWhatTheLibrarySays)
@@ -89,13 +89,18 @@ TEST_F(ConfigSystem, APropertyNodeCarriesWhatTheLibrarySays)
 TEST_F(ConfigSystem, TypeCodesGiveDataTypes)
 {
     const nodeDataType fresh = ZANTONode().getDataType();
-    const nodeDataType types[] = {nodeDataTypeString, nodeDataTypeFloat, nodeDataTypeUShort,
-                                  nodeDataTypeUInt,   nodeDataTypeShort, nodeDataTypeInt,
-                                  nodeDataTypeBool,   fresh,             fresh};
+    const nodeDataType types[] = {nodeDataTypeString,
+                                  nodeDataTypeFloat,
+                                  nodeDataTypeUShort,
+                                  nodeDataTypeUInt,
+                                  nodeDataTypeShort,
+                                  nodeDataTypeInt,
+                                  nodeDataTypeBool,
+                                  fresh,
+                                  fresh};
     for (uint32_t type = 0; type < std::size(types); ++type) {
         SCOPED_TRACE(type);
-        const NodePtr node(
-            ZANTOConfig::ZANTOConfigCreateNodeSystemProp(crateHandle, "P", type, 1));
+        const NodePtr node(ZANTOConfig::ZANTOConfigCreateNodeSystemProp(crateHandle, "P", type, 1));
         EXPECT_EQ(node->getDataType(), types[type]);
         EXPECT_EQ(node->getAccessRights(), nodeAccessWrite);
     }
@@ -106,8 +111,7 @@ TEST_F(ConfigSystem, ModeCodesGiveAccessRights)
     const nodeAccessRights rights[] = {nodeAccessRead, nodeAccessWrite, nodeAccessReadWrite,
                                        nodeAccessNone, nodeAccessNone};
     for (uint32_t mode = 0; mode < std::size(rights); ++mode) {
-        const NodePtr node(
-            ZANTOConfig::ZANTOConfigCreateNodeSystemProp(crateHandle, "P", 0, mode));
+        const NodePtr node(ZANTOConfig::ZANTOConfigCreateNodeSystemProp(crateHandle, "P", 0, mode));
         EXPECT_EQ(node->getAccessRights(), rights[mode]) << mode;
     }
     const NodePtr node(
@@ -132,8 +136,9 @@ TEST_F(ConfigSystem, APropertyWithoutInformationIsLeftOutAndTold)
 {
     listProperties({textProperty("A"), textProperty("B"), textProperty("C")});
     fake.failCalls("GetSysPropInfo(7, B)", 5);
-    expectPrintedFrom(1, "Error fetching [B] informations\n",
-                      [] { EXPECT_EQ(namesOf(properties()), (Lines{"A", "C"})); });
+    expectPrintedFrom(1, "Error fetching [B] informations\n", [] {
+        EXPECT_EQ(namesOf(properties()), (Lines{"A", "C"}));
+    });
 }
 
 TEST_F(ConfigSystem, APropertyThatCannotBeReadIsMadeAllTheSame)

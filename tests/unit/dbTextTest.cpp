@@ -16,8 +16,8 @@ std::string value(const std::string &text)
 
 TEST(DbText, ASaneTextComesBackAsItIs)
 {
-    for (const char *text : {"", "Set Volt", "V", "KiloVolt", "a/b-c_d;e:f,g.h(i)", "100 %",
-                             "#", "$", "a$b", "{x}", "'"})
+    for (const char *text : {"", "Set Volt", "V", "KiloVolt", "a/b-c_d;e:f,g.h(i)", "100 %", "#",
+                             "$", "a$b", "{x}", "'"})
         EXPECT_EQ(value(text), text);
 }
 
@@ -32,7 +32,9 @@ TEST(DbText, ControlBytesAreDropped)
 {
     for (int byte = 1; byte < 0x20; ++byte)
         EXPECT_EQ(value(std::string("a") + static_cast<char>(byte) + "b"), "ab") << byte;
-    EXPECT_EQ(value("a\x7F" "b"), "ab");
+    EXPECT_EQ(value("a\x7F"
+                    "b"),
+              "ab");
     EXPECT_EQ(value(std::string("a\0b", 3)), "ab");
     EXPECT_EQ(value("\n\t"), "");
 }
@@ -113,6 +115,5 @@ TEST(RecordHeaders, AFieldThatLooksLikeAHeaderIsNone)
 
 TEST(RecordHeaders, TheLastLineNeedsNoEnd)
 {
-    EXPECT_EQ(recordsIn("record( ao, \"A\")\n{\n}\nrecord( ai, \"B\")"),
-              (Lines{"ao A", "ai B"}));
+    EXPECT_EQ(recordsIn("record( ao, \"A\")\n{\n}\nrecord( ai, \"B\")"), (Lines{"ao A", "ai B"}));
 }

@@ -13,21 +13,18 @@
 #include <future>
 #include <thread>
 
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 using ::testing::Eq;
 using ::testing::ExitedWithCode;
 using ::testing::HasSubstr;
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 namespace {
 
 // Of the end's clock, which stands still unless a call takes its time.
 std::atomic<int64_t> passed{0};
 
-steady_clock::time_point fakeNow()
-{
-    return steady_clock::time_point(milliseconds(passed));
-}
+steady_clock::time_point fakeNow() { return steady_clock::time_point(milliseconds(passed)); }
 
 class EndDeathTest : public ShutdownDeathTest {
 protected:

@@ -47,18 +47,17 @@ TEST(EventConnectionToReplace, IsADeliveringStrangerForTheCrateAlone)
 TEST(EventConnectionToReplace, IsNeverOneThatDeliversFromTheCrate)
 {
     EXPECT_EQ(ZANTOConnectionToReplace({connectionOf(crates, delivered)}, crates), std::nullopt);
-    EXPECT_EQ(ZANTOConnectionToReplace({connectionOf(crates, delivered)}, stranger),
-              std::nullopt);
+    EXPECT_EQ(ZANTOConnectionToReplace({connectionOf(crates, delivered)}, stranger), std::nullopt);
     EXPECT_EQ(ZANTOConnectionToReplace({}, crates), std::nullopt);
 }
 
 TEST(EventConnectionToReplace, IsNoneThatIsOnItsWayOut)
 {
     constexpr bool leaving = true;
-    EXPECT_EQ(ZANTOConnectionToReplace({connectionOf(stranger, silent, leaving),
-                                        connectionOf(stranger, silent)},
-                                       crates),
-              1U);
+    EXPECT_EQ(
+        ZANTOConnectionToReplace(
+            {connectionOf(stranger, silent, leaving), connectionOf(stranger, silent)}, crates),
+        1U);
     EXPECT_EQ(ZANTOConnectionToReplace({connectionOf(stranger, delivered, leaving)}, crates),
               std::nullopt);
 }

@@ -10,7 +10,7 @@ using std::chrono::milliseconds;
 namespace {
 using EventPort = ZantoTest;
 using EventPortDeathTest = EventServerDeathTest;
-}
+} // namespace
 
 TEST_F(EventPortDeathTest, APortThatIsTakenLeadsToTheNextOneAndThatIsAnnounced)
 {

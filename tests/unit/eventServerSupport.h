@@ -99,8 +99,7 @@ public:
         const sockaddr_in own = at(from, 0);
         EXPECT_EQ(bind(peer.m_fd, reinterpret_cast<const sockaddr *>(&own), sizeof(own)), 0);
         const sockaddr_in address = at(INADDR_LOOPBACK, port);
-        EXPECT_EQ(connect(peer.m_fd, reinterpret_cast<const sockaddr *>(&address),
-                          sizeof(address)),
+        EXPECT_EQ(connect(peer.m_fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address)),
                   0)
             << "port " << port;
         return peer;
@@ -205,8 +204,7 @@ protected:
     {
         systemNode = bareNode("CRATE", nodeTypeSystemItem);
         systemNode->setSysHandle(crateHandle);
-        systemNode->addParameter(
-            makeItem("Prop", nodeTypeSystemProp, 0, nodeAccessRead).release());
+        systemNode->addParameter(makeItem("Prop", nodeTypeSystemProp, 0, nodeAccessRead).release());
         ZANTOOpenTree();
     }
 

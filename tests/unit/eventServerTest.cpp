@@ -256,9 +256,8 @@ TEST_F(EventServerDeathTest, TellsItsStartFromLevel10On)
             StdoutCapture output;
             serve();
             EXPECT_EQ(output.text(),
-                      level == 10
-                          ? "\nTCP server thread started\n\nTCP waiting for connection..\n"
-                          : "");
+                      level == 10 ? "\nTCP server thread started\n\nTCP waiting for connection..\n"
+                                  : "");
         });
     }
 }

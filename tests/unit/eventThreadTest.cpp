@@ -12,8 +12,7 @@ using ::testing::IsEmpty;
 
 namespace {
 
-constexpr const char *ended =
-    "\nGetEventData error, update thread exits - error code = [-102]\n";
+constexpr const char *ended = "\nGetEventData error, update thread exits - error code = [-102]\n";
 
 class LiveInsertionFlag : public EventThreadOn<StartupFilesTest> {
 protected:
@@ -55,9 +54,9 @@ TEST_F(EventThread, WithAnIndexABatchEndsAsWithoutOne)
         addSystemProp("Sessions", VEXAHV_SYSPROP_TEXT)};
     Batch batch;
     for (int32_t i = 0; i < 60; i += 6) {
-        batch.insert(batch.end(), {channelEvent("VMon", integer(i)), keepAlive(),
-                                   channelEvent("Nope", integer(i)),
-                                   channelEvent("IMon", integer(i + 1))});
+        batch.insert(batch.end(),
+                     {channelEvent("VMon", integer(i)), keepAlive(),
+                      channelEvent("Nope", integer(i)), channelEvent("IMon", integer(i + 1))});
         if (i < 30)
             batch.push_back(systemEvent("Sessions", integer(i + 2)));
     }
@@ -172,10 +171,14 @@ TEST_F(EventThread, EachTypeCodeRequestsItsList)
         uint32_t code;
         Lines lists;
     } cases[] = {
-        {VEXAHV_PARAM_NUMERIC, {"ai"}},      {VEXAHV_PARAM_ONOFF, {"bi"}},
-        {VEXAHV_PARAM_CHANNEL_STATUS, {"ai"}}, {VEXAHV_PARAM_BOARD_STATUS, {"ai"}},
-        {VEXAHV_PARAM_INTEGER, {"mbbiDirect"}}, {VEXAHV_PARAM_STRING, {"stringin"}},
-        {VEXAHV_PARAM_ENUM, {}},             {7, {}},
+        {VEXAHV_PARAM_NUMERIC, {"ai"}},
+        {VEXAHV_PARAM_ONOFF, {"bi"}},
+        {VEXAHV_PARAM_CHANNEL_STATUS, {"ai"}},
+        {VEXAHV_PARAM_BOARD_STATUS, {"ai"}},
+        {VEXAHV_PARAM_INTEGER, {"mbbiDirect"}},
+        {VEXAHV_PARAM_STRING, {"stringin"}},
+        {VEXAHV_PARAM_ENUM, {}},
+        {7, {}},
         {32, {"ai"}}, // a code is taken modulo 32
     };
     for (const auto &c : cases) {
@@ -191,19 +194,18 @@ TEST_F(EventThread, NumbersAndStatusesScanTheAiListTwice)
 {
     addChannelParam("VMon", VEXAHV_PARAM_NUMERIC, nodeDataTypeFloat);
     addChannelParam("Status", VEXAHV_PARAM_CHANNEL_STATUS);
-    EXPECT_THAT(scansOf({channelEvent("VMon", FakeBytes::of(1.0F)),
-                         channelEvent("Status", integer(1)),
-                         channelEvent("VMon", FakeBytes::of(2.0F))}),
-                ElementsAre("ai", "ai"));
+    EXPECT_THAT(
+        scansOf({channelEvent("VMon", FakeBytes::of(1.0F)), channelEvent("Status", integer(1)),
+                 channelEvent("VMon", FakeBytes::of(2.0F))}),
+        ElementsAre("ai", "ai"));
 }
 
 TEST_F(EventThread, StatusesOfChannelAndBoardScanTheAiListOnce)
 {
     addChannelParam("Status", VEXAHV_PARAM_CHANNEL_STATUS);
     addChannelParam("BdStatus", VEXAHV_PARAM_BOARD_STATUS);
-    EXPECT_THAT(
-        scansOf({channelEvent("Status", integer(1)), channelEvent("BdStatus", integer(1))}),
-        ElementsAre("ai"));
+    EXPECT_THAT(scansOf({channelEvent("Status", integer(1)), channelEvent("BdStatus", integer(1))}),
+                ElementsAre("ai"));
 }
 
 TEST_F(EventThread, EnumerationsAreUpdatedAndScanNothing)
@@ -216,8 +218,7 @@ TEST_F(EventThread, EnumerationsAreUpdatedAndScanNothing)
 TEST_F(EventThread, ASystemPropertysTextScansTheStringinList)
 {
     ZANTONode *node = addSystemProp("Model", VEXAHV_SYSPROP_TEXT, nodeDataTypeString);
-    EXPECT_THAT(scansOf({systemEvent("Model", FakeBytes::text("M1"))}),
-                ElementsAre("stringin"));
+    EXPECT_THAT(scansOf({systemEvent("Model", FakeBytes::text("M1"))}), ElementsAre("stringin"));
     EXPECT_EQ(node->getNodeValue().ZANTOGetValue().toString(), "M1");
 }
 
@@ -245,13 +246,12 @@ TEST_F(EventThread, TheRequestsAreTracedInTheirOrder)
     };
     EXPECT_EQ(printedAt(0, run), "");
     EXPECT_EQ(printedAt(6, run), ended);
-    EXPECT_EQ(printedAt(7, run),
-              std::string("Processing scanIoRequest - recordAi\n"
-                          "Processing scanIoRequest - recordBi\n"
-                          "Processing scanIoRequest - recordAi\n"
-                          "Processing scanIoRequest - recordMBBiDirect\n"
-                          "Processing scanIoRequest - recordStringin\n") +
-                  ended);
+    EXPECT_EQ(printedAt(7, run), std::string("Processing scanIoRequest - recordAi\n"
+                                             "Processing scanIoRequest - recordBi\n"
+                                             "Processing scanIoRequest - recordAi\n"
+                                             "Processing scanIoRequest - recordMBBiDirect\n"
+                                             "Processing scanIoRequest - recordStringin\n") +
+                                     ended);
 }
 
 TEST_F(EventThread, TheMaskOfABatchIsTracedAtLevel10)
@@ -264,14 +264,13 @@ TEST_F(EventThread, TheMaskOfABatchIsTracedAtLevel10)
         deliver({batch, {keepAlive()}});
     };
     EXPECT_THAT(printedAt(9, run), Not(HasSubstr("callback type")));
-    EXPECT_EQ(printedAt(10, run),
-              std::string("Item [Pw] updated - val = 0.000000 \n"
-                          "Item [Mask] updated - val = 0.000000 \n"
-                          "Type of events received - callback type = 12\n"
-                          "Processing scanIoRequest - recordBi\n"
-                          "Processing scanIoRequest - recordMBBiDirect\n"
-                          "Type of events received - callback type = 0\n") +
-                  ended);
+    EXPECT_EQ(printedAt(10, run), std::string("Item [Pw] updated - val = 0.000000 \n"
+                                              "Item [Mask] updated - val = 0.000000 \n"
+                                              "Type of events received - callback type = 12\n"
+                                              "Processing scanIoRequest - recordBi\n"
+                                              "Processing scanIoRequest - recordMBBiDirect\n"
+                                              "Type of events received - callback type = 0\n") +
+                                      ended);
 }
 
 // ---- end of the thread ----
@@ -288,11 +287,10 @@ TEST_F(EventThread, WithoutATreeItEndsAtOnce)
 TEST_F(EventThread, AFailureEndsItWithItsCode)
 {
     fake.failCalls("GetEventData", 17);
-    expectPrintedFrom(1, "\nGetEventData error, update thread exits - error code = [17]\n",
-                      [this] {
-                          plantSocket();
-                          runThread();
-                      });
+    expectPrintedFrom(1, "\nGetEventData error, update thread exits - error code = [17]\n", [this] {
+        plantSocket();
+        runThread();
+    });
     EXPECT_EQ(fake.callsOf("GetEventData").size(), 2U) << "one call each time, no retry";
 }
 

@@ -49,8 +49,8 @@ FakeCrate namesWithBlanks()
                               {fakeNumeric("Set Volt", VEXAHV_MODE_READWRITE, 0, 0, 8000, 2, 0, 2),
                                fakePlain("   ", VEXAHV_PARAM_CHANNEL_STATUS, VEXAHV_MODE_READ)});
     crate.commands = {"Clear Alarm", " Kill  all "};
-    crate.properties = {fakeSysProp("Model Name", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ,
-                                    FakeBytes::text("x"))};
+    crate.properties = {
+        fakeSysProp("Model Name", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ, FakeBytes::text("x"))};
     crate.slots[0].channels[0].name = "a channel";
     return crate;
 }
@@ -102,8 +102,8 @@ FakeCrate systemProperties()
     }
     crate.properties.push_back(
         fakeSysProp("ResFlag", VEXAHV_SYSPROP_UINT16, VEXAHV_MODE_READ, FakeBytes::text("a")));
-    crate.properties.push_back(fakeSysProp("IPAddr", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ,
-                                           FakeBytes::text("unused")));
+    crate.properties.push_back(
+        fakeSysProp("IPAddr", VEXAHV_SYSPROP_TEXT, VEXAHV_MODE_READ, FakeBytes::text("unused")));
     return crate;
 }
 
@@ -153,11 +153,11 @@ FakeCrate sameNames()
 }
 
 const GoldenCrate crates[] = {
-    {"allItems", smallFakeCrate},          {"sixSlots", sixSlots},
-    {"sevenSlots", sevenSlots},            {"noParameters", noParameters},
-    {"namesWithBlanks", namesWithBlanks},  {"limits", limits},
-    {"kindsAndModes", kindsAndModes},      {"systemProperties", systemProperties},
-    {"nastyTexts", nastyTexts},            {"sameNames", sameNames},
+    {"allItems", smallFakeCrate},         {"sixSlots", sixSlots},
+    {"sevenSlots", sevenSlots},           {"noParameters", noParameters},
+    {"namesWithBlanks", namesWithBlanks}, {"limits", limits},
+    {"kindsAndModes", kindsAndModes},     {"systemProperties", systemProperties},
+    {"nastyTexts", nastyTexts},           {"sameNames", sameNames},
 };
 
 // Only what is said to this very program counts: a variable of the environment may have been

@@ -50,8 +50,9 @@ protected:
     NodePtr root;
 };
 
-const Names asked = {"Sessions", "IPAddr", "Temp", "VSet", "VMon", "VMo", "VMonX", "", "vset",
-                     "a name that no string keeps inside itself"};
+const Names asked = {
+    "Sessions", "IPAddr", "Temp", "VSet", "VMon",
+    "VMo",      "VMonX",  "",     "vset", "a name that no string keeps inside itself"};
 
 } // namespace
 

@@ -115,7 +115,9 @@ TEST_F(StartupLifeDeathTest, AnEndWithoutStartupWorkDoesNotWait)
 TEST_F(StartupLifeDeathTest, AnEndAfterStartupWorkDoesNotWait)
 {
     EXPECT_ENDS_WELL({
-        { const ZANTOStartupWork work; }
+        {
+            const ZANTOStartupWork work;
+        }
         beginEnd();
         endChild(ZANTOAwaitStartup(milliseconds(0)));
     });
@@ -191,9 +193,8 @@ TEST_F(StartupLifeDeathTest, StartupWorkDoesNotBeginOnceTheProcessEnds)
 
 TEST_F(StartupLifeDeathTest, NoStepOfTheStartIsTakenOnceTheProcessEnds)
 {
-    for (const auto step :
-         {ZANTOHappening::probeBegins, ZANTOHappening::loginBegins,
-          ZANTOHappening::treeComplete, ZANTOHappening::scriptEnded})
+    for (const auto step : {ZANTOHappening::probeBegins, ZANTOHappening::loginBegins,
+                            ZANTOHappening::treeComplete, ZANTOHappening::scriptEnded})
         expectParks([step] { ZANTOAdvance(step); });
 }
 

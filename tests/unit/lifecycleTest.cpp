@@ -14,9 +14,9 @@ namespace {
 constexpr Phase phases[] = {Phase::arguments, Phase::probing, Phase::loggingIn, Phase::building,
                             Phase::script,    Phase::running, Phase::ending};
 constexpr Happening happenings[] = {
-    Happening::probeBegins, Happening::loginBegins, Happening::loggedIn,
+    Happening::probeBegins,  Happening::loginBegins, Happening::loggedIn,
     Happening::treeComplete, Happening::scriptEnded, Happening::signalled,
-    Happening::shellLeft,   Happening::startFailed, Happening::exitBegun};
+    Happening::shellLeft,    Happening::startFailed, Happening::exitBegun};
 
 // One row for each phase, one column for each happening, in the order above. A letter is the
 // phase that follows and goes on (a, p, l, b, s, r), "E" an end that begins, "-" a thread that
@@ -93,8 +93,7 @@ TEST(Lifecycle, NothingChangesAnEndThatHasBegun)
 {
     for (const Happening happening : happenings) {
         for (const bool byTheEnder : {false, true}) {
-            const ZANTOVerdict verdict =
-                ZANTODecide(in(Phase::ending), happening, 9, byTheEnder);
+            const ZANTOVerdict verdict = ZANTODecide(in(Phase::ending), happening, 9, byTheEnder);
             EXPECT_TRUE(same(verdict.next, in(Phase::ending)));
             EXPECT_EQ(verdict.lot, byTheEnder ? Lot::goOn : Lot::park);
         }
@@ -141,8 +140,8 @@ TEST(EndPlan, FollowsThePhaseInWhichTheEndBegan)
         for (const Happening cause : happenings) {
             if (!isCause(cause))
                 continue;
-            SCOPED_TRACE(::testing::Message() << static_cast<int>(c.phase) << " by "
-                                              << static_cast<int>(cause));
+            SCOPED_TRACE(::testing::Message()
+                         << static_cast<int>(c.phase) << " by " << static_cast<int>(cause));
             const ZANTOEndPlan plan = ZANTOPlanEnd(ZANTODecide(in(c.phase), cause, 2).next);
             EXPECT_EQ(plan.logsOut, c.logsOut);
             EXPECT_EQ(plan.unsubscribes, c.unsubscribes);
@@ -179,8 +178,8 @@ TEST(EndTimes, WhatIsLeftIsNeverNegativeAndNeverMoreThanItsShare)
 TEST(EndTimes, TheLogoutHasTimeLeftWhateverWasWaitedFor)
 {
     const auto worst = [](ZANTOMilliseconds startupUntil) {
-        return startupUntil + ZANTOTimeLeft(startupUntil, ZANTOEndTimes::treeUse,
-                                            ZANTOEndTimes::treeUseUntil);
+        return startupUntil +
+               ZANTOTimeLeft(startupUntil, ZANTOEndTimes::treeUse, ZANTOEndTimes::treeUseUntil);
     };
     EXPECT_LE(worst(ZANTOEndTimes::loginUntil).count(), 8000);
     EXPECT_LE(worst(ZANTOEndTimes::half).count(), 8000);

@@ -24,8 +24,8 @@ FakeCrate crateWithVSet()
 {
     const FakeParameter vset = fakeNumeric("VSet", VEXAHV_MODE_READWRITE, 0, 0, 100);
     FakeCrate crate;
-    crate.properties = {fakeSysProp("VSet", VEXAHV_SYSPROP_REAL, VEXAHV_MODE_READWRITE,
-                                    FakeBytes::of(0.0F))};
+    crate.properties = {
+        fakeSysProp("VSet", VEXAHV_SYSPROP_REAL, VEXAHV_MODE_READWRITE, FakeBytes::of(0.0F))};
     crate.commands = {"VSet"};
     crate.slots = {FakeBoard(), fakeBoard("A1", 3, {vset}, {vset})};
     return crate;
@@ -162,9 +162,9 @@ TEST_F(NodeLocks, EachWatchedKindSubscribesThroughItsOwnOperation)
 
 TEST_F(NodeLocks, SubscribingAnotherKindFailsWithoutACall)
 {
-    for (const nodeType type : {nodeTypeSystemItem, nodeTypeSystemParam, nodeTypeBoardItem,
-                                nodeTypeChannelItem, nodeTypeGlobalSetting, nodeTypeEmptyNode,
-                                nodeTypeSystemCmd}) {
+    for (const nodeType type :
+         {nodeTypeSystemItem, nodeTypeSystemParam, nodeTypeBoardItem, nodeTypeChannelItem,
+          nodeTypeGlobalSetting, nodeTypeEmptyNode, nodeTypeSystemCmd}) {
         SCOPED_TRACE(type);
         const NodePtr node = valuedNode(type);
         EXPECT_EQ(node->ZANTOSubscribeNode(), -1);
@@ -344,8 +344,7 @@ TEST_F(NodeLocks, AnUpdateOfAnotherThreadWaitsForTheWriteInProgress)
 TEST_F(NodeLocks, ASetterOfAnotherThreadWaitsForTheSubscriptionInProgress)
 {
     for (const bool subscribe : {true, false}) {
-        for (const nodeType type :
-             {nodeTypeSystemProp, nodeTypeBoardParam, nodeTypeChannelParam}) {
+        for (const nodeType type : {nodeTypeSystemProp, nodeTypeBoardParam, nodeTypeChannelParam}) {
             const NodePtr node = valuedNode(type);
             std::unique_ptr<Contender> setter;
             bool setDuringCall = true;

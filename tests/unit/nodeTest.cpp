@@ -48,9 +48,9 @@ TEST(Node, StartsEmptyAndUnconnected)
     for (const int32_t unset :
          {node.getSysHandle(), node.getSystemType(), node.getSystemConnType()})
         EXPECT_EQ(unset, -1);
-    for (const uint32_t zero : {uint32_t{node.getSlotCount()}, uint32_t{node.getBdChCount()},
-                                uint32_t{node.getBdSerNr()}, uint32_t{node.getBdSlotNr()},
-                                uint32_t{node.getChIdx()}, node.getParWrapperType()})
+    for (const uint32_t zero :
+         {uint32_t{node.getSlotCount()}, uint32_t{node.getBdChCount()}, uint32_t{node.getBdSerNr()},
+          uint32_t{node.getBdSlotNr()}, uint32_t{node.getChIdx()}, node.getParWrapperType()})
         EXPECT_EQ(zero, 0U);
     for (const std::string &text :
          {node.getNodeName(), node.getInitParam(), node.getUsername(), node.getPassword(),

@@ -10,7 +10,8 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-template <typename T> class Truncate : public ::testing::Test {};
+template <typename T> class Truncate : public ::testing::Test {
+};
 using Integers = ::testing::Types<int16_t, uint16_t, int32_t, uint32_t, int64_t, uint64_t>;
 TYPED_TEST_SUITE(Truncate, Integers);
 

@@ -36,9 +36,9 @@ TEST_F(PvList, CommandsAndSystemPropertiesHaveTwoHyphens)
 {
     EXPECT_EQ(lineOf("Clear Alarm", nodeTypeSystemCmd, VEXAHV_PARAM_ONOFF, nodeAccessWrite, -1, -1),
               "-, -, CRATE:ClearAlarm,  bo,  , x\n");
-    EXPECT_EQ(lineOf("Clear Alarm", nodeTypeSystemCmd, VEXAHV_PARAM_STRING, nodeAccessWrite, -1,
-                     -1),
-              "-, -, CRATE:ClearAlarm,  stringout,  , x\n");
+    EXPECT_EQ(
+        lineOf("Clear Alarm", nodeTypeSystemCmd, VEXAHV_PARAM_STRING, nodeAccessWrite, -1, -1),
+        "-, -, CRATE:ClearAlarm,  stringout,  , x\n");
     EXPECT_EQ(lineOf("ModelName", nodeTypeSystemProp, VEXAHV_SYSPROP_TEXT, nodeAccessRead, -1, -1),
               "-, -, CRATE:ModelName,  stringin, x,  \n");
 }
@@ -86,9 +86,8 @@ TEST_F(PvList, UnknownSystemPropertyTypesHaveNoLineAndAMessage)
 {
     for (const uint32_t type : {7U, UINT32_MAX})
         expectPrintedFrom(
-            1, "Error finding system type while creating string for [SetVolt] PV list\n", [&] {
-                EXPECT_EQ(lineOf("Set Volt", nodeTypeSystemProp, type, nodeAccessRead), "");
-            });
+            1, "Error finding system type while creating string for [SetVolt] PV list\n",
+            [&] { EXPECT_EQ(lineOf("Set Volt", nodeTypeSystemProp, type, nodeAccessRead), ""); });
 }
 
 TEST_F(PvList, OtherNodesWithoutRecordsHaveNoLineAndNoMessage)

@@ -71,7 +71,9 @@ TEST_F(RecordName, FindsSystemBoardAndChannelParameters)
 
 TEST_F(RecordName, OnlyTheLengthOfTheSystemNameCounts)
 {
-    for (const char *name : {"XXXXX:01:002:VSet", "crate:01:002:VSet", ":::::" ":01:002:VSet",
+    for (const char *name : {"XXXXX:01:002:VSet", "crate:01:002:VSet",
+                             ":::::"
+                             ":01:002:VSet",
                              "     :01:002:VSet"})
         EXPECT_EQ(find(name), channelParameter(1, 2, 1)) << name;
     EXPECT_EQ(find("CRATES:01:002:VSet"), channelParameter(1, 2, 1));
@@ -138,15 +140,12 @@ TEST_F(RecordName, PositionsOutsideTheTreeFindNothing)
 
 TEST_F(RecordName, OneToThreeColonsAreANameAndNoOtherCount)
 {
-    for (const char *name : {"CRATE", "CRATEName", "CRATE:1:2:3:VSet", "CRATE:", "CRATE:::",
-                             "CRATE::::::"})
+    for (const char *name :
+         {"CRATE", "CRATEName", "CRATE:1:2:3:VSet", "CRATE:", "CRATE:::", "CRATE::::::"})
         EXPECT_EQ(find(name), nullptr) << name;
 }
 
-TEST_F(RecordName, ANodeNameWithAColonIsNotFound)
-{
-    EXPECT_EQ(find("CRATE:Odd:Name"), nullptr);
-}
+TEST_F(RecordName, ANodeNameWithAColonIsNotFound) { EXPECT_EQ(find("CRATE:Odd:Name"), nullptr); }
 
 TEST_F(RecordName, ATextShorterThanTheSystemNameFindsNothing)
 {
@@ -172,9 +171,10 @@ TEST_F(RecordName, NothingIsFoundWithoutATree)
 
 TEST_F(RecordName, NothingIsPrinted)
 {
-    EXPECT_EQ(printedAt(10, [] {
-                  find("CRATE:01:002:nothing");
-                  find("");
-              }),
+    EXPECT_EQ(printedAt(10,
+                        [] {
+                            find("CRATE:01:002:nothing");
+                            find("");
+                        }),
               "");
 }

@@ -83,8 +83,7 @@ TEST_F(RecordText, AReadWriteNumberHasASetOfThreeRecords)
 
 TEST_F(RecordText, AReadOnlySwitchOfABoardHasOneRecord)
 {
-    const NodePtr node =
-        makeItem("Alarm", nodeTypeBoardParam, VEXAHV_PARAM_ONOFF, nodeAccessRead);
+    const NodePtr node = makeItem("Alarm", nodeTypeBoardParam, VEXAHV_PARAM_ONOFF, nodeAccessRead);
     node->setOnString("On");
     node->setOffString("Off");
     EXPECT_EQ(recordsOf(node, 3, -1), "record( bi, \"CRATE:03:Alarm\")\n"
@@ -168,9 +167,8 @@ TEST_F(RecordText, ABooleanSystemPropertyNamesItsStatesInTheMainRecordOnly)
 {
     const std::string text =
         recordsOf(makeItem("P", nodeTypeSystemProp, 6, nodeAccessReadWrite), -1, -1);
-    EXPECT_EQ(headers(text),
-              (Lines{"record( bo, \"CRATE:P\")", "record( bi, \"CRATE:P:RBV\")",
-                     "record(bo, \"CRATE:P:Sync\")"}));
+    EXPECT_EQ(headers(text), (Lines{"record( bo, \"CRATE:P\")", "record( bi, \"CRATE:P:RBV\")",
+                                    "record(bo, \"CRATE:P:Sync\")"}));
     EXPECT_EQ(linesWith(text, "NAM").size(), 2U);
     EXPECT_LT(text.find("ONAM"), text.find(":RBV\""));
     EXPECT_EQ(headers(recordsOf(makeItem("P", nodeTypeSystemProp, 6, nodeAccessRead), -1, -1)),
@@ -225,8 +223,9 @@ TEST_F(RecordText, EveryLimitIsPrintedAsPrintfDoes)
 {
     const NodePtr node = setVolt();
     node->setMaxVal(-7);
-    std::vector<float> limits = {-0.0F, 1e9F, -1e9F, 999999936.0F, 16777217.0F, 0.1F, 0.0000005F,
-                                 1.0F / 3, -2.5F, 8388607.5F, 2147483648.0F, 1e-45F, -1e-45F};
+    std::vector<float> limits = {-0.0F,         1e9F,       -1e9F,    999999936.0F, 16777217.0F,
+                                 0.1F,          0.0000005F, 1.0F / 3, -2.5F,        8388607.5F,
+                                 2147483648.0F, 1e-45F,     -1e-45F};
     // Every sign and exponent, with mantissas from all over their range.
     for (uint32_t bits = 12345; bits < UINT32_MAX - 99991; bits += 99991) {
         limits.emplace_back();
@@ -302,9 +301,8 @@ TEST_F(RecordText, OtherNodeTypesHaveNoRecordAndAMessage)
                                 nodeTypeChannelItem, nodeTypeGlobalSetting, nodeTypeEmptyNode}) {
         SCOPED_TRACE(type);
         const NodePtr node = makeItem("Set Volt", type, 0, nodeAccessRead);
-        expectPrintedFrom(
-            1, "Error finding type while creating string for [SetVolt] record\n",
-            [&] { EXPECT_EQ(recordsOf(node), ""); });
+        expectPrintedFrom(1, "Error finding type while creating string for [SetVolt] record\n",
+                          [&] { EXPECT_EQ(recordsOf(node), ""); });
     }
 }
 
@@ -312,9 +310,9 @@ TEST_F(RecordText, UnknownSystemPropertyTypesHaveNoRecordAndAMessage)
 {
     for (const uint32_t type : {7U, 100U, UINT32_MAX}) {
         const NodePtr node = makeItem("Set Volt", nodeTypeSystemProp, type, nodeAccessRead);
-        expectPrintedFrom(
-            1, "Error finding system type while creating string for [SetVolt] record\n",
-            [&] { EXPECT_EQ(recordsOf(node), ""); });
+        expectPrintedFrom(1,
+                          "Error finding system type while creating string for [SetVolt] record\n",
+                          [&] { EXPECT_EQ(recordsOf(node), ""); });
     }
 }
 
@@ -370,8 +368,7 @@ TEST_F(RecordText, FieldValuesAreMadeSafe)
 {
     const NodePtr number = setVolt();
     number->setExpUnit("\"\\\n$(V)");
-    EXPECT_EQ(linesWith(recordsOf(number), "EGU"),
-              Lines{"field( EGU , \"\\\"\\\\(V)\")"});
+    EXPECT_EQ(linesWith(recordsOf(number), "EGU"), Lines{"field( EGU , \"\\\"\\\\(V)\")"});
 
     const NodePtr state = channelItem("P", VEXAHV_PARAM_ONOFF, nodeAccessRead);
     state->setOnString("say \"on\"");

@@ -97,9 +97,8 @@ protected:
         NodePtr(systemNode).reset();
         systemNode = nullptr;
         fake.setCrate(crate);
-        return printedAt(level, [] {
-            EXPECT_EQ(createSystemTree("CRATE", "10.0.0.9", "admin", "secret"), 0);
-        });
+        return printedAt(
+            level, [] { EXPECT_EQ(createSystemTree("CRATE", "10.0.0.9", "admin", "secret"), 0); });
     }
 };
 
@@ -145,9 +144,9 @@ TEST_F(SameNames, TheItemThatIsLeftOutIsToldOnceFromLevelOneOnAndStaysInTheTree)
 
 TEST_F(SameNames, OfOneRecordTypeBothItemsAreWrittenInTheirOrder)
 {
-    const std::string printed =
-        buildsAt(1, crateOfOneChannel({blank, numeric("VSet", VEXAHV_MODE_WRITE), pw,
-                                       numeric("VS et", rw)}));
+    const std::string printed = buildsAt(
+        1,
+        crateOfOneChannel({blank, numeric("VSet", VEXAHV_MODE_WRITE), pw, numeric("VS et", rw)}));
     EXPECT_EQ(occurrences(printed, "Error creating"), 0U);
     const std::string vset = "CRATE:00:000:VSet";
     Lines records = recordsIn(contents(databasePath));

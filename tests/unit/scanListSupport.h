@@ -220,8 +220,8 @@ protected:
         bool busy = true;
         while (busy) {
             ASSERT_LT(++steps, 100) << "the list is scanned for ever";
-            busy = ioc.runPass(low) || ioc.runPass(medium) || ioc.runPass(high) ||
-                   ioc.letTimePass();
+            busy =
+                ioc.runPass(low) || ioc.runPass(medium) || ioc.runPass(high) || ioc.letTimePass();
         }
     }
 

@@ -98,8 +98,7 @@ TEST(ScanThread, OneThatHangsHoldsUpNoOther)
     static Office first;
     static Office second;
     ASSERT_TRUE(first.thread.start("first", epicsThreadPriorityLow, Desk::work, &first.desk, 0));
-    ASSERT_TRUE(
-        second.thread.start("second", epicsThreadPriorityLow, Desk::work, &second.desk, 0));
+    ASSERT_TRUE(second.thread.start("second", epicsThreadPriorityLow, Desk::work, &second.desk, 0));
     first.desk.hold(true);
     first.thread.queue();
     second.thread.queue();

@@ -109,8 +109,7 @@ protected:
         ZANTOOpenTree();
         tcpPort = 0;
         epicsThreadCreate("server", epicsThreadPriorityMedium,
-                          epicsThreadGetStackSize(epicsThreadStackBig), tcpServer_Thread,
-                          nullptr);
+                          epicsThreadGetStackSize(epicsThreadStackBig), tcpServer_Thread, nullptr);
         if (runInit() != 0)
             _exit(1);
     }
@@ -127,9 +126,9 @@ protected:
 };
 
 inline constexpr const char *loggedOut = "UnSubscribeSystemParams(7, 5180, :Prop, 1)\n"
-                                  "UnSubscribeBoardParams(7, 5180, 1, Temp, 1)\n"
-                                  "UnSubscribeChannelParams(7, 5180, 1, 0, VSet, 1)\n"
-                                  "DeinitSystem(7)\n";
+                                         "UnSubscribeBoardParams(7, 5180, 1, Temp, 1)\n"
+                                         "UnSubscribeChannelParams(7, 5180, 1, 0, VSet, 1)\n"
+                                         "DeinitSystem(7)\n";
 
 inline Lines subscriptionsAt(int32_t port)
 {
@@ -150,6 +149,9 @@ inline std::string withMessages(const std::string &calls)
     return "\nShutting down crate\n" + calls + "\nCrate disconnected\n";
 }
 
-inline bool startsWith(const std::string &text, const char *start) { return text.rfind(start, 0) == 0; }
+inline bool startsWith(const std::string &text, const char *start)
+{
+    return text.rfind(start, 0) == 0;
+}
 
 #endif

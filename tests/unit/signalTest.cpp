@@ -108,8 +108,7 @@ TEST_F(SignalDeathTest, TheHandlerIgnoresNumbersFrom260On)
             raise(SIGINT);
             waitForTheEnd();
         },
-        ExitedWithCode(0),
-        Eq("\nCaught a termination signal (Interrupt).\n" + withMessages("")));
+        ExitedWithCode(0), Eq("\nCaught a termination signal (Interrupt).\n" + withMessages("")));
 }
 
 TEST_F(SignalDeathTest, TheHandlerTakesAnyNumberBelow260)
@@ -136,8 +135,7 @@ TEST_F(SignalDeathTest, TheHandlersAreResetOnDelivery)
                 sigaction(number, nullptr, &action);
                 well = well && action.sa_handler == SigShutdownHandler &&
                        (action.sa_flags & SA_RESETHAND) != 0 &&
-                       (action.sa_flags & SA_NOCLDSTOP) != 0 &&
-                       sigisemptyset(&action.sa_mask) == 1;
+                       (action.sa_flags & SA_NOCLDSTOP) != 0 && sigisemptyset(&action.sa_mask) == 1;
             }
             _exit(well ? 0 : 1);
         },

@@ -36,8 +36,7 @@ const struct {
              {pvListPath, "\nUnable to open file for PV list\n"},
              {databasePath, "\nUnable to open file for dabatase\n"}};
 
-const std::string flagReset =
-    "Live insertion event flag reset into file [/tmp/lievnt.txt]\n";
+const std::string flagReset = "Live insertion event flag reset into file [/tmp/lievnt.txt]\n";
 
 } // namespace
 
@@ -189,10 +188,9 @@ void plant(Obstacle obstacle, const char *path)
 TEST_F(StartupFiles, WhatStandsInTheWayOfAFileEndsTheBuildBeforeTheLogin)
 {
     for (const auto &file : files) {
-        for (const Obstacle obstacle : {Obstacle::folder, Obstacle::symbolicLink,
-                                        Obstacle::danglingLink, Obstacle::fifo}) {
-            SCOPED_TRACE(std::string(file.path) + " " +
-                         std::to_string(static_cast<int>(obstacle)));
+        for (const Obstacle obstacle :
+             {Obstacle::folder, Obstacle::symbolicLink, Obstacle::danglingLink, Obstacle::fifo}) {
+            SCOPED_TRACE(std::string(file.path) + " " + std::to_string(static_cast<int>(obstacle)));
             removeFiles();
             plant(obstacle, file.path);
             EXPECT_EQ(printedAt(0, [] { EXPECT_EQ(build(), -1); }), "");

@@ -20,7 +20,8 @@ protected:
         node.addParameter(makeItem(name, type, 0, access).release());
     }
 
-    static void addSystemParameters(const std::vector<std::pair<std::string, nodeAccessRights>> &all)
+    static void addSystemParameters(
+        const std::vector<std::pair<std::string, nodeAccessRights>> &all)
     {
         for (const auto &[name, access] : all)
             addParameter(*systemNode, name,
@@ -120,24 +121,25 @@ TEST_F(Subscription, ThePortAndTheHandleOfTheMomentAreSent)
 
 TEST_F(Subscription, CommandsAndTheServersOwnParametersAreNotWatched)
 {
-    addSystemParameters({{"Clear", nodeAccessWrite},
-                         {"ConnStat", nodeAccessRead},
-                         {"NrOfSlot", nodeAccessRead}});
+    addSystemParameters(
+        {{"Clear", nodeAccessWrite}, {"ConnStat", nodeAccessRead}, {"NrOfSlot", nodeAccessRead}});
     EXPECT_EQ(subscribeParameters(), 0);
     expectSystemList(fake, ", 0");
 }
 
 TEST_F(Subscription, ASystemListBeginsWithAColonUnlessItsFirstParameterIsWatched)
 {
-    addSystemParameters({{"Clear", nodeAccessWrite}, {"A", nodeAccessRead},
-                         {"B", nodeAccessReadWrite}});
+    addSystemParameters(
+        {{"Clear", nodeAccessWrite}, {"A", nodeAccessRead}, {"B", nodeAccessReadWrite}});
     subscribeParameters();
     expectSystemList(fake, ":A:B, 2");
 }
 
 TEST_F(Subscription, AWatchedFirstParameterStartsTheSystemList)
 {
-    addSystemParameters({{"A", nodeAccessNone}, {"Clear", nodeAccessWrite}, {"B", nodeAccessRead},
+    addSystemParameters({{"A", nodeAccessNone},
+                         {"Clear", nodeAccessWrite},
+                         {"B", nodeAccessRead},
                          {"ConnStat", nodeAccessRead}});
     subscribeParameters();
     expectSystemList(fake, "A:B, 2");
@@ -145,8 +147,8 @@ TEST_F(Subscription, AWatchedFirstParameterStartsTheSystemList)
 
 TEST_F(Subscription, OnASystemOnlyExactNamesAreTheServersOwn)
 {
-    addSystemParameters({{"connstat", nodeAccessRead}, {"NrOfSlots", nodeAccessRead},
-                         {"Name", nodeAccessRead}});
+    addSystemParameters(
+        {{"connstat", nodeAccessRead}, {"NrOfSlots", nodeAccessRead}, {"Name", nodeAccessRead}});
     subscribeParameters();
     expectSystemList(fake, "connstat:NrOfSlots:Name, 3");
 }
@@ -167,9 +169,9 @@ TEST_F(Subscription, ABoardAndAChannelWithNothingToWatchMakeTheirCalls)
 {
     addChannel(addSlot(nodeTypeBoardItem), {"Name"});
     EXPECT_EQ(subscribeParameters(), 0);
-    EXPECT_EQ(fake.calls(), (Lines{"SubscribeSystemParams(7, 5180, , 0)",
-                                   "SubscribeBoardParams(7, 5180, 0, , 0)",
-                                   "SubscribeChannelParams(7, 5180, 0, 0, , 0)"}));
+    EXPECT_EQ(fake.calls(),
+              (Lines{"SubscribeSystemParams(7, 5180, , 0)", "SubscribeBoardParams(7, 5180, 0, , 0)",
+                     "SubscribeChannelParams(7, 5180, 0, 0, , 0)"}));
 }
 
 TEST_F(Subscription, AChannelListNeverBeginsWithAColon)
@@ -214,8 +216,7 @@ TEST_F(Subscription, ARefusedNameFailsTheRun)
 
 TEST_F(Subscription, EachLevelNamesWhatItCouldNotWatch)
 {
-    addSystemParameters({{"Clear", nodeAccessWrite}, {"A", nodeAccessRead},
-                         {"B", nodeAccessRead}});
+    addSystemParameters({{"Clear", nodeAccessWrite}, {"A", nodeAccessRead}, {"B", nodeAccessRead}});
     addSlot(nodeTypeEmptyNode);
     ZANTONode &board = addSlot(nodeTypeBoardItem);
     addParameter(board, "Temp", nodeTypeBoardParam, nodeAccessRead);
@@ -230,7 +231,8 @@ TEST_F(Subscription, EachLevelNamesWhatItCouldNotWatch)
     } cases[] = {
         {{"B"}, "Error subscribing system properties: [B]\n", "sent: :A:B\n"},
         {{"Temp"}, "Error subscribing board [1] parameters: [Temp]\n", "sent: Temp\n"},
-        {{"VSet", "Pw"}, "Error subscribing channel [1:1] parameters: [VSet][Pw]\n",
+        {{"VSet", "Pw"},
+         "Error subscribing channel [1:1] parameters: [VSet][Pw]\n",
          "sent: VSet:IMon:Pw\n"},
     };
     for (const auto &c : cases) {

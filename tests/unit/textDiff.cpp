@@ -25,8 +25,7 @@ Lines linesOf(const std::string &text)
 /// lengths[i][j]: how many lines the rests from i and from j have in common, in order.
 std::vector<std::vector<unsigned>> commonLengths(const Lines &a, const Lines &b)
 {
-    std::vector<std::vector<unsigned>> lengths(a.size() + 1,
-                                               std::vector<unsigned>(b.size() + 1));
+    std::vector<std::vector<unsigned>> lengths(a.size() + 1, std::vector<unsigned>(b.size() + 1));
     for (size_t i = a.size(); i-- > 0;) {
         for (size_t j = b.size(); j-- > 0;)
             lengths[i][j] = a[i] == b[j] ? lengths[i + 1][j + 1] + 1

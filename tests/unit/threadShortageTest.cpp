@@ -14,17 +14,16 @@ using ThreadShortageDeathTest = EventServerDeathTest;
 } // namespace
 
 // In front of EPICS' own.
-extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority,
-                                           unsigned stackSize, EPICSTHREADFUNC entry,
-                                           void *argument)
+extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority, unsigned stackSize,
+                                           EPICSTHREADFUNC entry, void *argument)
 {
     if (entry == ZANTOEvents_Thread && missingThreads > 0) {
         --missingThreads;
         ++refusedThreads;
         return nullptr;
     }
-    const auto original = reinterpret_cast<decltype(&epicsThreadCreate)>(
-        dlsym(RTLD_NEXT, "epicsThreadCreate"));
+    const auto original =
+        reinterpret_cast<decltype(&epicsThreadCreate)>(dlsym(RTLD_NEXT, "epicsThreadCreate"));
     return original(name, priority, stackSize, entry, argument);
 }
 

@@ -99,8 +99,7 @@ TEST_F(Timestamps, AGetterTakesTheTimeBeforeItReads)
             return ZANTOUtils::ZANTOGetBoardParameterChanged(crateHandle, 0, name,
                                                              VEXAHV_PARAM_NUMERIC);
         });
-    for (const std::string &name :
-         {std::string("VSet"), std::string("Nope"), std::string("Name")})
+    for (const std::string &name : {std::string("VSet"), std::string("Nope"), std::string("Name")})
         expectStampOfTheCall([&name] {
             return ZANTOUtils::ZANTOGetChannelParameterChanged(crateHandle, 0, name, 0,
                                                                VEXAHV_PARAM_NUMERIC);

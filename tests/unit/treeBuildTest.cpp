@@ -223,8 +223,8 @@ TEST_F(TreeBuild, TheUnitTextIsThePrefixAndTheUnit)
         bool exp;
         bool unit;
         const char *text;
-    } cases[] = {{true, true, "KiloVolt"}, {false, true, "Volt"}, {true, false, "Kilo"},
-                 {false, false, ""}};
+    } cases[] = {
+        {true, true, "KiloVolt"}, {false, true, "Volt"}, {true, false, "Kilo"}, {false, false, ""}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.text);
         FakeParameter parameter = fakeNumeric("P", 0, 0, 0, 1, 2, 3, 0);
@@ -261,7 +261,9 @@ TEST_F(TreeBuild, LimitsThatAreNoNumbersOrTooLargeAreDefined)
     const struct {
         float highest;
         float kept;
-    } cases[] = {{nan, 0.0F}, {infinity, 2147483648.0F}, {-infinity, -2147483648.0F},
+    } cases[] = {{nan, 0.0F},
+                 {infinity, 2147483648.0F},
+                 {-infinity, -2147483648.0F},
                  {1e20F, 2147483648.0F}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.highest);

@@ -130,8 +130,7 @@ std::string printedAt(int16_t level, const std::function<void()> &action)
     return capture.text();
 }
 
-void expectPrintedFrom(int16_t from, const std::string &text,
-                       const std::function<void()> &action)
+void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action)
 {
     EXPECT_EQ(printedAt(static_cast<int16_t>(from - 1), action), "") << "below level " << from;
     EXPECT_EQ(printedAt(from, action), text) << "at level " << from;

@@ -41,8 +41,7 @@ private:
 /// What `action` prints at this debug level.
 std::string printedAt(int16_t level, const std::function<void()> &action);
 /// `action` prints exactly `text` at debug level `from` and nothing at the level below.
-void expectPrintedFrom(int16_t from, const std::string &text,
-                       const std::function<void()> &action);
+void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action);
 
 /// How many ZANTONode or ZANTONodeProperty objects live on the heap, told by their size: right
 /// as a difference around code that makes and deletes them.

@@ -28,12 +28,9 @@ enum class Level { system, board, channel };
 ZANTONodeValue get(Level level, uint32_t type, const std::string &name = "P")
 {
     switch (level) {
-    case Level::system:
-        return ZANTOUtils::ZANTOGetSystemPropertyChanged(crateHandle, name, type);
-    case Level::board:
-        return ZANTOUtils::ZANTOGetBoardParameterChanged(crateHandle, 1, name, type);
-    default:
-        return ZANTOUtils::ZANTOGetChannelParameterChanged(crateHandle, 1, name, 1, type);
+    case Level::system: return ZANTOUtils::ZANTOGetSystemPropertyChanged(crateHandle, name, type);
+    case Level::board: return ZANTOUtils::ZANTOGetBoardParameterChanged(crateHandle, 1, name, type);
+    default: return ZANTOUtils::ZANTOGetChannelParameterChanged(crateHandle, 1, name, 1, type);
     }
 }
 
@@ -61,8 +58,7 @@ const struct {
     {Level::board, "GetBdParam(7, 1, [1], P)", "SetBdParam(7, 1, [1], P) = ",
      "Error getting [P] board parameter\n", "Error setting [P] board parameter\n"},
     {Level::channel, "GetChParam(7, 1, P, 1, [1])", "SetChParam(7, 1, P, 1, [1]) = ",
-     "Error getting [P] channel parameter\n",
-     "Error setting [P] channel parameter - res = 5\n"},
+     "Error getting [P] channel parameter\n", "Error setting [P] channel parameter - res = 5\n"},
 };
 
 /// The whole of a variant: the bits that a getter of the stored type reads are in here.
@@ -117,12 +113,9 @@ TEST_F(Access, BoardAndChannelParametersAreReadInTheWidthOfTheirType)
         FakeBytes answer;
         uint32_t bits;
     } cases[] = {
-        {0, FakeBytes::of(1.5F), 0x3FC00000},
-        {1, FakeBytes::of<uint32_t>(1), 1},
-        {2, FakeBytes::of<int32_t>(-3), 0xFFFFFFFD},
-        {3, FakeBytes::of<int32_t>(0x3F), 0x3F},
-        {4, FakeBytes::of<int32_t>(-5), 0xFFFFFFFB},
-        {6, FakeBytes::of<int32_t>(2), 2},
+        {0, FakeBytes::of(1.5F), 0x3FC00000},        {1, FakeBytes::of<uint32_t>(1), 1},
+        {2, FakeBytes::of<int32_t>(-3), 0xFFFFFFFD}, {3, FakeBytes::of<int32_t>(0x3F), 0x3F},
+        {4, FakeBytes::of<int32_t>(-5), 0xFFFFFFFB}, {6, FakeBytes::of<int32_t>(2), 2},
     };
     for (const auto &c : cases) {
         for (const auto &l : {levels[1], levels[2]}) {
@@ -324,8 +317,7 @@ TEST_F(Access, AChannelsNameGoesThroughTheNameOperationsWhateverItsType)
         const ZANTONodeValue value = get(Level::channel, type, "Name");
         EXPECT_EQ(value.ZANTOGetQuality(), nodeValueQualityGood);
         EXPECT_EQ(set(Level::channel, type, variantOf(std::string("New")), "Name"), 0);
-        EXPECT_EQ(fake.calls(),
-                  (Lines{"GetChName(7, 1, 1, [1])", "SetChName(7, 1, 1, [1], New)"}));
+        EXPECT_EQ(fake.calls(), (Lines{"GetChName(7, 1, 1, [1])", "SetChName(7, 1, 1, [1], New)"}));
     }
     EXPECT_EQ(get(Level::channel, 5, "Name").ZANTOGetValue().toString(), "New");
 }

@@ -11,11 +11,21 @@ TEST(Conversion, UnitCodesHaveALongAndAShortName)
         uint16_t code;
         const char *name;
         const char *symbol;
-    } units[] = {{0, "None", ""},       {1, "Ampere", "A"},  {2, "Volt", "V"},
-                 {3, "Watt", "W"},      {4, "Celsius", "\xC2\xB0" "C"},
-                 {5, "Hertz", "Hz"},    {6, "Bar", "Bar"},   {7, "Vps", "Vps"},
-                 {8, "Second", "sec"},  {9, "Rpm", "Rpm"},   {10, "Count", "Count"},
-                 {11, "", ""},          {65535, "", ""}};
+    } units[] = {{0, "None", ""},
+                 {1, "Ampere", "A"},
+                 {2, "Volt", "V"},
+                 {3, "Watt", "W"},
+                 {4, "Celsius",
+                  "\xC2\xB0"
+                  "C"},
+                 {5, "Hertz", "Hz"},
+                 {6, "Bar", "Bar"},
+                 {7, "Vps", "Vps"},
+                 {8, "Second", "sec"},
+                 {9, "Rpm", "Rpm"},
+                 {10, "Count", "Count"},
+                 {11, "", ""},
+                 {65535, "", ""}};
     for (const auto &unit : units) {
         SCOPED_TRACE(unit.code);
         EXPECT_EQ(ZANTOUtils::ZANTOConvertPropertyUnit(unit.code), unit.name);
@@ -29,10 +39,10 @@ TEST(Conversion, AnExponentWithoutAPrefixIsEmptyInTheLongFormAndABlankInTheShort
         int16_t exponent;
         const char *name;
         const char *symbol;
-    } exponents[] = {{6, "Mega", "M"},  {3, "Kilo", "K"},  {-3, "milli", "m"},
-                     {-6, "micro", "u"}, {-9, "nano", "n"}, {0, "", " "},
-                     {1, "", " "},      {-1, "", " "},     {9, "", " "},
-                     {-12, "", " "},    {INT16_MIN, "", " "}, {INT16_MAX, "", " "}};
+    } exponents[] = {{6, "Mega", "M"},   {3, "Kilo", "K"},     {-3, "milli", "m"},
+                     {-6, "micro", "u"}, {-9, "nano", "n"},    {0, "", " "},
+                     {1, "", " "},       {-1, "", " "},        {9, "", " "},
+                     {-12, "", " "},     {INT16_MIN, "", " "}, {INT16_MAX, "", " "}};
     for (const auto &e : exponents) {
         SCOPED_TRACE(e.exponent);
         EXPECT_EQ(ZANTOUtils::ZANTOConvertPropertyExp(e.exponent), e.name);
@@ -75,9 +85,9 @@ void expectStatus(int32_t status, const char *text, bool faultless)
 
 TEST(ChannelStatus, EachBitAloneHasItsText)
 {
-    const char *texts[] = {"",        "Up",      "Down",    "Ovc",     "Ovv",       "Unv",
-                           "E-Tripped", "HVMax", "Ext-Dis", "I-Tripped", "Cal-Err", "Unplugg",
-                           "Unc",     "Ovv Prot.", "Pwr Fail", "Temp Err."};
+    const char *texts[] = {"",          "Up",        "Down",     "Ovc",       "Ovv",     "Unv",
+                           "E-Tripped", "HVMax",     "Ext-Dis",  "I-Tripped", "Cal-Err", "Unplugg",
+                           "Unc",       "Ovv Prot.", "Pwr Fail", "Temp Err."};
     for (int number = 0; number < 16; ++number)
         expectStatus(bit(number), texts[number], number <= 2);
 }
@@ -170,8 +180,8 @@ TEST(BoardStatus, HigherBitsHaveNoText)
 TEST(Conversion, OnlyEnumIsAnEnumerationProperty)
 {
     EXPECT_EQ(ZANTOUtils::ZANTOSelectPropertyDataType("Enum"), nodeDataTypeEnum);
-    for (const char *name : {"Minval", "Maxval", "Unit", "Exp", "Onstate", "Offstate", "Decimal",
-                             "enum", "Enum ", ""})
+    for (const char *name :
+         {"Minval", "Maxval", "Unit", "Exp", "Onstate", "Offstate", "Decimal", "enum", "Enum ", ""})
         EXPECT_EQ(ZANTOUtils::ZANTOSelectPropertyDataType(name), nodeDataTypeFloat) << name;
 }
 

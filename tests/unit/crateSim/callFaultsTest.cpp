@@ -36,8 +36,8 @@ struct CallFaultsTest : testing::Test {
     }
     void waitForFault(FaultKind kind)
     {
-        EXPECT_TRUE(crate.until(
-            [kind](auto &world) { return world.statistics.faults.of(kind) > 0; }));
+        EXPECT_TRUE(
+            crate.until([kind](auto &world) { return world.statistics.faults.of(kind) > 0; }));
     }
 
     void breakAnswer(const char *operation, const char *answer)
@@ -105,9 +105,8 @@ TEST_F(CallFaultsTest, FailedCallIsNotCarriedOut)
     float now = -1;
     EXPECT_EQ(VEXAHV_GetChParam(login.handle, 0, "VSet", 1, &channel, &now), 0);
     EXPECT_EQ(now, 0);
-    EXPECT_EQ(crate.on([](auto &world) {
-        return world.statistics.failures(Operation::SetChParam);
-    }), 1u);
+    EXPECT_EQ(
+        crate.on([](auto &world) { return world.statistics.failures(Operation::SetChParam); }), 1u);
 }
 
 TEST_F(CallFaultsTest, HangingCallIsAnsweredOnRelease)
@@ -218,8 +217,8 @@ TEST_F(CallFaultsTest, LimitsMayBeNoNumbers)
     crate.order({{"kind", "answer"}, {"operation", "any"}, {"answer", "nan-limits"}, {"count", 2}});
     EXPECT_TRUE(std::isnan(limit("Minval")));
     EXPECT_TRUE(std::isnan(limit("Maxval")));
-    crate.order({{"kind", "answer"}, {"operation", "any"}, {"answer", "infinite-limits"},
-                 {"count", 0}});
+    crate.order(
+        {{"kind", "answer"}, {"operation", "any"}, {"answer", "infinite-limits"}, {"count", 0}});
     EXPECT_EQ(limit("Minval"), -INFINITY);
     EXPECT_EQ(limit("Maxval"), INFINITY);
 }

@@ -22,10 +22,7 @@ SeenCrate surveyOf(const RunningCrate &crate)
     return survey(session);
 }
 
-Described captureOf(const RunningCrate &crate)
-{
-    return describe(surveyOf(crate), "TEST");
-}
+Described captureOf(const RunningCrate &crate) { return describe(surveyOf(crate), "TEST"); }
 
 std::string textOf(const Described &described)
 {
@@ -51,10 +48,7 @@ CrateDescription shortCrate()
     return crate;
 }
 
-CrateDescription oddCrate()
-{
-    return readCrateFile(CRATES_DIR "/odd.yaml").file.crate;
-}
+CrateDescription oddCrate() { return readCrateFile(CRATES_DIR "/odd.yaml").file.crate; }
 
 // Everything that can be seen but the boards' start values, which readBack() moves
 // between model and board.
@@ -110,10 +104,7 @@ void expectEquivalentCapture(const CrateDescription &original)
     EXPECT_EQ(textOf(captureOf(again)), first);
 }
 
-TEST(Capture, TheDefaultCrateComesBack)
-{
-    expectEquivalentCapture(shortCrate());
-}
+TEST(Capture, TheDefaultCrateComesBack) { expectEquivalentCapture(shortCrate()); }
 
 TEST(Capture, TheOddCrateComesBack)
 {
@@ -239,9 +230,9 @@ TEST(Capture, ItLogsOutHoweverItEnds)
         },
         Stop);
     EXPECT_EQ(calls, 20);
-    EXPECT_EQ(crate.on([](auto &world) {
-        return world.statistics.calls(wire::Operation::DeinitSystem);
-    }), 1u);
+    EXPECT_EQ(
+        crate.on([](auto &world) { return world.statistics.calls(wire::Operation::DeinitSystem); }),
+        1u);
 }
 
 class BrokenAnswer : public testing::TestWithParam<std::string> {};
@@ -249,8 +240,8 @@ class BrokenAnswer : public testing::TestWithParam<std::string> {};
 TEST_P(BrokenAnswer, LeavesADescriptionInOrder)
 {
     RunningCrate crate(readCrateFile(CRATES_DIR "/small.yaml").file.crate);
-    crate.order({{"kind", "answer"}, {"operation", "any"}, {"answer", GetParam()},
-                 {"count", int64_t{0}}});
+    crate.order(
+        {{"kind", "answer"}, {"operation", "any"}, {"answer", GetParam()}, {"count", int64_t{0}}});
     try {
         const auto described = captureOf(crate);
         EXPECT_THAT(findProblems(described.file.crate), IsEmpty());

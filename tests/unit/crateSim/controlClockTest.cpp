@@ -24,7 +24,10 @@ struct ControlClock : testing::Test {
     double uptime() { return clock()["uptime"]; }
     void set(const char *name, double value)
     {
-        ASSERT_EQ(control.ask({{"cmd", "set"}, {"slot", 0}, {"channel", 0}, {"name", name},
+        ASSERT_EQ(control.ask({{"cmd", "set"},
+                               {"slot", 0},
+                               {"channel", 0},
+                               {"name", name},
                                {"value", value}})["ok"],
                   true);
     }
@@ -74,9 +77,8 @@ TEST_F(ControlClock, SubscriberGetsABatchForEachModelStep)
     const Login login(crate);
     EventReceiver receiver;
     char result = 0x55;
-    ASSERT_EQ(VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VMon", 1,
-                                            &result),
-              0);
+    ASSERT_EQ(
+        VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VMon", 1, &result), 0);
     ASSERT_TRUE(receiver.accept());
     ASSERT_TRUE(receiver.waitFor("VMon", [](const SeenEvent &event) { return event.real == 0; }));
     set("VSet", 3000);
@@ -96,9 +98,8 @@ TEST_F(ControlClock, WritesOfAPausedCrateAreReported)
     const Login login(crate);
     EventReceiver receiver;
     char result = 0x55;
-    ASSERT_EQ(VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VSet", 1,
-                                            &result),
-              0);
+    ASSERT_EQ(
+        VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VSet", 1, &result), 0);
     ASSERT_TRUE(receiver.accept());
     const double before = uptime();
     set("VSet", 7);
@@ -115,8 +116,12 @@ TEST_F(ControlClock, TimeGoesOnAtTheSpeedAskedFor)
     EXPECT_EQ(clock()["speed"], 10000);
     control.ask({{"cmd", "continue"}});
     EXPECT_EQ(clock()["paused"], false);
-    EXPECT_EQ(control.ask({{"cmd", "wait"}, {"slot", 0}, {"channel", 0}, {"name", "VMon"},
-                           {"value", 3000}, {"timeout", 20}})["ok"],
+    EXPECT_EQ(control.ask({{"cmd", "wait"},
+                           {"slot", 0},
+                           {"channel", 0},
+                           {"name", "VMon"},
+                           {"value", 3000},
+                           {"timeout", 20}})["ok"],
               true);
 }
 

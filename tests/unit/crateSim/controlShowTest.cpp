@@ -25,8 +25,11 @@ struct ControlShow : testing::Test {
     }
     void set(int slot, int channel, const char *name, double value)
     {
-        ASSERT_EQ(control.ask({{"cmd", "set"}, {"slot", slot}, {"channel", channel},
-                               {"name", name}, {"value", value}})["ok"],
+        ASSERT_EQ(control.ask({{"cmd", "set"},
+                               {"slot", slot},
+                               {"channel", channel},
+                               {"name", name},
+                               {"value", value}})["ok"],
                   true);
     }
 };
@@ -130,8 +133,7 @@ TEST_F(ControlShow, ErrorsNameThePlaceAndTheNearestName)
                 HasSubstr("did you mean \"VSet\"?"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"execute","name":"ClearAlarms"})"),
                 HasSubstr("did you mean \"ClearAlarm\"?"));
-    EXPECT_THAT(control.errorOf(
-                    R"({"cmd":"set","slot":0,"channel":1,"name":"VSet","value":3001})"),
+    EXPECT_THAT(control.errorOf(R"({"cmd":"set","slot":0,"channel":1,"name":"VSet","value":3001})"),
                 HasSubstr("from 0 to 3000 V"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"insert","slot":0})"), HasSubstr("in its place"));
 }
@@ -152,8 +154,7 @@ TEST_F(ControlShow, ConditionsByTheirNames)
         EXPECT_EQ(show({{"slot", 2}})["status"].get<uint32_t>() & bit, isCondition ? bit : 0u)
             << word;
     }
-    EXPECT_THAT(control.errorOf(
-                    R"({"cmd":"condition","slot":0,"channel":0,"name":"overvoltage"})"),
+    EXPECT_THAT(control.errorOf(R"({"cmd":"condition","slot":0,"channel":0,"name":"overvoltage"})"),
                 HasSubstr("did you mean \"over-voltage\"?"));
 }
 

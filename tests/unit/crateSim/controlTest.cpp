@@ -23,9 +23,10 @@ struct ControlTest : testing::Test {
 
 TEST_F(ControlTest, SetsAndGetsAsTheFrontPanel)
 {
-    EXPECT_EQ(control.ask({{"cmd", "set"}, {"slot", 0}, {"channel", 1}, {"name", "VSet"},
-                           {"value", 12.1}})["ok"],
-              true);
+    EXPECT_EQ(
+        control.ask(
+            {{"cmd", "set"}, {"slot", 0}, {"channel", 1}, {"name", "VSet"}, {"value", 12.1}})["ok"],
+        true);
     EXPECT_EQ(control.ask({{"cmd", "get"}, {"slot", 0}, {"channel", 1}, {"name", "VSet"}})["value"],
               12.1);
     EXPECT_EQ(control.ask({{"cmd", "set"}, {"slot", 0}, {"name", "Jumpers"}, {"value", 9}})["ok"],
@@ -43,13 +44,13 @@ TEST_F(ControlTest, ErrorsSayWhatIsWrong)
     EXPECT_THAT(control.errorOf(R"({"cmd":"get","name":"Nothing"})"), HasSubstr("no such item"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"get","slot":-1,"name":"x"})"), HasSubstr("slot"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"get","slot":1,"name":"x"})"), HasSubstr("no board"));
-    EXPECT_THAT(control.errorOf(R"({"cmd":"set","name":"Location","value":1})"),
-                HasSubstr("text"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"set","name":"Location","value":1})"), HasSubstr("text"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"set","name":"FanTrim","value":1e300})"),
                 HasSubstr("range"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"set","name":"PowerLimit","value":1e300})"),
                 HasSubstr("range"));
-    EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"fail","operation":"Dance"})"), HasSubstr("Dance"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"fail","operation":"Dance"})"),
+                HasSubstr("Dance"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"fail","operation":"any","code":0})"),
                 HasSubstr("code"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"fault","kind":"drop-events","colour":"red"})"),
@@ -78,8 +79,8 @@ TEST_F(ControlTest, StatisticsCountAndLogCalls)
     const Json answer = control.ask({{"cmd", "statistics"}, {"log", 2}, {"clear", true}});
     EXPECT_EQ(answer["calls"]["VEXAHV_ExecComm"], 2);
     EXPECT_EQ(answer["failures"]["VEXAHV_ExecComm"], 1);
-    EXPECT_THAT(answer["log"], testing::ElementsAre("VEXAHV_ExecComm(\"Nothing\")",
-                                                    "VEXAHV_DeinitSystem()"));
+    EXPECT_THAT(answer["log"],
+                testing::ElementsAre("VEXAHV_ExecComm(\"Nothing\")", "VEXAHV_DeinitSystem()"));
     EXPECT_EQ(control.ask({{"cmd", "statistics"}})["calls"], Json::object());
 }
 
@@ -103,14 +104,12 @@ TEST_F(ControlTest, WaitsForACallAndAnEventConnection)
     first.send(R"({"cmd":"wait","call":"VEXAHV_SubscribeBoardParams"})");
     second.send(R"({"cmd":"wait","eventConnections":1})");
     char result = 0x55;
-    ASSERT_EQ(VEXAHV_SubscribeBoardParams(login.handle, receiver.port(), 0, "Temp", 1, &result),
-              0);
+    ASSERT_EQ(VEXAHV_SubscribeBoardParams(login.handle, receiver.port(), 0, "Temp", 1, &result), 0);
     EXPECT_EQ(first.receive()["ok"], true);
     EXPECT_EQ(second.receive()["ok"], true);
     const Json subscribers = control.ask({{"cmd", "subscriptions"}})["subscribers"];
     EXPECT_EQ(subscribers[0]["port"], static_cast<uint16_t>(receiver.port()));
-    EXPECT_EQ(subscribers[0]["items"],
-              Json::parse(R"([{"slot":0,"channel":-1,"name":"Temp"}])"));
+    EXPECT_EQ(subscribers[0]["items"], Json::parse(R"([{"slot":0,"channel":-1,"name":"Temp"}])"));
     control.ask({{"cmd", "fault"}, {"kind", "drop-events"}});
     EXPECT_EQ(control.ask({{"cmd", "statistics"}})["faults"], Json({{"drop-events", 1}}));
 }
@@ -143,8 +142,8 @@ TEST_F(ControlTest, RefusesAndFailsAndHangs)
     EXPECT_NE(Login(crate).result, 0);
     const Login login(crate);
     ASSERT_EQ(login.result, 0);
-    control.ask({{"cmd", "fault"}, {"kind", "fail"}, {"operation", "VEXAHV_ExecComm"},
-                 {"code", -8}});
+    control.ask(
+        {{"cmd", "fault"}, {"kind", "fail"}, {"operation", "VEXAHV_ExecComm"}, {"code", -8}});
     EXPECT_EQ(VEXAHV_ExecComm(login.handle, "Kill"), -8);
     control.ask({{"cmd", "fault"}, {"kind", "hang"}, {"operation", "any"}});
     auto call =
@@ -210,8 +209,7 @@ int connectTo(const RunningCrate &crate)
 std::string answerTo(const RunningCrate &crate, const std::string &bytes)
 {
     const int descriptor = connectTo(crate);
-    EXPECT_EQ(write(descriptor, bytes.data(), bytes.size()),
-              static_cast<ssize_t>(bytes.size()));
+    EXPECT_EQ(write(descriptor, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     std::string answer;
     char part[256];
     for (ssize_t size = 0; (size = ::read(descriptor, part, sizeof part)) > 0;)
@@ -242,8 +240,7 @@ TEST(CratePort, NothingWithoutALogin)
 {
     RunningCrate crate;
     const int descriptor = connectTo(crate);
-    const auto frame = sim::wire::makeCall(sim::wire::Operation::GetCrateMap,
-                                           sim::wire::Nothing());
+    const auto frame = sim::wire::makeCall(sim::wire::Operation::GetCrateMap, sim::wire::Nothing());
     ASSERT_EQ(write(descriptor, frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
     sim::wire::Header header{};
     ASSERT_EQ(recv(descriptor, header.data(), header.size(), MSG_WAITALL), 8);

@@ -33,8 +33,7 @@ public:
     void send(const std::string &line)
     {
         const std::string bytes = line + "\n";
-        EXPECT_EQ(write(m_socket, bytes.data(), bytes.size()),
-                  static_cast<ssize_t>(bytes.size()));
+        EXPECT_EQ(write(m_socket, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
     Json receive()
     {

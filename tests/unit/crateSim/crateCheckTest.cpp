@@ -15,38 +15,38 @@ namespace {
 
 // One line each for what the cases replace.
 const std::vector<std::string> good = {
-    "name: Test",                                                                     // 1
-    "users:",                                                                         // 2
-    "  - {name: admin, password: admin}",                                             // 3
-    "properties:",                                                                    // 4
-    "  - {name: Prop, type: text, mode: read}",                                       // 5
-    "commands:",                                                                      // 6
-    "  - {name: Kill, action: kill-all}",                                             // 7
-    "models:",                                                                        // 8
-    "  M:",                                                                           // 9
-    "    board:",                                                                     // 10
-    "      - {name: Temp, type: numeric, mode: read, minimum: 0, maximum: 9, unit: none}",   // 11
-    "    channel:",                                                                   // 12
-    "      - {name: VSet, type: numeric, mode: read, minimum: 0, maximum: 9, unit: volt}",  // 13
-    "      - {name: Pw, type: on-off, mode: read, on-label: Up, off-label: Down}",    // 14
-    "slots: 4",                                                                       // 15
-    "boards:",                                                                        // 16
-    "  - slot: 0",                                                                    // 17
-    "    model: M",                                                                   // 18
-    "    description: one",                                                           // 19
-    "    serial: 1",                                                                  // 20
-    "    firmware: 1.04",                                                             // 21
-    "    channels: 4",                                                                // 22
-    "    names: A#",                                                                  // 23
-    "    start: {Temp: 5}",                                                           // 24
-    "    loads:",                                                                     // 25
-    "      - {channels: 0-1, ohm: 5}",                                                // 26
-    "      - {channels: 2, ohm: 5}",                                                  // 27
-    "    settings:",                                                                  // 28
-    "      - {channels: 1, start: {VSet: 2}}",                                        // 29
-    "  - {slot: 1, model: M, channels: 1}",                                           // 30
-    "faults:",                                                                        // 31
-    "  - {kind: refuse-logins, count: 1}",                                            // 32
+    "name: Test",                                                                          // 1
+    "users:",                                                                              // 2
+    "  - {name: admin, password: admin}",                                                  // 3
+    "properties:",                                                                         // 4
+    "  - {name: Prop, type: text, mode: read}",                                            // 5
+    "commands:",                                                                           // 6
+    "  - {name: Kill, action: kill-all}",                                                  // 7
+    "models:",                                                                             // 8
+    "  M:",                                                                                // 9
+    "    board:",                                                                          // 10
+    "      - {name: Temp, type: numeric, mode: read, minimum: 0, maximum: 9, unit: none}", // 11
+    "    channel:",                                                                        // 12
+    "      - {name: VSet, type: numeric, mode: read, minimum: 0, maximum: 9, unit: volt}", // 13
+    "      - {name: Pw, type: on-off, mode: read, on-label: Up, off-label: Down}",         // 14
+    "slots: 4",                                                                            // 15
+    "boards:",                                                                             // 16
+    "  - slot: 0",                                                                         // 17
+    "    model: M",                                                                        // 18
+    "    description: one",                                                                // 19
+    "    serial: 1",                                                                       // 20
+    "    firmware: 1.04",                                                                  // 21
+    "    channels: 4",                                                                     // 22
+    "    names: A#",                                                                       // 23
+    "    start: {Temp: 5}",                                                                // 24
+    "    loads:",                                                                          // 25
+    "      - {channels: 0-1, ohm: 5}",                                                     // 26
+    "      - {channels: 2, ohm: 5}",                                                       // 27
+    "    settings:",                                                                       // 28
+    "      - {channels: 1, start: {VSet: 2}}",                                             // 29
+    "  - {slot: 1, model: M, channels: 1}",                                                // 30
+    "faults:",                                                                             // 31
+    "  - {kind: refuse-logins, count: 1}",                                                 // 32
 };
 
 std::string joined(const std::vector<std::string> &lines)
@@ -65,23 +65,21 @@ std::vector<std::string> check(const std::string &yaml)
     return texts;
 }
 
-TEST(CrateCheck, TheGoodOneIsInOrder)
-{
-    EXPECT_THAT(check(joined(good)), testing::IsEmpty());
-}
+TEST(CrateCheck, TheGoodOneIsInOrder) { EXPECT_THAT(check(joined(good)), testing::IsEmpty()); }
 
 struct Case {
     const char *name;
-    int line;              // that is replaced
+    int line; // that is replaced
     const char *text;
-    const char *expected;  // the only finding, or its beginning
+    const char *expected; // the only finding, or its beginning
 };
 
 const Case cases[] = {
     {"unknown key", 19, "    colour: red", "F:19: \"colour\" is no key of a board (known: slot, "},
     {"unknown key on top", 1, "name: A\nNAME: B", "F:2: \"NAME\" is no key of a crate description"},
     {"unknown key of a user", 3, "  - {name: a, password: b, x: 1}", "F:3: \"x\" is no key of a u"},
-    {"unknown key of a load", 27, "      - {channels: 2, omh: 5}", "F:27: \"omh\" is no key of a l"},
+    {"unknown key of a load", 27, "      - {channels: 2, omh: 5}",
+     "F:27: \"omh\" is no key of a l"},
     {"unknown key of a setting", 29, "      - {channels: 1, ohm: 5}", "F:29: \"ohm\" is no key of"},
     {"unknown key of a model", 9, "  M:\n    colour: red", "F:10: \"colour\" is no key of a model"},
     {"duplicate key", 20, "    model: M", "F:20: key \"model\" is there twice"},
@@ -91,7 +89,8 @@ const Case cases[] = {
     {"list for a text", 1, "name: [a]", "F:1: \"name\" is a list, not a text"},
     {"nothing for a text", 1, "name:", "F:1: \"name\" is empty, not a text"},
     {"map for a list", 4, "properties: {a: b}\nx:", "F:4: \"properties\" is a map, not a list"},
-    {"text for a number", 20, "    serial: \"1\"", "F:20: \"serial\" is no integer from 0 to 65535"},
+    {"text for a number", 20, "    serial: \"1\"",
+     "F:20: \"serial\" is no integer from 0 to 65535"},
     {"fraction for an integer", 20, "    serial: 1.5", "F:20: \"serial\" is no integer from 0"},
     {"number too wide", 20, "    serial: 65536", "F:20: \"serial\" is no integer from 0 to 65535"},
     {"text for a limit", 13,
@@ -109,8 +108,7 @@ const Case cases[] = {
      "F:12: model \"M\", board parameter \"A\": name is used twice"},
     {"name too long", 5, "  - {name: P2345678901234567890, type: text, mode: read}",
      "F:5: property \"P2345678901234567890\": name is longer than 19 characters"},
-    {"parameter name too long", 14,
-     "      - {name: P234567890, type: text, mode: read}",
+    {"parameter name too long", 14, "      - {name: P234567890, type: text, mode: read}",
      "F:14: model \"M\", channel parameter \"P234567890\": name is longer than 9 characters"},
     {"channel names too long", 23, "    names: CHANNELNAME#",
      "F:23: slot 0, channel 0: name is longer than 11 characters (and 3 more like it)"},
@@ -121,7 +119,8 @@ const Case cases[] = {
      "    names: NNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNNN"
      "NNNNNNNNNNNNNNNNNNNN#",
      "F:23: \"names\" is longer than 100 bytes"},
-    {"names without a number", 23, "    names: abc", "F:23: \"names\" is neither a list nor a text"},
+    {"names without a number", 23, "    names: abc",
+     "F:23: \"names\" is neither a list nor a text"},
     {"names with two numbers", 23, "    names: a#b#", "F:23: \"names\" is neither a list nor a te"},
     {"type missing", 14, "      - {name: Pw, mode: read}", "F:14: \"type\" is missing in a para"},
     {"type unknown", 14, "      - {name: Pw, mode: read, type: float}",
@@ -150,7 +149,8 @@ const Case cases[] = {
      "F:14: \"decimals\" does not belong to the type enumeration"},
     {"unknown type with limits", 14, "      - {name: Pw, type: 9, mode: read, minimum: 0}",
      "F:14: \"minimum\" does not belong to the type 9"},
-    {"mode unknown", 14, "      - {name: Pw, type: text, mode: rw}", "F:14: \"rw\" is none of read,"},
+    {"mode unknown", 14, "      - {name: Pw, type: text, mode: rw}",
+     "F:14: \"rw\" is none of read,"},
     {"mode missing", 14, "      - {name: Pw, type: text}", "F:14: \"mode\" is missing in a param"},
     {"unit beyond 16 bits", 13,
      "      - {name: VSet, type: numeric, mode: read, minimum: 0, maximum: 9, unit: 65536}",
@@ -261,9 +261,10 @@ TEST(CrateCheck, OneMistakeIsOneFinding)
         auto lines = good;
         lines[static_cast<size_t>(each.line) - 1] = each.text;
         const auto findings = check(joined(lines));
-        const std::set<std::string> more = {"map for a list", "numeric without limits", "alias inside of itself"};
-        EXPECT_EQ(findings.size() == 1, more.count(each.name) == 0)
-            << each.name << "\n" << joined(findings);
+        const std::set<std::string> more = {"map for a list", "numeric without limits",
+                                            "alias inside of itself"};
+        EXPECT_EQ(findings.size() == 1, more.count(each.name) == 0) << each.name << "\n"
+                                                                    << joined(findings);
     }
 }
 
@@ -288,7 +289,9 @@ TEST(CrateCheck, TextsThatAreNoDescription)
                 testing::ElementsAre("F:1: \"the document\" is a single value, not a crate "
                                      "description"));
     EXPECT_THAT(check("- a\n"), testing::ElementsAre(HasSubstr("is a list, not a crate")));
-    EXPECT_THAT(check(std::string("\x7f" "ELF\0\0", 6)),
+    EXPECT_THAT(check(std::string("\x7f"
+                                  "ELF\0\0",
+                                  6)),
                 testing::ElementsAre("F:1: holds a control character"));
     EXPECT_THAT(check("{\"name\": \"a\", "), testing::ElementsAre(HasSubstr("is not YAML")));
     EXPECT_THAT(check("<xml>\n  <a>: </b>\n</xml>\n"), testing::Not(testing::IsEmpty()));
@@ -341,8 +344,7 @@ TEST(CrateCheck, TooManyChannelsAltogether)
     std::string text = "name: x\nslots: 100\nusers: []\nmodels: {M: {}}\nboards:\n";
     for (int slot = 0; slot < 20; ++slot)
         text += "  - {slot: " + std::to_string(slot) + ", model: M, channels: 65535}\n";
-    EXPECT_THAT(check(text),
-                testing::ElementsAre("F:22: more than 1048576 channels in all"));
+    EXPECT_THAT(check(text), testing::ElementsAre("F:22: more than 1048576 channels in all"));
 }
 
 TEST(CrateCheck, FilesThatCannotBeRead)

@@ -67,9 +67,11 @@ private:
     std::string text(size_t longest)
     {
         static const std::vector<std::string> pieces = {
-            "a", "B", "7", "0", " ", "#", ":", "-", "\"", "\\", "'", "{", "[", ",", "~", "true",
-            "no", "\n", "\t", "\x01", "\x7f", "\u00b5", "\u2126", "\u2028", "\U0001f50c", "%", "&x",
-            "*x", "!", "|", ">", "@", "`", "?", "1e5", ".inf", "0x1", "null", "\u0085", "\ufeff"};
+            "a",          "B",  "7",   "0",    " ",    "#",      ":",      "-",
+            "\"",         "\\", "'",   "{",    "[",    ",",      "~",      "true",
+            "no",         "\n", "\t",  "\x01", "\x7f", "\u00b5", "\u2126", "\u2028",
+            "\U0001f50c", "%",  "&x",  "*x",   "!",    "|",      ">",      "@",
+            "`",          "?",  "1e5", ".inf", "0x1",  "null",   "\u0085", "\ufeff"};
         std::string result;
         for (size_t count = below(6), index = 0; index < count; ++index) {
             const auto &piece = pieces[below(pieces.size())];
@@ -173,9 +175,13 @@ private:
     BoardDescription board(const CrateDescription &crate)
     {
         const auto &model = crate.models[below(crate.models.size())];
-        BoardDescription board{model.key, text(40), static_cast<uint16_t>(below(65536)),
-                               static_cast<uint8_t>(below(256)), static_cast<uint8_t>(below(256)),
-                               starts(model.board), {}};
+        BoardDescription board{model.key,
+                               text(40),
+                               static_cast<uint16_t>(below(65536)),
+                               static_cast<uint8_t>(below(256)),
+                               static_cast<uint8_t>(below(256)),
+                               starts(model.board),
+                               {}};
         const NamePattern pattern{"C##", static_cast<uint32_t>(below(100))};
         const bool patterned = below(2) == 0;
         board.channels.resize(1 + below(20));
@@ -193,10 +199,12 @@ private:
 
     FaultOrder fault()
     {
-        FaultFields fields{{"kind", std::string("answer")}, {"operation", std::string("any")},
+        FaultFields fields{{"kind", std::string("answer")},
+                           {"operation", std::string("any")},
                            {"answer", std::string("bad-utf8")}};
         if (below(2) == 0)
-            fields = {{"kind", std::string("fail")}, {"operation", std::string("GetChParam")},
+            fields = {{"kind", std::string("fail")},
+                      {"operation", std::string("GetChParam")},
                       {"code", static_cast<int64_t>(below(100)) + 1}};
         std::vector<FaultProblem> problems;
         return readFaultOrder(fields, problems).value();
@@ -205,10 +213,7 @@ private:
     std::mt19937 m_random;
 };
 
-TEST(CrateFile, TheDefaultCrateReadsBack)
-{
-    expectRoundTrip({defaultCrate(), {}});
-}
+TEST(CrateFile, TheDefaultCrateReadsBack) { expectRoundTrip({defaultCrate(), {}}); }
 
 TEST(CrateFile, AnyCrateReadsBack)
 {
@@ -240,8 +245,7 @@ TEST_P(ExampleCrate, IsInOrderAndReadsBack)
     expectRoundTrip(reading.file);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ExampleCrate,
-                         testing::Values("small", "full", "detector", "odd"),
+INSTANTIATE_TEST_SUITE_P(All, ExampleCrate, testing::Values("small", "full", "detector", "odd"),
                          [](const auto &each) { return each.param; });
 
 TEST(ExampleCrates, NoneIsForgotten)

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr Address channel{0, 0};
-constexpr Address hungry{0, 2};  // draws more than its limit at full voltage
+constexpr Address hungry{0, 2}; // draws more than its limit at full voltage
 constexpr Address board{0, -1};
 
 struct CrateTest : testing::Test {

@@ -31,10 +31,7 @@ std::string problemOf(const std::function<void()> &attempt)
     return "no problem";
 }
 
-Json item(const char *type)
-{
-    return {{"name", "Thing"}, {"type", type}, {"value", 0}};
-}
+Json item(const char *type) { return {{"name", "Thing"}, {"type", type}, {"value", 0}}; }
 
 Json switchItem()
 {
@@ -56,9 +53,12 @@ Json channelRow(int channel, double voltage, const Json &words, const char *curr
 
 Json shownBoard(const Json &rows)
 {
-    return {{"slot", 3},          {"present", true},
-            {"model", "M1"},      {"description", "two channels"},
-            {"serialNumber", 42}, {"firmware", "1.04"},
+    return {{"slot", 3},
+            {"present", true},
+            {"model", "M1"},
+            {"description", "two channels"},
+            {"serialNumber", 42},
+            {"firmware", "1.04"},
             {"statusText", Json::array()},
             {"clock", {{"paused", true}, {"speed", 10.0}, {"uptime", 3725.25}}},
             {"items", Json::array()},
@@ -123,10 +123,8 @@ TEST(CtlValue, FieldsAndMixes)
     addField(request, "operation=GetChParam");
     addField(request, "share=0.5");
     addField(request, "text=a=b");
-    EXPECT_EQ(request, Json({{"count", 3},
-                             {"operation", "GetChParam"},
-                             {"share", 0.5},
-                             {"text", "a=b"}}));
+    EXPECT_EQ(request,
+              Json({{"count", 3}, {"operation", "GetChParam"}, {"share", 0.5}, {"text", "a=b"}}));
     EXPECT_THAT(problemOf([&] { addField(request, "count"); }), HasSubstr("FIELD=VALUE"));
     EXPECT_THAT(problemOf([&] { addField(request, "=3"); }), HasSubstr("FIELD=VALUE"));
     EXPECT_EQ(parseMix("numeric=8,status=1.5"), Json({{"numeric", 8}, {"status", 1.5}}));
@@ -149,8 +147,7 @@ TEST(CtlTable, ColumnsAreAsWideAsTheirWidestCell)
     const Table table{{{"Name"}, {"Value", Align::Right}, {"Unit"}},
                       {{{"Temp", "27.0", "\u00b0C"}, Tone::On}, {{"Fan Speed", "2400", ""}, {}}}};
     const auto lines = linesOf(table);
-    EXPECT_THAT(textsOf(lines), ElementsAre("Name       Value  Unit",
-                                            "Temp        27.0  \u00b0C",
+    EXPECT_THAT(textsOf(lines), ElementsAre("Name       Value  Unit", "Temp        27.0  \u00b0C",
                                             "Fan Speed   2400"));
     EXPECT_EQ(lines[0].tone, Tone::Heading);
     EXPECT_EQ(lines[1].tone, Tone::On);
@@ -174,8 +171,8 @@ TEST(CtlTable, ScrollingEndsWithTheLastLine)
 
 TEST(CtlView, BoardSharesUnitsInTheTitle)
 {
-    const View view = viewOf(shownBoard(
-        {channelRow(0, 100, {"on", "ramping-up"}), channelRow(1, 0, Json::array())}));
+    const View view = viewOf(
+        shownBoard({channelRow(0, 100, {"on", "ramping-up"}), channelRow(1, 0, Json::array())}));
     EXPECT_THAT(view.titles,
                 ElementsAre("Slot 3: M1, two channels",
                             "serial number 42, firmware 1.04, status: in order",
@@ -187,11 +184,11 @@ TEST(CtlView, BoardSharesUnitsInTheTitle)
 
 TEST(CtlView, MixedUnitsStandInTheCells)
 {
-    const View view = viewOf(shownBoard(
-        {channelRow(0, 1, Json::array()), channelRow(1, 2, Json::array(), "mA")}));
-    EXPECT_THAT(textsOf(linesOf(view.main)), ElementsAre("Ch  Name  V [V]        I  Status",
-                                                         " 0  CH0     1.0  0.50 uA  off",
-                                                         " 1  CH1     2.0  0.50 mA  off"));
+    const View view = viewOf(
+        shownBoard({channelRow(0, 1, Json::array()), channelRow(1, 2, Json::array(), "mA")}));
+    EXPECT_THAT(textsOf(linesOf(view.main)),
+                ElementsAre("Ch  Name  V [V]        I  Status", " 0  CH0     1.0  0.50 uA  off",
+                            " 1  CH1     2.0  0.50 mA  off"));
 }
 
 TEST(CtlView, TonesOfChannels)
@@ -212,13 +209,23 @@ TEST(CtlView, ChannelShowsLabelsAndDecimals)
     Json shown = channelRow(7, 1, {"on"});
     shown["slot"] = 3;
     shown["clock"] = {{"paused", false}, {"speed", 1.0}, {"uptime", 0.04}};
-    shown["items"] = {{{"name", "VSet"}, {"type", "numeric"}, {"mode", "read-write"},
-                       {"unit", "V"}, {"value", 12.5}, {"role", "voltage-set"}, {"decimals", 2}},
-                      {{"name", "Pw"}, {"type", "on-off"}, {"mode", "read-write"}, {"unit", ""},
-                       {"value", 1}, {"role", "power"}, {"labels", {"Off", "On"}}}};
+    shown["items"] = {{{"name", "VSet"},
+                       {"type", "numeric"},
+                       {"mode", "read-write"},
+                       {"unit", "V"},
+                       {"value", 12.5},
+                       {"role", "voltage-set"},
+                       {"decimals", 2}},
+                      {{"name", "Pw"},
+                       {"type", "on-off"},
+                       {"mode", "read-write"},
+                       {"unit", ""},
+                       {"value", 1},
+                       {"role", "power"},
+                       {"labels", {"Off", "On"}}}};
     const View view = viewOf(shown);
-    EXPECT_THAT(view.titles, ElementsAre("Channel 3:7, \"CH7\", status: on",
-                                         "crate time 0:00:00.0"));
+    EXPECT_THAT(view.titles,
+                ElementsAre("Channel 3:7, \"CH7\", status: on", "crate time 0:00:00.0"));
     EXPECT_THAT(textsOf(linesOf(view.main)),
                 ElementsAre("Name   Value  Unit  Type     Mode        Role",
                             "VSet   12.50  V     numeric  read-write  voltage-set",

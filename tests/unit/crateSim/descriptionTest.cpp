@@ -14,10 +14,7 @@ using testing::Contains;
 using testing::Field;
 using testing::HasSubstr;
 
-TEST(DefaultCrate, HasNoProblems)
-{
-    EXPECT_THAT(findProblems(defaultCrate()), testing::IsEmpty());
-}
+TEST(DefaultCrate, HasNoProblems) { EXPECT_THAT(findProblems(defaultCrate()), testing::IsEmpty()); }
 
 TEST(DefaultCrate, HoldsEverythingAServerCanMeet)
 {
@@ -74,32 +71,21 @@ struct ProblemCase {
     const char *path;
 };
 
-void PrintTo(const ProblemCase &problem, std::ostream *stream)
-{
-    *stream << problem.name;
-}
+void PrintTo(const ProblemCase &problem, std::ostream *stream) { *stream << problem.name; }
 
 struct DescriptionProblemTest : testing::TestWithParam<ProblemCase> {};
 
-ParameterDescription &parameter(CrateDescription &crate)
-{
-    return crate.models[0].channel[0];
-}
+ParameterDescription &parameter(CrateDescription &crate) { return crate.models[0].channel[0]; }
 
-BoardDescription &board(CrateDescription &crate)
-{
-    return *crate.slots[0];
-}
+BoardDescription &board(CrateDescription &crate) { return *crate.slots[0]; }
 
 const ProblemCase problems[] = {
     {"longName", [](auto &c) { parameter(c).name = "TenLetters"; }, "longer than 9",
      "models/0/channel/0/name"},
     {"emptyName", [](auto &c) { parameter(c).name = ""; }, "name is empty",
      "models/0/channel/0/name"},
-    {"colon", [](auto &c) { parameter(c).name = "a:b"; }, "colon",
-     "models/0/channel/0/name"},
-    {"twice", [](auto &c) { parameter(c).name = "ISet"; }, "used twice",
-     "models/0/channel/1/name"},
+    {"colon", [](auto &c) { parameter(c).name = "a:b"; }, "colon", "models/0/channel/0/name"},
+    {"twice", [](auto &c) { parameter(c).name = "ISet"; }, "used twice", "models/0/channel/1/name"},
     {"reserved", [](auto &c) { parameter(c).name = "Name"; }, "used twice",
      "models/0/channel/0/name"},
     {"limits", [](auto &c) { parameter(c).minimum = 5000; }, "limits are reversed",
@@ -112,28 +98,24 @@ const ProblemCase problems[] = {
      "models/0/channel/0/start"},
     {"startRange", [](auto &c) { parameter(c).start = 3001.0f; }, "out of range",
      "models/0/channel/0/start"},
-    {"label", [](auto &c) { c.models[0].board[4].onLabel = std::string(1024, 'x'); }, "longer than 1023",
-     "models/0/board/4/on-label"},
+    {"label", [](auto &c) { c.models[0].board[4].onLabel = std::string(1024, 'x'); },
+     "longer than 1023", "models/0/board/4/on-label"},
     {"roleTwice", [](auto &c) { parameter(c).role = Role::Power; }, "role is used twice",
      "models/0/channel/8/role"},
     {"roleLevel", [](auto &c) { parameter(c).role = Role::BoardStatus; }, "other level",
      "models/0/channel/0/role"},
     {"roleType", [](auto &c) { c.models[0].channel[18].role = Role::CurrentMinimum; },
      "role does not go with the type", "models/0/channel/18/role"},
-    {"modelTwice", [](auto &c) { c.models[1].key = "ZA12P"; }, "key is used twice",
-     "models/1/key"},
+    {"modelTwice", [](auto &c) { c.models[1].key = "ZA12P"; }, "key is used twice", "models/1/key"},
     {"property", [](auto &c) { c.properties[0].name = "TwentyCharactersLong"; }, "longer than 19",
      "properties/0/name"},
     {"propertyStart", [](auto &c) { c.properties[0].start = 1.0f; }, "does not fit the type",
      "properties/0/start"},
     {"propertyRange", [](auto &c) { c.properties[6].start = 65536u; }, "out of range",
      "properties/6/start"},
-    {"command", [](auto &c) { c.commands[1].name = "Kill"; }, "used twice",
-     "commands/1/name"},
-    {"user", [](auto &c) { c.users.push_back(c.users[0]); }, "used twice",
-     "users/1/name"},
-    {"model", [](auto &c) { board(c).model = "None"; }, "not described",
-     "slots/0/model"},
+    {"command", [](auto &c) { c.commands[1].name = "Kill"; }, "used twice", "commands/1/name"},
+    {"user", [](auto &c) { c.users.push_back(c.users[0]); }, "used twice", "users/1/name"},
+    {"model", [](auto &c) { board(c).model = "None"; }, "not described", "slots/0/model"},
     {"channels", [](auto &c) { board(c).channels.clear(); }, "number of channels",
      "slots/0/channels"},
     {"manyChannels", [](auto &c) { board(c).channels.resize(65536); }, "number of channels",

@@ -10,8 +10,8 @@
 
 using namespace crateTest;
 using sim::wire::Operation;
-using testing::ElementsAre;
 using testing::Each;
+using testing::ElementsAre;
 
 namespace {
 
@@ -26,16 +26,16 @@ struct EventTest : testing::Test {
                                 uint16_t channel = 0)
     {
         std::vector<char> results(count, 0x55);
-        EXPECT_EQ(VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), slot, channel,
-                                                names, count, results.data()),
+        EXPECT_EQ(VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), slot, channel, names,
+                                                count, results.data()),
                   0);
         return results;
     }
     std::vector<char> unsubscribe(const char *names, uint32_t count)
     {
         std::vector<char> results(count, 0x55);
-        EXPECT_EQ(VEXAHV_UnSubscribeChannelParams(login.handle, receiver.port(), 0, 0, names,
-                                                  count, results.data()),
+        EXPECT_EQ(VEXAHV_UnSubscribeChannelParams(login.handle, receiver.port(), 0, 0, names, count,
+                                                  results.data()),
                   0);
         return results;
     }
@@ -107,8 +107,7 @@ TEST_F(EventTest, LevelsAreToldApart)
     char result = 0x55;
     ASSERT_EQ(VEXAHV_SubscribeSystemParams(login.handle, receiver.port(), "Location", 1, &result),
               0);
-    ASSERT_EQ(VEXAHV_SubscribeBoardParams(login.handle, receiver.port(), 3, "Temp", 1, &result),
-              0);
+    ASSERT_EQ(VEXAHV_SubscribeBoardParams(login.handle, receiver.port(), 3, "Temp", 1, &result), 0);
     ASSERT_TRUE(receiver.accept());
     bool system = false;
     bool board = false;
@@ -142,8 +141,7 @@ TEST_F(EventTest, TripTextArrives)
     crate.on([](auto &world) {
         return world.crate.tripChannel({0, 0}, sim::channelbit::ExternalTrip);
     });
-    EXPECT_TRUE(
-        receiver.waitFor("LastTrip", [](auto &event) { return event.text == "external"; }));
+    EXPECT_TRUE(receiver.waitFor("LastTrip", [](auto &event) { return event.text == "external"; }));
 }
 
 TEST_F(EventTest, LiveInsertionIsAnAlarm)
@@ -243,9 +241,8 @@ TEST(EventKeepAlive, ComesAfterSilence)
     const Login login(crate);
     EventReceiver receiver;
     char result = 0x55;
-    ASSERT_EQ(VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VSet", 1,
-                                            &result),
-              0);
+    ASSERT_EQ(
+        VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VSet", 1, &result), 0);
     ASSERT_TRUE(receiver.accept());
     receiver.nextBatch();
     const auto batch = receiver.nextBatch();
@@ -293,8 +290,7 @@ struct StreamTest : testing::Test {
     VEXAHVRESULT read() { return VEXAHV_GetEventData(ends[0], &status, &events, &count); }
     void send(const std::string &bytes)
     {
-        ASSERT_EQ(write(ends[1], bytes.data(), bytes.size()),
-                  static_cast<ssize_t>(bytes.size()));
+        ASSERT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
     static std::string batch()
     {

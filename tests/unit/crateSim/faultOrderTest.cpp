@@ -50,10 +50,10 @@ TEST(FaultOrder, OperationsGoByEitherName)
 
 TEST(FaultOrder, EveryKindIsReadBackFromItsFields)
 {
-    const FaultFields all{{"operation", "any"}, {"answer", "bad-utf8"}, {"code", int64_t{-7}},
-                          {"count", int64_t{3}}, {"after", int64_t{4}},
-                          {"milliseconds", int64_t{250}}, {"offset", int64_t{1000}},
-                          {"chunk", int64_t{7}}, {"bytes", int64_t{9}}};
+    const FaultFields all{
+        {"operation", "any"},      {"answer", "bad-utf8"}, {"code", int64_t{-7}},
+        {"count", int64_t{3}},     {"after", int64_t{4}},  {"milliseconds", int64_t{250}},
+        {"offset", int64_t{1000}}, {"chunk", int64_t{7}},  {"bytes", int64_t{9}}};
     for (size_t index = 0; index < static_cast<size_t>(FaultKind::Count_); ++index) {
         const auto kind = static_cast<FaultKind>(index);
         const std::string name(faultKindName(kind));
@@ -87,7 +87,9 @@ TEST(FaultOrder, ProblemsNameTheField)
     EXPECT_EQ(problemsOf({{"kind", true}}), "kind|\"kind\" is no text\n");
     EXPECT_NE(problemsOf({{"kind", "fall"}}).find("none of refuse-logins, fail, delay"),
               std::string::npos);
-    EXPECT_EQ(problemsOf({{"kind", "fail"}, {"operation", "GetEventData"}, {"code", int64_t{0}},
+    EXPECT_EQ(problemsOf({{"kind", "fail"},
+                          {"operation", "GetEventData"},
+                          {"code", int64_t{0}},
                           {"chunk", int64_t{1}}}),
               "operation|\"operation\" is neither \"any\" nor a call that reaches the crate: "
               "\"GetEventData\"\n"

@@ -162,9 +162,8 @@ TEST_F(LibraryMisbehaviourTest, InterruptedWaitForEventsFails)
     Login login(crate);
     EventReceiver receiver;
     char result = 1;
-    ASSERT_EQ(VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VSet", 1,
-                                            &result),
-              0);
+    ASSERT_EQ(
+        VEXAHV_SubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VSet", 1, &result), 0);
     ASSERT_TRUE(receiver.accept());
     ASSERT_FALSE(receiver.nextBatch().empty());
     Caller caller([&] {

@@ -13,10 +13,7 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr int32_t code(Result result)
-{
-    return static_cast<int32_t>(result);
-}
+constexpr int32_t code(Result result) { return static_cast<int32_t>(result); }
 
 struct LibraryTest : testing::Test {
     RunningCrate crate;
@@ -50,8 +47,7 @@ struct LibraryTest : testing::Test {
     {
         return VEXAHV_SetChParam(login.handle, 0, name, 1, &channel, value);
     }
-    template <class Number>
-    Number getChannel(const char *name, uint16_t channel = 0)
+    template <class Number> Number getChannel(const char *name, uint16_t channel = 0)
     {
         Number value{};
         EXPECT_EQ(VEXAHV_GetChParam(login.handle, 0, name, 1, &channel, &value), 0) << name;
@@ -230,8 +226,7 @@ TEST_F(LibraryTest, MissingPlacesLeaveOutputsAlone)
     char *table = &mark;
     int32_t count = 77;
     EXPECT_EQ(VEXAHV_GetBdParamInfo(login.handle, 1, &table), code(Result::NoSlot));
-    EXPECT_EQ(VEXAHV_GetChParamInfo(login.handle, 0, 12, &table, &count),
-              code(Result::NoChannel));
+    EXPECT_EQ(VEXAHV_GetChParamInfo(login.handle, 0, 12, &table, &count), code(Result::NoChannel));
     EXPECT_EQ(table, &mark);
     EXPECT_EQ(count, 77);
 }
@@ -342,9 +337,9 @@ TEST_F(LibraryTest, ThreadsShareASession)
             for (int round = 0; round < 100; ++round) {
                 const auto volts = static_cast<float>(round + channel);
                 float back = -1;
-                if (VEXAHV_SetChParam(login.handle, 0, "VSet", 1, &channel, &volts) != 0
-                    || VEXAHV_GetChParam(login.handle, 0, "VSet", 1, &channel, &back) != 0
-                    || back != volts)
+                if (VEXAHV_SetChParam(login.handle, 0, "VSet", 1, &channel, &volts) != 0 ||
+                    VEXAHV_GetChParam(login.handle, 0, "VSet", 1, &channel, &back) != 0 ||
+                    back != volts)
                     ++failures;
             }
         });

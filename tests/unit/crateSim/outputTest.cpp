@@ -130,8 +130,8 @@ TEST_F(OutputTest, LoweredHardLimitIsAnOverVoltage)
     atVoltage();
     settings.hardLimit = 60;
     apply();
-    EXPECT_EQ(output.status(), channelbit::On | channelbit::RampingDown | channelbit::OverVoltage
-                                   | channelbit::HvMax);
+    EXPECT_EQ(output.status(), channelbit::On | channelbit::RampingDown | channelbit::OverVoltage |
+                                   channelbit::HvMax);
     output.advance(2s);
     EXPECT_EQ(output.voltage(), 60);
     EXPECT_EQ(output.status() & channelbit::OverVoltage, 0u);
@@ -142,11 +142,9 @@ TEST_F(OutputTest, CurrentLimitHoldsTheVoltage)
     overCurrent(Duration::max());
     EXPECT_DOUBLE_EQ(output.voltage(), 50);
     EXPECT_DOUBLE_EQ(output.current(), 50e-6);
-    EXPECT_EQ(output.status(),
-              channelbit::On | channelbit::OverCurrent | channelbit::UnderVoltage);
+    EXPECT_EQ(output.status(), channelbit::On | channelbit::OverCurrent | channelbit::UnderVoltage);
     output.advance(24h);
-    EXPECT_EQ(output.status(),
-              channelbit::On | channelbit::OverCurrent | channelbit::UnderVoltage);
+    EXPECT_EQ(output.status(), channelbit::On | channelbit::OverCurrent | channelbit::UnderVoltage);
 }
 
 TEST_F(OutputTest, TripsAtTheVeryMoment)
@@ -270,14 +268,13 @@ TEST_P(OutputConditionTest, ShowsItsBitAndHasItsEffect)
     EXPECT_TRUE(output.switchOn());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, OutputConditionTest,
-    testing::Values(ConditionCase{channelbit::OverVoltage, true, 100},
-                    ConditionCase{channelbit::UnderVoltage, true, 100},
-                    ConditionCase{channelbit::ExternalDisable, false, 100},
-                    ConditionCase{channelbit::CalibrationError, true, 100},
-                    ConditionCase{channelbit::Unplugged, false, 0},
-                    ConditionCase{channelbit::UnderCurrent, true, 100},
-                    ConditionCase{channelbit::OverVoltageProtection, false, 0},
-                    ConditionCase{channelbit::PowerFail, false, 0},
-                    ConditionCase{channelbit::TemperatureError, false, 100}));
+INSTANTIATE_TEST_SUITE_P(All, OutputConditionTest,
+                         testing::Values(ConditionCase{channelbit::OverVoltage, true, 100},
+                                         ConditionCase{channelbit::UnderVoltage, true, 100},
+                                         ConditionCase{channelbit::ExternalDisable, false, 100},
+                                         ConditionCase{channelbit::CalibrationError, true, 100},
+                                         ConditionCase{channelbit::Unplugged, false, 0},
+                                         ConditionCase{channelbit::UnderCurrent, true, 100},
+                                         ConditionCase{channelbit::OverVoltageProtection, false, 0},
+                                         ConditionCase{channelbit::PowerFail, false, 0},
+                                         ConditionCase{channelbit::TemperatureError, false, 100}));

@@ -21,7 +21,7 @@ const int usualParameters = setenv("RC_PARAMS", "seed=1", 0);
 struct Deed {
     uint32_t kind;
     uint32_t place;
-    uint32_t amount;  // 0 to 1000
+    uint32_t amount; // 0 to 1000
     Duration time;
     int32_t cuts;
 };
@@ -30,12 +30,12 @@ rc::Gen<std::vector<Deed>> deeds(uint32_t kinds)
 {
     return rc::gen::container<std::vector<Deed>>(rc::gen::construct<Deed>(
         rc::gen::inRange(0u, kinds), rc::gen::inRange(0u, 1000u), rc::gen::inRange(0u, 1001u),
-        rc::gen::map(rc::gen::inRange<int64_t>(0, 4000000000), [](int64_t t) { return Duration(t); }),
+        rc::gen::map(rc::gen::inRange<int64_t>(0, 4000000000),
+                     [](int64_t t) { return Duration(t); }),
         rc::gen::inRange(1, 20)));
 }
 
-template <class Advance>
-void inSteps(const Deed &deed, const Advance &advance)
+template <class Advance> void inSteps(const Deed &deed, const Advance &advance)
 {
     Duration rest = deed.time;
     for (int32_t step = 1; step < deed.cuts; ++step) {
@@ -49,9 +49,9 @@ void inSteps(const Deed &deed, const Advance &advance)
 // ---- One output
 
 constexpr uint32_t outputKinds = 14;
-constexpr uint32_t keptOff = channelbit::ExternalDisable | channelbit::Unplugged
-                             | channelbit::PowerFail | channelbit::TemperatureError
-                             | channelbit::OverVoltageProtection;
+constexpr uint32_t keptOff = channelbit::ExternalDisable | channelbit::Unplugged |
+                             channelbit::PowerFail | channelbit::TemperatureError |
+                             channelbit::OverVoltageProtection;
 
 struct Subject {
     Output output;
@@ -206,8 +206,8 @@ bool withinLimits(const Crate &crate, ItemId id)
     if (parameter == nullptr || parameter->type != ParamType::Numeric)
         return true;
     const double number = toNumber(crate.items().value(id));
-    return number >= static_cast<double>(parameter->minimum)
-           && number <= static_cast<double>(parameter->maximum);
+    return number >= static_cast<double>(parameter->minimum) &&
+           number <= static_cast<double>(parameter->maximum);
 }
 
 double number(const Crate &crate, int32_t channel, const char *name)
@@ -229,8 +229,8 @@ RC_GTEST_PROP(CrateProperty, ReadBacksStayWithinTheirLimits, ())
         for (ItemId id = 0; id < crate.items().size(); ++id)
             RC_ASSERT(withinLimits(crate, id));
         for (int32_t channel = 0; channel < channels; ++channel)
-            RC_ASSERT(number(crate, channel, "IMon")
-                      <= number(crate, channel, "ISet") + allowed + 1e-4);
+            RC_ASSERT(number(crate, channel, "IMon") <=
+                      number(crate, channel, "ISet") + allowed + 1e-4);
     }
 }
 

@@ -9,10 +9,7 @@ using testing::IsEmpty;
 
 namespace {
 
-std::string payloadOf(const std::string &frame)
-{
-    return frame.substr(headerSize);
-}
+std::string payloadOf(const std::string &frame) { return frame.substr(headerSize); }
 
 Header headerOf(const std::string &frame)
 {
@@ -52,8 +49,8 @@ TEST(Frame, LengthIsBounded)
 
 TEST(Codec, CallComesThrough)
 {
-    const auto frame = makeCall(Operation::SetChParam,
-                                SetChannelParameterRequest{3, "VSet", {1, 2}, 0x42c80000});
+    const auto frame =
+        makeCall(Operation::SetChParam, SetChannelParameterRequest{3, "VSet", {1, 2}, 0x42c80000});
     const auto unpacked = unpackPayload(payloadOf(frame));
     const Call call = readCall(unpacked);
     EXPECT_EQ(call.operation, Operation::SetChParam);
@@ -73,8 +70,8 @@ TEST(Codec, EveryPrefixOfACallIsRefused)
 
 TEST(Codec, EveryDamagedByteIsRefusedOrHarmless)
 {
-    const auto payload = payloadOf(makeCall(
-        Operation::SubscribeChannelParams, SubscriptionRequest{5180, 0, 1, "VSet:ISet", 2}));
+    const auto payload = payloadOf(makeCall(Operation::SubscribeChannelParams,
+                                            SubscriptionRequest{5180, 0, 1, "VSet:ISet", 2}));
     for (size_t position = 0; position < payload.size(); ++position) {
         for (int value = 0; value < 256; ++value) {
             std::string damaged = payload;

@@ -177,8 +177,7 @@ TEST(Ramp, LowSetPointEndsTheLimitOnTheWayDown)
     output.configure(settings);
     // Above 1 MOhm * (40 + 25) uA = 65 V the charge flows off faster than the ramp.
     output.advance(100ms);
-    EXPECT_EQ(output.status(),
-              channelbit::On | channelbit::RampingDown | channelbit::OverCurrent);
+    EXPECT_EQ(output.status(), channelbit::On | channelbit::RampingDown | channelbit::OverCurrent);
     const double seconds = std::log(60.0 / 25.0); // to 65 V
     output.advance(Duration(std::llround(seconds * 1e9)) - 100ms + 1s);
     EXPECT_NEAR(output.voltage(), 40, 1e-6);
@@ -258,6 +257,6 @@ TEST_P(AnyLoad, OneStepEqualsAThousand)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AnyLoad,
-                         testing::Values(LoadCase{1e6, 0}, LoadCase{1e6, 1e-6},
-                                         LoadCase{1e6, 1e-8}, LoadCase{none, 0},
-                                         LoadCase{none, 1e-6}, LoadCase{none, 3e-6}));
+                         testing::Values(LoadCase{1e6, 0}, LoadCase{1e6, 1e-6}, LoadCase{1e6, 1e-8},
+                                         LoadCase{none, 0}, LoadCase{none, 1e-6},
+                                         LoadCase{none, 3e-6}));

@@ -24,8 +24,8 @@ ParameterDescription current()
 struct ReadBackTest : testing::Test {
     const ParameterDescription parameter = current();
     ItemStore items;
-    const ItemId id = items.add(
-        {{0, 0}, parameter.name, parameter.mode, Shape::Real, &parameter, nullptr}, 0.0f);
+    const ItemId id =
+        items.add({{0, 0}, parameter.name, parameter.mode, Shape::Real, &parameter, nullptr}, 0.0f);
     const ReadBack readBack{id, parameter};
 
     float shown() const { return std::get<float>(items.value(id)); }

@@ -29,8 +29,7 @@ RunningCrate::RunningCrate(sim::daemon::ServerSettings settings)
 {
 }
 
-RunningCrate::RunningCrate(sim::CrateDescription description,
-                           sim::daemon::ServerSettings settings)
+RunningCrate::RunningCrate(sim::CrateDescription description, sim::daemon::ServerSettings settings)
     : m_settings(std::move(settings))
 {
     spdlog::set_level(spdlog::level::off);
@@ -64,8 +63,8 @@ uint64_t RunningCrate::applied(sim::FaultKind kind)
 
 Login::Login(const RunningCrate &crate, const char *user, const char *password)
 {
-    result = VEXAHV_InitSystem(VEXAHV_SYSTEM_MAINFRAME, VEXAHV_LINK_TCPIP,
-                               crate.address().c_str(), user, password, &handle);
+    result = VEXAHV_InitSystem(VEXAHV_SYSTEM_MAINFRAME, VEXAHV_LINK_TCPIP, crate.address().c_str(),
+                               user, password, &handle);
 }
 
 Login::~Login()
@@ -85,8 +84,13 @@ bool isReadable(int descriptor)
 
 SeenEvent seen(const VEXAHVEventData_t &event)
 {
-    return {event.Type,         event.SystemHandle, event.BoardIndex,       event.ChannelIndex,
-            event.ItemID,       event.Value.FloatValue, event.Value.IntValue,
+    return {event.Type,
+            event.SystemHandle,
+            event.BoardIndex,
+            event.ChannelIndex,
+            event.ItemID,
+            event.Value.FloatValue,
+            event.Value.IntValue,
             std::string(event.Value.StringValue,
                         strnlen(event.Value.StringValue, sizeof event.Value.StringValue))};
 }

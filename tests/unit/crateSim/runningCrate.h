@@ -31,8 +31,7 @@ public:
     const std::string &address() const { return m_settings.address; }
 
     // Runs a function on the crate's thread and returns its result.
-    template <class Function>
-    auto on(Function function)
+    template <class Function> auto on(Function function)
     {
         std::packaged_task<decltype(function(m_server->world()))()> task(
             [&] { return function(m_server->world()); });
@@ -43,8 +42,7 @@ public:
 
     // Whether a condition, tested on the crate's thread, comes to hold while there is
     // patience.
-    template <class Condition>
-    bool until(Condition condition)
+    template <class Condition> bool until(Condition condition)
     {
         const auto end = std::chrono::steady_clock::now() + patience;
         while (!on(condition)) {

@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr Address channel{0, 0};
-constexpr Address hungry{0, 2};  // draws more than its limit at full voltage
+constexpr Address hungry{0, 2}; // draws more than its limit at full voltage
 constexpr Address board{0, -1};
 
 CrateDescription withMinimum()
@@ -92,8 +92,7 @@ TEST_F(StatusTest, OverCurrentAndUnderVoltage)
 {
     set(hungry, "Trip", 1000.0f); // never
     rampFully(hungry, 3000);
-    EXPECT_EQ(status(hungry),
-              channelbit::On | channelbit::OverCurrent | channelbit::UnderVoltage);
+    EXPECT_EQ(status(hungry), channelbit::On | channelbit::OverCurrent | channelbit::UnderVoltage);
 }
 
 TEST_F(StatusTest, OverVoltageUntilBelowTheLoweredLimit)
@@ -324,10 +323,7 @@ struct EachCondition : StatusTest, testing::WithParamInterface<ConditionCase> {
     }
 };
 
-void PrintTo(const ConditionCase &each, std::ostream *stream)
-{
-    *stream << each.name;
-}
+void PrintTo(const ConditionCase &each, std::ostream *stream) { *stream << each.name; }
 
 using namespace channelbit;
 
@@ -344,8 +340,7 @@ const ConditionCase conditionCases[] = {
     {"BoardPowerFail", channelbit::PowerFail, boardbit::PowerFail, false, 0},
     {"BoardFirmwareChecksum", 0, boardbit::FirmwareChecksum, true, 100},
     {"BoardHvCalibration", CalibrationError, boardbit::HvCalibration, true, 100},
-    {"BoardTemperatureError", channelbit::TemperatureError, boardbit::TemperatureError, false,
-     100},
+    {"BoardTemperatureError", channelbit::TemperatureError, boardbit::TemperatureError, false, 100},
     {"BoardUnderTemperature", 0, boardbit::UnderTemperature, true, 100},
     {"BoardOverTemperature", channelbit::TemperatureError, boardbit::OverTemperature, false, 100},
 };

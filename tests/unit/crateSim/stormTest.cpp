@@ -48,11 +48,10 @@ struct StormTest : testing::Test {
     void subscribe(const std::string &names, uint16_t channel, const Login &who,
                    const EventReceiver &port)
     {
-        const auto count =
-            static_cast<uint32_t>(std::count(names.begin(), names.end(), ':') + 1);
+        const auto count = static_cast<uint32_t>(std::count(names.begin(), names.end(), ':') + 1);
         std::vector<char> results(count);
-        ASSERT_EQ(VEXAHV_SubscribeChannelParams(who.handle, port.port(), 0, channel,
-                                                names.c_str(), count, results.data()),
+        ASSERT_EQ(VEXAHV_SubscribeChannelParams(who.handle, port.port(), 0, channel, names.c_str(),
+                                                count, results.data()),
                   0);
         EXPECT_THAT(results, testing::Each(0));
     }
@@ -189,7 +188,7 @@ TEST_F(StormTest, MixIsKept)
     EXPECT_EQ(kinds["VMon"] + kinds["IMon"], 50);
     EXPECT_EQ(kinds["Stat"], 20);
     EXPECT_EQ(kinds["POn"], 10);
-    EXPECT_EQ(kinds["Trip"] , 10);
+    EXPECT_EQ(kinds["Trip"], 10);
     EXPECT_EQ(kinds["Comm"], 10);
 }
 
@@ -218,8 +217,7 @@ TEST_F(StormTest, EveryMoveIsAMove)
     std::map<std::tuple<int32_t, int32_t, std::string>, std::pair<int32_t, std::string>> last;
     for (const auto &event : take(240)) {
         const std::pair<int32_t, std::string> value = {event.integer, event.text};
-        const auto [found, isNew] =
-            last.insert({{event.slot, event.channel, event.name}, value});
+        const auto [found, isNew] = last.insert({{event.slot, event.channel, event.name}, value});
         EXPECT_TRUE(isNew || found->second != value) << event.name;
         found->second = value;
     }
@@ -322,9 +320,9 @@ TEST_F(StormTest, SubscriptionsEndMeanwhile)
     pass(10ms);
     EXPECT_EQ(take(10).size(), 10u);
     char result = 1;
-    ASSERT_EQ(VEXAHV_UnSubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VMon", 1,
-                                              &result),
-              0);
+    ASSERT_EQ(
+        VEXAHV_UnSubscribeChannelParams(login.handle, receiver.port(), 0, 0, "VMon", 1, &result),
+        0);
     EXPECT_EQ(result, 0);
     pass(10ms);
     EXPECT_EQ(sent(), 10u);

@@ -121,7 +121,8 @@ TEST_F(StreamFaultsTest, HalfClosedConnectionStaysUntilTheReaderGoes)
     EXPECT_EQ(crate.on([](auto &world) {
         world.step(sim::Duration(1));
         return world.connectedLinks();
-    }), 1u);
+    }),
+              1u);
     receiver.hangUp();
     ASSERT_TRUE(receiver.accept());
     EXPECT_EQ(receiver.nextBatch().at(0).real, 5);
