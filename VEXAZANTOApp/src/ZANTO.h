@@ -1,6 +1,5 @@
 /// The crate's life in the process: wait, tree build, subscription, signals, shutdown.
-#ifndef ZANTO_H
-#define ZANTO_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -34,5 +33,3 @@ void SigShutdownHandler(int signal);
 /// From now on an exit of EPICS logs out, also one inside the start-up script, and iocInit goes
 /// no further once the process is ending. Once, before the script.
 void ZANTOWatchEpics();
-
-#endif

@@ -1,10 +1,7 @@
 /// Device support of the bi and bo records.
-#ifndef ZANTOBIO_H
-#define ZANTOBIO_H
+#pragma once
 
 #include "ZANTOscanlist.h"
 
 /// Scan list of all bi records.
 extern ZANTOScanList ioscanpvt_bi;
-
-#endif

@@ -1,10 +1,7 @@
 /// Device support of the mbbiDirect and mbboDirect records.
-#ifndef ZANTOMBBIODIRECT_H
-#define ZANTOMBBIODIRECT_H
+#pragma once
 
 #include "ZANTOscanlist.h"
 
 /// Scan list of all mbbiDirect records.
 extern ZANTOScanList ioscanpvt_mbbiDirect;
-
-#endif

@@ -1,6 +1,5 @@
 /// Text that grows in one buffer, without texts in between.
-#ifndef ZANTOAPPEND_H
-#define ZANTOAPPEND_H
+#pragma once
 
 #include <charconv>
 #include <cstddef>
@@ -26,5 +25,3 @@ inline void ZANTOAppendNumber(std::string &text, int32_t number, std::size_t wid
         text.append(width - length, '0');
     text.append(begin, end);
 }
-
-#endif

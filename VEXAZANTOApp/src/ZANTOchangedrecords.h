@@ -1,6 +1,5 @@
 /// Has only the records process whose nodes changed: the scans of a large crate.
-#ifndef ZANTOCHANGEDRECORDS_H
-#define ZANTOCHANGEDRECORDS_H
+#pragma once
 
 #include "ZANTOchangequeue.h"
 #include "ZANTOscanthread.h"
@@ -119,5 +118,3 @@ private:
 /// The shell variable ZANTOScanChangedOnly: events make the records process that show what
 /// changed, instead of all of a type. May change at any time.
 bool ZANTOScansChangedOnly();
-
-#endif

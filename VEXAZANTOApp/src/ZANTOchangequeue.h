@@ -1,6 +1,5 @@
 /// Which records wait to be processed because the node that they show changed.
-#ifndef ZANTOCHANGEQUEUE_H
-#define ZANTOCHANGEQUEUE_H
+#pragma once
 
 #include <callback.h>
 #include <dbCommon.h>
@@ -81,5 +80,3 @@ private:
     uint32_t m_tree = 0;
     std::array<Queue, NUM_CALLBACK_PRIORITIES> m_queues{};
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// The command line of zantoioc.
-#ifndef ZANTOCOMMANDLINE_H
-#define ZANTOCOMMANDLINE_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -23,5 +22,3 @@ ZANTOCommandLine ZANTOParseCommandLine(int argc, char *argv[]);
 
 /// The two tokens of a -c value, split as strtok does at "@".
 void ZANTOSplitCrate(const std::string &value, std::string &crateName, std::string &host);
-
-#endif

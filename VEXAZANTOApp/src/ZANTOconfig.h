@@ -1,6 +1,5 @@
 /// Builders of the tree's nodes from what the mainframe reports, and the lookup of an item.
-#ifndef ZANTOCONFIG_H
-#define ZANTOCONFIG_H
+#pragma once
 
 #include "ZANTOnodeproperty.h"
 #include "ZANTOnodevalue.h"
@@ -87,5 +86,3 @@ public:
     static ZANTONode *ZANTOConfigGetNodeFromItemId(ZANTONode *root, const std::string &itemId,
                                                    int32_t board, int32_t channel);
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Text from the mainframe made safe for the record database.
-#ifndef ZANTODBTEXT_H
-#define ZANTODBTEXT_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -16,5 +15,3 @@ bool ZANTOIsRecordName(std::string_view name, std::size_t more = 0);
 /// field takes in whatever form. A sane value stays as it is, however long: the IOC refuses a
 /// value that a field has no room for and keeps the record.
 void ZANTOAppendDbValue(std::string &text, std::string_view value);
-
-#endif

@@ -1,6 +1,5 @@
 /// The end of the process, step by step: for the thread that has brought its first cause.
-#ifndef ZANTOEND_H
-#define ZANTOEND_H
+#pragma once
 
 #include "ZANTOlifecycle.h"
 
@@ -35,5 +34,3 @@ void ZANTOForgetEnd();
 
 /// A thread is inside iocInit: what an exit would take apart is being put together. Any thread.
 void ZANTOSetIocInitRunning(bool running) noexcept;
-
-#endif

@@ -1,6 +1,5 @@
 /// What differs between the EPICS bases that the server compiles against, in one place.
-#ifndef ZANTOEPICS_H
-#define ZANTOEPICS_H
+#pragma once
 
 #include <epicsVersion.h>
 
@@ -19,6 +18,4 @@
 #define ZANTO_BASE_TELLS_SHUTDOWN 1
 #else
 #define ZANTO_BASE_TELLS_SHUTDOWN 0
-#endif
-
 #endif

@@ -1,6 +1,5 @@
 /// From a batch of events to the tree and to the scans that it asks for.
-#ifndef ZANTOEVENTBATCH_H
-#define ZANTOEVENTBATCH_H
+#pragma once
 
 #include <cstdint>
 
@@ -14,5 +13,3 @@ struct ZANTOEventSource {
 /// records: of all of a type, or of those that show what changed. True once the connection has
 /// failed.
 bool ZANTOHandleNextBatch(ZANTOEventSource &source);
-
-#endif

@@ -1,6 +1,5 @@
 /// The event connections that are served, and which of them gives way when there is no room.
-#ifndef ZANTOEVENTCONNECTIONS_H
-#define ZANTOEVENTCONNECTIONS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -52,5 +51,3 @@ private:
     std::vector<ZANTOEventConnection> m_list; // in the order of accept
     uint64_t m_lastNumber = 0;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// The listening server for the mainframe's event connections and the threads that read them.
-#ifndef ZANTOEVENTSTHREAD_H
-#define ZANTOEVENTSTHREAD_H
+#pragma once
 
 #include "vexahvwrapper.h"
 
@@ -30,5 +29,3 @@ extern "C" void ZANTOEvents_Thread(void *);
 /// whoever takes the node's lockSem later sees it.
 int32_t updateNode(int32_t boardIndex, int32_t channelIndex, const char *itemName,
                    const IDValue_t &value);
-
-#endif

@@ -1,6 +1,5 @@
 /// From the item that an event names to its node.
-#ifndef ZANTOEVENTUPDATE_H
-#define ZANTOEVENTUPDATE_H
+#pragma once
 
 #include "vexahvwrapper.h"
 
@@ -24,5 +23,3 @@ struct ZANTOEventTarget {
 int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *itemName,
                         const IDValue_t &value, uint64_t connection,
                         ZANTOEventTarget *target = nullptr);
-
-#endif

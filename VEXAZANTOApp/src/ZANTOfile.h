@@ -1,6 +1,5 @@
 /// Output files in a folder that anybody may write to.
-#ifndef ZANTOFILE_H
-#define ZANTOFILE_H
+#pragma once
 
 #include <cstdio>
 #include <memory>
@@ -32,5 +31,3 @@ private:
 constexpr const char *ZANTOLiveInsertionPath = "/tmp/lievnt.txt";
 /// Replaces the flag file's contents; false when it cannot be opened or written.
 bool ZANTOWriteLiveInsertionFlag(const char *contents);
-
-#endif

@@ -1,6 +1,5 @@
 /// From the item that an event names to its node, without a walk through the tree.
-#ifndef ZANTOITEMINDEX_H
-#define ZANTOITEMINDEX_H
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -45,5 +44,3 @@ private:
     std::vector<Holder> m_holders; // the system, then each board followed by its channels
     std::vector<size_t> m_boards;  // the place of each board in m_holders, and the end
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Owner of what the access library allocates.
-#ifndef ZANTOLIBRARYLIST_H
-#define ZANTOLIBRARYLIST_H
+#pragma once
 
 #include "vexahvwrapper.h"
 
@@ -35,5 +34,3 @@ private:
     T *m_list = nullptr;
     bool m_owned = true;
 };
-
-#endif

@@ -3,8 +3,7 @@
 /// The main thread takes the process forward and does the start-up work; records and event
 /// threads use the tree; whichever thread brings the first cause of the end carries the end out,
 /// and every other one stops at its next step.
-#ifndef ZANTOLIFE_H
-#define ZANTOLIFE_H
+#pragma once
 
 #include "ZANTOlifecycle.h"
 #include "ZANTOtreeuse.h"
@@ -85,5 +84,3 @@ bool ZANTOTreeIsComplete() noexcept;
 void ZANTOWaitForTree();
 /// ZANTOTreeUse::close.
 bool ZANTOCloseTree(std::chrono::milliseconds limit);
-
-#endif

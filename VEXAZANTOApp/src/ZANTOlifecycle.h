@@ -1,7 +1,6 @@
 /// Who goes on, who ends the process and who waits: decided here, without threads, clock, input
 /// or output, so that every case can be walked through.
-#ifndef ZANTOLIFECYCLE_H
-#define ZANTOLIFECYCLE_H
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -117,5 +116,3 @@ constexpr ZANTOMilliseconds ZANTOTimeLeft(ZANTOMilliseconds elapsed, ZANTOMillis
     const ZANTOMilliseconds left = elapsed < until ? until - elapsed : ZANTOMilliseconds(0);
     return most < left ? most : left;
 }
-
-#endif

@@ -1,6 +1,5 @@
 /// From the name of a record or the item of an event to the node of the tree.
-#ifndef ZANTOLOOKUP_H
-#define ZANTOLOOKUP_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -24,5 +23,3 @@ ZANTONode *ZANTOIndexedItemNode(const ZANTONode *root, std::string_view itemId, 
 /// of the board, or of the system. Makes no library call and takes no lock.
 ZANTONode *ZANTOFindItemNode(ZANTONode *root, std::string_view itemId, int32_t board,
                              int32_t channel);
-
-#endif

@@ -1,6 +1,5 @@
 /// The server's messages on standard output.
-#ifndef ZANTOMESSAGES_H
-#define ZANTOMESSAGES_H
+#pragma once
 
 #include <chrono>
 #include <cstdarg>
@@ -21,5 +20,3 @@ void ZANTOSetPrintPatience(std::chrono::milliseconds patience);
 /// Prints what was kept and flushes the output, within the patience. False when the output takes
 /// nothing: then nothing may be flushed any more, for that would wait for ever.
 bool ZANTOFinishPrinting();
-
-#endif

@@ -1,6 +1,5 @@
 /// The one class of which the in-memory image of the crate is made.
-#ifndef ZANTONODE_H
-#define ZANTONODE_H
+#pragma once
 
 #include "ZANTOnodelock.h"
 #include "ZANTOnodeproperty.h"
@@ -322,5 +321,3 @@ template <typename TryCopy> void ZANTONode::copyHeld(const TryCopy &tryCopy)
     const MemberGuard members(*this);
     tryCopy();
 }
-
-#endif

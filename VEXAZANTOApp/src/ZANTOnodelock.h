@@ -1,6 +1,5 @@
 /// The two locks of a node in one word, with the mark of a value that waits for them.
-#ifndef ZANTONODELOCK_H
-#define ZANTONODELOCK_H
+#pragma once
 
 #include <atomic>
 #include <cstdint>
@@ -76,5 +75,3 @@ private:
     std::atomic<uint32_t> m_holder[parts] = {};
     uint16_t m_depth[parts] = {};
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Making of a tree's nodes, and their owner until the tree has them.
-#ifndef ZANTONODEOWNER_H
-#define ZANTONODEOWNER_H
+#pragma once
 
 #include "ZANTOnode.h"
 #include "ZANTOtypes.h"
@@ -59,5 +58,3 @@ void ZANTOSetDataTypeByCode(ZANTONode &node, const nodeDataType (&table)[n], uin
     if (code < n)
         node.setDataType(table[code]);
 }
-
-#endif

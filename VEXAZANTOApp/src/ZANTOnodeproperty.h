@@ -1,6 +1,5 @@
 /// A named, typed property of a node.
-#ifndef ZANTONODEPROPERTY_H
-#define ZANTONODEPROPERTY_H
+#pragma once
 
 #include "ZANTOnodevalue.h"
 #include "ZANTOsharedtext.h"
@@ -42,5 +41,3 @@ private:
     int32_t m_handle = -1;
     nodeDataType m_propDataType = nodeDataTypeInt;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// A value of a node with its quality and the time at which it was obtained.
-#ifndef ZANTONODEVALUE_H
-#define ZANTONODEVALUE_H
+#pragma once
 
 #include "ZANTOtypes.h"
 #include "ZANTOvariant.h"
@@ -45,5 +44,3 @@ private:
     nodeValueQuality m_quality;
     time_t m_timestamp;
 };
-
-#endif

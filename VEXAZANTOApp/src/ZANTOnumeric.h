@@ -1,6 +1,5 @@
 /// Float to integer conversions that are defined for every input.
-#ifndef ZANTONUMERIC_H
-#define ZANTONUMERIC_H
+#pragma once
 
 #include <cstdint>
 #include <limits>
@@ -36,5 +35,3 @@ inline float ZANTONarrow(double value)
         return -std::numeric_limits<float>::infinity();
     return static_cast<float>(value);
 }
-
-#endif

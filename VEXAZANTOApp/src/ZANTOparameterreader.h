@@ -1,6 +1,5 @@
 /// Reading of the parameters of a board or channel.
-#ifndef ZANTOPARAMETERREADER_H
-#define ZANTOPARAMETERREADER_H
+#pragma once
 
 #include "ZANTOnodeowner.h"
 #include "ZANTOnodevalue.h"
@@ -62,5 +61,3 @@ ZANTONodeOwner ZANTOMakeParameter(nodeType kind, const std::string &name, uint16
 /// without a limit for a parameter whose type or mode cannot be read.
 void ZANTOReadParameters(const ZANTOParameterSource &source, int32_t handle, const char *table,
                          std::vector<ZANTONodeOwner> &nodes);
-
-#endif

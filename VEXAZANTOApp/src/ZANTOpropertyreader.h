@@ -1,6 +1,5 @@
 /// The properties of a parameter by its type, and the shapes of their values.
-#ifndef ZANTOPROPERTYREADER_H
-#define ZANTOPROPERTYREADER_H
+#pragma once
 
 #include "ZANTOnodevalue.h"
 #include "ZANTOparameterreader.h"
@@ -26,5 +25,3 @@ ZANTOPropertyNames ZANTOPropertyNamesOf(uint32_t type);
 /// cannot be read.
 ZANTONodeValue ZANTOReadProperty(const ZANTOParameterSource &source, const char *propName,
                                  const std::string &paramName);
-
-#endif

@@ -1,6 +1,5 @@
 /// What the device supports of all record types share: from a record to its node and back.
-#ifndef ZANTORECORD_H
-#define ZANTORECORD_H
+#pragma once
 
 #include "ZANTOlife.h"
 #include "ZANTOmessages.h"
@@ -256,5 +255,3 @@ template <typename RecordType> struct ZANTOBitsTrait {
     static uint16_t number(const Record *record) { return ZANTOLow16(record->val); }
     static int32_t shown(const Record *record) { return static_cast<int32_t>(record->val); }
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Which nodes go without records because a name can have one record type only.
-#ifndef ZANTORECORDCLAIMS_H
-#define ZANTORECORDCLAIMS_H
+#pragma once
 
 #include <string_view>
 #include <vector>
@@ -23,5 +22,3 @@ struct ZANTORecordClaim {
 /// Nodes whose name holds a blank give way, since no record of theirs can find its node; among
 /// equals the later gives way. `claims` are in the order of the nodes, one for each.
 std::vector<bool> ZANTONodesLeftOut(const std::vector<ZANTORecordClaim> &claims);
-
-#endif

@@ -1,6 +1,5 @@
 /// The record database and the list of process variables, from the walk to the files.
-#ifndef ZANTORECORDFILES_H
-#define ZANTORECORDFILES_H
+#pragma once
 
 #include "ZANTOrecordtext.h"
 
@@ -26,5 +25,3 @@ private:
 
     std::vector<ZANTORecordPlan> m_plans; // with records
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// The text of a node's records and its line in the list of process variables.
-#ifndef ZANTORECORDTEXT_H
-#define ZANTORECORDTEXT_H
+#pragma once
 
 #include "ZANTOrecordclaims.h"
 #include "ZANTOtypes.h"
@@ -70,5 +69,3 @@ private:
 std::string ZANTORecordText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx);
 /// The node's line in the list of process variables, or an empty text.
 std::string ZANTOPvListText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx);
-
-#endif

@@ -1,6 +1,5 @@
 /// An I/O-interrupt scan list that holds up no other, never floods the IOC and loses nothing.
-#ifndef ZANTOSCANLIST_H
-#define ZANTOSCANLIST_H
+#pragma once
 
 #include "ZANTOscanthread.h"
 
@@ -134,5 +133,3 @@ private:
     bool m_timerArmed = false;
     void *m_timer = nullptr; // of the timer queue, kept for ever once made
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// How fast the passes of one scan thread may follow each other.
-#ifndef ZANTOSCANPACE_H
-#define ZANTOSCANPACE_H
+#pragma once
 
 #include <algorithm>
 #include <chrono>
@@ -52,5 +51,3 @@ private:
     Time m_used{}; // a period for each pass, as if they followed each other evenly
     int m_inARow = 0;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// A thread that does one piece of work as often as it is asked for.
-#ifndef ZANTOSCANTHREAD_H
-#define ZANTOSCANTHREAD_H
+#pragma once
 
 #include "ZANTOscanpace.h"
 
@@ -46,5 +45,3 @@ private:
     epicsThreadId m_thread = nullptr; // for the callers alone
     std::atomic<int> m_queued{0};     // raised by the callers, lowered by the thread
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Standard output of the start-up script.
-#ifndef ZANTOSCRIPTOUTPUT_H
-#define ZANTOSCRIPTOUTPUT_H
+#pragma once
 
 #include <cstdio>
 #include <memory>
@@ -22,5 +21,3 @@ private:
     };
     std::unique_ptr<FILE, Closer> m_stream;
 };
-
-#endif

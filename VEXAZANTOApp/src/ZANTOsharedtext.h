@@ -1,6 +1,5 @@
 /// A text that is kept once however many nodes have it.
-#ifndef ZANTOSHAREDTEXT_H
-#define ZANTOSHAREDTEXT_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -26,5 +25,3 @@ private:
 
     const std::string *m_text = nullptr; // null: the empty text
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Termination signals: noted by their handler, answered by a thread.
-#ifndef ZANTOSIGNALS_H
-#define ZANTOSIGNALS_H
+#pragma once
 
 #include <cstdint>
 
@@ -14,5 +13,3 @@ void ZANTOTakeSignal(int32_t number);
 /// Starts the thread that ends the process on a signal, also on one noted before. Without it
 /// the default actions are put back, with a message.
 void ZANTOStartSignalAnswer();
-
-#endif

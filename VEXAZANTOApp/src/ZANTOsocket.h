@@ -1,6 +1,5 @@
 /// A socket's descriptor, closed when it goes out of scope.
-#ifndef ZANTOSOCKET_H
-#define ZANTOSOCKET_H
+#pragma once
 
 #include <unistd.h>
 
@@ -32,5 +31,3 @@ public:
 private:
     int m_fd;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Calls of the access library that the start-up makes.
-#ifndef ZANTOSTARTUPCALL_H
-#define ZANTOSTARTUPCALL_H
+#pragma once
 
 #include "ZANTOlife.h"
 
@@ -23,5 +22,3 @@ template <typename Call> int32_t ZANTOStartupCall(const Call &call)
     ZANTOQuickCheckpoint();
     return result;
 }
-
-#endif

@@ -1,6 +1,5 @@
 /// Process-wide objects that no exit destroys.
-#ifndef ZANTOSTATIC_H
-#define ZANTOSTATIC_H
+#pragma once
 
 #include <new>
 #include <type_traits>
@@ -18,5 +17,3 @@ public:
 private:
     std::aligned_storage_t<sizeof(T), alignof(T)> m_storage;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Who uses the tree, so that it is deleted only when nobody does.
-#ifndef ZANTOTREEUSE_H
-#define ZANTOTREEUSE_H
+#pragma once
 
 #include <atomic>
 #include <chrono>
@@ -61,5 +60,3 @@ private:
     ZANTOTreeUser &m_user;
     bool m_open;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Enumerations of the node model and the process-wide settings that every module reads.
-#ifndef ZANTOTYPES_H
-#define ZANTOTYPES_H
+#pragma once
 
 #include <atomic>
 #include <cstdint>
@@ -84,5 +83,3 @@ private:
 
 /// Root of the tree. Created by createSystemTree, destroyed by Shutdown.
 extern ZANTOTreeRoot systemNode;
-
-#endif

@@ -1,6 +1,5 @@
 /// Codes to texts, reads and writes of single items, and the texts and names of records.
-#ifndef ZANTOUTILS_H
-#define ZANTOUTILS_H
+#pragma once
 
 #include "ZANTOnodevalue.h"
 #include "ZANTOtypes.h"
@@ -89,5 +88,3 @@ public:
     static std::string ZANTOCreateStringForItemExporting(ZANTONode *node, int32_t bdIdx,
                                                          int32_t chIdx);
 };
-
-#endif

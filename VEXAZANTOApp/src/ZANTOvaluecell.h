@@ -1,6 +1,5 @@
 /// The value of a node as it lies in memory: read without a lock while others write it.
-#ifndef ZANTOVALUECELL_H
-#define ZANTOVALUECELL_H
+#pragma once
 
 #include "ZANTOnodevalue.h"
 #include "ZANTOtypes.h"
@@ -73,5 +72,3 @@ private:
     std::atomic<Text *> m_text{nullptr};
     std::atomic<uint8_t> m_quality;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// The value type of the tree: four bytes shared by all numeric types, and a text beside them.
-#ifndef ZANTOVARIANT_H
-#define ZANTOVARIANT_H
+#pragma once
 
 #include <cstdint>
 #include <cstring>
@@ -76,5 +75,3 @@ private:
     } value;
     std::string valString;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// The lists of parameter names by which the mainframe is asked to report changes.
-#ifndef ZANTOWATCHLISTS_H
-#define ZANTOWATCHLISTS_H
+#pragma once
 
 #include <cstdint>
 
@@ -10,5 +9,3 @@ class ZANTONode;
 /// attempted as long as `goesOn` says so before it. False when any name or any level failed.
 /// Blocks as long as the access library.
 bool ZANTOWatchTree(const ZANTONode &root, bool subscribe, int16_t port, bool (*goesOn)());
-
-#endif

@@ -1,6 +1,5 @@
 /// Values in the shapes of the access library's buffers and events.
-#ifndef ZANTOWIREVALUE_H
-#define ZANTOWIREVALUE_H
+#pragma once
 
 #include "ZANTOtypes.h"
 #include "ZANTOvariant.h"
@@ -46,5 +45,3 @@ private:
 /// The value that an event carries for an item of this data type. False for a data type that is
 /// none of the known ones.
 bool ZANTODecodeEvent(nodeDataType dataType, const IDValue_t &item, variant &value);
-
-#endif

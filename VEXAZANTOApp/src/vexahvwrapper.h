@@ -16,8 +16,7 @@
  *  - All operations may be called from any thread. They block until the
  *    mainframe has answered; VEXAHV_GetEventData waits without a limit.
  */
-#ifndef VEXAHVWRAPPER_H
-#define VEXAHVWRAPPER_H
+#pragma once
 
 #ifdef __cplusplus
 #include <cstddef>
@@ -233,6 +232,4 @@ VEXAHVRESULT VEXAHV_Free(void *buffer);
 
 #ifdef __cplusplus
 }
-#endif
-
 #endif

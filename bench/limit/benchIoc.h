@@ -1,6 +1,5 @@
 /// The IOC that serves the records of the start-up file on loopback.
-#ifndef BENCHIOC_H
-#define BENCHIOC_H
+#pragma once
 
 #include <cstdint>
 
@@ -15,5 +14,3 @@ void waitUntilIdle();
 uint64_t countRecords();
 /// Records of a type that wait for its list.
 uint64_t countScanned(const char *recordType);
-
-#endif

@@ -1,6 +1,5 @@
 /// The measurements that a client of the records makes, in a process of its own.
-#ifndef CLIENTS_H
-#define CLIENTS_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -13,5 +12,3 @@ struct ClientTask {
 
 /// Prints the result; the exit code of the client's process.
 int runClient(const ClientTask &task);
-
-#endif

@@ -1,6 +1,5 @@
 /// The limit's device support: a record's read or write copies a number, and nothing else.
-#ifndef LIMITDEVICE_H
-#define LIMITDEVICE_H
+#pragma once
 
 #include <dbScan.h>
 
@@ -9,5 +8,3 @@ enum class ListKind { ai, bi, mbbi, mbbiDirect, stringin, count };
 IOSCANPVT limitList(ListKind kind);
 /// From now on each write asks for a scan of the input records of its kind.
 void limitScanAfterWrites();
-
-#endif

@@ -1,7 +1,6 @@
 /// The limit's start-up files: the very texts that the server writes, formatted one after
 /// another into one buffer each.
-#ifndef LIMITTEXT_H
-#define LIMITTEXT_H
+#pragma once
 
 #include "limitTree.h"
 
@@ -35,5 +34,3 @@ struct LimitDetails {
 
 void limitAddRecords(TextBuffer &text, const LimitNode &node, const LimitDetails &details);
 void limitAddPvLine(TextBuffer &text, const LimitNode &node);
-
-#endif

@@ -1,6 +1,5 @@
 /// The limit's tree: plain structs one after another, and how records and events find theirs.
-#ifndef LIMITTREE_H
-#define LIMITTREE_H
+#pragma once
 
 #include "vexahvwrapper.h"
 
@@ -51,5 +50,3 @@ private:
     std::unordered_map<std::string, LimitNode *> m_links;
     std::vector<LimitNode *> m_items; // open addressing, a power of two
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// The measurements inside the process that serves the records.
-#ifndef MEASUREMENTS_H
-#define MEASUREMENTS_H
+#pragma once
 
 #include <string>
 
@@ -11,5 +10,3 @@ void measureEvents();
 void measureMemory();
 /// "pass-ai" and so on.
 void measurePass(const std::string &name);
-
-#endif

@@ -1,7 +1,6 @@
 /// A crate of any number of boards that lives in memory: what the access library of the two
 /// programs answers from, fast enough to be nothing beside what they measure.
-#ifndef MEMORYCRATE_H
-#define MEMORYCRATE_H
+#pragma once
 
 #include "vexahvwrapper.h"
 
@@ -96,5 +95,3 @@ private:
     uint32_t m_round = 0;
     uint32_t m_batch = 0; // no storm: 0
 };
-
-#endif

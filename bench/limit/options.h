@@ -1,6 +1,5 @@
 /// The command line of serverBench and limitBench.
-#ifndef OPTIONS_H
-#define OPTIONS_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -26,5 +25,3 @@ bool isClients(const std::string &measurement);
 /// False for words that it does not understand, when nothing is to be measured, or for events
 /// beside records, whose scans would run in between.
 bool parseOptions(const std::vector<std::string> &words, Options &options);
-
-#endif

@@ -1,6 +1,5 @@
 /// What the programs print: one JSON object a line for each measurement.
-#ifndef RESULTS_H
-#define RESULTS_H
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -43,5 +42,3 @@ using Counts = std::vector<std::pair<const char *, uint64_t>>;
 std::string resultLine(const std::string &name, const char *unit, double value,
                        const Counts &counts);
 void printResult(const std::string &name, const char *unit, double value, const Counts &counts);
-
-#endif

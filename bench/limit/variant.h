@@ -1,6 +1,5 @@
 /// What serverBench and limitBench do each in its own way; all else is the same code.
-#ifndef VARIANT_H
-#define VARIANT_H
+#pragma once
 
 #include "limitDevice.h"
 
@@ -20,5 +19,3 @@ IOSCANPVT variantList(ListKind kind);
 void variantNextBatch();
 /// From now on what a write changes is shown by the input records.
 void variantShowWrites();
-
-#endif

@@ -1,7 +1,6 @@
 /// Stands in for libvexahvwrapper in tests: answers from a FakeCrate, records every call,
 /// fails on request and keeps the books on the buffers that it hands out.
-#ifndef FAKEACCESSLIBRARY_H
-#define FAKEACCESSLIBRARY_H
+#pragma once
 
 #include "FakeCrate.h"
 
@@ -149,5 +148,3 @@ private:
     bool m_blocking = false;
     bool m_eventsClosed = false;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// What every operation of the fake access library begins with.
-#ifndef FAKECALL_H
-#define FAKECALL_H
+#pragma once
 
 #include "FakeAccessLibrary.h"
 
@@ -66,5 +65,3 @@ template <typename T> T *handOut(const char *list, const std::string &bytes)
 {
     return static_cast<T *>(fake().handOut(list, bytes));
 }
-
-#endif

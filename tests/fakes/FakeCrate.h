@@ -1,6 +1,5 @@
 /// A crate as plain data: what FakeAccessLibrary answers from.
-#ifndef FAKECRATE_H
-#define FAKECRATE_H
+#pragma once
 
 #include "vexahvwrapper.h"
 
@@ -104,5 +103,3 @@ FakeBoard fakeBoard(const std::string &model, uint16_t channelCount,
 
 /// Slots: board, empty, board. Every kind of item once, two channels per board.
 FakeCrate smallFakeCrate();
-
-#endif

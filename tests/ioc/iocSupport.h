@@ -1,6 +1,5 @@
 /// A real IOC for tests: a crate's tree, records of it, and the fake access library behind.
-#ifndef IOCSUPPORT_H
-#define IOCSUPPORT_H
+#pragma once
 
 #include "FakeAccessLibrary.h"
 #include "ZANTOnode.h"
@@ -188,5 +187,3 @@ protected:
 
     FakeAccessLibrary &fake = FakeAccessLibrary::instance();
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Shared by the tests of what has only changed records process.
-#ifndef CHANGEDSUPPORT_H
-#define CHANGEDSUPPORT_H
+#pragma once
 
 #include "unitSupport.h"
 
@@ -149,5 +148,3 @@ inline const ZANTOChangedServices FakeRecords::services = {
     [](ZANTOChangedRecords *, ZANTOScanThread *, int prio) { return instance().queuePass(prio); },
     [](ZANTOChangedRecords *, void **, double) { return instance().setTimer(); },
 };
-
-#endif

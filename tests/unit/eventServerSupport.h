@@ -1,6 +1,5 @@
 /// Shared by the tests of the listening server.
-#ifndef EVENTSERVERSUPPORT_H
-#define EVENTSERVERSUPPORT_H
+#pragma once
 
 #include "unitSupport.h"
 
@@ -275,5 +274,3 @@ private:
     std::mutex m_mutex;
     std::map<char, int> m_readOn; // guarded by m_mutex
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Shared by the tests of what events do to the tree.
-#ifndef EVENTTHREADSUPPORT_H
-#define EVENTTHREADSUPPORT_H
+#pragma once
 
 #include "fileSupport.h"
 
@@ -161,5 +160,3 @@ protected:
 using EventThread = EventThreadOn<ZantoTest>;
 
 inline int32_t intOf(ZANTONode *node) { return node->getNodeValue().ZANTOGetValue().toInt(); }
-
-#endif

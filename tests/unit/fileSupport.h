@@ -1,6 +1,5 @@
 /// For tests that read and write files.
-#ifndef FILESUPPORT_H
-#define FILESUPPORT_H
+#pragma once
 
 #include "unitSupport.h"
 
@@ -41,5 +40,3 @@ protected:
 private:
     bool m_mayRemove = false;
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Shared by the tests of the scan lists.
-#ifndef SCANLISTSUPPORT_H
-#define SCANLISTSUPPORT_H
+#pragma once
 
 #include "unitSupport.h"
 
@@ -239,5 +238,3 @@ protected:
 
     ZANTOScanList older{"ai", FakeIoc::olderServices};
 };
-
-#endif

@@ -1,6 +1,5 @@
 /// Shared by the tests of how the process ends.
-#ifndef SHUTDOWNSUPPORT_H
-#define SHUTDOWNSUPPORT_H
+#pragma once
 
 #include "unitSupport.h"
 
@@ -153,5 +152,3 @@ inline bool startsWith(const std::string &text, const char *start)
 {
     return text.rfind(start, 0) == 0;
 }
-
-#endif

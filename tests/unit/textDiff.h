@@ -1,6 +1,5 @@
 /// Shows how two texts differ.
-#ifndef TEXTDIFF_H
-#define TEXTDIFF_H
+#pragma once
 
 #include <string>
 
@@ -8,5 +7,3 @@
 /// between a few lines that both have. Empty when the texts are equal. For texts of a few
 /// thousand lines at most.
 std::string textDiff(const std::string &before, const std::string &after);
-
-#endif

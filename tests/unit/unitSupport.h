@@ -1,6 +1,5 @@
 /// What the server's unit tests share.
-#ifndef UNITSUPPORT_H
-#define UNITSUPPORT_H
+#pragma once
 
 #include "FakeAccessLibrary.h"
 #include "ZANTOnode.h"
@@ -108,5 +107,3 @@ Lines recordsIn(const std::string &database);
 
 /// `text` repeated as it stands, for long names and texts.
 std::string repeated(const std::string &text, int times);
-
-#endif
