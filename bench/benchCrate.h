@@ -12,7 +12,7 @@
 
 namespace crateBench {
 
-/// 16 boards of 48 channels, of the built-in crate's kinds.
+// 16 boards of 48 channels, of the built-in crate's kinds.
 sim::CrateDescription fullCrate();
 
 class BenchCrate {
@@ -24,7 +24,7 @@ public:
 
     static sim::daemon::ServerSettings settings();
 
-    /// Runs a function on the crate's thread and returns its result.
+    // Runs a function on the crate's thread and returns its result.
     template <class Function> auto on(Function function)
     {
         std::packaged_task<decltype(function(m_server->world()))()> task(
@@ -34,7 +34,7 @@ public:
         return result.get();
     }
 
-    /// Seconds that the crate's thread has kept a core busy.
+    // Seconds that the crate's thread has kept a core busy.
     double cpuSeconds();
 
 private:
@@ -42,7 +42,7 @@ private:
     std::thread m_thread;
 };
 
-/// A login that ends with the object; handle is negative when it failed.
+// A login that ends with the object; handle is negative when it failed.
 class Login {
 public:
     Login();
@@ -53,7 +53,7 @@ public:
     int32_t handle = -1;
 };
 
-/// What a program does to receive events.
+// What a program does to receive events.
 class Subscriber {
 public:
     Subscriber();
@@ -61,11 +61,11 @@ public:
     Subscriber(const Subscriber &) = delete;
     Subscriber &operator=(const Subscriber &) = delete;
 
-    /// Subscribes a parameter of every channel. False when something was refused.
+    // Subscribes a parameter of every channel. False when something was refused.
     bool subscribe(int32_t handle, const sim::CrateDescription &crate, const char *name);
-    /// Waits for the crate's connection.
+    // Waits for the crate's connection.
     bool accept();
-    /// The number of events of the next batch; 0 at the end of the stream.
+    // The number of events of the next batch; 0 at the end of the stream.
     uint32_t nextBatch();
 
 private:

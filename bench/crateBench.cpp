@@ -15,7 +15,7 @@ namespace {
 
 using namespace crateBench;
 
-/// Calls of one client, one after the other.
+// Calls of one client, one after the other.
 void callsOfOneClient(benchmark::State &state)
 {
     BenchCrate crate(sim::defaultCrate());
@@ -29,8 +29,8 @@ void callsOfOneClient(benchmark::State &state)
 }
 BENCHMARK(callsOfOneClient)->UseRealTime();
 
-/// Events to one subscriber that does nothing else but take them, in a storm of as many a second
-/// as the argument says.
+// Events to one subscriber that does nothing else but take them, in a storm of as many a second
+// as the argument says.
 void eventsToOneSubscriber(benchmark::State &state)
 {
     const auto description = fullCrate();
@@ -59,7 +59,7 @@ void eventsToOneSubscriber(benchmark::State &state)
 }
 BENCHMARK(eventsToOneSubscriber)->Arg(200000)->Arg(10000000)->UseRealTime();
 
-/// From a description to a server that listens, and the memory that it holds then.
+// From a description to a server that listens, and the memory that it holds then.
 void startOfTheFullCrate(benchmark::State &state)
 {
     const auto description = fullCrate();
@@ -73,7 +73,7 @@ void startOfTheFullCrate(benchmark::State &state)
 }
 BENCHMARK(startOfTheFullCrate)->Unit(benchmark::kMillisecond);
 
-/// What a crate costs that nobody talks to, as a share of a core.
+// What a crate costs that nobody talks to, as a share of a core.
 void idle(benchmark::State &state, sim::CrateDescription (*description)())
 {
     BenchCrate crate(description());

@@ -38,7 +38,7 @@ void addParameters(ZANTONode &channel)
     }
 }
 
-/// A full crate: 16 boards of 48 channels.
+// A full crate: 16 boards of 48 channels.
 std::unique_ptr<ZANTONode> makeTree()
 {
     auto root = makeNode("CRATE", nodeTypeSystemItem);

@@ -1,7 +1,7 @@
-/// Device support of the bi and bo records.
+// Device support of the bi and bo records.
 #pragma once
 
 #include "ZANTOscanlist.h"
 
-/// Scan list of all bi records.
+// Scan list of all bi records.
 extern ZANTOScanList ioscanpvt_bi;

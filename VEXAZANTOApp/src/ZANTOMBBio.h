@@ -1,7 +1,7 @@
-/// Device support of the mbbi and mbbo records.
+// Device support of the mbbi and mbbo records.
 #pragma once
 
 #include "ZANTOscanlist.h"
 
-/// Scan list of all mbbi records.
+// Scan list of all mbbi records.
 extern ZANTOScanList ioscanpvt_mbbi;

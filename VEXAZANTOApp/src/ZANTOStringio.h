@@ -1,7 +1,7 @@
-/// Device support of the stringin and stringout records.
+// Device support of the stringin and stringout records.
 #pragma once
 
 #include "ZANTOscanlist.h"
 
-/// Scan list of all stringin records.
+// Scan list of all stringin records.
 extern ZANTOScanList ioscanpvt_stringin;

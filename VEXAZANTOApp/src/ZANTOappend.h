@@ -1,4 +1,4 @@
-/// Text that grows in one buffer, without texts in between.
+// Text that grows in one buffer, without texts in between.
 #pragma once
 
 #include <charconv>
@@ -12,7 +12,7 @@ template <typename... Parts> void ZANTOAppend(std::string &text, const Parts &..
     (text.append(std::string_view(parts)), ...);
 }
 
-/// As printf's "%0*d": zeros, behind a sign, fill up to `width`.
+// As printf's "%0*d": zeros, behind a sign, fill up to `width`.
 inline void ZANTOAppendNumber(std::string &text, int32_t number, std::size_t width = 1)
 {
     char digits[16];

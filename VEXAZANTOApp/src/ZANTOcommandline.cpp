@@ -16,7 +16,7 @@ std::string bounded(const char *text, size_t longest)
     return std::string(text, strnlen(text, longest));
 }
 
-/// Walks the arguments; an option's value is the argument behind it, if there is one.
+// Walks the arguments; an option's value is the argument behind it, if there is one.
 class Arguments {
 public:
     Arguments(int argc, char *argv[]) : m_argc(argc), m_argv(argv) {}

@@ -1,4 +1,4 @@
-/// The command line of zantoioc.
+// The command line of zantoioc.
 #pragma once
 
 #include <cstdint>
@@ -15,10 +15,10 @@ struct ZANTOCommandLine {
     int16_t crateCount = 0; // how many -c had a value
 };
 
-/// Reads the arguments from the second one on; the first is the script's path. Stores the debug
-/// level in DEBUG. Overwrites the password in `argv` once it is copied, so that no process list
-/// shows it.
+// Reads the arguments from the second one on; the first is the script's path. Stores the debug
+// level in DEBUG. Overwrites the password in `argv` once it is copied, so that no process list
+// shows it.
 ZANTOCommandLine ZANTOParseCommandLine(int argc, char *argv[]);
 
-/// The two tokens of a -c value, split as strtok does at "@".
+// The two tokens of a -c value, split as strtok does at "@".
 void ZANTOSplitCrate(const std::string &value, std::string &crateName, std::string &host);

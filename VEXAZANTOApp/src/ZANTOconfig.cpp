@@ -29,8 +29,8 @@ void add(std::vector<ZANTONodeOwner> &nodes, ZANTONode *made)
 
 using NameListCall = VEXAHVRESULT (*)(int32_t handle, uint16_t *count, char **list);
 
-/// A packed list of names; empty, with the message, when there are none to be had. The list goes
-/// back to the library at the end of the scope.
+// A packed list of names; empty, with the message, when there are none to be had. The list goes
+// back to the library at the end of the scope.
 class NameList {
 public:
     NameList(NameListCall call, int32_t handle)
@@ -151,7 +151,7 @@ std::string numbered(const char *name, uint16_t number, std::size_t digits)
     return text;
 }
 
-/// The crate map as the access library hands it out.
+// The crate map as the access library hands it out.
 struct CrateMap {
     uint16_t slotCount = 0;
     ZANTOLibraryList<uint16_t> channelCounts;

@@ -1,10 +1,10 @@
-/// What differs between the EPICS bases that the server compiles against, in one place.
+// What differs between the EPICS bases that the server compiles against, in one place.
 #pragma once
 
 #include <epicsVersion.h>
 
-/// From base 7 on a scan list can be scanned for one priority alone, and the base brings pvAccess
-/// and has a registrar for each of its servers.
+// From base 7 on a scan list can be scanned for one priority alone, and the base brings pvAccess
+// and has a registrar for each of its servers.
 #if EPICS_VERSION >= 7
 #define ZANTO_BASE_SCANS_ONE_PRIORITY 1
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 1
@@ -13,7 +13,7 @@
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 0
 #endif
 
-/// From 7.0.3.1 on what is told of the IOC's start is told of its shutdown too.
+// From 7.0.3.1 on what is told of the IOC's start is told of its shutdown too.
 #if EPICS_VERSION_INT >= VERSION_INT(7, 0, 3, 1)
 #define ZANTO_BASE_TELLS_SHUTDOWN 1
 #else

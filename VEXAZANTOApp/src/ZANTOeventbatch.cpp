@@ -23,7 +23,7 @@
 
 namespace {
 
-/// A batch of events that the access library allocated.
+// A batch of events that the access library allocated.
 class EventBatch {
 public:
     EventBatch() = default;
@@ -35,8 +35,8 @@ public:
     EventBatch(const EventBatch &) = delete;
     EventBatch &operator=(const EventBatch &) = delete;
 
-    /// Blocks until a batch has arrived; the library's result. What a failed call leaves behind
-    /// is neither read nor freed.
+    // Blocks until a batch has arrived; the library's result. What a failed call leaves behind
+    // is neither read nor freed.
     int32_t receive(int32_t socket)
     {
         VEXAHVSystemStatus_t status;
@@ -83,8 +83,8 @@ int32_t applyParameter(const VEXAHVEventData_t &event, uint64_t connection,
     }
 }
 
-/// Finds the nodes of a batch's events a little ahead of their turn, so that they are on their way
-/// into the processor's cache by then. Does without what the index does not tell.
+// Finds the nodes of a batch's events a little ahead of their turn, so that they are on their way
+// into the processor's cache by then. Does without what the index does not tell.
 class NodesAhead {
 public:
     explicit NodesAhead(const EventBatch &batch) : m_batch(batch)
@@ -93,7 +93,7 @@ public:
             seek(i);
     }
 
-    /// The node of the event at this position, or null. For one position after the other.
+    // The node of the event at this position, or null. For one position after the other.
     ZANTONode *next(uint32_t position)
     {
         ZANTONode *node = m_nodes[position % distance];

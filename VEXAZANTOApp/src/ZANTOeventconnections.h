@@ -1,4 +1,4 @@
-/// The event connections that are served, and which of them gives way when there is no room.
+// The event connections that are served, and which of them gives way when there is no room.
 #pragma once
 
 #include <cstddef>
@@ -15,32 +15,32 @@ struct ZANTOEventConnection {
     bool isLeaving;    // told to end, and its thread has not ended yet
 };
 
-/// Position of the connection that gives way to a new one, of a list in the order of accept, or
-/// none: then the new one has no place. The oldest that never delivered anything goes,
-/// strangers before the crate's; where all have delivered, the oldest stranger, and only for
-/// the crate.
+// Position of the connection that gives way to a new one, of a list in the order of accept, or
+// none: then the new one has no place. The oldest that never delivered anything goes,
+// strangers before the crate's; where all have delivered, the oldest stranger, and only for
+// the crate.
 std::optional<size_t> ZANTOConnectionToReplace(const std::vector<ZANTOEventConnection> &list,
                                                bool newIsCrates);
 
-/// The connections of the process. Any thread may call any function; none blocks.
+// The connections of the process. Any thread may call any function; none blocks.
 class ZANTOEventConnections {
 public:
     static ZANTOEventConnections &instance();
 
-    /// Takes a new connection in and gives it its number; one that has to give way is shut down,
-    /// so that its thread ends. 0 when there is no place for it.
+    // Takes a new connection in and gives it its number; one that has to give way is shut down,
+    // so that its thread ends. 0 when there is no place for it.
     uint64_t admit(int socket, bool isCrates);
-    /// The number of the connection on this socket, 0 for one that was not admitted.
+    // The number of the connection on this socket, 0 for one that was not admitted.
     uint64_t numberOf(int socket) const;
     void delivered(uint64_t number);
-    /// To be called before the connection's socket is closed: another may have its descriptor
-    /// at once.
+    // To be called before the connection's socket is closed: another may have its descriptor
+    // at once.
     void remove(uint64_t number);
 
-    /// More than any number of mainframes that one server follows. Without a bound, peers that
-    /// only connect would take every descriptor, and those of the clients' servers with them.
+    // More than any number of mainframes that one server follows. Without a bound, peers that
+    // only connect would take every descriptor, and those of the clients' servers with them.
     static constexpr size_t maxServed = 128;
-    /// Those that were told to end and are still there.
+    // Those that were told to end and are still there.
     static constexpr size_t maxLeaving = 128;
 
 private:

@@ -28,7 +28,7 @@ epicsThreadId ZANTOEventsThread = nullptr;
 
 namespace {
 
-/// An EPICS event that no exit destroys.
+// An EPICS event that no exit destroys.
 struct Signal {
     Signal() : event(epicsEventMustCreate(epicsEventEmpty)) {}
     epicsEventId event;

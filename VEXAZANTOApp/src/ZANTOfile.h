@@ -1,22 +1,22 @@
-/// Output files in a folder that anybody may write to.
+// Output files in a folder that anybody may write to.
 #pragma once
 
 #include <cstdio>
 #include <memory>
 #include <string_view>
 
-/// A file opened for writing, closed at the latest by the destructor.
+// A file opened for writing, closed at the latest by the destructor.
 class ZANTOOutputFile {
 public:
-    /// Creates or empties the file. Never follows a symbolic link, never waits for a reader of
-    /// a FIFO and takes nothing but a regular file: somebody may have planted them there. One
-    /// that others could hold open for writing (of another user, with another name, writable by
-    /// others) is replaced by a fresh one, or not opened if it cannot be replaced.
+    // Creates or empties the file. Never follows a symbolic link, never waits for a reader of
+    // a FIFO and takes nothing but a regular file: somebody may have planted them there. One
+    // that others could hold open for writing (of another user, with another name, writable by
+    // others) is replaced by a fresh one, or not opened if it cannot be replaced.
     explicit ZANTOOutputFile(const char *path);
 
     bool isOpen() const { return m_file != nullptr; }
     void write(std::string_view text);
-    /// False when anything that was written did not reach the file.
+    // False when anything that was written did not reach the file.
     bool close();
 
 private:
@@ -27,7 +27,7 @@ private:
     bool m_failed = false;
 };
 
-/// The live-insertion flag file.
+// The live-insertion flag file.
 constexpr const char *ZANTOLiveInsertionPath = "/tmp/lievnt.txt";
-/// Replaces the flag file's contents; false when it cannot be opened or written.
+// Replaces the flag file's contents; false when it cannot be opened or written.
 bool ZANTOWriteLiveInsertionFlag(const char *contents);

@@ -1,4 +1,4 @@
-/// From the item that an event names to its node, without a walk through the tree.
+// From the item that an event names to its node, without a walk through the tree.
 #pragma once
 
 #include <cstdint>
@@ -10,18 +10,18 @@
 
 class ZANTONode;
 
-/// The parameters of the system, its boards and their channels by position and name. Channels of
-/// one kind have the same names in the same order: that order is kept once, and the pointers to
-/// all nodes lie one after another, so that a search touches little memory and no node. Made from
-/// a complete tree, which must outlive it; never changed afterwards, so any thread may search.
+// The parameters of the system, its boards and their channels by position and name. Channels of
+// one kind have the same names in the same order: that order is kept once, and the pointers to
+// all nodes lie one after another, so that a search touches little memory and no node. Made from
+// a complete tree, which must outlive it; never changed afterwards, so any thread may search.
 class ZANTOItemIndex {
 public:
     explicit ZANTOItemIndex(const ZANTONode &root);
     ZANTOItemIndex(const ZANTOItemIndex &) = delete;
     ZANTOItemIndex &operator=(const ZANTOItemIndex &) = delete;
 
-    /// The first parameter of this name there, or null. Negative positions: of the board, or of
-    /// the system. Touches no node.
+    // The first parameter of this name there, or null. Negative positions: of the board, or of
+    // the system. Touches no node.
     ZANTONode *find(int32_t board, int32_t channel, std::string_view item) const;
 
 private:
@@ -29,7 +29,7 @@ private:
     using Names = std::vector<const std::string *>;
     using Places = std::unordered_map<std::string_view, uint32_t>;
 
-    /// A node that has parameters.
+    // A node that has parameters.
     struct Holder {
         const Places *places; // of the names among its parameters
         size_t first;         // of its parameters in m_nodes

@@ -1,4 +1,4 @@
-/// Owner of what the access library allocates.
+// Owner of what the access library allocates.
 #pragma once
 
 #include "vexahvwrapper.h"
@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <stdexcept>
 
-/// A list that the access library allocated, released with VEXAHV_Free.
+// A list that the access library allocated, released with VEXAHV_Free.
 template <typename T> class ZANTOLibraryList {
 public:
     ZANTOLibraryList() = default;
@@ -20,7 +20,7 @@ public:
 
     T **out() { return &m_list; }
     T *get() const { return m_list; }
-    /// After a failed call of a name list nothing is to be released.
+    // After a failed call of a name list nothing is to be released.
     void disown() { m_owned = false; }
 
     T at(size_t index) const

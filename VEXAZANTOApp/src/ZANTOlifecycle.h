@@ -1,11 +1,11 @@
-/// Who goes on, who ends the process and who waits: decided here, without threads, clock, input
-/// or output, so that every case can be walked through.
+// Who goes on, who ends the process and who waits: decided here, without threads, clock, input
+// or output, so that every case can be walked through.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 
-/// Where the process is. The main thread alone takes it forward; any thread may begin the end.
+// Where the process is. The main thread alone takes it forward; any thread may begin the end.
 enum class ZANTOPhase : uint8_t {
     arguments, // reads its command line
     probing,   // waits for the firmware
@@ -34,15 +34,15 @@ enum class ZANTOHappening : uint8_t {
 };
 constexpr int32_t ZANTOHappeningCount = 9;
 
-/// What becomes of the thread that brings a happening.
+// What becomes of the thread that brings a happening.
 enum class ZANTOLot : uint8_t {
     goOn,
     end, // it has brought the first cause: it prints, logs out and ends the process
     park // another one ends the process: it does nothing any more
 };
 
-/// The state of the process. Four bytes without padding: it is exchanged as one atomic, also in
-/// a signal handler.
+// The state of the process. Four bytes without padding: it is exchanged as one atomic, also in
+// a signal handler.
 struct ZANTOLifeState {
     ZANTOPhase reached = ZANTOPhase::arguments;  // last phase before the end
     ZANTOHappening cause = ZANTOHappening::none; // of the end
@@ -58,8 +58,8 @@ struct ZANTOVerdict {
     ZANTOLot lot;
 };
 
-/// `signal` counts for `signalled` alone. `byTheEnder`: brought by the thread that ends the
-/// process, which its own exit does not stop.
+// `signal` counts for `signalled` alone. `byTheEnder`: brought by the thread that ends the
+// process, which its own exit does not stop.
 ZANTOVerdict ZANTODecide(const ZANTOLifeState &now, ZANTOHappening happening, uint16_t signal = 0,
                          bool byTheEnder = false) noexcept;
 
@@ -67,49 +67,49 @@ ZANTOVerdict ZANTODecide(const ZANTOLifeState &now, ZANTOHappening happening, ui
 
 using ZANTOMilliseconds = std::chrono::milliseconds;
 
-/// How an end that began in this state is carried out.
+// How an end that began in this state is carried out.
 struct ZANTOEndPlan {
     bool tellsSignal;
     bool tellsShutdown;
     bool logsOut; // if there is a session once the main thread has stopped
     bool unsubscribes;
-    /// Latest time after the begin of the end at which the main thread's call of the access
-    /// library is waited for.
+    // Latest time after the begin of the end at which the main thread's call of the access
+    // library is waited for.
     ZANTOMilliseconds startupUntil;
-    /// The start-up script may be in the middle of what the hooks take apart.
+    // The start-up script may be in the middle of what the hooks take apart.
     bool runsExitHooks;
 };
 ZANTOEndPlan ZANTOPlanEnd(const ZANTOLifeState &state) noexcept;
 
-/// The times of the end, counted from its begin.
+// The times of the end, counted from its begin.
 namespace ZANTOEndTimes {
-/// The process is gone, whatever does not return.
+// The process is gone, whatever does not return.
 constexpr ZANTOMilliseconds deadline{10000};
-/// No further subscription is taken back, so that the logout is never late.
+// No further subscription is taken back, so that the logout is never late.
 constexpr ZANTOMilliseconds half{5000};
-/// A login under way gets more time than a call to a dead crate takes to fail: only its answer
-/// tells what to log out of.
+// A login under way gets more time than a call to a dead crate takes to fail: only its answer
+// tells what to log out of.
 constexpr ZANTOMilliseconds loginUntil{8000};
-/// Records that are inside the access library are waited for as long as this, and not beyond.
+// Records that are inside the access library are waited for as long as this, and not beyond.
 constexpr ZANTOMilliseconds treeUse{2000};
 constexpr ZANTOMilliseconds treeUseUntil{8000};
-/// EPICS' exit hooks, once the mainframe has nothing to do with it any more.
+// EPICS' exit hooks, once the mainframe has nothing to do with it any more.
 constexpr ZANTOMilliseconds exitHooks{4000};
-/// The same when the output takes nothing, for which a hook may wait in vain.
+// The same when the output takes nothing, for which a hook may wait in vain.
 constexpr ZANTOMilliseconds exitHooksWithoutOutput{1000};
-/// What all messages before the logout may wait for their output, and what is left unsaid then
-/// once more behind it.
+// What all messages before the logout may wait for their output, and what is left unsaid then
+// once more behind it.
 constexpr ZANTOMilliseconds wordsBeforeLogout{100};
 constexpr ZANTOMilliseconds wordsAfterLogout{500};
 } // namespace ZANTOEndTimes
 
-/// True while another subscription may be taken back, `elapsed` after the begin of the end.
+// True while another subscription may be taken back, `elapsed` after the begin of the end.
 constexpr bool ZANTOMayUnsubscribe(ZANTOMilliseconds elapsed) noexcept
 {
     return elapsed < ZANTOEndTimes::half;
 }
 
-/// How long something may take that has `most` for itself and must be over at the time `until`.
+// How long something may take that has `most` for itself and must be over at the time `until`.
 constexpr ZANTOMilliseconds ZANTOTimeLeft(ZANTOMilliseconds elapsed, ZANTOMilliseconds most,
                                           ZANTOMilliseconds until) noexcept
 {

@@ -70,7 +70,7 @@ ZANTONode *holderOf(ZANTONode &root, int32_t board, int32_t channel)
 
 namespace {
 
-/// An index with what tells whether it still counts.
+// An index with what tells whether it still counts.
 struct TreeIndex {
     explicit TreeIndex(const ZANTONode &tree)
         : root(&tree), generation(systemNode.generation()), items(tree)

@@ -52,7 +52,7 @@ bool isInVain()
     return ZANTOIsEnder() && !output().patient && steady_clock::now() >= output().giveUpAt;
 }
 
-/// The turn to print, for a scope, so that messages stay whole.
+// The turn to print, for a scope, so that messages stay whole.
 class Turn {
 public:
     Turn()
@@ -82,7 +82,7 @@ private:
     bool m_has = false;
 };
 
-/// The stream's own lock for a scope: others print past this module and may be stuck in it.
+// The stream's own lock for a scope: others print past this module and may be stuck in it.
 class Stream {
 public:
     Stream()

@@ -1,4 +1,4 @@
-/// The one class of which the in-memory image of the crate is made.
+// The one class of which the in-memory image of the crate is made.
 #pragma once
 
 #include "ZANTOnodelock.h"
@@ -14,23 +14,23 @@
 #include <string_view>
 #include <vector>
 
-/// System, board, channel, parameter, property or command of the crate: the type says which.
-///
-/// Two recursive locks. m_tcpMutex (lockSem, unlockSem) serialises one record access or one
-/// event update of the node; m_serializer guards members and lists and is taken by every
-/// setter. Order: m_tcpMutex before m_serializer, a parent's before a child's. Getters take no
-/// lock: the structure is complete before other threads see it, and the value, the only thing
-/// that changes later, is read and written by these threads under lockSem, or by readNumber and
-/// readText, which take no lock while nobody else has it.
-///
-/// An event never waits for either: what it cannot apply at once it leaves to whoever holds the
-/// node (updateValue).
-///
-/// There are tens of thousands of parameters and a few hundred other nodes: what a record and an
-/// event touch comes first, names are shared, and what parameters never have lies elsewhere.
-///
-/// Owns its children, parameters and properties, except when it is a nodeTypeEmptyNode, which
-/// may gather pointers to nodes owned elsewhere.
+// System, board, channel, parameter, property or command of the crate: the type says which.
+//
+// Two recursive locks. m_tcpMutex (lockSem, unlockSem) serialises one record access or one
+// event update of the node; m_serializer guards members and lists and is taken by every
+// setter. Order: m_tcpMutex before m_serializer, a parent's before a child's. Getters take no
+// lock: the structure is complete before other threads see it, and the value, the only thing
+// that changes later, is read and written by these threads under lockSem, or by readNumber and
+// readText, which take no lock while nobody else has it.
+//
+// An event never waits for either: what it cannot apply at once it leaves to whoever holds the
+// node (updateValue).
+//
+// There are tens of thousands of parameters and a few hundred other nodes: what a record and an
+// event touch comes first, names are shared, and what parameters never have lies elsewhere.
+//
+// Owns its children, parameters and properties, except when it is a nodeTypeEmptyNode, which
+// may gather pointers to nodes owned elsewhere.
 class ZANTONode {
 public:
     ZANTONode();
@@ -38,7 +38,7 @@ public:
     ZANTONode(const ZANTONode &) = delete;
     ZANTONode &operator=(const ZANTONode &) = delete;
 
-    /// The five last arguments are stored for a nodeTypeSystemItem only. Takes no lock.
+    // The five last arguments are stored for a nodeTypeSystemItem only. Takes no lock.
     void ZANTOPrepareNode(const std::string &name, nodeType type, int32_t systemType,
                           int32_t connType, const std::string &initParam,
                           const std::string &username, const std::string &password);
@@ -48,42 +48,42 @@ public:
     void addChildNode(ZANTONode *child);
     void addParameter(ZANTONode *parameter);
     void addProperty(ZANTONodeProperty *property);
-    /// Takes memory for as many at once.
+    // Takes memory for as many at once.
     void reserveProperties(size_t count);
-    /// Inserts `index` copies of the pointer at position `index`; an index outside the list
-    /// inserts nothing.
+    // Inserts `index` copies of the pointer at position `index`; an index outside the list
+    // inserts nothing.
     void insertChildNode(ZANTONode *child, int32_t index);
-    /// Does not delete the removed node. An index outside the list changes nothing.
+    // Does not delete the removed node. An index outside the list changes nothing.
     void removeChildNode(int32_t index);
     std::vector<ZANTONode *> getChildren() const { return children(); }
     std::vector<ZANTONode *> getParameters() const { return parameters(); }
     std::vector<ZANTONodeProperty *> getProperties() const { return m_properties; }
 
-    /// The lists themselves.
+    // The lists themselves.
     const std::vector<ZANTONode *> &children() const { return m_branch->children; }
     const std::vector<ZANTONode *> &parameters() const { return m_branch->parameters; }
     const std::vector<ZANTONodeProperty *> &properties() const { return m_properties; }
 
-    /// The child at this position, or null.
+    // The child at this position, or null.
     ZANTONode *childAt(int64_t position) const;
-    /// The first parameter of exactly this name, or null.
+    // The first parameter of exactly this name, or null.
     ZANTONode *findParameter(std::string_view name) const;
 
-    /// Reaches the node's parameters, its children and the children's parameters.
+    // Reaches the node's parameters, its children and the children's parameters.
     void updateBdNameForAllChildren(const std::string &name);
-    /// "ChCount", "SerNum", "BdModel", "BdDescr" or "FmwRel" of `board`; any other item gives 0
-    /// with quality Good, a null board 0 with quality Bad.
+    // "ChCount", "SerNum", "BdModel", "BdDescr" or "FmwRel" of `board`; any other item gives 0
+    // with quality Good, a null board 0 with quality Bad.
     ZANTONodeValue ZANTOGetBoardInfoValue(ZANTONode *board, const std::string &item);
 
     // Locks.
-    /// These two have nothing to do: the locks are ready from the start and hold no resource.
+    // These two have nothing to do: the locks are ready from the start and hold no resource.
     void initSem() {}
     void destroySem() {}
-    /// Whoever has the lock sees every value that updateValue was given before.
+    // Whoever has the lock sees every value that updateValue was given before.
     void lockSem();
     void unlockSem();
 
-    /// Has the processor fetch what a read and an event of the node touch; null is allowed.
+    // Has the processor fetch what a read and an event of the node touch; null is allowed.
     static void prefetch(const ZANTONode *node)
     {
         constexpr size_t touched = 64; // bytes, on one cache line or two
@@ -93,36 +93,36 @@ public:
         __builtin_prefetch(reinterpret_cast<const char *>(node) + touched - 1);
     }
 
-    /// What a record shows of the value, as it would be read under lockSem: no lock is taken while
-    /// nobody has the node, else the call waits. Leaves the text of `number` alone.
+    // What a record shows of the value, as it would be read under lockSem: no lock is taken while
+    // nobody has the node, else the call waits. Leaves the text of `number` alone.
     void readNumber(variant &number)
     {
         if (!m_locks.isReadable() || !m_value.tryNumber(number))
             copyHeld([this, &number] { return m_value.tryNumber(number); });
     }
-    /// The first 39 characters, ended by a NUL unless that is the 40th byte.
+    // The first 39 characters, ended by a NUL unless that is the 40th byte.
     void readText(char (&shown)[ZANTOValueCell::shownSize]);
 
-    /// A number that stands for no connection.
+    // A number that stands for no connection.
     static constexpr uint64_t noConnection = 0;
-    /// Gives the node the value that an event brought, unless it has one of a later connection;
-    /// a value of no connection is always taken. Does not wait for a node that is in use: then
-    /// the value is in place when its holder lets go (only without memory to keep it that long
-    /// does the call wait).
+    // Gives the node the value that an event brought, unless it has one of a later connection;
+    // a value of no connection is always taken. Does not wait for a node that is in use: then
+    // the value is in place when its holder lets go (only without memory to keep it that long
+    // does the call wait).
     void updateValue(ZANTONodeValue value, uint64_t connection);
 
     // Mainframe. The calls block as long as the access library does, holding m_serializer.
-    /// The library's result, or -1 for a node that cannot be watched.
+    // The library's result, or -1 for a node that cannot be watched.
     int32_t ZANTOSubscriptionForNode(bool subscribe);
     int32_t ZANTOSubscribeNode() { return ZANTOSubscriptionForNode(true); }
     int32_t ZANTOUnSubscribeNode() { return ZANTOSubscriptionForNode(false); }
-    /// Writes `value` to the mainframe: 0 and the node takes the value, or the library's error
-    /// code, or -1 for a node that cannot be written; a failure leaves the value and marks it
-    /// nodeValueQualityWriteFail. A command node executes its command whatever the value.
+    // Writes `value` to the mainframe: 0 and the node takes the value, or the library's error
+    // code, or -1 for a node that cannot be written; a failure leaves the value and marks it
+    // nodeValueQualityWriteFail. A command node executes its command whatever the value.
     int32_t setNodeEditedValue(const variant &value);
-    /// Marks the values of all children, and theirs, as bad with one common timestamp.
+    // Marks the values of all children, and theirs, as bad with one common timestamp.
     void ZANTOInvalidateAllChildren();
-    /// Anything but connStatus_OK invalidates all children.
+    // Anything but connStatus_OK invalidates all children.
     void setConnectionStatus(connStatus status);
     connStatus getConnectionStatus() const { return m_branch->status; }
 
@@ -132,7 +132,7 @@ public:
     ZANTOSharedText expUnit() const { return m_nodeExpUnit; }
     ZANTOSharedText onString() const { return m_onString; }
     ZANTOSharedText offString() const { return m_offString; }
-    /// Of the system, the board and the channel that the node belongs to; an empty one is none.
+    // Of the system, the board and the channel that the node belongs to; an empty one is none.
     void setPlaceNames(ZANTOSharedText sysName, ZANTOSharedText bdName, ZANTOSharedText chName);
 
     std::string getNodeName() const { return m_nodeName.get(); }
@@ -149,13 +149,13 @@ public:
     ZANTONodeValue getNodeValue() const { return m_value.get(); }
     void setNodeValue(const ZANTONodeValue &value);
     int32_t getSysHandle() const { return m_sysHandle; }
-    /// Passed on to children and parameters, recursively.
+    // Passed on to children and parameters, recursively.
     void setSysHandle(int32_t handle);
     int32_t getSystemType() const { return m_systemType; }
     void setSystemType(int32_t systemType);
     int32_t getSystemConnType() const { return m_branch->systemConnType; }
     std::string getInitParam() const { return m_branch->initParam; }
-    /// The first value stays.
+    // The first value stays.
     void setInitParam(const std::string &initParam);
     std::string getUsername() const { return m_branch->username; }
     std::string getPassword() const { return m_branch->password; }
@@ -192,7 +192,7 @@ public:
     std::string getBdFwRelMax() const { return m_branch->bdFwRelMax; }
     void setBdFwRelMax(const std::string &release);
     float getMaxVal() const { return m_maxValue; }
-    /// A maximum is always whole.
+    // A maximum is always whole.
     void setMaxVal(int32_t value);
     float getMinVal() const { return m_minValue; }
     void setMinVal(float value);
@@ -201,7 +201,7 @@ public:
     std::string getOffString() const { return m_offString.get(); }
     void setOffString(const std::string &text);
 
-    /// lockSem for a scope.
+    // lockSem for a scope.
     class SemGuard {
     public:
         explicit SemGuard(ZANTONode &node) : m_node(node) { m_node.lockSem(); }
@@ -214,7 +214,7 @@ public:
     };
 
 private:
-    /// m_serializer for a scope.
+    // m_serializer for a scope.
     class MemberGuard {
     public:
         explicit MemberGuard(ZANTONode &node) : m_node(node) { m_node.lockMembers(); }
@@ -226,7 +226,7 @@ private:
         ZANTONode &m_node;
     };
 
-    /// What systems, boards and channels have and parameters do not.
+    // What systems, boards and channels have and parameters do not.
     struct Branch {
         std::vector<ZANTONode *> children;
         std::vector<ZANTONode *> parameters;
@@ -245,8 +245,8 @@ private:
         uint16_t bdSerNr = 0;
     };
 
-    /// A branch of a node's own, made when it is first written to; until then all nodes read one
-    /// that is as new.
+    // A branch of a node's own, made when it is first written to; until then all nodes read one
+    // that is as new.
     class BranchOwner {
     public:
         const Branch *operator->() const noexcept
@@ -254,7 +254,7 @@ private:
             return m_own != nullptr ? m_own.get() : &untouched();
         }
         Branch &own();
-        /// Null: the node has none of its own.
+        // Null: the node has none of its own.
         Branch *get() noexcept { return m_own.get(); }
 
     private:

@@ -19,7 +19,7 @@ uint32_t threadNumber() noexcept
     return number;
 }
 
-/// Where the threads sleep that wait for one of many nodes.
+// Where the threads sleep that wait for one of many nodes.
 struct Waiters {
     std::mutex mutex;
     std::condition_variable wake;

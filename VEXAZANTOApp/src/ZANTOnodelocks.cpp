@@ -10,13 +10,13 @@
 
 namespace {
 
-/// A value that an event left for the holder of a node.
+// A value that an event left for the holder of a node.
 struct Pending {
     ZANTONodeValue value;
     uint64_t connection = ZANTONode::noConnection;
 };
 
-/// Few nodes ever have one.
+// Few nodes ever have one.
 struct PendingValues {
     // Held for a moment each time; no lock of a node is waited for under it.
     std::mutex mutex;

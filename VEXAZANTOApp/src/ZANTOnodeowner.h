@@ -1,4 +1,4 @@
-/// Making of a tree's nodes, and their owner until the tree has them.
+// Making of a tree's nodes, and their owner until the tree has them.
 #pragma once
 
 #include "ZANTOnode.h"
@@ -13,7 +13,7 @@
 
 using ZANTONodeOwner = std::unique_ptr<ZANTONode>;
 
-/// The items pass to the caller, or stay with their owners if there is no memory for the list.
+// The items pass to the caller, or stay with their owners if there is no memory for the list.
 template <typename T> std::vector<T *> ZANTOHandOver(std::vector<std::unique_ptr<T>> &owners)
 {
     std::vector<T *> items;
@@ -23,8 +23,8 @@ template <typename T> std::vector<T *> ZANTOHandOver(std::vector<std::unique_ptr
     return items;
 }
 
-/// Owner of what a builder has handed over, until the tree has it. Adopting needs no memory, so
-/// that nothing is lost on the way.
+// Owner of what a builder has handed over, until the tree has it. Adopting needs no memory, so
+// that nothing is lost on the way.
 template <typename T> class ZANTOAdopted {
 public:
     explicit ZANTOAdopted(std::vector<T *> &&items) noexcept : m_items(std::move(items)) {}
@@ -37,21 +37,21 @@ public:
     ZANTOAdopted &operator=(const ZANTOAdopted &) = delete;
 
     size_t size() const { return m_items.size(); }
-    /// Not for an item that was released.
+    // Not for an item that was released.
     T &operator[](size_t position) const { return *m_items[position]; }
-    /// The tree has the item.
+    // The tree has the item.
     void release(size_t position) { m_items[position] = nullptr; }
 
 private:
     std::vector<T *> m_items;
 };
 
-/// A node of this name and type, everything else as in a new one.
+// A node of this name and type, everything else as in a new one.
 ZANTONodeOwner ZANTOMakeNode(const std::string &name, nodeType type);
-/// Read, write or both by the library's mode code; none for an unknown one.
+// Read, write or both by the library's mode code; none for an unknown one.
 void ZANTOSetAccessByMode(ZANTONode &node, uint32_t mode);
 
-/// A code that the table does not know leaves the data type of a new node.
+// A code that the table does not know leaves the data type of a new node.
 template <size_t n>
 void ZANTOSetDataTypeByCode(ZANTONode &node, const nodeDataType (&table)[n], uint32_t code)
 {

@@ -1,4 +1,4 @@
-/// A named, typed property of a node.
+// A named, typed property of a node.
 #pragma once
 
 #include "ZANTOnodevalue.h"
@@ -8,23 +8,23 @@
 #include <ctime>
 #include <string>
 
-/// Plain value class: no lock; the node that it is attached to owns and deletes it.
+// Plain value class: no lock; the node that it is attached to owns and deletes it.
 class ZANTONodeProperty {
 public:
     ZANTONodeValue getPropVal() const;
-    /// Keeps the quality and the time of the given value.
+    // Keeps the quality and the time of the given value.
     void setPropVal(const ZANTONodeValue &value);
-    /// Stamps the current time.
+    // Stamps the current time.
     void setPropVal(const variant &value, nodeValueQuality quality);
-    /// Declares the value good and stamps the current time.
+    // Declares the value good and stamps the current time.
     void setPropVal(const variant &value);
 
     std::string getPropName() const { return m_propName.get(); }
-    /// As getPropName, without a copy.
+    // As getPropName, without a copy.
     ZANTOSharedText propName() const { return m_propName; }
     void setPropName(const std::string &name) { m_propName = ZANTOSharedText(name); }
     void setPropName(ZANTOSharedText name) { m_propName = name; }
-    /// -1: none.
+    // -1: none.
     int32_t getHandle() const { return m_handle; }
     void setHandle(int32_t handle) { m_handle = handle; }
     nodeDataType getDataType() const { return m_propDataType; }

@@ -1,4 +1,4 @@
-/// A value of a node with its quality and the time at which it was obtained.
+// A value of a node with its quality and the time at which it was obtained.
 #pragma once
 
 #include "ZANTOtypes.h"
@@ -8,11 +8,11 @@
 #include <string>
 #include <utility>
 
-/// Plain value class: no lock, copied freely. Which part of the variant counts follows from
-/// the owning node's data type.
+// Plain value class: no lock, copied freely. Which part of the variant counts follows from
+// the owning node's data type.
 class ZANTONodeValue {
 public:
-    /// 0, nodeValueQualityUninitialized, now.
+    // 0, nodeValueQualityUninitialized, now.
     ZANTONodeValue() : m_quality(nodeValueQualityUninitialized), m_timestamp(std::time(nullptr)) {}
     ZANTONodeValue(variant value, nodeValueQuality quality, time_t timestamp)
         : m_value(std::move(value)), m_quality(quality), m_timestamp(timestamp)
@@ -27,15 +27,15 @@ public:
     }
 
     variant ZANTOGetValue() const { return m_value; }
-    /// As ZANTOGetValue, without a copy; valid as long as the value is and does not change.
+    // As ZANTOGetValue, without a copy; valid as long as the value is and does not change.
     const variant &ZANTOData() const { return m_value; }
-    /// Leaves the value without a text.
+    // Leaves the value without a text.
     std::string ZANTOTakeText() { return m_value.takeText(); }
-    /// Leaves quality and timestamp as they are.
+    // Leaves quality and timestamp as they are.
     void ZANTOSetValue(const variant &value) { m_value = value; }
     nodeValueQuality ZANTOGetQuality() const { return m_quality; }
     void ZANTOSetQuality(nodeValueQuality quality) { m_quality = quality; }
-    /// Seconds since the Unix epoch.
+    // Seconds since the Unix epoch.
     time_t ZANTOGetTimestamp() const { return m_timestamp; }
     void ZANTOSetTimestamp(time_t timestamp) { m_timestamp = timestamp; }
 

@@ -1,12 +1,12 @@
-/// Float to integer conversions that are defined for every input.
+// Float to integer conversions that are defined for every input.
 #pragma once
 
 #include <cstdint>
 #include <limits>
 
-/// Truncates toward zero; NaN gives 0, a value beyond the range of T its nearest bound. The
-/// plain C++ conversion is undefined for these, and limits and values come from the mainframe
-/// and from network clients.
+// Truncates toward zero; NaN gives 0, a value beyond the range of T its nearest bound. The
+// plain C++ conversion is undefined for these, and limits and values come from the mainframe
+// and from network clients.
 template <typename T> T ZANTOTruncate(double value)
 {
     static_assert(std::numeric_limits<T>::is_integer && sizeof(T) <= sizeof(int64_t),
@@ -24,8 +24,8 @@ template <typename T> T ZANTOTruncate(double value)
     return static_cast<T>(value);
 }
 
-/// Narrows to the nearest float; what lies beyond the floats becomes infinite, which the plain
-/// C++ conversion leaves undefined.
+// Narrows to the nearest float; what lies beyond the floats becomes infinite, which the plain
+// C++ conversion leaves undefined.
 inline float ZANTONarrow(double value)
 {
     constexpr auto largest = static_cast<double>(std::numeric_limits<float>::max());

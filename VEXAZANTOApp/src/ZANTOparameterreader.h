@@ -1,4 +1,4 @@
-/// Reading of the parameters of a board or channel.
+// Reading of the parameters of a board or channel.
 #pragma once
 
 #include "ZANTOnodeowner.h"
@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-/// One board or channel, and the calls that read its parameters.
+// One board or channel, and the calls that read its parameters.
 class ZANTOParameterSource {
 public:
     virtual ~ZANTOParameterSource() = default;
     virtual nodeType kind() const = 0;
     virtual uint16_t slot() const = 0;
-    /// False when the library does not answer; `value` is shaped by the property.
+    // False when the library does not answer; `value` is shaped by the property.
     virtual bool property(const char *name, const char *property, void *value) const = 0;
     virtual ZANTONodeValue read(const std::string &name, uint32_t type) const = 0;
     virtual void reportUnreadable(const char *name) const = 0;
@@ -53,11 +53,11 @@ private:
     uint16_t m_channel;
 };
 
-/// A board or channel parameter without value and handle.
+// A board or channel parameter without value and handle.
 ZANTONodeOwner ZANTOMakeParameter(nodeType kind, const std::string &name, uint16_t slot,
                                   uint32_t type, uint32_t mode);
 
-/// Appends one node per name of the library's table, in its order; a null table has none. Asks
-/// without a limit for a parameter whose type or mode cannot be read.
+// Appends one node per name of the library's table, in its order; a null table has none. Asks
+// without a limit for a parameter whose type or mode cannot be read.
 void ZANTOReadParameters(const ZANTOParameterSource &source, int32_t handle, const char *table,
                          std::vector<ZANTONodeOwner> &nodes);

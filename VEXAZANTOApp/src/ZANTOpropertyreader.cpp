@@ -33,7 +33,7 @@ ZANTOPropertyNames ZANTOPropertyNamesOf(uint32_t type)
 
 namespace {
 
-/// An answer of the library, one byte longer than the longest text so that it always ends.
+// An answer of the library, one byte longer than the longest text so that it always ends.
 union PropertyAnswer {
     char text[VEXAHV_TEXT_SIZE + 1];
     float real;

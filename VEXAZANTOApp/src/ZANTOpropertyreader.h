@@ -1,4 +1,4 @@
-/// The properties of a parameter by its type, and the shapes of their values.
+// The properties of a parameter by its type, and the shapes of their values.
 #pragma once
 
 #include "ZANTOnodevalue.h"
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-/// Names of properties in the order in which they are read, for a loop over them; fixed texts.
+// Names of properties in the order in which they are read, for a loop over them; fixed texts.
 struct ZANTOPropertyNames {
     const char *const *first;
     const char *const *last;
@@ -18,10 +18,10 @@ struct ZANTOPropertyNames {
     std::size_t size() const { return static_cast<std::size_t>(last - first); }
 };
 
-/// Those that a parameter of this type code has.
+// Those that a parameter of this type code has.
 ZANTOPropertyNames ZANTOPropertyNamesOf(uint32_t type);
 
-/// The property's value, or 0 with quality Bad and a message at DEBUG 1 when it is unknown or
-/// cannot be read.
+// The property's value, or 0 with quality Bad and a message at DEBUG 1 when it is unknown or
+// cannot be read.
 ZANTONodeValue ZANTOReadProperty(const ZANTOParameterSource &source, const char *propName,
                                  const std::string &paramName);

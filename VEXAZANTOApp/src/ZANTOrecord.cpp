@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Bindings live as long as the process, like the records; a deque never moves them.
+// Bindings live as long as the process, like the records; a deque never moves them.
 struct Bindings {
     static constexpr std::size_t block = 512;
 

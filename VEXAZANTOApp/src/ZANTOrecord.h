@@ -1,4 +1,4 @@
-/// What the device supports of all record types share: from a record to its node and back.
+// What the device supports of all record types share: from a record to its node and back.
 #pragma once
 
 #include "ZANTOlife.h"
@@ -19,13 +19,13 @@
 #include <cstdint>
 #include <type_traits>
 
-/// Gives the record its place to keep its node. 0, or S_db_badField with the message for a link
-/// that is not INST_IO; `format` takes the record's name.
+// Gives the record its place to keep its node. 0, or S_db_badField with the message for a link
+// that is not INST_IO; `format` takes the record's name.
 long ZANTOInitRecord(dbCommon *record, const DBLINK &link, const char *format);
 
-/// What a record keeps in its private pointer. Those of records that are initialised one after
-/// the other, and so are scanned one after the other, lie side by side, and one more behind the
-/// last.
+// What a record keeps in its private pointer. Those of records that are initialised one after
+// the other, and so are scanned one after the other, lie side by side, and one more behind the
+// last.
 struct ZANTOBinding {
     // Written by whichever thread processes the record, which holds the record's lock; others only
     // look where to prefetch from.
@@ -33,12 +33,12 @@ struct ZANTOBinding {
     uint32_t generation = 0; // of the tree that the node belongs to
 };
 
-/// As ZANTONodeOfRecord, for a record that has not found its node yet in the present tree.
+// As ZANTONodeOfRecord, for a record that has not found its node yet in the present tree.
 ZANTONode *ZANTOSeekNodeOfRecord(dbCommon *record);
 
-/// The node of the record: found by name once and kept while the tree that it was found in is
-/// the present one; sought again at each call while there is none. Null: no node. To be called
-/// within a ZANTOTreeUse.
+// The node of the record: found by name once and kept while the tree that it was found in is
+// the present one; sought again at each call while there is none. Null: no node. To be called
+// within a ZANTOTreeUse.
 inline ZANTONode *ZANTONodeOfRecord(dbCommon *record)
 {
     const auto *binding = static_cast<const ZANTOBinding *>(record->dpvt);
@@ -52,20 +52,20 @@ inline ZANTONode *ZANTONodeOfRecord(dbCommon *record)
     return ZANTOSeekNodeOfRecord(record);
 }
 
-/// setNodeEditedValue under the node's lockSem. Blocks as long as the library does.
+// setNodeEditedValue under the node's lockSem. Blocks as long as the library does.
 int32_t ZANTOWriteNode(ZANTONode &node, const variant &value);
 
-/// printf to standard output for messages that a record type may lack (null: nothing is printed)
-/// or may word without using every argument.
+// printf to standard output for messages that a record type may lack (null: nothing is printed)
+// or may word without using every argument.
 void ZANTOPrintMessage(const char *format, ...);
 
-/// Counts a record that the IOC puts into the list (command 0) or takes out of it (1), and has
-/// the changed records know it. The IOC calls with the record locked, so that its priority is
-/// that of the list it joins or leaves.
+// Counts a record that the IOC puts into the list (command 0) or takes out of it (1), and has
+// the changed records know it. The IOC calls with the record locked, so that its priority is
+// that of the list it joins or leaves.
 void ZANTOCountRecord(ZANTOScanList &list, int command, dbCommon *record);
 
-/// Calls `use` with the number that a node of this data type holds, in its own type; false for
-/// a text or an enumeration, which have no number to show.
+// Calls `use` with the number that a node of this data type holds, in its own type; false for
+// a text or an enumeration, which have no number to show.
 template <typename Use>
 bool ZANTOVisitNumber(const variant &value, nodeDataType dataType, const Use &use)
 {
@@ -82,8 +82,8 @@ bool ZANTOVisitNumber(const variant &value, nodeDataType dataType, const Use &us
     }
 }
 
-/// Puts a record's number into a variant of the node's data type; false for a text, an
-/// enumeration or an unknown type. Truncates toward zero, wide types first, low bits kept.
+// Puts a record's number into a variant of the node's data type; false for a text, an
+// enumeration or an unknown type. Truncates toward zero, wide types first, low bits kept.
 template <typename Number>
 bool ZANTONumberToVariant(Number number, nodeDataType dataType, variant &value)
 {
@@ -103,7 +103,7 @@ bool ZANTONumberToVariant(Number number, nodeDataType dataType, variant &value)
     }
 }
 
-/// Device support entry tables of five and six entries, laid out as every base expects them.
+// Device support entry tables of five and six entries, laid out as every base expects them.
 struct ZANTODset5 {
     long number;
     DEVSUPFUN report, init, init_record, get_ioint_info, read_write;
@@ -113,13 +113,13 @@ struct ZANTODset6 {
     DEVSUPFUN report, init, init_record, get_ioint_info, read_write, special_linconv;
 };
 
-/// Return codes of device support routines.
+// Return codes of device support routines.
 constexpr long ZANTOOk = 0;
 constexpr long ZANTOFailed = 1;
 constexpr long ZANTODontConvert = 2;
 
-/// A device support routine behind its C entry: no exception gets into the IOC, which would end
-/// the process.
+// A device support routine behind its C entry: no exception gets into the IOC, which would end
+// the process.
 template <auto routine> struct ZANTOEntry;
 template <typename... Arguments, long (*routine)(Arguments...)> struct ZANTOEntry<routine> {
     static long call(Arguments... arguments) noexcept
@@ -132,7 +132,7 @@ template <typename... Arguments, long (*routine)(Arguments...)> struct ZANTOEntr
     }
 };
 
-/// A routine of any record type as an entry of a table.
+// A routine of any record type as an entry of a table.
 template <auto routine> DEVSUPFUN ZANTODsetEntry()
 {
     return reinterpret_cast<DEVSUPFUN>(reinterpret_cast<void (*)()>(ZANTOEntry<routine>::call));
@@ -153,7 +153,7 @@ template <auto routine> DEVSUPFUN ZANTODsetEntry()
 //   failed          message of a failed write, or null; takes name and result
 //   succeeded(result)
 
-/// init_record of an input record; each call gives the type a fresh scan list.
+// init_record of an input record; each call gives the type a fresh scan list.
 template <typename Trait> long ZANTOInitInput(typename Trait::Record *record)
 {
     const long status =
@@ -168,7 +168,7 @@ template <typename Trait> long ZANTOInitOutput(typename Trait::Record *record)
     return ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->out, Trait::badLink);
 }
 
-/// get_ioint_info of an input record: hands out the type's list, and counts the record in or out.
+// get_ioint_info of an input record: hands out the type's list, and counts the record in or out.
 template <typename Trait> long ZANTOGetScanList(int cmd, dbCommon *record, IOSCANPVT *list)
 {
     *list = Trait::list();
@@ -177,7 +177,7 @@ template <typename Trait> long ZANTOGetScanList(int cmd, dbCommon *record, IOSCA
     return 0;
 }
 
-/// The record's node, or null with the type's message.
+// The record's node, or null with the type's message.
 template <typename Trait>
 ZANTONode *ZANTOFindNode(typename Trait::Record *record, const ZANTOTreeUse &use)
 {
@@ -205,7 +205,7 @@ template <typename Trait> long ZANTOReadNumber(typename Trait::Record *record)
     return ZANTODontConvert;
 }
 
-/// Sends the value to the node and tells the outcome by the type's messages and rule.
+// Sends the value to the node and tells the outcome by the type's messages and rule.
 template <typename Trait>
 long ZANTOSend(typename Trait::Record *record, ZANTONode &node, const variant &value)
 {
@@ -235,7 +235,7 @@ template <typename Trait> long ZANTOWriteNumber(typename Trait::Record *record)
 
 // ---- binary and multi-bit records ----
 
-/// The value of a node as the 16 bits of a binary or multi-bit record: a float is truncated.
+// The value of a node as the 16 bits of a binary or multi-bit record: a float is truncated.
 template <typename Number> uint16_t ZANTOLow16(Number number)
 {
     if constexpr (std::is_floating_point_v<Number>)
@@ -244,8 +244,8 @@ template <typename Number> uint16_t ZANTOLow16(Number number)
         return static_cast<uint16_t>(number);
 }
 
-/// Reads and writes VAL itself: RVAL, MASK, NOBT and SHFT are not used. Newer bases give direct
-/// records 32 bits, of which the mainframe's 16 are used.
+// Reads and writes VAL itself: RVAL, MASK, NOBT and SHFT are not used. Newer bases give direct
+// records 32 bits, of which the mainframe's 16 are used.
 template <typename RecordType> struct ZANTOBitsTrait {
     using Record = RecordType;
     template <typename Number> static void store(Record *record, Number number)

@@ -13,7 +13,7 @@ using Claims = std::vector<ZANTORecordClaim>;
 
 enum Role : uint8_t { mainRecord, readBack, sync };
 
-/// A name as that of a node's record or of its companion.
+// A name as that of a node's record or of its companion.
 struct Name {
     std::string_view node;
     Role role;
@@ -37,14 +37,14 @@ Name split(std::string_view name)
 
 // ---- families ----
 
-/// The record types that a name and its companions have got so far; empty: none yet.
+// The record types that a name and its companions have got so far; empty: none yet.
 struct Family {
     std::string_view name;
     std::string_view types[3]; // by role
 };
 
-/// Families by their names: a table of places, of which at least half are free, and the families
-/// in a row. A place keeps the hash, so that hardly any name is looked at in vain.
+// Families by their names: a table of places, of which at least half are free, and the families
+// in a row. A place keeps the hash, so that hardly any name is looked at in vain.
 class Families {
 public:
     explicit Families(std::size_t most)

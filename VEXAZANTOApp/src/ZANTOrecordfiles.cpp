@@ -11,12 +11,12 @@
 
 namespace {
 
-/// What goes into a file, written in large pieces.
+// What goes into a file, written in large pieces.
 class Text {
 public:
     explicit Text(ZANTOOutputFile &file) : m_file(file) { m_text.reserve(2 * piece); }
 
-    /// To append to.
+    // To append to.
     std::string &end()
     {
         if (m_text.size() >= piece)

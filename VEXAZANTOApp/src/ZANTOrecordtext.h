@@ -1,4 +1,4 @@
-/// The text of a node's records and its line in the list of process variables.
+// The text of a node's records and its line in the list of process variables.
 #pragma once
 
 #include "ZANTOrecordclaims.h"
@@ -10,25 +10,25 @@
 
 class ZANTONode;
 
-/// What the records of a node are called and made of: worked out once for its records, its line
-/// and the claim of its names. The node must outlive the plan, which reads its display attributes
-/// when it writes the records.
+// What the records of a node are called and made of: worked out once for its records, its line
+// and the claim of its names. The node must outlive the plan, which reads its display attributes
+// when it writes the records.
 class ZANTORecordPlan {
 public:
-    /// bdIdx and chIdx are the positions in the tree, -1 where they do not apply.
+    // bdIdx and chIdx are the positions in the tree, -1 where they do not apply.
     ZANTORecordPlan(const ZANTONode &node, int32_t bdIdx, int32_t chIdx);
 
-    /// The node gets records and a line.
+    // The node gets records and a line.
     bool hasRecords() const { return m_result == Result::ok; }
-    /// The node's name as its records have it: without blanks.
+    // The node's name as its records have it: without blanks.
     std::string shortName() const { return m_name.substr(m_shortNameAt); }
-    /// Only for a plan with records; points into it.
+    // Only for a plan with records; points into it.
     ZANTORecordClaim claim() const;
 
-    /// Tells at DEBUG 1 why the node has no records, but for one that cannot be read or written
-    /// and for "Name".
+    // Tells at DEBUG 1 why the node has no records, but for one that cannot be read or written
+    // and for "Name".
     void reportNoRecords() const;
-    /// The same for its line, if its type is the reason.
+    // The same for its line, if its type is the reason.
     void reportNoLine() const;
 
     // ---- only for a plan with records ----
@@ -65,7 +65,7 @@ private:
     Result m_result;
 };
 
-/// The records of a node, or an empty text if it gets none; tells why as its plan does.
+// The records of a node, or an empty text if it gets none; tells why as its plan does.
 std::string ZANTORecordText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx);
-/// The node's line in the list of process variables, or an empty text.
+// The node's line in the list of process variables, or an empty text.
 std::string ZANTOPvListText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx);

@@ -1,4 +1,4 @@
-/// An I/O-interrupt scan list that holds up no other, never floods the IOC and loses nothing.
+// An I/O-interrupt scan list that holds up no other, never floods the IOC and loses nothing.
 #pragma once
 
 #include "ZANTOscanthread.h"
@@ -13,36 +13,36 @@
 
 class ZANTOScanList;
 
-/// What a scan list asks of the IOC; tests put their own in place.
+// What a scan list asks of the IOC; tests put their own in place.
 struct ZANTOScanServices {
     void (*init)(IOSCANPVT *list);
-    /// Has `scanList->pass(prio)` called once on `thread`, the list's own for this priority, for
-    /// any number of calls; false when there is no such thread and none can be had. Null for a
-    /// base that cannot scan one priority alone.
+    // Has `scanList->pass(prio)` called once on `thread`, the list's own for this priority, for
+    // any number of calls; false when there is no such thread and none can be had. Null for a
+    // base that cannot scan one priority alone.
     bool (*queuePass)(ZANTOScanList *scanList, ZANTOScanThread *thread, int prio);
-    /// Scans the records of one priority on the calling thread.
+    // Scans the records of one priority on the calling thread.
     void (*scanPriority)(IOSCANPVT list, int prio);
-    /// Queues a scan of every priority that has records; what it refuses is not told. Used where
-    /// there is no queuePass.
+    // Queues a scan of every priority that has records; what it refuses is not told. Used where
+    // there is no queuePass.
     void (*requestAll)(IOSCANPVT list);
-    /// Has `scanList->timeIsUp()` called after `delay` seconds, on another thread; `timer` is the
-    /// list's own to keep. False when there is no memory for it.
+    // Has `scanList->timeIsUp()` called after `delay` seconds, on another thread; `timer` is the
+    // list's own to keep. False when there is no memory for it.
     bool (*later)(ZANTOScanList *scanList, void **timer, double delay);
 };
-/// The IOC's own services.
+// The IOC's own services.
 extern const ZANTOScanServices ZANTOIocScanServices;
 
-/// The list of one input record type, shared by all records of that type.
-///
-/// A request has the whole list scanned. A pass waits at a record whose set-point's write hangs,
-/// so each priority has a thread of its own instead of the IOC's callback thread, behind which
-/// every other list would wait. It has at most two passes queued, whatever the others do: a
-/// request that finds two of them not yet begun is complete in itself, because they will read
-/// what was in the tree before it. Any thread may call any function; none blocks but pass(),
-/// which processes records.
+// The list of one input record type, shared by all records of that type.
+//
+// A request has the whole list scanned. A pass waits at a record whose set-point's write hangs,
+// so each priority has a thread of its own instead of the IOC's callback thread, behind which
+// every other list would wait. It has at most two passes queued, whatever the others do: a
+// request that finds two of them not yet begun is complete in itself, because they will read
+// what was in the tree before it. Any thread may call any function; none blocks but pass(),
+// which processes records.
 class ZANTOScanList {
 public:
-    /// `recordType` is for the names of the threads.
+    // `recordType` is for the names of the threads.
     constexpr explicit ZANTOScanList(const char *recordType,
                                      const ZANTOScanServices &services = ZANTOIocScanServices)
         : m_services(services), m_recordType(recordType)
@@ -51,48 +51,48 @@ public:
     ZANTOScanList(const ZANTOScanList &) = delete;
     ZANTOScanList &operator=(const ZANTOScanList &) = delete;
 
-    /// Called for every record of the type: the first one gets a list of the IOC, which all share.
-    /// After a stop() there is a fresh one, since the IOC has freed the old one.
+    // Called for every record of the type: the first one gets a list of the IOC, which all share.
+    // After a stop() there is a fresh one, since the IOC has freed the old one.
     void init();
     operator IOSCANPVT() const noexcept { return m_list.load(); }
     const char *recordType() const noexcept { return m_recordType; }
 
-    /// The IOC is about to put a record into the list at this priority, or to take one out of
-    /// it. A priority that is none is not counted. `scannedAlone`: what the record misses is made
-    /// up for without the list, which is then scanned only if the move may cut a pass short.
+    // The IOC is about to put a record into the list at this priority, or to take one out of
+    // it. A priority that is none is not counted. `scannedAlone`: what the record misses is made
+    // up for without the list, which is then scanned only if the move may cut a pass short.
     void recordJoins(int prio, bool scannedAlone = false) { recordMoves(prio, 1, scannedAlone); }
     void recordLeaves(int prio, bool scannedAlone = false) { recordMoves(prio, -1, scannedAlone); }
 
-    /// Requests reach the IOC from now on. To be called after the last init().
+    // Requests reach the IOC from now on. To be called after the last init().
     void start();
-    /// The scans run: asks for one. From now on a list is scanned soon after a record joined or
-    /// left it, because what changed meanwhile may have reached nobody.
+    // The scans run: asks for one. From now on a list is scanned soon after a record joined or
+    // left it, because what changed meanwhile may have reached nobody.
     void iocRuns();
-    /// Asks for one scan of the list; does nothing before start() and where no record is.
+    // Asks for one scan of the list; does nothing before start() and where no record is.
     void request();
-    /// The IOC shuts down: nothing is queued and no pass begins any more, those that are queued
-    /// included, until the next start().
+    // The IOC shuts down: nothing is queued and no pass begins any more, those that are queued
+    // included, until the next start().
     void stop();
-    /// A pass has begun and is not over.
+    // A pass has begun and is not over.
     bool passRuns() const;
 
-    /// Back-pressure, for whoever watches: calls of request(), passes that it needed not queue
-    /// or that had to wait, passes that got no thread.
+    // Back-pressure, for whoever watches: calls of request(), passes that it needed not queue
+    // or that had to wait, passes that got no thread.
     uint32_t asked() const noexcept { return m_asked; }
     uint32_t deferred() const noexcept { return m_deferred; }
     uint32_t refused() const noexcept { return m_refused; }
 
-    /// One pass over the records of a priority. For the thread of that priority.
+    // One pass over the records of a priority. For the thread of that priority.
     void pass(int prio);
-    /// For the timer.
+    // For the timer.
     void timeIsUp();
 
-    /// Passes of one priority that are queued and have not begun.
+    // Passes of one priority that are queued and have not begun.
     static constexpr int maxQueued = 2;
-    /// Seconds until what was refused is asked for again, and until a list that changed is
-    /// scanned.
+    // Seconds until what was refused is asked for again, and until a list that changed is
+    // scanned.
     static constexpr double retryDelay = 0.05;
-    /// Seconds between two requests where a base scans all priorities at once.
+    // Seconds between two requests where a base scans all priorities at once.
     static constexpr double interval = 0.04;
 
 private:

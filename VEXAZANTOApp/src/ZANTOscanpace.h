@@ -1,10 +1,10 @@
-/// How fast the passes of one scan thread may follow each other.
+// How fast the passes of one scan thread may follow each other.
 #pragma once
 
 #include <algorithm>
 #include <chrono>
 
-/// What of it depends on how much a pass does.
+// What of it depends on how much a pass does.
 struct ZANTOPaceLimits {
     using Duration = std::chrono::microseconds;
 
@@ -17,14 +17,14 @@ struct ZANTOPaceLimits {
     Duration burst;
 };
 
-/// Of passes over a whole list of records.
+// Of passes over a whole list of records.
 constexpr ZANTOPaceLimits ZANTOListPace = {
     std::chrono::milliseconds{1}, std::chrono::milliseconds{20}, 4, std::chrono::milliseconds{8}};
 
-/// A storm of events asks for the next pass before the present one is over: without a pause each
-/// list would take a processor for itself, and the thread that reads the events would fall behind.
-/// A list of a few records keeps up with the storm instead, and its thread would be woken by every
-/// event. For one thread; the times are the caller's.
+// A storm of events asks for the next pass before the present one is over: without a pause each
+// list would take a processor for itself, and the thread that reads the events would fall behind.
+// A list of a few records keeps up with the storm instead, and its thread would be woken by every
+// event. For one thread; the times are the caller's.
 class ZANTOScanPace {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -34,8 +34,8 @@ public:
     {
     }
 
-    /// A pass lasted from `begin` to `end`; `more` when the next one has been asked for already.
-    /// Returns the time before which that must not begin, which may be long past.
+    // A pass lasted from `begin` to `end`; `more` when the next one has been asked for already.
+    // Returns the time before which that must not begin, which may be long past.
     Time nextPass(Time begin, Time end, bool more)
     {
         m_used = std::max(m_used, begin) + m_limits.period;

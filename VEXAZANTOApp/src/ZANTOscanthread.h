@@ -1,4 +1,4 @@
-/// A thread that does one piece of work as often as it is asked for.
+// A thread that does one piece of work as often as it is asked for.
 #pragma once
 
 #include "ZANTOscanpace.h"
@@ -9,13 +9,13 @@
 
 #include <atomic>
 
-/// EPICS' thread priorities for scans at a record's PRIO: those of the IOC's callback threads.
+// EPICS' thread priorities for scans at a record's PRIO: those of the IOC's callback threads.
 constexpr unsigned ZANTOScanThreadPriorities[NUM_CALLBACK_PRIORITIES] = {
     epicsThreadPriorityScanLow - 1, epicsThreadPriorityScanLow + 4,
     epicsThreadPriorityScanHigh + 1};
 
-/// Part of a static object: once it runs, the thread runs as long as the process. One call at a
-/// time; none blocks.
+// Part of a static object: once it runs, the thread runs as long as the process. One call at a
+// time; none blocks.
 class ZANTOScanThread {
 public:
     using Work = void (*)(void *owner, int prio);
@@ -25,11 +25,11 @@ public:
     ZANTOScanThread &operator=(const ZANTOScanThread &) = delete;
 
     bool isRunning() const noexcept { return m_thread != nullptr; }
-    /// Makes the thread, for calls of `work(owner, prio)`; to be called until it succeeds. False
-    /// when no thread can be had. `priority` is EPICS' own for threads.
+    // Makes the thread, for calls of `work(owner, prio)`; to be called until it succeeds. False
+    // when no thread can be had. `priority` is EPICS' own for threads.
     bool start(const char *name, unsigned priority, Work work, void *owner, int prio,
                const ZANTOPaceLimits &pace = ZANTOListPace);
-    /// Has the work done once more. To be called when the thread is running.
+    // Has the work done once more. To be called when the thread is running.
     void queue();
 
 private:

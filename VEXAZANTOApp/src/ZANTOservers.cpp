@@ -1,4 +1,4 @@
-/// Registrars of the servers of records, by the names that the database definition declares.
+// Registrars of the servers of records, by the names that the database definition declares.
 
 #include "ZANTOepics.h"
 

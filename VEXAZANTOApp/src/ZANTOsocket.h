@@ -1,11 +1,11 @@
-/// A socket's descriptor, closed when it goes out of scope.
+// A socket's descriptor, closed when it goes out of scope.
 #pragma once
 
 #include <unistd.h>
 
 #include <utility>
 
-/// Owns a descriptor; -1 owns nothing. Movable.
+// Owns a descriptor; -1 owns nothing. Movable.
 class ZANTOSocket {
 public:
     explicit ZANTOSocket(int fd = -1) noexcept : m_fd(fd) {}
@@ -19,7 +19,7 @@ public:
 
     int fd() const noexcept { return m_fd; }
     bool isOpen() const noexcept { return m_fd >= 0; }
-    /// The descriptor is the caller's from now on.
+    // The descriptor is the caller's from now on.
     int release() noexcept { return std::exchange(m_fd, -1); }
     void reset(int fd = -1) noexcept
     {

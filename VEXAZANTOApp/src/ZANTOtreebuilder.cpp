@@ -52,8 +52,8 @@ void display(const ZANTONodeProperty &property, ZANTONode &parameter, Unit &unit
         parameter.setNodeDecimals(value.toShort());
 }
 
-/// Builds the tree under a root that systemNode names already, and gathers the texts of each
-/// node as soon as it is complete. For the main thread.
+// Builds the tree under a root that systemNode names already, and gathers the texts of each
+// node as soon as it is complete. For the main thread.
 class TreeBuilder {
 public:
     TreeBuilder(ZANTONode &root, ZANTORecordFiles &files)

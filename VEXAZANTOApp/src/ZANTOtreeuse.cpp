@@ -42,8 +42,8 @@ const bool registeredEarly = lendsBarriers();
 
 #endif
 
-/// The counters of all threads that ever used the tree. They never move and are never freed: a
-/// thread that ends passes its own on to the next one.
+// The counters of all threads that ever used the tree. They never move and are never freed: a
+// thread that ends passes its own on to the next one.
 struct Users {
     std::mutex mutex;
     std::deque<ZANTOTreeUser> all; // guarded by mutex, except what each user says of itself

@@ -1,11 +1,11 @@
-/// Who uses the tree, so that it is deleted only when nobody does.
+// Who uses the tree, so that it is deleted only when nobody does.
 #pragma once
 
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 
-/// The uses of one thread, on a cache line that no other thread writes to.
+// The uses of one thread, on a cache line that no other thread writes to.
 struct alignas(64) ZANTOTreeUser {
     std::atomic<uint32_t> uses{0}; // nested ones count
     // The thread must make itself seen with locked instructions; written before the first use.
@@ -13,12 +13,12 @@ struct alignas(64) ZANTOTreeUser {
     bool isTaken = true; // guarded by the mutex of all users
 };
 
-/// One use of the tree by a record or an event, for a scope. False when the tree is closed:
-/// then no node may be touched. Never blocks.
-///
-/// Each access of a record is one, so it writes to nothing that threads share and costs no locked
-/// instruction: each thread counts its own uses. Whoever closes the tree first has every processor
-/// run a memory barrier in place of the threads and then looks at their counters.
+// One use of the tree by a record or an event, for a scope. False when the tree is closed:
+// then no node may be touched. Never blocks.
+//
+// Each access of a record is one, so it writes to nothing that threads share and costs no locked
+// instruction: each thread counts its own uses. Whoever closes the tree first has every processor
+// run a memory barrier in place of the threads and then looks at their counters.
 class ZANTOTreeUse {
 public:
     ZANTOTreeUse() noexcept : m_user(t_user != nullptr ? *t_user : join())
@@ -45,10 +45,10 @@ public:
 
     explicit operator bool() const noexcept { return m_open; }
 
-    /// Allows uses, as before the first close().
+    // Allows uses, as before the first close().
     static void open() noexcept { s_closed = false; }
-    /// Refuses further uses and waits for the present ones to end. False when some did not end in
-    /// time; then the tree must not be deleted.
+    // Refuses further uses and waits for the present ones to end. False when some did not end in
+    // time; then the tree must not be deleted.
     static bool close(std::chrono::milliseconds limit);
 
 private:

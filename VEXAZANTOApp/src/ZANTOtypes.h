@@ -1,4 +1,4 @@
-/// Enumerations of the node model and the process-wide settings that every module reads.
+// Enumerations of the node model and the process-wide settings that every module reads.
 #pragma once
 
 #include <atomic>
@@ -6,7 +6,7 @@
 
 class ZANTONode;
 
-/// Kind of a tree node; says which members of ZANTONode are meaningful.
+// Kind of a tree node; says which members of ZANTONode are meaningful.
 enum nodeType {
     nodeTypeSystemItem = 0,
     nodeTypeSystemParam = 1,
@@ -20,7 +20,7 @@ enum nodeType {
     nodeTypeSystemCmd = 9
 };
 
-/// How a node's variant is read; the variant itself carries no type.
+// How a node's variant is read; the variant itself carries no type.
 enum nodeDataType {
     nodeDataTypeInt = 0,
     nodeDataTypeShort = 1,
@@ -51,17 +51,17 @@ enum nodeValueQuality {
 
 enum connStatus { connStatus_PENDING = 0, connStatus_OK = 1, connStatus_KO = 2 };
 
-/// Debug level from the command line, 0 (silent) to 10 (everything). Atomic because the
-/// notification server already runs when the command line is read.
+// Debug level from the command line, 0 (silent) to 10 (everything). Atomic because the
+// notification server already runs when the command line is read.
 extern std::atomic<int16_t> DEBUG;
 
-/// TCP port on which the mainframe opens its event connection; only the low 16 bits count.
-/// The notification server raises it while it is taken and stores the port really bound.
+// TCP port on which the mainframe opens its event connection; only the low 16 bits count.
+// The notification server raises it while it is taken and stores the port really bound.
 extern std::atomic<int32_t> tcpPort;
 
-/// Pointer to the root of the tree, with a generation that changes at every assignment, so
-/// that a node found earlier can be told to belong to a tree that is gone, even if a new root
-/// has the old one's address. Owns nothing. Any thread may read it.
+// Pointer to the root of the tree, with a generation that changes at every assignment, so
+// that a node found earlier can be told to belong to a tree that is gone, even if a new root
+// has the old one's address. Owns nothing. Any thread may read it.
 class ZANTOTreeRoot {
 public:
     ZANTOTreeRoot &operator=(ZANTONode *root) noexcept
@@ -73,7 +73,7 @@ public:
     operator ZANTONode *() const noexcept { return m_root.load(); }
     ZANTONode *operator->() const noexcept { return m_root.load(); }
 
-    /// Grows with each assignment; 0 before the first.
+    // Grows with each assignment; 0 before the first.
     uint32_t generation() const noexcept { return m_generation.load(); }
 
 private:
@@ -81,5 +81,5 @@ private:
     std::atomic<uint32_t> m_generation{0};
 };
 
-/// Root of the tree. Created by createSystemTree, destroyed by Shutdown.
+// Root of the tree. Created by createSystemTree, destroyed by Shutdown.
 extern ZANTOTreeRoot systemNode;

@@ -27,8 +27,8 @@ void ZANTOValueCell::Text::set(std::string &&text) noexcept
     whole = std::move(text);
 }
 
-/// A change for a scope: what it stores is releasing, so that whoever sees any of it sees that a
-/// change has begun.
+// A change for a scope: what it stores is releasing, so that whoever sees any of it sees that a
+// change has begun.
 class ZANTOValueCell::Change {
 public:
     explicit Change(ZANTOValueCell &cell) noexcept

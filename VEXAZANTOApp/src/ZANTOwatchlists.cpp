@@ -13,7 +13,7 @@
 
 namespace {
 
-/// One call's names, joined as the access library wants them.
+// One call's names, joined as the access library wants them.
 struct WatchList {
     std::string text;
     std::vector<std::string> names;
@@ -28,7 +28,7 @@ struct WatchList {
     void addNext(const std::string &name) { addAtPosition(names.size(), name); }
 };
 
-/// A level's own words in its messages: "system properties" or "board [3] parameters".
+// A level's own words in its messages: "system properties" or "board [3] parameters".
 using LevelName = std::string;
 
 // Reports the names that were not accepted; false when there are any.

@@ -1,4 +1,4 @@
-/// Values in the shapes of the access library's buffers and events.
+// Values in the shapes of the access library's buffers and events.
 #pragma once
 
 #include "ZANTOtypes.h"
@@ -9,18 +9,18 @@
 #include <cstring>
 #include <string>
 
-/// Shape of a value in the access library's buffers; none: there is no call for it.
+// Shape of a value in the access library's buffers; none: there is no call for it.
 enum class ZANTOWire { none, text, real, u16, u32, s16, s32 };
 
-/// By system property type code. The write of a signed 32-bit property sets the low 16 bits
-/// alone, as does that of a boolean.
+// By system property type code. The write of a signed 32-bit property sets the low 16 bits
+// alone, as does that of a boolean.
 ZANTOWire ZANTOPropertyReadWire(uint32_t type);
 ZANTOWire ZANTOPropertyWriteWire(uint32_t type);
-/// By parameter type code, read and write alike. A string parameter has no access call.
+// By parameter type code, read and write alike. A string parameter has no access call.
 ZANTOWire ZANTOParameterWire(uint32_t type);
 
-/// Room for any value of the library: zeroed, so that a value narrower than what the library
-/// reads is defined, and one byte longer than the longest text, so that a text always ends.
+// Room for any value of the library: zeroed, so that a value narrower than what the library
+// reads is defined, and one byte longer than the longest text, so that a text always ends.
 class ZANTOValueBuffer {
 public:
     void *data() { return m_bytes; }
@@ -42,6 +42,6 @@ private:
     alignas(8) char m_bytes[VEXAHV_TEXT_SIZE + 1] = {};
 };
 
-/// The value that an event carries for an item of this data type. False for a data type that is
-/// none of the known ones.
+// The value that an event carries for an item of this data type. False for a data type that is
+// none of the known ones.
 bool ZANTODecodeEvent(nodeDataType dataType, const IDValue_t &item, variant &value);

@@ -94,7 +94,7 @@ std::vector<double> caPuts(const ClientTask &task)
     return times;
 }
 
-/// A read-back under watch: tells when it shows what is awaited.
+// A read-back under watch: tells when it shows what is awaited.
 struct Watch {
     Signal *shown;
     std::atomic<double> awaited{-1};

@@ -1,4 +1,4 @@
-/// The measurements that a client of the records makes, in a process of its own.
+// The measurements that a client of the records makes, in a process of its own.
 #pragma once
 
 #include <cstdint>
@@ -10,5 +10,5 @@ struct ClientTask {
     uint32_t puts = 0;
 };
 
-/// Prints the result; the exit code of the client's process.
+// Prints the result; the exit code of the client's process.
 int runClient(const ClientTask &task);

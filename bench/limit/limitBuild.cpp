@@ -11,7 +11,7 @@
 
 namespace {
 
-/// One list of the library, for a scope.
+// One list of the library, for a scope.
 template <typename T> class List {
 public:
     List() = default;
@@ -53,7 +53,7 @@ double numberOf(uint32_t kind, uint32_t bits)
     return static_cast<double>(value);
 }
 
-/// A parameter of a board (negative channel) or of a channel.
+// A parameter of a board (negative channel) or of a channel.
 class Source {
 public:
     Source(int32_t handle, uint16_t slot, int channel)

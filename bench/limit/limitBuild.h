@@ -1,5 +1,5 @@
-/// The limit's start: the library's answers into plain structs and into both files.
+// The limit's start: the library's answers into plain structs and into both files.
 #pragma once
 
-/// False when a file cannot be written.
+// False when a file cannot be written.
 bool limitBuild();

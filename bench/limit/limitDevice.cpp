@@ -27,7 +27,7 @@ namespace {
 
 std::atomic<bool> scansAfterWrites{false};
 
-/// One list for each type of input records, there before the first of them.
+// One list for each type of input records, there before the first of them.
 struct Lists {
     Lists()
     {
@@ -104,7 +104,7 @@ template <typename Record, ListKind kind> long writeNode(Record *record)
 
 // ---- tables ----
 
-/// As many entries as a table of any of these record types has.
+// As many entries as a table of any of these record types has.
 struct Table {
     long number;
     DEVSUPFUN report, init, init_record, get_ioint_info, read_write, special_linconv;

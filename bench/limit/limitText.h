@@ -1,5 +1,5 @@
-/// The limit's start-up files: the very texts that the server writes, formatted one after
-/// another into one buffer each.
+// The limit's start-up files: the very texts that the server writes, formatted one after
+// another into one buffer each.
 #pragma once
 
 #include "limitTree.h"
@@ -7,14 +7,14 @@
 #include <cstddef>
 #include <vector>
 
-/// Grows as a file would.
+// Grows as a file would.
 class TextBuffer {
 public:
     TextBuffer() : m_text(1 << 16) {}
 
     void add(const char *format, ...) __attribute__((format(printf, 2, 3)));
     std::size_t size() const { return m_size; }
-    /// False when the file cannot be written as a whole.
+    // False when the file cannot be written as a whole.
     bool write(const char *path) const;
 
 private:
@@ -22,7 +22,7 @@ private:
     std::size_t m_size = 0;
 };
 
-/// What the records of a node show besides its value.
+// What the records of a node show besides its value.
 struct LimitDetails {
     float lowest = -1.0F;
     float highest = -1.0F;

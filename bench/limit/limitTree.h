@@ -1,4 +1,4 @@
-/// The limit's tree: plain structs one after another, and how records and events find theirs.
+// The limit's tree: plain structs one after another, and how records and events find theirs.
 #pragma once
 
 #include "vexahvwrapper.h"
@@ -18,13 +18,13 @@ struct LimitNode {
     char name[VEXAHV_ITEM_ID_SIZE];
 };
 
-/// The name of a node's record.
+// The name of a node's record.
 struct LimitRecordName {
     explicit LimitRecordName(const LimitNode &node);
     char text[64];
 };
 
-/// Keeps what a text says, cut where a record cuts it.
+// Keeps what a text says, cut where a record cuts it.
 void limitSetText(LimitNode &node, const char *text);
 
 class LimitTree {
@@ -33,13 +33,13 @@ public:
 
     LimitNode &add(const char *name, int board, int channel, uint32_t kind, uint32_t mode);
 
-    /// Once all nodes are there.
+    // Once all nodes are there.
     void index();
-    /// Once all records are there.
+    // Once all records are there.
     void forgetLinks() { m_links = {}; }
-    /// The node that a record's link names, in whichever case; null: none.
+    // The node that a record's link names, in whichever case; null: none.
     LimitNode *byLink(const char *link);
-    /// The node that an event means; null: none.
+    // The node that an event means; null: none.
     LimitNode *byItem(int32_t board, int32_t channel, const char *name);
 
 private:

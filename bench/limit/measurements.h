@@ -1,12 +1,12 @@
-/// The measurements inside the process that serves the records.
+// The measurements inside the process that serves the records.
 #pragma once
 
 #include <string>
 
-/// The start: always done, `shown` or not. False: it failed.
+// The start: always done, `shown` or not. False: it failed.
 bool measureBuild(bool shown);
-/// Before the IOC starts: no scan runs beside it.
+// Before the IOC starts: no scan runs beside it.
 void measureEvents();
 void measureMemory();
-/// "pass-ai" and so on.
+// "pass-ai" and so on.
 void measurePass(const std::string &name);

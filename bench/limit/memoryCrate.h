@@ -1,5 +1,5 @@
-/// A crate of any number of boards that lives in memory: what the access library of the two
-/// programs answers from, fast enough to be nothing beside what they measure.
+// A crate of any number of boards that lives in memory: what the access library of the two
+// programs answers from, fast enough to be nothing beside what they measure.
 #pragma once
 
 #include "vexahvwrapper.h"
@@ -11,7 +11,7 @@
 #include <mutex>
 #include <vector>
 
-/// What a kind of parameter does not have is 0 or null.
+// What a kind of parameter does not have is 0 or null.
 struct MemoryParameter {
     const char *name;
     uint32_t type;
@@ -32,16 +32,16 @@ struct MemoryProperty {
     const char *text; // of a text
 };
 
-/// An item of a channel that events name. The last one is the channel's name, which is no
-/// parameter of the crate's.
+// An item of a channel that events name. The last one is the channel's name, which is no
+// parameter of the crate's.
 struct MemoryPlace {
     uint16_t slot;
     uint16_t channel;
     uint16_t item;
 };
 
-/// There is one in a process, and its layout stays as it is once setBoards() has been called.
-/// Any thread may call any function.
+// There is one in a process, and its layout stays as it is once setBoards() has been called.
+// Any thread may call any function.
 class MemoryCrate {
 public:
     static constexpr const char *name = "FULL";
@@ -62,19 +62,19 @@ public:
     uint32_t value(const MemoryPlace &place) const;
     void setValue(const MemoryPlace &place, uint32_t value);
     void noteCall() { m_calls.fetch_add(1, std::memory_order_relaxed); }
-    /// Of the access library, those that release memory not counted.
+    // Of the access library, those that release memory not counted.
     uint32_t calls() const { return m_calls; }
 
     // ---- events ----
 
-    /// From now on each batch is there at once: `size` events, in an order that jumps over all
-    /// channels and names every item before it begins anew, each with another value.
+    // From now on each batch is there at once: `size` events, in an order that jumps over all
+    // channels and names every item before it begins anew, each with another value.
     void storm(uint32_t size);
-    /// From now on each write is told by an event, and who asks for events waits for one.
+    // From now on each write is told by an event, and who asks for events waits for one.
     void answerWrites();
     std::size_t stormItems() const { return m_order.size(); }
 
-    /// A batch that the caller releases with free().
+    // A batch that the caller releases with free().
     VEXAHVEventData_t *takeBatch(uint32_t &count);
 
 private:

@@ -1,4 +1,4 @@
-/// The command line of serverBench and limitBench.
+// The command line of serverBench and limitBench.
 #pragma once
 
 #include <cstdint>
@@ -15,13 +15,13 @@ struct Options {
     std::vector<std::string> names;
 
     bool wants(const std::string &name) const;
-    /// Any measurement of the records, for which the IOC must run.
+    // Any measurement of the records, for which the IOC must run.
     bool wantsRecords() const;
 };
 
-/// Whether a client in a process of its own takes the measurement.
+// Whether a client in a process of its own takes the measurement.
 bool isClients(const std::string &measurement);
 
-/// False for words that it does not understand, when nothing is to be measured, or for events
-/// beside records, whose scans would run in between.
+// False for words that it does not understand, when nothing is to be measured, or for events
+// beside records, whose scans would run in between.
 bool parseOptions(const std::vector<std::string> &words, Options &options);

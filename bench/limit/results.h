@@ -1,4 +1,4 @@
-/// What the programs print: one JSON object a line for each measurement.
+// What the programs print: one JSON object a line for each measurement.
 #pragma once
 
 #include <chrono>
@@ -15,12 +15,12 @@ inline double nanosecondsSince(BenchClock::time_point begin)
     return std::chrono::duration<double, std::nano>(BenchClock::now() - begin).count();
 }
 
-/// Time of the process, all its threads together: on its one core that is the time that passes,
-/// less what other processes and waiting take.
+// Time of the process, all its threads together: on its one core that is the time that passes,
+// less what other processes and waiting take.
 class Stopwatch {
 public:
     double nanoseconds() const { return cpuNow() - m_cpu; }
-    /// With all that came between.
+    // With all that came between.
     double wallNanoseconds() const { return nanosecondsSince(m_wall); }
 
 private:
@@ -35,7 +35,7 @@ private:
     double m_cpu = cpuNow();
 };
 
-/// NaN of nothing.
+// NaN of nothing.
 double median(std::vector<double> values);
 
 using Counts = std::vector<std::pair<const char *, uint64_t>>;

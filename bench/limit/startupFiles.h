@@ -1,4 +1,4 @@
-/// The files that a start writes, for both programs at the server's own places.
+// The files that a start writes, for both programs at the server's own places.
 #pragma once
 
 constexpr const char *databasePath = "/tmp/ZANTO.db";

@@ -1,4 +1,4 @@
-/// What every operation of the fake access library begins with.
+// What every operation of the fake access library begins with.
 #pragma once
 
 #include "FakeAccessLibrary.h"
@@ -8,7 +8,7 @@
 
 inline FakeAccessLibrary &fake() { return FakeAccessLibrary::instance(); }
 
-/// Records a call and answers it unless it is to fail.
+// Records a call and answers it unless it is to fail.
 template <typename Answer>
 int32_t operate(const std::string &call, int32_t handle, const Answer &answer)
 {
@@ -52,7 +52,7 @@ template <typename Item> Item *named(std::vector<Item> &items, const std::string
     return found != items.end() ? &*found : nullptr;
 }
 
-/// Texts one after another, each with its NUL.
+// Texts one after another, each with its NUL.
 inline std::string packed(const std::vector<std::string> &names)
 {
     std::string bytes;

@@ -36,7 +36,7 @@ FakeChannel *channelAt(FakeCrate &crate, uint16_t slot, uint16_t channel)
                                                                 : nullptr;
 }
 
-/// A board (negative channel) or a channel.
+// A board (negative channel) or a channel.
 struct Place {
     uint16_t slot;
     int32_t channel = -1;
@@ -61,7 +61,7 @@ struct Place {
     }
 };
 
-/// A channel, for the operations on channel names.
+// A channel, for the operations on channel names.
 template <typename Use> int32_t withChannel(uint16_t slot, uint16_t channel, const Use &use)
 {
     return fake().withCrate([&](FakeCrate &crate) {
@@ -133,7 +133,7 @@ void appendSlot(std::string &table, const std::string &name)
     table += slot;
 }
 
-/// The six lists of the crate map, filled slot by slot.
+// The six lists of the crate map, filled slot by slot.
 struct CrateMapBytes {
     uint16_t slots = 0;
     std::string channelCounts, models, descriptions, serialNumbers, firmwareMinor, firmwareMajor;

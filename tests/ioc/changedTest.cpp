@@ -18,7 +18,7 @@ namespace {
 
 using Counts = std::map<std::string, double>;
 
-/// The records at whose ends there are counters, by their counters' names.
+// The records at whose ends there are counters, by their counters' names.
 const struct {
     const char *counter;
     const char *type;

@@ -12,7 +12,7 @@ namespace {
 
 using EventsDeathTest = IocDeathTest;
 
-/// Counts how often a list's priority was scanned: a record of it passes each processing on.
+// Counts how often a list's priority was scanned: a record of it passes each processing on.
 std::string withScanCounter(const std::string &record)
 {
     return "record(ai, \"" + record + "\") { field(FLNK, \"scans\") }\n" +

@@ -24,7 +24,7 @@ constexpr Message messages[] = {
     {"stringout", "%: stringout OUT field type should be INST_IO\n"},
 };
 
-/// A link of another kind, for a scope.
+// A link of another kind, for a scope.
 class LinkOfKind {
 public:
     LinkOfKind(DBLINK *link, short kind) : m_link(link), m_before(link->type)

@@ -13,8 +13,8 @@ protected:
     // The action is through in far less time than this unless it waits.
     static constexpr int yields = 20000;
 
-    /// Runs an action on another thread while this one holds the node: whether it ended before
-    /// the node was released.
+    // Runs an action on another thread while this one holds the node: whether it ended before
+    // the node was released.
     static bool endsWhileHeld(ZANTONode *node, const std::function<void()> &action)
     {
         std::atomic<bool> begun{false};

@@ -100,7 +100,7 @@ template <typename Node> Lines namesIn(const ELLLIST &list)
     return names;
 }
 
-/// The registrars and functions of the definition.
+// The registrars and functions of the definition.
 Lines textsIn(const ELLLIST &list)
 {
     Lines texts;

@@ -58,8 +58,8 @@ void sendStorm(const EventConnection &mainframe)
     }
 }
 
-/// A pass of the analog records that stands at the record of IMon until it is let go, or for
-/// ever.
+// A pass of the analog records that stands at the record of IMon until it is let go, or for
+// ever.
 class StandingPass {
 public:
     StandingPass()
@@ -104,7 +104,7 @@ void seeWhatRuns(initHookState state)
 
 class ScanShutdownDeathTest : public IocDeathTest {
 protected:
-    /// Many times over, each in a process of its own.
+    // Many times over, each in a process of its own.
     static void endInAStorm(const std::function<void()> &end)
     {
         for (int i = 0; i < repetitions; ++i) {

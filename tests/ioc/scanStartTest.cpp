@@ -49,7 +49,7 @@ std::atomic<int> missingThreads{0};
 
 constexpr int places = 4;
 
-/// Holds the callback thread of one priority until it is told to go on.
+// Holds the callback thread of one priority until it is told to go on.
 class BusyQueue {
 public:
     explicit BusyQueue(int priority) : m_priority(priority)

@@ -13,7 +13,7 @@ namespace {
 
 using ShutdownWriteDeathTest = IocDeathTest;
 
-/// A record each for the operations that write.
+// A record each for the operations that write.
 constexpr struct {
     const char *type;
     const char *record;

@@ -35,7 +35,7 @@ protected:
         return crate;
     }
 
-    /// Runs `build` with the n-th allocation failing, for every n there is, `cleanUp` after each.
+    // Runs `build` with the n-th allocation failing, for every n there is, `cleanUp` after each.
     template <typename Build, typename CleanUp>
     void expectNoLeak(const Build &build, const CleanUp &cleanUp)
     {
@@ -57,7 +57,7 @@ protected:
     }
 
 private:
-    /// False when the build makes fewer allocations.
+    // False when the build makes fewer allocations.
     template <typename Build> static bool buildsWithout(int64_t n, const Build &build)
     {
         StdoutCapture quiet;

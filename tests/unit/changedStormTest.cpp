@@ -13,7 +13,7 @@ constexpr std::size_t records = 1000;
 constexpr std::size_t writers = 2;
 constexpr int changesOfAWriter = 50000;
 
-/// A crate whose nodes hold numbers, records that show them, and a thread for each priority.
+// A crate whose nodes hold numbers, records that show them, and a thread for each priority.
 struct Crowd {
     std::deque<dbCommon> all;
     std::array<std::atomic<int>, records> value{};

@@ -1,4 +1,4 @@
-/// Shared by the tests of what has only changed records process.
+// Shared by the tests of what has only changed records process.
 #pragma once
 
 #include "unitSupport.h"
@@ -18,7 +18,7 @@ inline constexpr int low = 0;
 inline constexpr int medium = 1;
 inline constexpr int high = 2;
 
-/// Nodes are never looked into: any distinct addresses will do.
+// Nodes are never looked into: any distinct addresses will do.
 inline const ZANTONode *nodeAt(std::size_t place)
 {
     static char addresses[20000];
@@ -33,7 +33,7 @@ inline dbCommon recordNamed(const std::string &name)
     return record;
 }
 
-/// The IOC's side: records by name, their locks, and passes that the test runs itself.
+// The IOC's side: records by name, their locks, and passes that the test runs itself.
 class FakeRecords {
 public:
     static FakeRecords &instance()
@@ -59,7 +59,7 @@ public:
         };
     }
 
-    /// A record that shows this node; null: none.
+    // A record that shows this node; null: none.
     dbCommon *add(const std::string &name, const ZANTONode *node)
     {
         if (node != nullptr)
@@ -68,15 +68,15 @@ public:
         return &m_records.back();
     }
 
-    /// The names of what was processed, in order, forgotten when told.
+    // The names of what was processed, in order, forgotten when told.
     Lines processed() { return std::exchange(m_processed, {}); }
 
-    /// Passes asked for and not begun, in all until now.
+    // Passes asked for and not begun, in all until now.
     int waiting(int prio) const { return m_passes.at(static_cast<std::size_t>(prio)); }
     int asked(int prio) const { return m_asked.at(static_cast<std::size_t>(prio)); }
     int timers() const { return m_timers; }
 
-    /// Has a pass run that was asked for; false when none was.
+    // Has a pass run that was asked for; false when none was.
     bool runPass(ZANTOChangedRecords &changed, int prio)
     {
         if (waiting(prio) == 0)
@@ -95,10 +95,10 @@ public:
 
     bool threadsMissing = false;
     bool timerMissing = false;
-    /// Runs while a pass waits for a record's lock, and while it processes one.
+    // Runs while a pass waits for a record's lock, and while it processes one.
     std::function<void(dbCommon *)> duringWait;
     std::function<void(dbCommon *)> duringProcessing;
-    /// How names lead to nodes.
+    // How names lead to nodes.
     std::function<const ZANTONode *(const std::string &)> lastNode;
 
     static const ZANTOChangedServices services;

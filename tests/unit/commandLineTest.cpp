@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Arguments as main() gets them: writable, with a null pointer at the end.
+// Arguments as main() gets them: writable, with a null pointer at the end.
 class Arguments {
 public:
     explicit Arguments(std::vector<std::string> words) : m_words(std::move(words))
@@ -25,7 +25,7 @@ private:
     std::vector<char *> m_pointers;
 };
 
-/// Behind the program's name and a script.
+// Behind the program's name and a script.
 ZANTOCommandLine parsed(std::vector<std::string> options)
 {
     options.insert(options.begin(), {"zantoioc", "st.cmd"});

@@ -7,7 +7,7 @@ namespace {
 
 class ConfigChannels : public ZantoTest {
 protected:
-    /// A board in slot 1.
+    // A board in slot 1.
     void makeBoard(uint16_t channelCount, const std::vector<FakeParameter> &parameters)
     {
         FakeCrate crate;

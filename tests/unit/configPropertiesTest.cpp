@@ -9,7 +9,7 @@ namespace {
 
 class ConfigProperties : public ZantoTest {
 protected:
-    /// A parameter P of the board in slot 1 and of its three channels.
+    // A parameter P of the board in slot 1 and of its three channels.
     void makeParameter(FakeParameter parameter)
     {
         parameter.name = "P";

@@ -1,4 +1,4 @@
-/// Shared by the tests of the listening server.
+// Shared by the tests of the listening server.
 #pragma once
 
 #include "unitSupport.h"
@@ -25,7 +25,7 @@
 #include <unistd.h>
 #include <utility>
 
-/// The next calls fail with an error, told by errno.
+// The next calls fail with an error, told by errno.
 struct Fault {
     std::atomic<int> error{0};
     std::atomic<int> times{0};
@@ -55,7 +55,7 @@ extern std::function<void()> onAccepted;
 
 inline constexpr std::chrono::milliseconds serverWatchdog{15000};
 
-/// A number that one thread raises and another waits for.
+// A number that one thread raises and another waits for.
 class Counter {
 public:
     void raise()
@@ -81,7 +81,7 @@ private:
     int m_count = 0;
 };
 
-/// The mainframe's end of an event connection, or a listener of somebody else.
+// The mainframe's end of an event connection, or a listener of somebody else.
 class Peer {
 public:
     Peer() : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
@@ -176,8 +176,8 @@ inline int openDescriptors()
     return count;
 }
 
-/// The server in a process of its own for each test: it never ends by itself. GetEventData
-/// reads one byte of its socket for each batch, and fails when there is none to come.
+// The server in a process of its own for each test: it never ends by itself. GetEventData
+// reads one byte of its socket for each batch, and fails when there is none to come.
 class EventServerDeathTest : public ZantoTest {
 protected:
     void SetUp() override
@@ -243,7 +243,7 @@ protected:
     Counter m_bytes;
     Counter m_ended; // event threads
     std::function<void(int socket)> m_onEventThread;
-    /// The event that a byte stands for.
+    // The event that a byte stands for.
     std::function<VEXAHVEventData_t()> m_brings = [] {
         return FakeAccessLibrary::event(-1, -1, "", FakeBytes::of(0), KEEPALIVE);
     };

@@ -1,4 +1,4 @@
-/// Shared by the tests of what events do to the tree.
+// Shared by the tests of what events do to the tree.
 #pragma once
 
 #include "fileSupport.h"
@@ -19,7 +19,7 @@ using Batch = std::vector<VEXAHVEventData_t>;
 
 inline FakeBytes integer(int32_t value) { return FakeBytes::of(value); }
 
-/// The lists of which a scan has been requested since construction, in the order of `names`.
+// The lists of which a scan has been requested since construction, in the order of `names`.
 class RequestedScans {
 public:
     RequestedScans()
@@ -45,8 +45,8 @@ private:
     uint32_t m_before[std::size(lists)] = {};
 };
 
-/// A tree of two channels on a board in slot 1 (slot 0 is empty) and an event connection, on top
-/// of the fixture that a test needs anyhow.
+// A tree of two channels on a board in slot 1 (slot 0 is empty) and an event connection, on top
+// of the fixture that a test needs anyhow.
 template <typename Base> class EventThreadOn : public Base {
 protected:
     void SetUp() override

@@ -86,7 +86,7 @@ std::set<std::string> foldersInUse()
     return folders;
 }
 
-/// A folder of the real /tmp that stays visible in the new one.
+// A folder of the real /tmp that stays visible in the new one.
 class KeptFolder {
 public:
     explicit KeptFolder(const std::string &folder)
@@ -126,7 +126,7 @@ bool mountTmp()
                        [](const KeptFolder &folder) { return folder.putBack(); });
 }
 
-/// Runs before the first test, while the process has one thread, as namespaces demand.
+// Runs before the first test, while the process has one thread, as namespaces demand.
 class PrivateTmp : public ::testing::Environment {
 public:
     void SetUp() override { tmpIsPrivate = enterNamespaces() && mountTmp(); }

@@ -12,8 +12,8 @@ namespace {
 
 bool otherUser = false;
 
-/// Files made by this process belong to another user than the one it runs as, for a scope. No
-/// privilege is needed for it.
+// Files made by this process belong to another user than the one it runs as, for a scope. No
+// privilege is needed for it.
 class OtherUser {
 public:
     OtherUser() { otherUser = true; }
@@ -65,7 +65,7 @@ protected:
         return status.st_mode & 07777U;
     }
 
-    /// Writes to the file at `name` and expects that one whom `old` reached is left behind.
+    // Writes to the file at `name` and expects that one whom `old` reached is left behind.
     static void expectReplaced(const std::string &name, int old)
     {
         ZANTOOutputFile file(name.c_str());

@@ -24,7 +24,7 @@ extern "C" unsigned sleep(unsigned seconds)
 
 namespace {
 
-/// The firmware's port on an address of the loopback network that nobody else uses.
+// The firmware's port on an address of the loopback network that nobody else uses.
 class Firmware : public ZantoTest {
 protected:
     void SetUp() override

@@ -168,7 +168,7 @@ bool asksForAcceptance(const std::string &arguments)
     return arguments.find("\0--accept-golden\0"s) != std::string::npos;
 }
 
-/// Compares with the file, or makes the file what `actual` is when the user has said so.
+// Compares with the file, or makes the file what `actual` is when the user has said so.
 void compare(const std::string &folder, const std::string &file, const std::string &actual)
 {
     const std::string path = folder + "/" + file;

@@ -25,7 +25,7 @@ protected:
         GTEST_FLAG_SET(death_test_style, "threadsafe");
     }
 
-    /// Every kind of call, as few of each as there can be.
+    // Every kind of call, as few of each as there can be.
     static FakeCrate crateOfEveryCall()
     {
         FakeCrate crate = smallFakeCrate();
@@ -41,7 +41,7 @@ off_t printedSoFar()
     return lseek(STDOUT_FILENO, 0, SEEK_CUR);
 }
 
-/// What a process ends with whose build is interrupted.
+// What a process ends with whose build is interrupted.
 enum Outcome { silent = 0, spoke = 11, wentOn = 12, didNotStop = 13, wasNotStopped = 14 };
 
 struct Interruption {

@@ -10,7 +10,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-/// A system with two parameters, an empty slot, and two boards of different channels.
+// A system with two parameters, an empty slot, and two boards of different channels.
 class ItemIndex : public ZantoTest {
 protected:
     void SetUp() override

@@ -20,7 +20,7 @@ constexpr milliseconds watchdog{20000};
 
 using Life = ZantoTest;
 
-/// The start-up's state can only go forward, so each test of its end has a process of its own.
+// The start-up's state can only go forward, so each test of its end has a process of its own.
 class StartupLifeDeathTest : public ZantoTest {
 protected:
     void SetUp() override
@@ -65,7 +65,7 @@ void expectParks(const std::function<void()> &action)
     });
 }
 
-/// Start-up work on a thread that can be held between its checkpoints.
+// Start-up work on a thread that can be held between its checkpoints.
 class Worker {
 public:
     Worker()

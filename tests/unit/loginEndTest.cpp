@@ -16,7 +16,7 @@ using ::testing::ExitedWithCode;
 
 namespace {
 
-/// Each scenario in a child whose standard error tells the logins and logouts.
+// Each scenario in a child whose standard error tells the logins and logouts.
 class LoginEndDeathTest : public StartupFilesTest {
 protected:
     void SetUp() override

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// System with an empty slot between two boards; two channels per board; "Status" everywhere.
+// System with an empty slot between two boards; two channels per board; "Status" everywhere.
 class Lookup : public ZantoTest {
 protected:
     void SetUp() override

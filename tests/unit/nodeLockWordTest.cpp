@@ -13,7 +13,7 @@ constexpr auto record = ZANTONodeLock::record;
 constexpr auto members = ZANTONodeLock::members;
 constexpr auto both = ZANTONodeLock::both;
 
-/// Runs an action on a thread of its own to its end.
+// Runs an action on a thread of its own to its end.
 template <typename Action> void elsewhere(const Action &action) { std::thread(action).join(); }
 
 bool freeForOthers(ZANTONodeLock &lock)

@@ -10,7 +10,7 @@ class NodeLocks : public ZantoTest {};
 
 constexpr time_t longAgo = 1000;
 
-/// A node with a value of long ago, on slot 1, channel 2.
+// A node with a value of long ago, on slot 1, channel 2.
 NodePtr valuedNode(nodeType type, uint32_t wrapperType = VEXAHV_PARAM_NUMERIC)
 {
     NodePtr node = makeItem("VSet", type, wrapperType, nodeAccessReadWrite);
@@ -41,7 +41,7 @@ const struct {
     {nodeTypeSystemCmd, "ExecComm(7, VSet)"},
 };
 
-/// The type codes differ: 1 is a real system property, 0 a numeric parameter.
+// The type codes differ: 1 is a real system property, 0 a numeric parameter.
 NodePtr writableNode(nodeType type)
 {
     if (type == nodeTypeSystemProp)
@@ -193,7 +193,7 @@ TEST_F(NodeLocks, TheResultOfASubscriptionIsThatOfTheCallAlone)
 
 namespace {
 
-/// System with two boards of one channel, each node with a parameter; all values Good.
+// System with two boards of one channel, each node with a parameter; all values Good.
 struct GoodTree {
     NodePtr root = valuedNode(nodeTypeSystemItem);
     std::vector<ZANTONode *> items;
@@ -265,7 +265,7 @@ TEST_F(NodeLocks, AGoodConnectionChangesNoQuality)
 
 namespace {
 
-/// Runs an action on another thread.
+// Runs an action on another thread.
 class Contender {
 public:
     explicit Contender(std::function<void()> action)
@@ -278,8 +278,8 @@ public:
     }
     ~Contender() { m_thread.join(); }
 
-    /// Gives the other thread every chance to run. An action that does not wait for a lock is
-    /// through by then; one that does makes this false always.
+    // Gives the other thread every chance to run. An action that does not wait for a lock is
+    // through by then; one that does makes this false always.
     bool isDoneSoon() const
     {
         while (!m_begun)

@@ -2,7 +2,7 @@
 
 namespace {
 
-/// Counts what the body of a test leaves behind.
+// Counts what the body of a test leaves behind.
 class NodeOwnership : public ::testing::Test {
 protected:
     int nodes() const { return liveNodes() - m_nodesBefore; }

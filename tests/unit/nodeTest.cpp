@@ -13,7 +13,7 @@ NodePtr makeNode(nodeType type)
     return node;
 }
 
-/// A board with three channels.
+// A board with three channels.
 NodePtr boardWithChannels()
 {
     NodePtr board = makeNode(nodeTypeBoardItem);

@@ -15,13 +15,13 @@ ZANTORecordClaim one(bool holdsBlank, std::string_view type, std::string_view na
     return {name, type, "", holdsBlank};
 }
 
-/// An "ao" with its companions.
+// An "ao" with its companions.
 ZANTORecordClaim set(bool holdsBlank, std::string_view name)
 {
     return {name, "ao", "ai", holdsBlank};
 }
 
-/// The positions of the nodes that are left out.
+// The positions of the nodes that are left out.
 std::vector<std::size_t> leftOut(const std::vector<ZANTORecordClaim> &claims)
 {
     const std::vector<bool> out = ZANTONodesLeftOut(claims);

@@ -5,8 +5,8 @@
 
 namespace {
 
-/// CRATE: system parameters; boards at positions 0 to 5, the one at 4 an empty slot; four
-/// channels on the board at 1.
+// CRATE: system parameters; boards at positions 0 to 5, the one at 4 an empty slot; four
+// channels on the board at 1.
 class RecordName : public ZantoTest {
 protected:
     void SetUp() override

@@ -32,7 +32,7 @@ NodePtr setVolt()
     return node;
 }
 
-/// The lines of `text` that hold `part`, without their tabs.
+// The lines of `text` that hold `part`, without their tabs.
 Lines linesWith(const std::string &text, const std::string &part)
 {
     Lines found;

@@ -35,7 +35,7 @@ constexpr uint32_t rw = VEXAHV_MODE_READWRITE;
 const FakeParameter blank = numeric("V Set", rw);
 const FakeParameter pw = onOff("Pw");
 
-/// Two items of one record name and two types: which goes without, and which stays.
+// Two items of one record name and two types: which goes without, and which stays.
 const struct {
     FakeCrate crate;
     const char *told; // in the message

@@ -1,4 +1,4 @@
-/// Shared by the tests of the scan lists.
+// Shared by the tests of the scan lists.
 #pragma once
 
 #include "unitSupport.h"
@@ -17,8 +17,8 @@ inline constexpr int low = 0;
 inline constexpr int medium = 1;
 inline constexpr int high = 2;
 
-/// The IOC's side of one scan list: a thread per priority, and records that show which
-/// version of the data they saw last.
+// The IOC's side of one scan list: a thread per priority, and records that show which
+// version of the data they saw last.
 class FakeIoc {
 public:
     static FakeIoc &instance()
@@ -47,7 +47,7 @@ public:
     }
     void breakTimer() { m_timerWorks = false; }
 
-    /// Takes the oldest pass off the queue and runs it on this thread.
+    // Takes the oldest pass off the queue and runs it on this thread.
     bool runPass(int prio)
     {
         ZANTOScanList *list;
@@ -63,7 +63,7 @@ public:
         return true;
     }
 
-    /// The time is up for the list that wanted to be told; false when none did.
+    // The time is up for the list that wanted to be told; false when none did.
     bool letTimePass()
     {
         ZANTOScanList *list;
@@ -83,7 +83,7 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         return static_cast<int>(m_queues.at(static_cast<std::size_t>(prio)).passes.size());
     }
-    /// Calls that asked for a pass, taken or not.
+    // Calls that asked for a pass, taken or not.
     int asked(int prio) const { return m_queues.at(static_cast<std::size_t>(prio)).asked; }
     int passes(int prio) const { return m_queues.at(static_cast<std::size_t>(prio)).scanned; }
     int seen(int prio) const { return m_queues.at(static_cast<std::size_t>(prio)).seen; }
@@ -91,12 +91,12 @@ public:
     int requestsForAll() const { return m_requestsForAll; }
     int timers() const { return m_timers; }
     double delay() const { return m_delay; }
-    /// What a base that scans all priorities at once has shown of the data.
+    // What a base that scans all priorities at once has shown of the data.
     int seenByAll() const { return m_seenByAll; }
 
-    /// Raised by every change of the data.
+    // Raised by every change of the data.
     std::atomic<int> version{0};
-    /// Runs when a pass has read its records.
+    // Runs when a pass has read its records.
     std::function<void()> duringPass;
 
     static const ZANTOScanServices services;
@@ -196,7 +196,7 @@ class ScanList : public ::testing::Test {
 protected:
     void SetUp() override { ioc.reset(); }
 
-    /// As iocInit leaves it, with a record at each of these priorities.
+    // As iocInit leaves it, with a record at each of these priorities.
     static void start(ZANTOScanList &any, std::initializer_list<int> priorities = {low})
     {
         any.init();
@@ -212,7 +212,7 @@ protected:
     }
     void change() { change(list); }
 
-    /// The IOC works everything off; time passes when it has nothing else to do.
+    // The IOC works everything off; time passes when it has nothing else to do.
     void drain()
     {
         int steps = 0;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Work that notes who did it, and waits as long as the test holds it.
+// Work that notes who did it, and waits as long as the test holds it.
 struct Desk {
     std::mutex mutex;
     std::condition_variable changed;

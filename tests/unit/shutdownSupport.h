@@ -1,4 +1,4 @@
-/// Shared by the tests of how the process ends.
+// Shared by the tests of how the process ends.
 #pragma once
 
 #include "unitSupport.h"
@@ -23,8 +23,8 @@ extern "C" {
 extern drvet *pvar_drvet_drvVEXAZANTO;
 }
 
-/// The ends of a process, each in a child: what it prints comes back as standard error, with
-/// the calls to the library, in order.
+// The ends of a process, each in a child: what it prints comes back as standard error, with
+// the calls to the library, in order.
 class ShutdownDeathTest : public ZantoTest {
 protected:
     void SetUp() override

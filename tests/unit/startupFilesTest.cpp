@@ -167,7 +167,7 @@ TEST_F(StartupFiles, AnyOtherHostTextIsHandedToTheLibrary)
 
 namespace {
 
-/// Something at a path where a file cannot be written.
+// Something at a path where a file cannot be written.
 enum class Obstacle { folder, symbolicLink, danglingLink, fifo };
 constexpr const char *linkTarget = "/tmp/zantoUnitTest.target";
 

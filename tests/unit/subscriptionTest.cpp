@@ -48,7 +48,7 @@ protected:
         return *channel;
     }
 
-    /// Two boards with an empty slot between them.
+    // Two boards with an empty slot between them.
     static void makeCrate()
     {
         addSystemParameters({{"Clear", nodeAccessWrite}, {"A", nodeAccessRead}});
@@ -63,7 +63,7 @@ protected:
     }
 };
 
-/// The system call comes first; nothing else is asked for.
+// The system call comes first; nothing else is asked for.
 void expectSystemList(const FakeAccessLibrary &fake, const std::string &listAndCount)
 {
     EXPECT_EQ(fake.calls(), Lines{"SubscribeSystemParams(7, 5180, " + listAndCount + ")"});

@@ -22,7 +22,7 @@ Lines linesOf(const std::string &text)
     return lines;
 }
 
-/// lengths[i][j]: how many lines the rests from i and from j have in common, in order.
+// lengths[i][j]: how many lines the rests from i and from j have in common, in order.
 std::vector<std::vector<unsigned>> commonLengths(const Lines &a, const Lines &b)
 {
     std::vector<std::vector<unsigned>> lengths(a.size() + 1, std::vector<unsigned>(b.size() + 1));

@@ -12,7 +12,7 @@ namespace {
 
 class TreeBuild : public StartupFilesTest {
 protected:
-    /// Builds from this crate and returns the root.
+    // Builds from this crate and returns the root.
     ZANTONode &build(const FakeCrate &crate)
     {
         fake.setCrate(crate);
@@ -21,7 +21,7 @@ protected:
         return *systemNode;
     }
 
-    /// Builds a crate of one board with one channel, each with this parameter.
+    // Builds a crate of one board with one channel, each with this parameter.
     ZANTONode &buildWith(const FakeParameter &parameter)
     {
         FakeCrate crate;

@@ -1,4 +1,4 @@
-/// What the server's unit tests share.
+// What the server's unit tests share.
 #pragma once
 
 #include "FakeAccessLibrary.h"
@@ -19,7 +19,7 @@ using Lines = std::vector<std::string>;
 
 constexpr int32_t crateHandle = FakeAccessLibrary::handle;
 
-/// Standard output for a scope, into memory: no file is made anywhere.
+// Standard output for a scope, into memory: no file is made anywhere.
 class StdoutCapture {
 public:
     StdoutCapture();
@@ -27,7 +27,7 @@ public:
     StdoutCapture(const StdoutCapture &) = delete;
     StdoutCapture &operator=(const StdoutCapture &) = delete;
 
-    /// Ends the capture.
+    // Ends the capture.
     std::string text();
 
 private:
@@ -37,17 +37,17 @@ private:
     int m_stdout;
 };
 
-/// What `action` prints at this debug level.
+// What `action` prints at this debug level.
 std::string printedAt(int16_t level, const std::function<void()> &action);
-/// `action` prints exactly `text` at debug level `from` and nothing at the level below.
+// `action` prints exactly `text` at debug level `from` and nothing at the level below.
 void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action);
 
-/// How many ZANTONode or ZANTONodeProperty objects live on the heap, told by their size: right
-/// as a difference around code that makes and deletes them.
+// How many ZANTONode or ZANTONodeProperty objects live on the heap, told by their size: right
+// as a difference around code that makes and deletes them.
 int liveNodes();
 int liveProperties();
 
-/// Allocations of `from` to `to` bytes fail, for a scope.
+// Allocations of `from` to `to` bytes fail, for a scope.
 class AllocationFailure {
 public:
     AllocationFailure(std::size_t from, std::size_t to);
@@ -56,7 +56,7 @@ public:
     AllocationFailure &operator=(const AllocationFailure &) = delete;
 };
 
-/// The `n`-th allocation from here on fails, whoever makes it but the fake library, for a scope.
+// The `n`-th allocation from here on fails, whoever makes it but the fake library, for a scope.
 class NthAllocationFailure {
 public:
     explicit NthAllocationFailure(int64_t n);
@@ -67,11 +67,11 @@ public:
     bool happened() const;
 };
 
-/// The process as at its start, whatever has ended before.
+// The process as at its start, whatever has ended before.
 void beginNewLife();
 
-/// The fake library with an empty crate, no tree, no debug output. Afterwards every buffer of
-/// the library must have been released once and every node been deleted.
+// The fake library with an empty crate, no tree, no debug output. Afterwards every buffer of
+// the library must have been released once and every node been deleted.
 class ZantoTest : public ::testing::Test {
 protected:
     void SetUp() override;
@@ -83,7 +83,7 @@ private:
     int m_nodesBefore = 0;
 };
 
-/// Nodes or properties as the builders return them: owned from here on.
+// Nodes or properties as the builders return them: owned from here on.
 template <typename T> std::vector<std::unique_ptr<T>> owned(const std::vector<T *> &items)
 {
     return std::vector<std::unique_ptr<T>>(items.begin(), items.end());
@@ -96,14 +96,14 @@ template <typename T> variant variantOf(const T &value)
     return v;
 }
 
-/// A node with what makes a record of it: name, kind, library type code and access.
+// A node with what makes a record of it: name, kind, library type code and access.
 NodePtr makeItem(const std::string &name, nodeType type, uint32_t wrapperType,
                  nodeAccessRights access);
-/// A node without anything but name and kind, to be given to a parent.
+// A node without anything but name and kind, to be given to a parent.
 ZANTONode *bareNode(const std::string &name, nodeType type);
 
-/// "type name" of each record that a database text defines.
+// "type name" of each record that a database text defines.
 Lines recordsIn(const std::string &database);
 
-/// `text` repeated as it stands, for long names and texts.
+// `text` repeated as it stands, for long names and texts.
 std::string repeated(const std::string &text, int times);

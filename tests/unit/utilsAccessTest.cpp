@@ -7,7 +7,7 @@ namespace {
 
 class Access : public ZantoTest {
 protected:
-    /// One board in slot 1 with two channels, and the system: each with an item P of this type.
+    // One board in slot 1 with two channels, and the system: each with an item P of this type.
     void makeItems(uint32_t type, const FakeBytes &value)
     {
         FakeParameter parameter;
@@ -61,7 +61,7 @@ const struct {
      "Error getting [P] channel parameter\n", "Error setting [P] channel parameter - res = 5\n"},
 };
 
-/// The whole of a variant: the bits that a getter of the stored type reads are in here.
+// The whole of a variant: the bits that a getter of the stored type reads are in here.
 void expectContent(const variant &value, uint32_t bits, const std::string &text)
 {
     EXPECT_EQ(value.toUInt(), bits);

@@ -20,7 +20,7 @@ void put(ZANTOValueCell &cell, const variant &value, time_t timestamp = longAgo)
     cell.set(std::move(whole));
 }
 
-/// 40 bytes, each an "x" before the copy.
+// 40 bytes, each an "x" before the copy.
 std::string shownBy(const ZANTOValueCell &cell)
 {
     char shown[40];
