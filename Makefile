@@ -40,7 +40,7 @@ bench:
 help:
 	@echo "make demo     set up, build, and show the server with a simulated crate"
 	@echo "make test     set up, build, and run all tests"
-	@echo "make check    make test, then layers, linters and sanitizers"
+	@echo "make check    make test, then layers, layout, linters and sanitizers"
 	@echo "make bench    set up, build, and run the benchmarks"
 	@echo "make setup    install missing Debian packages, see to EPICS base"
 	@echo "make          build, with the EPICS_BASE of the environment or of"
