@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "../protocol/operations.h"
+#include "protocol/operations.h"
 
 namespace sim::accesslib {
 

@@ -1,7 +1,7 @@
 // Events from the socket that the caller accepted.
 #include <algorithm>
 
-#include "../protocol/events.h"
+#include "protocol/events.h"
 #include "boundary.h"
 
 using namespace sim;

@@ -11,7 +11,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "../protocol/codec.h"
+#include "protocol/codec.h"
 #include "socket.h"
 
 namespace sim::accesslib {

@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "../protocol/controlpath.h"
+#include "protocol/controlpath.h"
 
 namespace sim::daemon {
 

@@ -5,8 +5,8 @@
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
-#include "../description/cratefile.h"
-#include "../model/defaultcrate.h"
+#include "description/cratefile.h"
+#include "model/defaultcrate.h"
 #include "arguments.h"
 
 namespace {

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "../description/faultorder.h"
-#include "control.h"
+#include "faults/order.h"
+#include "control/port.h"
 #include "session.h"
-#include "world.h"
+#include "simulation/world.h"
 
 namespace sim::daemon {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <spdlog/spdlog.h>
 
-#include "calls.h"
+#include "calls/calls.h"
 
 namespace sim::daemon {
 

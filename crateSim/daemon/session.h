@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "../protocol/codec.h"
-#include "world.h"
+#include "protocol/codec.h"
+#include "simulation/world.h"
 
 namespace sim::daemon {
 

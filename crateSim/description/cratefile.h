@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "../model/description.h"
-#include "faultorder.h"
+#include "faults/order.h"
 #include "yamltree.h"
 
 namespace sim {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "../model/description.h"
-#include "faultorder.h"
+#include "faults/order.h"
 #include "fields.h"
 #include "usual.h"
 

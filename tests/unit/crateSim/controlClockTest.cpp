@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "controller.h"
-#include "daemon/crateclock.h"
+#include "simulation/clock.h"
 
 using namespace crateTest;
 using testing::HasSubstr;

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 
 #include "controller.h"
-#include "daemon/nearest.h"
-#include "daemon/placeitems.h"
+#include "control/nearest.h"
+#include "control/placeitems.h"
 #include "model/words.h"
 
 using namespace crateTest;

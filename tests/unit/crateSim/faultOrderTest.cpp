@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "description/faultorder.h"
+#include "faults/order.h"
 
 namespace {
 

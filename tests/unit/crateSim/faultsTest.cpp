@@ -1,8 +1,8 @@
 // Orders of misbehaviour: which call or byte they hit, and what is left of them.
 #include <gtest/gtest.h>
 
-#include "daemon/brokenanswers.h"
-#include "daemon/streamfaults.h"
+#include "faults/brokenanswers.h"
+#include "faults/stream.h"
 
 using namespace sim;
 using namespace sim::daemon;

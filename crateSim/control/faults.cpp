@@ -1,0 +1,102 @@
+// Misbehaviour to order.
+#include <spdlog/spdlog.h>
+
+#include "fields.h"
+#include "tables.h"
+
+namespace sim::daemon {
+
+namespace {
+
+using nlohmann::json;
+
+FaultFieldValue fieldValue(const std::string &name, const json &value)
+{
+    if (value.is_boolean())
+        return value.get<bool>();
+    if (value.is_number_integer())
+        return value.get<int64_t>();
+    if (value.is_number())
+        return value.get<double>();
+    if (value.is_string())
+        return value.get<std::string>();
+    throw ControlError("\"" + name + "\" is neither number nor text");
+}
+
+// Every field but the command's name belongs to the order.
+FaultOrder orderOf(const json &request)
+{
+    FaultFields fields;
+    for (const auto &[name, value] : request.items())
+        if (name != "cmd")
+            fields[name] = fieldValue(name, value);
+    std::vector<FaultProblem> problems;
+    const auto order = readFaultOrder(fields, problems);
+    if (!order)
+        throw ControlError(problems.front().text);
+    return *order;
+}
+
+json toJson(const FaultOrder &order)
+{
+    json fields = json::object();
+    for (const auto &[name, value] : faultFields(order))
+        std::visit([&, &key = name](const auto &field) { fields[key] = field; }, value);
+    return fields;
+}
+
+json orderFault(World &world, const json &request)
+{
+    const FaultOrder order = orderOf(request);
+    spdlog::info("fault ordered: {}", toJson(order).dump());
+    world.orderFault(order);
+    return json::object();
+}
+
+json showFaults(World &world, const json &)
+{
+    json active = json::array();
+    for (const auto &order : world.activeFaults())
+        active.push_back(toJson(order));
+    return {{"active", active}, {"counts", faultCounts(world.statistics.faults)}};
+}
+
+json clearFaults(World &world, const json &request)
+{
+    if (!request.contains("kind")) {
+        world.clearFaults(std::nullopt);
+        return json::object();
+    }
+    const std::string name = textField(request, "kind");
+    const auto kind = findFaultKind(name);
+    if (!kind)
+        throw ControlError("\"" + name + "\" is no kind of fault");
+    world.clearFaults(kind);
+    return json::object();
+}
+
+} // namespace
+
+const CommandTable &faultCommands()
+{
+    static const CommandTable table = {
+        {"clear-faults", clearFaults},
+        {"fault", orderFault},
+        {"faults", showFaults},
+    };
+    return table;
+}
+
+// Kinds that have never been applied are left out.
+nlohmann::json faultCounts(const FaultCounts &counts)
+{
+    auto fields = nlohmann::json::object();
+    for (size_t index = 0; index < static_cast<size_t>(FaultKind::Count_); ++index) {
+        const auto kind = static_cast<FaultKind>(index);
+        if (counts.of(kind) > 0)
+            fields[std::string(faultKindName(kind))] = counts.of(kind);
+    }
+    return fields;
+}
+
+} // namespace sim::daemon

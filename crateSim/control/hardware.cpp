@@ -1,0 +1,112 @@
+// What happens to boards and channels from outside.
+#include <algorithm>
+
+#include "model/words.h"
+#include "fields.h"
+#include "tables.h"
+#include "nearest.h"
+#include "placeitems.h"
+
+namespace sim::daemon {
+
+namespace {
+
+using nlohmann::json;
+
+void requireAt(const World &world, Address address, Result result)
+{
+    if (result != Result::Ok)
+        throw ControlError(reasonAt(world.crate, address, result));
+}
+
+json trip(World &world, const json &request)
+{
+    const bool external = boolField(request, "external", false);
+    const Address address = addressOf(request);
+    requireAt(world, address,
+              world.crate.tripChannel(address, external ? channelbit::ExternalTrip
+                                                        : channelbit::InternalTrip));
+    return json::object();
+}
+
+template <size_t size>
+uint32_t bitNamed(const std::array<StatusWord, size> &words, const std::string &name)
+{
+    std::vector<std::string_view> settable;
+    for (const auto &[bit, word, isCondition] : words) {
+        if (isCondition && word == name)
+            return bit;
+        if (isCondition)
+            settable.push_back(word);
+    }
+    throw ControlError("\"" + name + "\" is no condition that can be set" +
+                       suggestion(name, settable));
+}
+
+template <size_t size>
+uint32_t bitNumbered(const std::array<StatusWord, size> &words, int32_t number)
+{
+    const auto found = std::find_if(words.begin(), words.end(), [number](const StatusWord &each) {
+        return each.isCondition && number < 32 && each.bit == 1u << number;
+    });
+    if (found == words.end())
+        throw ControlError("\"bit\" is missing or no condition that can be set");
+    return found->bit;
+}
+
+// "name", or the number of the status bit from 0.
+template <size_t size>
+uint32_t conditionBit(const std::array<StatusWord, size> &words, const json &request)
+{
+    return request.contains("name") ? bitNamed(words, textField(request, "name"))
+                                    : bitNumbered(words, countField(request, "bit", 32));
+}
+
+// Raises or drops a status bit from outside. Without a channel it is the
+// board's.
+json condition(World &world, const json &request)
+{
+    const Address address = addressOf(request);
+    const bool on = boolField(request, "on", true);
+    if (address.channel < 0) {
+        const uint32_t bit = conditionBit(boardStatusWords, request);
+        requireAt(world, address, world.crate.setBoardCondition(address.slot, bit, on));
+    } else {
+        const uint32_t bit = conditionBit(channelStatusWords, request);
+        requireAt(world, address, world.crate.setChannelCondition(address, bit, on));
+    }
+    return json::object();
+}
+
+json remove(World &world, const json &request)
+{
+    const Address address = addressOf(request);
+    requireAt(world, address, world.crate.removeBoard(address.slot));
+    return json::object();
+}
+
+json insert(World &world, const json &request)
+{
+    const Address address = addressOf(request);
+    const Result result = world.crate.insertBoard(address.slot);
+    if (result == Result::Refused)
+        throw ControlError("the board in slot " + std::to_string(address.slot) +
+                           " is in its place already");
+    requireAt(world, address, result);
+    return json::object();
+}
+
+} // namespace
+
+const CommandTable &hardwareCommands()
+{
+    static const CommandTable table = {
+        {"condition", condition},
+        {"insert", insert},
+        {"remove", remove},
+        {"trip", trip},
+    };
+    return table;
+}
+
+} // namespace sim::daemon

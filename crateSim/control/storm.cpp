@@ -1,0 +1,90 @@
+// Events in great number.
+#include <algorithm>
+#include <cmath>
+#include <spdlog/spdlog.h>
+
+#include "fields.h"
+#include "tables.h"
+
+namespace sim::daemon {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr double highestRate = 1e7;
+constexpr double longestStorm = 1e6;
+constexpr int32_t largestShare = 1000000;
+
+double numberUpTo(const json &request, const char *name, double highest)
+{
+    const double number = numberField(request, name);
+    if (!(number >= 0 && number <= highest))
+        throw ControlError("\"" + std::string(name) + "\" is not from 0 to " +
+                           json(highest).dump());
+    return number;
+}
+
+StormMix mixOf(const json &request)
+{
+    const auto found = request.find("mix");
+    if (found == request.end())
+        return usualMix;
+    if (!found->is_object())
+        throw ControlError("\"mix\" is no object");
+    StormMix mix{};
+    for (const auto &[name, share] : found->items()) {
+        const auto kind = std::find(stormKindNames.begin(), stormKindNames.end(), name);
+        if (kind == stormKindNames.end())
+            throw ControlError("\"mix\" has no kind \"" + name + "\"");
+        if (!share.is_number_integer() || share < 0 || share > largestShare)
+            throw ControlError("the share of \"" + name + "\" is no integer from 0 to " +
+                               std::to_string(largestShare));
+        mix[static_cast<size_t>(kind - stormKindNames.begin())] = share.get<uint32_t>();
+    }
+    if (mix == StormMix{})
+        throw ControlError("\"mix\" is all 0");
+    return mix;
+}
+
+json storm(World &world, const json &request)
+{
+    StormOrder order;
+    order.rate = numberUpTo(request, "rate", highestRate);
+    order.mix = mixOf(request);
+    order.batch = static_cast<uint64_t>(countField(request, "batch", 0));
+    if (order.batch > wire::maxBatchRecords)
+        throw ControlError("\"batch\" is above " + std::to_string(wire::maxBatchRecords));
+    const double seconds =
+        request.contains("seconds") ? numberUpTo(request, "seconds", longestStorm) : 0;
+    if (seconds > 0)
+        order.length = Duration(std::llround(seconds * 1e9));
+    if (order.rate == 0) {
+        world.stormMaker.stop();
+        spdlog::info("storm stopped");
+        return json::object();
+    }
+    spdlog::info("storm of {} events per second", order.rate);
+    world.stormMaker.start(order);
+    if (world.onStorm)
+        world.onStorm();
+    return json::object();
+}
+
+} // namespace
+
+const CommandTable &stormCommands()
+{
+    static const CommandTable table = {{"storm", storm}};
+    return table;
+}
+
+nlohmann::json stormState(const Storm &storm)
+{
+    return {{"running", storm.isRunning()},
+            {"rate", storm.rate()},
+            {"sent", storm.sent()},
+            {"dropped", storm.dropped()}};
+}
+
+} // namespace sim::daemon

@@ -1,0 +1,103 @@
+// Requests that are answered later.
+#include "fields.h"
+#include "tables.h"
+
+namespace sim::daemon {
+
+namespace {
+
+using nlohmann::json;
+
+Waits::Condition callCondition(World &world, const json &request)
+{
+    const auto operation = operationField(request, "call");
+    const auto count = static_cast<uint64_t>(countField(request, "count", 1));
+    return [&world, operation, count] { return world.statistics.calls(operation) >= count; };
+}
+
+Waits::Condition connectionCondition(World &world, const json &request)
+{
+    const auto count = static_cast<size_t>(countField(request, "eventConnections", 1));
+    return [&world, count] { return world.connectedLinks() == count; };
+}
+
+Waits::Condition sessionCondition(World &world, const json &request)
+{
+    const auto count = static_cast<size_t>(countField(request, "sessions", 1));
+    return [&world, count] { return world.sessions == count; };
+}
+
+Waits::Condition faultCondition(World &world, const json &request)
+{
+    const std::string name = textField(request, "fault");
+    const auto kind = findFaultKind(name);
+    if (!kind)
+        throw ControlError("\"" + name + "\" is no kind of fault");
+    const auto count = static_cast<uint64_t>(countField(request, "count", 1));
+    return [&world, kind = *kind, count] { return world.statistics.faults.of(kind) >= count; };
+}
+
+bool matches(const Value &value, const json &wanted, double tolerance)
+{
+    if (wanted.is_string())
+        return toText(value) == wanted.get<std::string>();
+    return std::abs(toNumber(value) - wanted.get<double>()) <= tolerance;
+}
+
+// "value" with "tolerance", or "bits" that all have to be set.
+Waits::Condition valueCondition(World &world, const json &request)
+{
+    const ItemId id = itemOf(world.crate, request);
+    if (request.contains("bits")) {
+        const Item &item = world.crate.items().item(id);
+        if (item.shape != Shape::Signed && item.shape != Shape::Unsigned)
+            throw ControlError("\"" + std::string(item.name) + "\" is no word of bits");
+        const auto bits = static_cast<uint32_t>(countField(request, "bits", 0));
+        return [&world, id, bits] {
+            const auto status = static_cast<int64_t>(toNumber(world.crate.items().value(id)));
+            return (static_cast<uint32_t>(status) & bits) == bits;
+        };
+    }
+    const json wanted = request.value("value", json());
+    if (!wanted.is_number() && !wanted.is_string())
+        throw ControlError("\"value\" is missing or neither number nor text");
+    const json tolerance = request.value("tolerance", json(0.0));
+    if (!tolerance.is_number())
+        throw ControlError("\"tolerance\" is no number");
+    return [&world, id, wanted, tolerance = tolerance.get<double>()] {
+        return matches(world.crate.items().value(id), wanted, tolerance);
+    };
+}
+
+Waits::Condition conditionOf(World &world, const json &request)
+{
+    if (request.contains("call"))
+        return callCondition(world, request);
+    if (request.contains("fault"))
+        return faultCondition(world, request);
+    if (request.contains("eventConnections"))
+        return connectionCondition(world, request);
+    if (request.contains("sessions"))
+        return sessionCondition(world, request);
+    return valueCondition(world, request);
+}
+
+std::chrono::milliseconds timeoutOf(const json &request)
+{
+    constexpr double longest = 3600;
+    const json seconds = request.value("timeout", json(10.0));
+    if (!seconds.is_number() || !(seconds >= 0.0 && seconds <= longest))
+        throw ControlError("\"timeout\" is no number of seconds from 0 to 3600");
+    return std::chrono::milliseconds(static_cast<int64_t>(seconds.get<double>() * 1000));
+}
+
+} // namespace
+
+void wait(const ControlContext &context, const json &request, const Reply &reply)
+{
+    context.waits.add(conditionOf(context.world, request), timeoutOf(request), [reply](bool held) {
+        reply(held ? success(json::object()) : failure("timed out"));
+    });
+}
+
+} // namespace sim::daemon

@@ -1,0 +1,103 @@
+#include "active.h"
+
+#include <algorithm>
+
+namespace sim::daemon {
+
+ActiveFaults::iterator useUp(ActiveFaults &faults, ActiveFaults::iterator fault)
+{
+    int64_t &count = fault->order.count;
+    if (count == 1)
+        return faults.erase(fault);
+    if (count > 1)
+        --count;
+    return ++fault;
+}
+
+void clearFaults(ActiveFaults &faults, std::optional<FaultKind> kind)
+{
+    const auto meant = [&](const ActiveFault &each) { return !kind || each.order.kind == *kind; };
+    faults.erase(std::remove_if(faults.begin(), faults.end(), meant), faults.end());
+}
+
+bool isOfEvents(FaultKind kind)
+{
+    switch (kind) {
+    case FaultKind::DropEvents:
+    case FaultKind::ResetEvents:
+    case FaultKind::HalfCloseEvents:
+    case FaultKind::SplitEvents:
+    case FaultKind::GarbageEvents:
+    case FaultKind::UnknownEvents: return true;
+    default: return false;
+    }
+}
+
+bool isOfAllConnections(const FaultOrder &order)
+{
+    const bool isRepeated =
+        order.kind == FaultKind::SplitEvents || order.kind == FaultKind::UnknownEvents;
+    return isRepeated && order.count == 0;
+}
+
+// Orders of one kind happen one after the other, but each one counts the calls
+// that it lets pass from its own beginning.
+std::optional<FaultOrder> Faults::take(FaultKind kind, const Meant &meant)
+{
+    std::optional<FaultOrder> taken;
+    for (auto each = m_active.begin(); each != m_active.end();) {
+        if (each->order.kind == kind && meant(each->order)) {
+            if (each->order.after > 0) {
+                --each->order.after;
+            } else if (!taken) {
+                taken = each->order;
+                m_counts.add(kind);
+                each = useUp(m_active, each);
+                continue;
+            }
+        }
+        ++each;
+    }
+    return taken;
+}
+
+bool Faults::takeRefusal()
+{
+    return take(FaultKind::RefuseLogins, [](const FaultOrder &) { return true; }).has_value();
+}
+
+CallFault Faults::takeCall(wire::Operation operation)
+{
+    const auto meant = [operation](const FaultOrder &order) {
+        return !order.operation || *order.operation == operation;
+    };
+    CallFault fault;
+    if (const auto delay = take(FaultKind::Delay, meant))
+        fault.delay = std::chrono::milliseconds(delay->milliseconds);
+    fault.hangs = take(FaultKind::Hang, meant).has_value();
+    if (const auto failure = take(FaultKind::Fail, meant))
+        fault.code = static_cast<int32_t>(failure->code);
+    return fault;
+}
+
+std::optional<FaultAnswer> Faults::takeAnswer(wire::Operation operation, const Possible &possible)
+{
+    const auto taken = take(FaultKind::Answer, [&](const FaultOrder &order) {
+        return (!order.operation || *order.operation == operation) && possible(order.answer);
+    });
+    return taken ? std::optional(taken->answer) : std::nullopt;
+}
+
+ActiveFaults Faults::takeForConnection()
+{
+    ActiveFaults taken;
+    for (auto each = m_active.begin(); each != m_active.end();) {
+        const bool ofEvents = isOfEvents(each->order.kind);
+        if (ofEvents)
+            taken.push_back(*each);
+        each = ofEvents && !isOfAllConnections(each->order) ? m_active.erase(each) : each + 1;
+    }
+    return taken;
+}
+
+} // namespace sim::daemon

@@ -1,0 +1,16 @@
+#include "clock.h"
+
+#include <cmath>
+
+namespace sim::daemon {
+
+bool CrateClock::setSpeed(double factor)
+{
+    if (!(factor >= slowest && factor <= fastest))
+        return false;
+    m_speed = factor;
+    m_modelStep = Duration(std::llround(static_cast<double>(m_tick.count()) * factor));
+    return true;
+}
+
+} // namespace sim::daemon
