@@ -40,7 +40,7 @@ void eventsToOneSubscriber(benchmark::State &state)
     if (!subscriber.subscribe(login.handle, description, "VMon") || !subscriber.accept())
         return state.SkipWithError("no subscription");
     crate.on([&](auto &world) {
-        sim::daemon::StormOrder order;
+        sim::StormOrder order;
         order.rate = static_cast<double>(state.range(0));
         world.stormMaker.start(order);
         world.onStorm();

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace sim::daemon {
+namespace sim::calls {
 
 namespace {
 
@@ -71,4 +71,4 @@ Value parameterValue(Shape shape, uint32_t word)
     return *numberOf<int32_t>(bytesOf(word));
 }
 
-} // namespace sim::daemon
+} // namespace sim::calls

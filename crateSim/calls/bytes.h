@@ -8,7 +8,7 @@
 #include "model/codes.h"
 #include "model/value.h"
 
-namespace sim::daemon {
+namespace sim::calls {
 
 // The object representation of a number.
 template <class Number> std::string bytesOf(Number number)
@@ -26,4 +26,4 @@ std::optional<Value> propertyValue(PropertyType type, const std::string &bytes);
 std::string parameterBytes(const Value &value);
 Value parameterValue(Shape shape, uint32_t word);
 
-} // namespace sim::daemon
+} // namespace sim::calls

@@ -7,7 +7,7 @@
 #include "handlers.h"
 #include "text.h"
 
-namespace sim::daemon {
+namespace sim::calls {
 
 namespace {
 
@@ -106,4 +106,4 @@ std::string answerCall(Session &session, std::string_view payload, std::optional
     return wire::makeAnswer(result, wire::packBody(wire::Nothing()));
 }
 
-} // namespace sim::daemon
+} // namespace sim::calls

@@ -8,8 +8,12 @@
 #include "faults/active.h"
 
 namespace sim::daemon {
-
 class Session;
+}
+
+namespace sim::calls {
+
+using daemon::Session;
 
 // What the call in the payload has to suffer. Throws wire::BadFrame when the
 // payload cannot be understood.
@@ -19,4 +23,4 @@ CallFault takeCallFault(Faults &faults, std::string_view payload);
 // with it and is not carried out. Throws wire::BadFrame.
 std::string answerCall(Session &session, std::string_view payload, std::optional<int32_t> code);
 
-} // namespace sim::daemon
+} // namespace sim::calls

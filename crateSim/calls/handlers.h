@@ -5,7 +5,9 @@
 #include "protocol/codec.h"
 #include "daemon/session.h"
 
-namespace sim::daemon {
+namespace sim::calls {
+
+using daemon::Session;
 
 struct Outcome {
     Result result = Result::Ok;
@@ -41,4 +43,4 @@ Outcome setChannelParameter(Session &session, const wire::SetChannelParameterReq
 Outcome subscribe(Session &session, const wire::SubscriptionRequest &request);
 Outcome unsubscribe(Session &session, const wire::SubscriptionRequest &request);
 
-} // namespace sim::daemon
+} // namespace sim::calls

@@ -5,7 +5,7 @@
 #include "bytes.h"
 #include "handlers.h"
 
-namespace sim::daemon {
+namespace sim::calls {
 
 namespace {
 
@@ -179,4 +179,4 @@ Outcome setChannelName(Session &session, const wire::SetChannelNameRequest &requ
     return answerless(Result::Ok);
 }
 
-} // namespace sim::daemon
+} // namespace sim::calls

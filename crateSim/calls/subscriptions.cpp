@@ -5,7 +5,7 @@
 #include "protocol/lists.h"
 #include "handlers.h"
 
-namespace sim::daemon {
+namespace sim::calls {
 
 namespace {
 
@@ -61,4 +61,4 @@ Outcome unsubscribe(Session &session, const wire::SubscriptionRequest &request)
     return outcome;
 }
 
-} // namespace sim::daemon
+} // namespace sim::calls

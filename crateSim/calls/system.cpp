@@ -6,7 +6,7 @@
 #include "bytes.h"
 #include "handlers.h"
 
-namespace sim::daemon {
+namespace sim::calls {
 
 namespace {
 
@@ -124,4 +124,4 @@ Outcome crateMap(Session &session, const wire::Nothing &)
     return succeeded(map);
 }
 
-} // namespace sim::daemon
+} // namespace sim::calls

@@ -3,7 +3,7 @@
 #include "model/crate.h"
 #include "bytes.h"
 
-namespace sim::daemon {
+namespace sim::calls {
 
 namespace {
 
@@ -154,4 +154,4 @@ std::string callText(const Crate &, wire::Operation op, const wire::Subscription
     return called(op, arguments);
 }
 
-} // namespace sim::daemon
+} // namespace sim::calls

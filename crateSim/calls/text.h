@@ -11,7 +11,7 @@ namespace sim {
 class Crate;
 }
 
-namespace sim::daemon {
+namespace sim::calls {
 
 std::string callText(const Crate &crate, wire::Operation op, const wire::LoginRequest &request);
 std::string callText(const Crate &crate, wire::Operation op, const wire::Nothing &request);
@@ -36,4 +36,4 @@ std::string callText(const Crate &crate, wire::Operation op,
 std::string callText(const Crate &crate, wire::Operation op,
                      const wire::SubscriptionRequest &request);
 
-} // namespace sim::daemon
+} // namespace sim::calls

@@ -5,7 +5,7 @@
 #include "fields.h"
 #include "tables.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -76,4 +76,4 @@ void step(const ControlContext &context, const json &request, const Reply &reply
     stepOn(context, stepField(request), reply);
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

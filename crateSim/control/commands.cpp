@@ -3,7 +3,7 @@
 #include "fields.h"
 #include "tables.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -64,4 +64,4 @@ void runControlCommand(const ControlContext &context, const std::string &line, c
     }
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -7,7 +7,7 @@
 #include "waits.h"
 #include "simulation/world.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 // Gets the answer exactly once, at once or later.
 using Reply = std::function<void(const nlohmann::json &answer)>;
@@ -27,4 +27,4 @@ void runControlCommand(const ControlContext &context, const std::string &line, c
 nlohmann::json success(nlohmann::json fields);
 nlohmann::json failure(const std::string &text);
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -4,7 +4,7 @@
 #include "fields.h"
 #include "tables.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -99,4 +99,4 @@ nlohmann::json faultCounts(const FaultCounts &counts)
     return fields;
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -6,7 +6,7 @@
 #include "faults/order.h"
 #include "placeitems.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 using nlohmann::json;
 
@@ -110,4 +110,4 @@ Value fromJson(Shape shape, const json &value)
     return fromNumber(shape, number);
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

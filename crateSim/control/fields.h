@@ -8,7 +8,7 @@
 #include "model/crate.h"
 #include "protocol/operations.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 // Its text is for the user.
 class ControlError : public std::runtime_error {
@@ -34,4 +34,4 @@ Value fromJson(Shape shape, const nlohmann::json &json);
 // The item that slot, channel and name of a request stand for.
 ItemId itemOf(const Crate &crate, const nlohmann::json &request);
 
-} // namespace sim::daemon
+} // namespace sim::control

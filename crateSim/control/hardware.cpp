@@ -7,7 +7,7 @@
 #include "nearest.h"
 #include "placeitems.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -109,4 +109,4 @@ const CommandTable &hardwareCommands()
     return table;
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

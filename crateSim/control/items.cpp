@@ -6,7 +6,7 @@
 #include "nearest.h"
 #include "placeitems.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -73,4 +73,4 @@ const CommandTable &itemCommands()
     return table;
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <numeric>
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -53,4 +53,4 @@ std::string suggestion(std::string_view name, const std::vector<std::string_view
     return nearest.empty() ? nearest : "; did you mean \"" + nearest + "\"?";
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

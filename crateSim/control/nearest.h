@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace sim::daemon {
+namespace sim::control {
 
 // Letters to insert, drop or replace on the way from one name to the other; a
 // letter's case does not count.
@@ -17,4 +17,4 @@ std::string nearestName(std::string_view name, const std::vector<std::string_vie
 // "; did you mean "..."?", or nothing.
 std::string suggestion(std::string_view name, const std::vector<std::string_view> &candidates);
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -4,7 +4,7 @@
 
 #include "nearest.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -92,4 +92,4 @@ std::string unitSymbol(Unit unit, int16_t exponent)
     }
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

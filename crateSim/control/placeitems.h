@@ -7,7 +7,7 @@
 
 #include "model/crate.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 // In the order of the description; empty when there is no such place.
 std::vector<ItemId> itemsAt(const Crate &crate, Address address);
@@ -21,4 +21,4 @@ std::string reasonAt(const Crate &crate, Address address, Result result,
 // Symbol with the prefix for the exponent, as in "uA"; empty without a unit.
 std::string unitSymbol(Unit unit, int16_t exponent);
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -6,7 +6,7 @@
 
 #include "commands.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -122,4 +122,4 @@ void ControlPort::accept()
     });
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -11,7 +11,7 @@
 #include "waits.h"
 #include "simulation/world.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 using Json = nlohmann::json;
 using Local = asio::local::stream_protocol;
@@ -35,4 +35,4 @@ private:
     Local::acceptor m_acceptor;
 };
 
-} // namespace sim::daemon
+} // namespace sim::control

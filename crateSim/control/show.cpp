@@ -6,7 +6,7 @@
 #include "tables.h"
 #include "placeitems.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -187,4 +187,4 @@ const CommandTable &showCommands()
     return table;
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

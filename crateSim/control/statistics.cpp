@@ -2,7 +2,7 @@
 #include "fields.h"
 #include "tables.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -97,4 +97,4 @@ const CommandTable &statisticsCommands()
     return table;
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -6,7 +6,7 @@
 #include "fields.h"
 #include "tables.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -87,4 +87,4 @@ nlohmann::json stormState(const Storm &storm)
             {"dropped", storm.dropped()}};
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

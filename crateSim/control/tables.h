@@ -8,7 +8,7 @@
 
 #include "commands.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 // Commands that answer at once return the answer's fields and throw
 // ControlError for what cannot be done.
@@ -35,4 +35,4 @@ nlohmann::json stormState(const Storm &storm);
 void step(const ControlContext &context, const nlohmann::json &request, const Reply &reply);
 void wait(const ControlContext &context, const nlohmann::json &request, const Reply &reply);
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -2,7 +2,7 @@
 #include "fields.h"
 #include "tables.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 namespace {
 
@@ -100,4 +100,4 @@ void wait(const ControlContext &context, const json &request, const Reply &reply
     });
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-namespace sim::daemon {
+namespace sim::control {
 
 void Waits::add(Condition condition, std::chrono::milliseconds timeout, Done done)
 {
@@ -36,4 +36,4 @@ void Waits::check()
         wait->done(true);
 }
 
-} // namespace sim::daemon
+} // namespace sim::control

@@ -7,7 +7,7 @@
 
 #include "events/net.h"
 
-namespace sim::daemon {
+namespace sim::control {
 
 class Waits {
 public:
@@ -33,4 +33,4 @@ private:
     std::list<std::shared_ptr<Wait>> m_waits;
 };
 
-} // namespace sim::daemon
+} // namespace sim::control

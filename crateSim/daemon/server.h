@@ -65,7 +65,7 @@ private:
     const std::chrono::milliseconds m_tick;
     uint16_t m_port = 0;
     std::vector<std::shared_ptr<Session>> m_sessions;
-    std::optional<ControlPort> m_control;
+    std::optional<control::ControlPort> m_control;
 };
 
 } // namespace sim::daemon

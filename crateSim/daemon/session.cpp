@@ -84,7 +84,8 @@ void Session::handlePayload()
     if (m_closed)
         return;
     try {
-        m_fault = m_world.faults.none() ? CallFault() : takeCallFault(m_world.faults, payload());
+        m_fault =
+            m_world.faults.none() ? CallFault() : calls::takeCallFault(m_world.faults, payload());
     } catch (const std::exception &error) {
         return fail(error.what());
     }
@@ -99,7 +100,7 @@ void Session::handlePayload()
 void Session::carryOut()
 {
     try {
-        write(answerCall(*this, payload(), m_fault.code));
+        write(calls::answerCall(*this, payload(), m_fault.code));
     } catch (const std::exception &error) {
         fail(error.what());
     }

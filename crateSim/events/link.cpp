@@ -4,7 +4,7 @@
 
 #include "faults/strangeevents.h"
 
-namespace sim::daemon {
+namespace sim {
 
 namespace {
 
@@ -352,4 +352,4 @@ void EventLink::goOnWriting(uint64_t connection)
         flush();
 }
 
-} // namespace sim::daemon
+} // namespace sim

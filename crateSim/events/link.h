@@ -19,7 +19,7 @@
 #include "simulation/statistics.h"
 #include "faults/stream.h"
 
-namespace sim::daemon {
+namespace sim {
 
 struct LinkSettings {
     std::chrono::milliseconds retry{200};        // between attempts to connect
@@ -115,4 +115,4 @@ private:
     bool m_more = false; // the batch on its way had no room for everything
 };
 
-} // namespace sim::daemon
+} // namespace sim

@@ -6,9 +6,9 @@
 #endif
 #include <asio.hpp>
 
-namespace sim::daemon {
+namespace sim {
 
 using Tcp = asio::ip::tcp;
 using Error = asio::error_code;
 
-} // namespace sim::daemon
+} // namespace sim

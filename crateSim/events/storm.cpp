@@ -5,7 +5,7 @@
 #include <limits>
 #include <utility>
 
-namespace sim::daemon {
+namespace sim {
 
 namespace {
 
@@ -234,4 +234,4 @@ Value Storm::anotherNumber(const Item &item, double now)
     return toNumber(value) != now ? value : fromNumber(item.shape, now == low ? high : low);
 }
 
-} // namespace sim::daemon
+} // namespace sim

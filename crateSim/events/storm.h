@@ -16,7 +16,7 @@
 #include "model/crate.h"
 #include "link.h"
 
-namespace sim::daemon {
+namespace sim {
 
 enum class StormKind : uint8_t { Numeric, Status, OnOff, Integer, Text, Property, Count_ };
 
@@ -98,4 +98,4 @@ private:
     std::vector<ItemId> m_movedItems;
 };
 
-} // namespace sim::daemon
+} // namespace sim

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace sim::daemon {
+namespace sim {
 
 ActiveFaults::iterator useUp(ActiveFaults &faults, ActiveFaults::iterator fault)
 {
@@ -100,4 +100,4 @@ ActiveFaults Faults::takeForConnection()
     return taken;
 }
 
-} // namespace sim::daemon
+} // namespace sim

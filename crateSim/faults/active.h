@@ -11,7 +11,7 @@
 
 #include "order.h"
 
-namespace sim::daemon {
+namespace sim {
 
 // An order counts itself down: what it holds is what is left of it.
 struct ActiveFault {
@@ -75,4 +75,4 @@ private:
     ActiveFaults m_active;
 };
 
-} // namespace sim::daemon
+} // namespace sim

@@ -5,7 +5,7 @@
 
 #include "calls/bytes.h"
 
-namespace sim::daemon {
+namespace sim {
 
 namespace {
 
@@ -134,4 +134,4 @@ msgpack::sbuffer broken(FaultAnswer answer, AnswerForm form, const msgpack::sbuf
     }
 }
 
-} // namespace sim::daemon
+} // namespace sim

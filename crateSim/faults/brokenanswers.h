@@ -4,9 +4,9 @@
 #include "answerforms.h"
 #include "protocol/codec.h"
 
-namespace sim::daemon {
+namespace sim {
 
 // The packed answer, broken. The form has to allow it.
 msgpack::sbuffer broken(FaultAnswer answer, AnswerForm form, const msgpack::sbuffer &body);
 
-} // namespace sim::daemon
+} // namespace sim

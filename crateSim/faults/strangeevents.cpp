@@ -7,7 +7,7 @@
 #include <set>
 #include <tuple>
 
-namespace sim::daemon {
+namespace sim {
 
 namespace {
 
@@ -104,4 +104,4 @@ std::string garbage(size_t bytes)
     return made;
 }
 
-} // namespace sim::daemon
+} // namespace sim

@@ -7,7 +7,7 @@
 #include "model/items.h"
 #include "protocol/events.h"
 
-namespace sim::daemon {
+namespace sim {
 
 // Adds events for items that do not exist, with indexes and kinds at the ends
 // of their range, and values of the wrong type for some of the items that are
@@ -20,4 +20,4 @@ void addStrangeEvents(wire::BatchWriter &batch, const ItemStore &items,
 // The same bytes each time; a reader finds out at the first one.
 std::string garbage(size_t bytes);
 
-} // namespace sim::daemon
+} // namespace sim

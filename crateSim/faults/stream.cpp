@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace sim::daemon {
+namespace sim {
 
 namespace {
 
@@ -96,4 +96,4 @@ std::optional<FaultKind> StreamFaults::takeEnd()
     return kind;
 }
 
-} // namespace sim::daemon
+} // namespace sim

@@ -9,7 +9,7 @@
 
 #include "active.h"
 
-namespace sim::daemon {
+namespace sim {
 
 // Whatever is taken counts and is used up.
 class StreamFaults {
@@ -45,4 +45,4 @@ private:
     ActiveFaults m_active;
 };
 
-} // namespace sim::daemon
+} // namespace sim

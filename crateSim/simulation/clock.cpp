@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace sim::daemon {
+namespace sim {
 
 bool CrateClock::setSpeed(double factor)
 {
@@ -13,4 +13,4 @@ bool CrateClock::setSpeed(double factor)
     return true;
 }
 
-} // namespace sim::daemon
+} // namespace sim

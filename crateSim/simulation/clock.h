@@ -6,7 +6,7 @@
 
 #include "model/output.h"
 
-namespace sim::daemon {
+namespace sim {
 
 class CrateClock {
 public:
@@ -32,4 +32,4 @@ private:
     Duration m_modelStep{0};
 };
 
-} // namespace sim::daemon
+} // namespace sim

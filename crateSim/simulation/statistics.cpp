@@ -1,6 +1,6 @@
 #include "statistics.h"
 
-namespace sim::daemon {
+namespace sim {
 
 void Statistics::countCall(wire::Operation operation, std::string text)
 {
@@ -15,4 +15,4 @@ void Statistics::countFailure(wire::Operation operation) { ++m_failures[index(op
 
 void Statistics::clear() { *this = Statistics(); }
 
-} // namespace sim::daemon
+} // namespace sim

@@ -9,7 +9,7 @@
 #include "protocol/operations.h"
 #include "faults/active.h"
 
-namespace sim::daemon {
+namespace sim {
 
 class Statistics {
 public:
@@ -44,4 +44,4 @@ private:
     std::deque<std::string> m_log;
 };
 
-} // namespace sim::daemon
+} // namespace sim

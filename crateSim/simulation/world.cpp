@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-namespace sim::daemon {
+namespace sim {
 
 bool World::accepts(const std::string &user, const std::string &password) const
 {
@@ -114,4 +114,4 @@ void World::notify()
         onChange();
 }
 
-} // namespace sim::daemon
+} // namespace sim

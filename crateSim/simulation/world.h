@@ -14,7 +14,7 @@
 #include "statistics.h"
 #include "events/storm.h"
 
-namespace sim::daemon {
+namespace sim {
 
 class World {
 public:
@@ -74,4 +74,4 @@ private:
     uint64_t m_faultsOrdered = 0;
 };
 
-} // namespace sim::daemon
+} // namespace sim

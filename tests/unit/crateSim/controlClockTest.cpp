@@ -139,7 +139,7 @@ TEST_F(ControlClock, WhatIsNoTimeIsRefused)
 TEST(CrateClock, StepIsTheTickTimesTheSpeed)
 {
     using namespace std::chrono_literals;
-    sim::daemon::CrateClock clock(50ms);
+    sim::CrateClock clock(50ms);
     EXPECT_EQ(clock.modelStep(), 50ms);
     EXPECT_TRUE(clock.setSpeed(0.001));
     EXPECT_EQ(clock.modelStep(), 50us);

@@ -7,7 +7,7 @@
 #include "model/words.h"
 
 using namespace crateTest;
-using sim::daemon::nearestName;
+using sim::control::nearestName;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -160,7 +160,7 @@ TEST_F(ControlShow, ConditionsByTheirNames)
 
 TEST(UnitSymbol, HasThePrefixOfItsExponent)
 {
-    using sim::daemon::unitSymbol;
+    using sim::control::unitSymbol;
     EXPECT_EQ(unitSymbol(sim::Unit::Ampere, -6), "uA");
     EXPECT_EQ(unitSymbol(sim::Unit::Volt, 3), "kV");
     EXPECT_EQ(unitSymbol(sim::Unit::None, 0), "");
@@ -170,9 +170,9 @@ TEST(UnitSymbol, HasThePrefixOfItsExponent)
 
 TEST(NearestName, IsTheOneFewestLettersAway)
 {
-    EXPECT_EQ(sim::daemon::nameDistance("", "abc"), 3u);
-    EXPECT_EQ(sim::daemon::nameDistance("VSet", "vset"), 0u);
-    EXPECT_EQ(sim::daemon::nameDistance("kitten", "sitting"), 3u);
+    EXPECT_EQ(sim::control::nameDistance("", "abc"), 3u);
+    EXPECT_EQ(sim::control::nameDistance("VSet", "vset"), 0u);
+    EXPECT_EQ(sim::control::nameDistance("kitten", "sitting"), 3u);
     EXPECT_EQ(nearestName("vmon", {"IMon", "VMon", "VSet"}), "VMon");
     EXPECT_EQ(nearestName("Iset", {"VSet", "ISet"}), "ISet");
     EXPECT_EQ(nearestName("Temperature", {"Temp", "Status"}), "");

@@ -10,7 +10,7 @@
 #include "controller.h"
 
 using namespace crateTest;
-using sim::daemon::Json;
+using sim::control::Json;
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 namespace crateTest {
 
-using sim::daemon::Json;
+using sim::control::Json;
 
 inline std::string temporaryPath()
 {

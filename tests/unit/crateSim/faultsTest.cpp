@@ -5,7 +5,6 @@
 #include "faults/stream.h"
 
 using namespace sim;
-using namespace sim::daemon;
 using sim::wire::Operation;
 
 namespace {

@@ -8,10 +8,10 @@
 
 using namespace crateTest;
 using namespace std::chrono_literals;
-using sim::daemon::StormKind;
-using sim::daemon::StormMix;
-using sim::daemon::StormOrder;
-using sim::daemon::World;
+using sim::StormKind;
+using sim::StormMix;
+using sim::StormOrder;
+using sim::World;
 
 namespace {
 
@@ -68,7 +68,7 @@ struct StormTest : testing::Test {
         ASSERT_TRUE(receiver.accept());
         ASSERT_EQ(take(38).size(), 38u);
     }
-    void start(double rate, StormMix mix = sim::daemon::usualMix, uint64_t batch = 0)
+    void start(double rate, StormMix mix = sim::usualMix, uint64_t batch = 0)
     {
         crate.on([&](World &world) {
             before = world.statistics.eventsSent;
@@ -148,7 +148,7 @@ TEST_F(StormTest, FewItemsMoveOften)
 TEST_F(StormTest, BatchesOfOneHoldOneEventEach)
 {
     subscribeMany();
-    start(10000, sim::daemon::usualMix, 1);
+    start(10000, sim::usualMix, 1);
     pass(1ms);
     for (int event = 0; event < 10; ++event)
         EXPECT_EQ(receiver.nextBatch().size(), 1u);

@@ -7,7 +7,7 @@
 
 using namespace crateTest;
 using namespace std::chrono_literals;
-using sim::daemon::World;
+using sim::World;
 
 namespace {
 
