@@ -16,19 +16,6 @@ int32_t nearestToZero(float minimum, float maximum)
 
 } // namespace
 
-bool hasLimits(ParamType type)
-{
-    return type == ParamType::Numeric || type == ParamType::Integer ||
-           type == ParamType::Enumeration;
-}
-
-bool hasDecimals(ParamType type)
-{
-    return type == ParamType::Numeric || type == ParamType::Integer;
-}
-
-bool hasLabels(ParamType type) { return type == ParamType::OnOff; }
-
 Value usualStart(const ParameterDescription &parameter)
 {
     const bool ordered = parameter.minimum <= parameter.maximum;

@@ -5,11 +5,6 @@
 
 namespace sim {
 
-// Which members of a parameter mean something, by its type.
-bool hasLimits(ParamType type); // minimum, maximum, unit, exponent
-bool hasDecimals(ParamType type);
-bool hasLabels(ParamType type);
-
 // The start value of whatever says nothing about it: empty, or the number
 // nearest to 0 within the limits.
 Value usualStart(const ParameterDescription &parameter);

@@ -17,6 +17,18 @@ enum class ParamType : uint32_t {
     Enumeration = 6
 };
 
+// Which members of a parameter mean something, by its type.
+constexpr bool hasDecimals(ParamType type)
+{
+    return type == ParamType::Numeric || type == ParamType::Integer;
+}
+// Minimum, maximum, unit, exponent
+constexpr bool hasLimits(ParamType type)
+{
+    return hasDecimals(type) || type == ParamType::Enumeration;
+}
+constexpr bool hasLabels(ParamType type) { return type == ParamType::OnOff; }
+
 enum class Mode : uint32_t { Read = 0, Write = 1, ReadWrite = 2, None = 3 };
 
 enum class PropertyType : uint32_t {
