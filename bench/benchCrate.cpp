@@ -1,7 +1,7 @@
 #include "benchCrate.h"
 
 #include "accesslib/session.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 #include "vexahvwrapper.h"
 
 #include <netinet/in.h>

@@ -2,7 +2,7 @@
 
 #include "benchCrate.h"
 
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 #include "vexahvwrapper.h"
 
 #include <benchmark/benchmark.h>

@@ -6,7 +6,7 @@
 #include <spdlog/spdlog.h>
 
 #include "description/cratefile.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 #include "arguments.h"
 
 namespace {
@@ -34,10 +34,8 @@ int checkFile(const std::string &path)
 
 int printDefault()
 {
-    const auto text = sim::writeCrate(
-        {sim::defaultCrate(), {}},
-        {"The built-in crate of zantocrate.", "Change a copy of it and start: zantocrate FILE"});
-    std::fputs(text.c_str(), stdout);
+    const auto text = sim::defaultCrateText();
+    std::fwrite(text.data(), 1, text.size(), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;
 }
 

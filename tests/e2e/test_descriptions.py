@@ -6,7 +6,8 @@ from harness import places
 
 CRATES = places.top() / "crateSim/crates"
 EXAMPLES = {"small": "1 board, 8 channels", "full": "16 boards, 768 channels",
-            "detector": "7 boards, 180 channels", "odd": "3 boards, 10 channels"}
+            "detector": "7 boards, 180 channels", "odd": "3 boards, 10 channels",
+            "default": "5 boards, 120 channels"}
 
 
 @pytest.fixture(name="zantocrate")

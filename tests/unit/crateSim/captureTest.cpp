@@ -4,7 +4,7 @@
 #include "capture/describe.h"
 #include "capture/guess.h"
 #include "crateEquality.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 #include "runningCrate.h"
 
 using namespace sim;

@@ -3,13 +3,14 @@
 
 #include <cfloat>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <random>
 
 #include "crateEquality.h"
 #include "description/channelnames.h"
 #include "description/usual.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 
 using namespace sim;
 using testing::IsEmpty;
@@ -215,6 +216,15 @@ private:
 
 TEST(CrateFile, TheDefaultCrateReadsBack) { expectRoundTrip({defaultCrate(), {}}); }
 
+// The built-in crate as the writer lays it out, with every alias written out.
+TEST(CrateFile, TheDefaultCrateIsTheGoldenOne)
+{
+    std::ifstream file(GOLDEN_DIR "/defaultcrate.yaml");
+    const std::string golden((std::istreambuf_iterator<char>(file)), {});
+    EXPECT_TRUE(readCrate(golden).file.crate == defaultCrate());
+    EXPECT_EQ(writeCrate({defaultCrate(), {}}, {"The built-in crate"}), golden);
+}
+
 TEST(CrateFile, AnyCrateReadsBack)
 {
     for (uint32_t seed = 1; seed <= 300; ++seed) {
@@ -245,7 +255,8 @@ TEST_P(ExampleCrate, IsInOrderAndReadsBack)
     expectRoundTrip(reading.file);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ExampleCrate, testing::Values("small", "full", "detector", "odd"),
+INSTANTIATE_TEST_SUITE_P(All, ExampleCrate,
+                         testing::Values("default", "small", "full", "detector", "odd"),
                          [](const auto &each) { return each.param; });
 
 TEST(ExampleCrates, NoneIsForgotten)
@@ -253,7 +264,7 @@ TEST(ExampleCrates, NoneIsForgotten)
     size_t files = 0;
     for (const auto &entry : std::filesystem::directory_iterator(CRATES_DIR))
         files += entry.path().extension() == ".yaml" ? 1 : 0;
-    EXPECT_EQ(files, 4u);
+    EXPECT_EQ(files, 5u);
 }
 
 TEST(ExampleCrates, AreWhatTheyAreCalled)

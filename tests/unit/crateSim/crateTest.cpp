@@ -4,7 +4,7 @@
 #include <cmath>
 #include <gmock/gmock.h>
 
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 
 using namespace sim;
 using namespace std::chrono_literals;

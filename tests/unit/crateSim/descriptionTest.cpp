@@ -6,7 +6,7 @@
 #include <set>
 
 #include "model/crate.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 
 using namespace sim;
 using testing::AllOf;

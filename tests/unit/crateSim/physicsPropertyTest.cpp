@@ -6,7 +6,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "model/crate.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 
 using namespace sim;
 using namespace std::chrono_literals;

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "accesslib/session.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 
 namespace crateTest {
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "model/crate.h"
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 
 using namespace sim;
 using namespace std::chrono_literals;
