@@ -1,44 +1,46 @@
-// What a subcommand works with: the crate, and how its answers are wanted.
+// The connection to a crate's control port. Blocks.
 #pragma once
 
 #include <chrono>
-#include <functional>
 #include <string>
 
-#include "connection.h"
+#include "json.h"
 
 namespace sim::ctl {
 
 struct Settings {
-    std::string control;
+    std::string control; // path of the control port
     bool json = false;
     double timeout = 10; // s, for an answer
-
-    std::chrono::milliseconds patience() const
-    {
-        return std::chrono::milliseconds(static_cast<int64_t>(timeout * 1000));
-    }
 };
 
 class Client {
 public:
-    explicit Client(const Settings &settings) : m_settings(settings), m_connection(settings.control)
-    {
-    }
+    // Throws Problem when nobody answers there.
+    explicit Client(const Settings &settings);
+    ~Client();
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
 
     const Settings &settings() const { return m_settings; }
-    Json ask(const Json &request) { return m_connection.ask(request, m_settings.patience()); }
-    // The crate itself waits as long as the user has patience, then says so.
+
+    // The answer, whole however long it is. Throws Refused when the crate says no, Problem when it
+    // says nothing within the timeout or is gone.
+    Json ask(const Json &request);
+    // The crate itself waits until the timeout, then refuses.
     Json askToWait(Json request);
 
-    // For commands whose success says nothing.
-    void order(const Json &request) { show(ask(request), {}); }
-    // Prints the answer as JSON if that is wanted, otherwise by the function.
-    void show(const Json &answer, const std::function<void(const Json &)> &print) const;
-
 private:
+    Json ask(const Json &request, std::chrono::milliseconds timeout);
+    void send(const std::string &line);
+    std::string receiveLine(std::chrono::milliseconds timeout);
+
     const Settings m_settings;
-    Connection m_connection;
+    int m_socket = -1;
+    std::string m_input;
 };
+
+// One line, without its end.
+std::string lineOf(const Json &json);
 
 } // namespace sim::ctl

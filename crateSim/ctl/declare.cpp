@@ -1,87 +1,74 @@
 #include "declare.h"
 
-#include <cmath>
-#include <cstdio>
-
-#include "values.h"
-#include "views.h"
+#include <fmt/format.h>
 
 namespace sim::ctl {
 
 namespace {
 
-const char *formOf(PlaceKind kind)
+bool isOption(const std::string &synopsis) { return synopsis[0] == '-'; }
+
+// "--last" of "--last N", "FIELD=VALUE" of "[FIELD=VALUE]...".
+std::string nameOf(const std::string &synopsis)
 {
-    switch (kind) {
-    case PlaceKind::Any: break;
-    case PlaceKind::BoardOrChannel: return "SLOT or SLOT:CHANNEL";
-    case PlaceKind::Channel: return "SLOT:CHANNEL";
-    }
-    return "SLOT, SLOT:CHANNEL or system";
+    if (isOption(synopsis))
+        return synopsis.substr(0, synopsis.find(' '));
+    const size_t begin = synopsis.find_first_not_of('[');
+    return synopsis.substr(begin, synopsis.find(']') - begin);
 }
 
-bool isOfKind(const Place &place, PlaceKind kind)
+void declareOption(CLI::App &command, const std::string &synopsis, const std::string &help)
 {
-    switch (kind) {
-    case PlaceKind::Any: return true;
-    case PlaceKind::BoardOrChannel: return !place.isSystem();
-    case PlaceKind::Channel: break;
-    }
-    return place.isChannel();
+    const std::string name = nameOf(synopsis);
+    if (name == synopsis)
+        command.add_flag(name, help);
+    else
+        command.add_option(name, help)->type_name(synopsis.substr(name.size() + 1));
 }
 
-} // namespace
-
-CLI::Option *addPlace(CLI::App &command, std::string &place, PlaceKind kind)
+void declarePositional(CLI::App &command, const std::string &synopsis, const std::string &help)
 {
-    const auto check = [kind](const std::string &given) {
-        const auto parsed = parsePlace(given);
-        const bool good = parsed && isOfKind(*parsed, kind);
-        return good ? std::string() : "\"" + given + "\" is not " + formOf(kind);
-    };
-    return command.add_option("PLACE", place, formOf(kind))->check(check)->type_name("");
+    auto *option = command.add_option(nameOf(synopsis), help)->type_name("");
+    option->required(synopsis[0] != '[');
+    if (synopsis.back() == '.')
+        option->expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args();
 }
 
-namespace {
-
-CLI::Validator numberThat(const char *what, bool (*fits)(double))
+void addArgument(Json &request, const Argument &argument, const std::string &text)
 {
-    const auto check = [what, fits](const std::string &given) {
-        const auto number = parseReal(given);
-        const bool good = number && fits(*number);
-        return good ? std::string() : "\"" + given + "\" is no " + what;
-    };
-    return CLI::Validator(check, "");
+    const Json value = argument.form.parse(text);
+    if (value.is_null())
+        throw CLI::ValidationError(nameOf(argument.synopsis),
+                                   fmt::format("\"{}\" is not {}", text, argument.form.name));
+    if (argument.field != nullptr)
+        request[argument.field] = value;
+    else
+        request.insert(value.begin(), value.end()); // what is there already stays
 }
 
 } // namespace
 
-CLI::Validator wholeNumberFrom0()
+CLI::App &declare(CLI::App &app, const Command &command)
 {
-    return numberThat("whole number from 0 up", [](double number) {
-        return number >= 0 && number <= INT32_MAX && number == std::floor(number);
-    });
-}
-
-CLI::Validator numberAbove0()
-{
-    return numberThat("number above 0", [](double number) { return number > 0; });
-}
-
-CLI::Option *addSlot(CLI::App &command, int32_t &slot)
-{
-    return command.add_option("SLOT", slot, "Number of the slot, from 0")
-        ->required()
-        ->check(wholeNumberFrom0())
-        ->type_name("");
-}
-
-void print(const View &view)
-{
-    for (const auto &line : linesOf(view)) {
-        std::fputs(line.text.c_str(), stdout);
-        std::fputc('\n', stdout);
+    CLI::App &declared = *app.add_subcommand(command.name, command.help);
+    for (const auto &[synopsis, field, form, help] : command.arguments) {
+        const auto declareArgument = isOption(synopsis) ? declareOption : declarePositional;
+        declareArgument(declared, synopsis, help != nullptr ? help : form.name);
     }
+    if (command.refine != nullptr)
+        command.refine(declared);
+    return declared;
+}
+
+Json requestOf(const CLI::App &given, const Command &command)
+{
+    Json request = {{"cmd", command.name}};
+    request.update(command.fields);
+    for (const auto &argument : command.arguments)
+        if (argument.form.parse != nullptr)
+            for (const auto &text : given[nameOf(argument.synopsis)]->results())
+                addArgument(request, argument, text);
+    return request;
 }
 
 } // namespace sim::ctl

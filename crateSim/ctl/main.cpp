@@ -1,11 +1,10 @@
-// zantocratectl: looks at a simulated crate and steers it through its control
-// port.
+// zantocratectl: inspects and controls a simulated crate through its control port.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <optional>
 
 #include "../protocol/controlpath.h"
-#include "commands.h"
+#include "declare.h"
 #include "problem.h"
 
 namespace {
@@ -16,7 +15,7 @@ constexpr const char *version = "zantocratectl 0.1";
 
 constexpr const char *footer =
     "PLACE is SLOT:CHANNEL, SLOT or \"system\"; 3:7 and 3:007 are the same channel.\n"
-    "\"zantocratectl COMMAND --help\" tells more of a command.\n"
+    "\"zantocratectl COMMAND --help\" tells more about a command.\n"
     "\n"
     "Examples:\n"
     "  zantocratectl show                   the crate and its boards\n"
@@ -25,20 +24,22 @@ constexpr const char *footer =
     "  zantocratectl trip 3:7               an over-current trip\n"
     "  zantocratectl remove 3               pulls the board out";
 
-struct Group {
-    const char *title;
-    void (*declare)(CLI::App &app, Action &chosen);
-};
+// Carries out what the user chose.
+using Action = std::function<void(Client &)>;
 
-constexpr Group groups[] = {
-    {"The crate and its front panel", declareCrateCommands},
-    {"Boards and channels from outside", declareHardwareCommands},
-    {"Time", declareClockCommands},
-    {"Clients", declareTrafficCommands},
-    {"Faults", declareFaultCommands},
-};
+// Puts together what the user chose when the command line was read.
+void addCommand(CLI::App &app, const Command &command, const char *title, Action &chosen)
+{
+    CLI::App &declared = declare(app, command);
+    declared.group(title);
+    declared.callback([&command, &declared, &chosen] {
+        chosen = [&, request = requestOf(declared, command)](Client &client) {
+            command.handler(client, request, declared);
+        };
+    });
+}
 
-void declare(CLI::App &app, Settings &settings, Action &chosen)
+void declareOptions(CLI::App &app, Settings &settings)
 {
     settings.control = sim::defaultControlPath();
     app.footer(footer);
@@ -52,15 +53,8 @@ void declare(CLI::App &app, Settings &settings, Action &chosen)
         ->check(CLI::Range(0.001, 3600.0).description(""))
         ->capture_default_str()
         ->type_name("SECONDS");
-    app.set_version_flag("--version", version, "Print the version and end");
-    app.set_help_flag("-h,--help", "Print this help and end");
-    for (const auto &[title, declareGroup] : groups) {
-        const size_t before = app.get_subcommands(nullptr).size();
-        declareGroup(app, chosen);
-        const auto all = app.get_subcommands(nullptr);
-        for (size_t index = before; index < all.size(); ++index)
-            all[index]->group(title);
-    }
+    app.set_version_flag("--version", version, "Print the version and exit");
+    app.set_help_flag("-h,--help", "Print this help and exit");
 }
 
 // The status to end with, after help or an error of usage.
@@ -73,7 +67,7 @@ std::optional<int> parse(CLI::App &app, int argc, char **argv)
         const auto rest = app.remaining();
         if (rest.empty())
             return app.exit(error);
-        return app.exit(CLI::ExtrasError("\"" + rest.front() + "\" is no command",
+        return app.exit(CLI::ExtrasError("\"" + rest.front() + "\" is not a command",
                                          CLI::ExitCodes::ExtrasError));
     } catch (const CLI::ParseError &error) {
         return app.exit(error);
@@ -84,10 +78,11 @@ int carryOut(const Settings &settings, const Action &chosen)
 {
     try {
         Client client(settings);
-        return chosen(client);
+        chosen(client);
+        return 0;
     } catch (const Refused &refusal) {
         if (settings.json)
-            std::puts(refusal.answer.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+            std::puts(lineOf(refusal.answer).c_str());
         std::fprintf(stderr, "zantocratectl: %s\n", refusal.what());
     }
     return 1;
@@ -95,10 +90,14 @@ int carryOut(const Settings &settings, const Action &chosen)
 
 int run(int argc, char **argv)
 {
-    CLI::App app("Looks at a simulated high-voltage mainframe and steers it", "zantocratectl");
+    CLI::App app("Inspects and controls a simulated high-voltage mainframe", "zantocratectl");
     Settings settings;
     Action chosen;
-    declare(app, settings, chosen);
+    declareOptions(app, settings);
+    const auto groups = commandGroups();
+    for (const auto &group : groups)
+        for (const auto &command : group.commands)
+            addCommand(app, command, group.title, chosen);
     if (const auto failed = parse(app, argc, argv))
         return *failed;
     const int status = carryOut(settings, chosen);

@@ -18,7 +18,7 @@ struct Place {
     bool isChannel() const { return channel.has_value(); }
 };
 
-// Numbers may have leading zeros. Nothing when the text is no place.
+// Numbers may have leading zeros. Nothing when the text is not a place.
 std::optional<Place> parsePlace(std::string_view text);
 
 // The request with "slot" and "channel" of the place.

@@ -48,7 +48,7 @@ private:
     struct sigaction m_before[std::size(numbers)]{};
 };
 
-// The terminal as long as curses has it.
+// The terminal while curses has it.
 class Terminal {
 public:
     Terminal()
@@ -157,11 +157,10 @@ Page pageOf(const View &view)
     const auto main = linesOf(view.main);
     page.head.push_back(main.front());
     page.body.assign(main.begin() + 1, main.end());
-    if (!view.more.columns.empty()) {
-        const auto more = linesOf(view.more);
+    const auto more = linesOf(view.more);
+    if (!more.empty())
         page.body.push_back({});
-        page.body.insert(page.body.end(), more.begin(), more.end());
-    }
+    page.body.insert(page.body.end(), more.begin(), more.end());
     return page;
 }
 
@@ -225,8 +224,8 @@ void draw(const Terminal &terminal, const Page &page, Scroll &scroll)
     wrefresh(stdscr);
 }
 
-// The first look comes before the screen is taken: what is wrong with the place
-// is said on a terminal in order.
+// The first look comes before curses takes the terminal: what is wrong with the place is then
+// still an ordinary message.
 void watch(const std::function<View()> &look)
 {
     using Clock = std::chrono::steady_clock;
@@ -253,7 +252,7 @@ void watch(const std::function<View()> &look)
 int runLive(const std::function<View()> &look)
 {
     if (isatty(STDOUT_FILENO) == 0 || isatty(STDIN_FILENO) == 0)
-        throw Problem("--live needs a terminal, and standard input or output is none;"
+        throw Problem("--live needs a terminal as standard input and output;"
                       " without --live the table is printed once");
     const EndingSignals signals;
     watch(look);

@@ -8,10 +8,9 @@
 
 namespace sim::ctl {
 
-// Calls for a view several times a second. Returns the number of the signal
-// that ended it, 0 for the user's key; throws Problem when there is no usable
-// terminal, and whatever the call throws. The terminal is in order again in
-// every case.
+// Calls for a view several times a second. Returns the number of the signal that ended it, 0 for
+// the user's key; throws Problem when there is no usable terminal, and whatever the call throws.
+// The terminal is restored in every case.
 int runLive(const std::function<View()> &look);
 
 } // namespace sim::ctl

@@ -59,6 +59,8 @@ std::string visiblePart(std::string_view text, size_t from, size_t count)
 
 std::vector<Line> linesOf(const Table &table)
 {
+    if (table.columns.empty())
+        return {};
     const auto widest = widths(table);
     std::vector<std::string> titles;
     for (const auto &column : table.columns)

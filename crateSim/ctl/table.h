@@ -38,7 +38,8 @@ size_t widthOf(std::string_view text);
 // The columns of a UTF-8 text from one on, at most so many.
 std::string visiblePart(std::string_view text, size_t from, size_t count);
 
-// The heading, then the rows, in columns; no blanks at the ends of lines.
+// The heading, then the rows, in columns; no blanks at the ends of lines. Nothing of a table
+// without columns.
 std::vector<Line> linesOf(const Table &table);
 
 // The first line to show so that the lines fill the height as far as they go.

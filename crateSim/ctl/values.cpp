@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
+#include <strings.h>
 
 #include "problem.h"
 
@@ -11,24 +12,29 @@ namespace sim::ctl {
 
 namespace {
 
-std::string lower(std::string text)
+bool equalsIgnoringCase(const std::string &one, const std::string &other)
 {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return text;
+    return strcasecmp(one.c_str(), other.c_str()) == 0;
+}
+
+// The number that the text is as a whole.
+template <class Number, class... Base>
+std::optional<Number> parseAll(std::string_view text, Base... base)
+{
+    Number number = 0;
+    const char *end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number, base...);
+    if (error != std::errc() || rest != end)
+        return std::nullopt;
+    return number;
 }
 
 std::optional<int64_t> parseInteger(std::string_view text)
 {
-    const bool isHex = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-    if (isHex)
-        text.remove_prefix(2);
-    int64_t number = 0;
-    const char *end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
-    if (error != std::errc() || rest != end || (isHex && number < 0))
-        return std::nullopt;
-    return number;
+    if (text.substr(0, 2) != "0x" && text.substr(0, 2) != "0X")
+        return parseAll<int64_t>(text);
+    const auto number = parseAll<int64_t>(text.substr(2), 16);
+    return number && *number >= 0 ? number : std::nullopt;
 }
 
 // 0 or 1 for what people call the two states of a switch.
@@ -36,13 +42,13 @@ std::optional<int64_t> parseSwitch(const Json &item, const std::string &text)
 {
     const Json labels = item.value("labels", Json::array());
     for (size_t state = 0; state < labels.size(); ++state)
-        if (lower(labels[state].get<std::string>()) == lower(text))
+        if (equalsIgnoringCase(labels[state].get<std::string>(), text))
             return static_cast<int64_t>(state);
     for (const char *off : {"0", "off", "false", "no"})
-        if (lower(text) == off)
+        if (equalsIgnoringCase(text, off))
             return 0;
     for (const char *on : {"1", "on", "true", "yes"})
-        if (lower(text) == on)
+        if (equalsIgnoringCase(text, on))
             return 1;
     return std::nullopt;
 }
@@ -61,12 +67,14 @@ Json required(const std::optional<Number> &value, const Json &item, const std::s
 
 std::optional<double> parseReal(std::string_view text)
 {
-    double number = 0;
-    const char *end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || !std::isfinite(number))
-        return std::nullopt;
-    return number;
+    const auto number = parseAll<double>(text);
+    return number && std::isfinite(*number) ? number : std::nullopt;
+}
+
+std::optional<int32_t> parseWholeNumber(std::string_view text)
+{
+    const auto number = parseAll<int32_t>(text);
+    return number && *number >= 0 ? number : std::nullopt;
 }
 
 Json valueFor(const Json &item, const std::string &text)
@@ -116,20 +124,14 @@ Json parseMix(const std::string &text)
     return mix;
 }
 
-std::string printable(std::string_view text)
-{
-    std::string shown(text);
-    for (char &letter : shown)
-        if (static_cast<unsigned char>(letter) < ' ' || letter == 0x7f)
-            letter = '?';
-    return shown;
-}
-
 std::string textOf(const Json &value)
 {
-    if (value.is_string())
-        return printable(value.get<std::string>());
-    return value.is_null() ? "nan" : value.dump();
+    if (!value.is_string())
+        return value.is_null() ? "nan" : value.dump();
+    auto text = value.get<std::string>();
+    const auto isControl = [](unsigned char letter) { return letter < ' ' || letter == 0x7f; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return text;
 }
 
 std::string fixed(const Json &value, int decimals)

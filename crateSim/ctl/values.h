@@ -12,6 +12,8 @@ namespace sim::ctl {
 
 // A finite number, the text as a whole.
 std::optional<double> parseReal(std::string_view text);
+// From 0 up, in digits.
+std::optional<int32_t> parseWholeNumber(std::string_view text);
 
 // The value for an item as "show" lists it: a text, a number, or for a switch
 // also one of its labels. Throws Problem.
@@ -30,9 +32,8 @@ Json parseMix(const std::string &text);
 // The value for people: without quotes, characters that could upset a terminal
 // replaced.
 std::string textOf(const Json &value);
-std::string printable(std::string_view text);
 
-// With that many decimals; what is no number as textOf() has it.
+// With that many decimals; anything but a number as textOf() has it.
 std::string fixed(const Json &value, int decimals);
 
 std::vector<std::string> splitAt(char separator, const std::string &text);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <fmt/format.h>
+#include <set>
 
 #include "values.h"
 
@@ -112,17 +113,14 @@ constexpr std::array<Measurement, 4> measurements = {{
 
 std::string unitOf(const Json &row, const char *key) { return row.at("units").value(key, ""); }
 
-// The unit stands in the title when all channels share it.
-bool isUnitShared(const Json &rows, const char *key)
+// Of the rows that have the measurement; empty when none has.
+std::set<std::string> unitsOf(const Json &rows, const char *key)
 {
-    std::string unit;
-    for (const auto &row : rows) {
-        const std::string own = unitOf(row, key);
-        if (row.contains(key) && !unit.empty() && own != unit)
-            return false;
-        unit = row.contains(key) ? own : unit;
-    }
-    return true;
+    std::set<std::string> units;
+    for (const auto &row : rows)
+        if (row.contains(key))
+            units.insert(unitOf(row, key));
+    return units;
 }
 
 std::string measured(const Json &row, const char *key, bool withUnit)
@@ -136,18 +134,17 @@ std::string measured(const Json &row, const char *key, bool withUnit)
 void addMeasurement(Table &table, const Json &rows, const Measurement &measurement)
 {
     const char *key = measurement.key;
-    const auto first = std::find_if(rows.begin(), rows.end(),
-                                    [key](const Json &row) { return row.contains(key); });
-    if (first == rows.end())
+    const auto units = unitsOf(rows, key);
+    if (units.empty())
         return;
-    const bool shared = isUnitShared(rows, key);
-    const std::string unit = unitOf(*first, key);
-    const bool inTitle = shared && !unit.empty();
+    // The unit stands in the title when all channels share it.
+    const bool isShared = units.size() == 1;
+    const std::string unit = isShared ? *units.begin() : "";
     table.columns.push_back(
-        {inTitle ? fmt::format("{} [{}]", measurement.title, unit) : measurement.title,
+        {unit.empty() ? measurement.title : fmt::format("{} [{}]", measurement.title, unit),
          Align::Right});
     for (size_t index = 0; index < rows.size(); ++index)
-        table.rows[index].cells.push_back(measured(rows[index], key, !shared));
+        table.rows[index].cells.push_back(measured(rows[index], key, !isShared));
 }
 
 std::string channelState(const Json &row)
@@ -202,7 +199,7 @@ View boardView(const Json &shown)
     return {{fmt::format("Slot {}: {}, {}", text(shown, "slot"), text(shown, "model"),
                          text(shown, "description")),
              fmt::format("serial number {}, firmware {}, status: {}", text(shown, "serialNumber"),
-                         text(shown, "firmware"), status.empty() ? "in order" : status),
+                         text(shown, "firmware"), status.empty() ? "OK" : status),
              clockText(shown.at("clock"))},
             channelsTable(shown.at("channelRows")),
             itemsTable(shown.at("items"))};
@@ -247,6 +244,18 @@ View systemView(const Json &shown)
              "commands: " + joined(shown.at("commands"), ", ")},
             itemsTable(shown.at("items")),
             {}};
+}
+
+View emptyView(const Json &) { return {}; }
+
+View valueView(const Json &answer) { return {{textOf(answer.value("value", Json()))}, {}, {}}; }
+
+View logView(const Json &answer)
+{
+    View view;
+    for (const auto &line : answer.at("log"))
+        view.titles.push_back(textOf(line));
+    return view;
 }
 
 View statisticsView(const Json &statistics)
@@ -299,8 +308,7 @@ std::vector<Line> linesOf(const View &view)
     for (const auto &title : view.titles)
         titles.push_back({title, Tone::Plain});
     part(titles);
-    if (!view.more.columns.empty())
-        part(linesOf(view.more));
+    part(linesOf(view.more));
     part(linesOf(view.main));
     return lines;
 }

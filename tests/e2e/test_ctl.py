@@ -136,7 +136,7 @@ def test_wait_ends_when_it_holds_or_time_is_up(bench):
     assert bench.ctl("wait", "0:3", "Status", "--status", "internal-trip") == ""
     assert bench.ctl("wait", "--sessions", "0") == ""
     assert "timed out" in bench.ctl.error("--timeout", "0.05", "wait", "0:3", "VSet", "77")
-    assert "no word" in bench.ctl.error("wait", "0:3", "Status", "--status", "tired")
+    assert "not a word" in bench.ctl.error("wait", "0:3", "Status", "--status", "tired")
     assert "wait needs" in bench.ctl.error("wait")
 
 
@@ -205,10 +205,10 @@ def test_usage_errors(bench, arguments):
 
 
 @pytest.mark.parametrize("arguments, text", [
-    (["sho"], '"sho" is no command'),
-    (["remove", "0:1"], '"0:1" is no whole number from 0 up'),
-    (["log", "--last", "x"], '"x" is no whole number from 0 up'),
-    (["storm", "1000", "--seconds", "0"], '"0" is no number above 0'),
+    (["sho"], '"sho" is not a command'),
+    (["remove", "0:1"], '"0:1" is not a whole number from 0 up'),
+    (["log", "--last", "x"], '"x" is not a whole number from 0 up'),
+    (["storm", "1000", "--seconds", "0"], '"0" is not a number above 0'),
 ])
 def test_usage_errors_name_what_is_wrong(bench, arguments, text):
     assert text in bench.ctl.run(*arguments).stderr

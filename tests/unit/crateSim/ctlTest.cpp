@@ -175,7 +175,7 @@ TEST(CtlView, BoardSharesUnitsInTheTitle)
         shownBoard({channelRow(0, 100, {"on", "ramping-up"}), channelRow(1, 0, Json::array())}));
     EXPECT_THAT(view.titles,
                 ElementsAre("Slot 3: M1, two channels",
-                            "serial number 42, firmware 1.04, status: in order",
+                            "serial number 42, firmware 1.04, status: OK",
                             "crate time 1:02:05.3, 10 times as fast as the clock, paused"));
     EXPECT_THAT(textsOf(linesOf(view.main)), ElementsAre("Ch  Name  V [V]  I [uA]  Status",
                                                          " 0  CH0   100.0    0.50  on, ramping-up",
