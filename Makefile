@@ -42,7 +42,7 @@ help:
 	@echo "make test     set up, build, and run all tests"
 	@echo "make check    make test, then layers, layout, linters and sanitizers"
 	@echo "make bench    set up, build, and run the benchmarks"
-	@echo "make setup    install missing Debian packages, see to EPICS base"
+	@echo "make setup    install missing Debian packages and EPICS base"
 	@echo "make          build, with the EPICS_BASE of the environment or of"
 	@echo "              configure/RELEASE.local; also clean, distclean, rebuild, ..."
 	@echo "V=1 shows the compiler's command lines."

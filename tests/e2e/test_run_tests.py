@@ -1,4 +1,4 @@
-"""The script that sums the suites up: what it counts as a failure."""
+"""tools/run-tests: what it counts as a failure."""
 
 import os
 import shutil
@@ -48,18 +48,18 @@ def _run(tmp_path):
 
 
 @pytest.mark.parametrize("report", ["skipped", "disabled"])
-def test_a_test_that_is_left_out_fails_a_continuous_integration_run(run, report):
+def test_skipped_tests_fail_a_continuous_integration_run(run, report):
     done = run(report, CI="true")
     assert done.returncode != 0, done.stdout
-    assert "2 left out" in done.stdout
+    assert "2 skipped" in done.stdout
     assert "1 passed, 2 failed" in done.stdout
 
 
 @pytest.mark.parametrize("report", ["skipped", "disabled"])
-def test_elsewhere_it_is_told(run, report):
+def test_elsewhere_skipped_tests_are_reported(run, report):
     done = run(report)
     assert done.returncode == 0, done.stdout
-    assert "2 left out" in done.stdout
+    assert "2 skipped" in done.stdout
     assert "1 passed, 0 failed" in done.stdout
 
 
@@ -67,6 +67,6 @@ def test_all_tests_passed(run):
     assert run("passed", CI="true").returncode == 0
 
 
-def test_no_variable_leaves_a_test_out(run):
+def test_no_variable_skips_a_test(run):
     done = run("passed", GTEST_FILTER="a", GTEST_SHARD_INDEX="1", PYTEST_ADDOPTS="-k a")
     assert "sees:.\n" in done.stdout
