@@ -14,7 +14,7 @@ sys.path.insert(0, os.path.dirname(__file__))
 
 from harness import golden, places
 from harness.clients import Clients
-from harness.crate import Crate
+from harness.crate import Crate, write_reduced
 from harness.ioc import Ioc
 from harness.world import World, refusal
 
@@ -86,6 +86,11 @@ class Site:
     def crate(self, *options, **more):
         self.crates.append(Crate(self.world, options, **more))
         return self.crates[-1]
+
+    def reduced_crate(self, *options):
+        """For tests to which the number of channels is all the same."""
+        write_reduced(self.world, "/tmp/reduced.yaml")
+        return self.crate("/tmp/reduced.yaml", *options)
 
     def ioc(self, *options, **more):
         self.iocs.append(Ioc(self.world, *options, **more))

@@ -21,7 +21,7 @@ RUN = 'dbLoadRecords("/tmp/ZANTO.db")\niocInit()\n'
 
 def served(site, shell=False, **more):
     """A crate in which nothing moves by itself, and a server of it."""
-    site.the_crate = site.crate()
+    site.the_crate = site.reduced_crate()
     site.the_crate.control("pause")
     site.the_ioc = site.ioc(shell=shell, **more).wait_running()
     site.the_crate.wait(eventConnections=1)
@@ -93,9 +93,9 @@ def test_the_set_point_follows_and_is_not_written(site):
 
 def test_every_kind_of_item_reaches_monitors(site):
     served(site, script=LARGE)
-    items = {"ZC16:00:004:POn:RBV": ("POn", 1, 0, 4),
-             "ZC16:00:004:Inputs": ("Inputs", 40961, 0, 4),
-             "ZC16:00:004:Comment:RBV": ("Comment", "kept", 0, 4),
+    items = {"ZC16:00:002:POn:RBV": ("POn", 1, 0, 2),
+             "ZC16:00:002:Inputs": ("Inputs", 40961, 0, 2),
+             "ZC16:00:002:Comment:RBV": ("Comment", "kept", 0, 2),
              "ZC16:02:Temp": ("Temp", 41.5, 2),
              "ZC16:Location:RBV": ("Location", "Hall")}
     monitor = site.clients.camonitor(*items)

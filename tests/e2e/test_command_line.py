@@ -125,7 +125,7 @@ def test_user_defaults_to_nothing_and_is_cut(closed_crate, run):
 
 def test_printed_in_this_order_on_a_good_start(make_site):
     site = make_site()
-    site.crate()
+    site.reduced_crate()
     ioc = site.ioc("-D", "0").wait_running()
     printed = ioc.stdout.text
     own = [line for line in printed.splitlines()
@@ -138,7 +138,7 @@ def test_printed_in_this_order_on_a_good_start(make_site):
 
 def test_long_script_path_is_cut(make_site):
     site = make_site()
-    site.crate()
+    site.reduced_crate()
     path = "/tmp/" + "s" * 295
     # The file system bounds a name at 255, so that the path cannot but be opened as it was cut.
     site.world.path("/tmp/" + "s" * 249).write_text("echo the-cut-one\nexit\n")
@@ -148,7 +148,7 @@ def test_long_script_path_is_cut(make_site):
 
 def test_password_is_not_to_be_seen(make_site):
     site = make_site()
-    crate = site.crate("--user", "operator", "--password", "s3cr3t-w0rd")
+    crate = site.reduced_crate("--user", "operator", "--password", "s3cr3t-w0rd")
     ioc = site.ioc(user="operator", password="s3cr3t-w0rd").wait_running()
     with open(f"/proc/{ioc.pid}/cmdline", "rb") as file:
         words = file.read().split(b"\0")
@@ -159,14 +159,14 @@ def test_password_is_not_to_be_seen(make_site):
 
 def test_password_is_cut_like_the_user(make_site):
     site = make_site()
-    crate = site.crate("--user", "u" * 254, "--password", "p" * 254)
+    crate = site.reduced_crate("--user", "u" * 254, "--password", "p" * 254)
     site.ioc(user="u" * 300, password="p" * 300)
     crate.wait(call="VEXAHV_GetCrateMap")
 
 
 def test_script_that_is_not_there_leaves_the_shell(make_site):
     site = make_site()
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc(script="/tmp/none.cmd", shell=True)
     crate.wait(sessions=1)
     ioc.command("exit")
@@ -207,7 +207,7 @@ def stub_library(site, folder):
 
 
 def test_access_library_is_exchanged_by_the_loader_alone(site):
-    site.crate()
+    site.reduced_crate()
     assert stub_library(site, "/tmp/maker") == 28
     done = site.world.run(arguments("-D", "1"), env={"LD_LIBRARY_PATH": "/tmp/maker"})
     assert done.returncode == 0

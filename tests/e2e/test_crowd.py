@@ -23,12 +23,12 @@ sys.stdin.read()
 
 
 def test_silent_connections_give_way_and_the_crates_goes_on(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "10").wait_running()
     crate.wait(eventConnections=1)
     # From here on the crate's connection has delivered something.
-    crate.set("VSet", 43, 2, 9)
-    site.clients.camonitor("ZC16:02:009:VSet:RBV").wait_for("ZC16:02:009:VSet:RBV", "43")
+    crate.set("VSet", 43, 2, 3)
+    site.clients.camonitor("ZC16:02:003:VSet:RBV").wait_for("ZC16:02:003:VSet:RBV", "43")
     held = FOLLOWED - 1  # besides the crate's own
     crowd = site.world.start("crowd", ["/usr/bin/python3", "-c", CROWD, str(held), str(SURPLUS)],
                              stdin=subprocess.PIPE)
@@ -36,11 +36,11 @@ def test_silent_connections_give_way_and_the_crates_goes_on(site):
     assert [int(word) for word in closed.split()] == list(range(SURPLUS)), "the oldest"
     until(lambda: site.world.connections(5180) == FOLLOWED, "the others stay")
     # The clients' servers have what they need, and the crate's events arrive.
-    crate.set("VSet", 44, 2, 9)
-    site.clients.camonitor("ZC16:02:009:VSet:RBV").wait_for("ZC16:02:009:VSet:RBV", "44")
-    assert site.clients.pvget("ZC16:02:009:VSet:RBV") == "44"
-    assert site.clients.caput("ZC16:02:009:VSet", 45) == ""
-    crate.wait(name="VSet", slot=2, channel=9, value=45)
+    crate.set("VSet", 44, 2, 3)
+    site.clients.camonitor("ZC16:02:003:VSet:RBV").wait_for("ZC16:02:003:VSet:RBV", "44")
+    assert site.clients.pvget("ZC16:02:003:VSet:RBV") == "44"
+    assert site.clients.caput("ZC16:02:003:VSet", 45) == ""
+    crate.wait(name="VSet", slot=2, channel=3, value=45)
     crowd.kill()
     until(lambda: site.world.connections(5180) == 1, "room again")
     accepted = ioc.stdout.text.count(ACCEPTED)

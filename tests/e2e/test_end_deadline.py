@@ -54,7 +54,7 @@ def test_call_of_the_end_that_gets_no_answer(site):
 
 @pytest.mark.parametrize("seconds", [1.5, 3])
 def test_library_that_is_slow_in_every_call_of_the_build(site, seconds):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "2", env=slow(any=seconds))
     crate.wait(call="VEXAHV_GetExecCommList")
     ends(ioc, DEADLINE)
@@ -64,7 +64,7 @@ def test_library_that_is_slow_in_every_call_of_the_build(site, seconds):
 
 
 def test_login_that_is_slow_is_waited_for_and_logged_out(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "2", env=slow(InitSystem=4))
     crate.wait(call="VEXAHV_InitSystem")
     ends(ioc, DEADLINE)
@@ -74,7 +74,7 @@ def test_login_that_is_slow_is_waited_for_and_logged_out(site):
 
 
 def test_build_whose_call_never_returns(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "2", env=slow(GetCrateMap=3600))
     crate.wait(call="VEXAHV_GetCrateMap")
     ends(ioc, DEADLINE)

@@ -31,7 +31,7 @@ def ends_by_a_signal(ioc, crate):
 @each_level
 @each_outlet
 def test_blocked_output_holds_up_no_end_of_a_running_server(site, mute, outlet, level):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = mute(outlet, level).wait_running()
     crate.wait(eventConnections=1)
     ioc.outlet.block()
@@ -41,7 +41,7 @@ def test_blocked_output_holds_up_no_end_of_a_running_server(site, mute, outlet, 
 @each_level
 @each_outlet
 def test_blocked_output_holds_up_no_end_of_the_tree_build(site, mute, outlet, level):
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.fault("delay", operation="GetChParamProp", milliseconds=300, count=0, after=500)
     ioc = mute(outlet, level)
     crate.wait(fault="delay")
@@ -52,7 +52,7 @@ def test_blocked_output_holds_up_no_end_of_the_tree_build(site, mute, outlet, le
 @each_level
 @each_outlet
 def test_server_that_cannot_print_what_follows_its_login_logs_out(site, mute, outlet, level):
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.fault("delay", operation="InitSystem", milliseconds=500)
     ioc = mute(outlet, level)
     crate.wait(fault="delay")
@@ -64,7 +64,7 @@ def test_server_that_cannot_print_what_follows_its_login_logs_out(site, mute, ou
 @pytest.fixture(name="mute_shell")
 def _mute_shell(site, mute):
     """Starts servers that wait for a command."""
-    site.the_crate = site.crate()
+    site.the_crate = site.reduced_crate()
 
     def start(outlet, level, env=()):
         # The prompt comes in one piece: the messages of other threads cannot split it.

@@ -18,7 +18,7 @@ sys.stdin.read()
 
 def test_is_reached_over_an_address_that_is_not_loopback(site):
     assert site.world.run(["ip", "addr", "add", f"{ADDRESS}/32", "dev", "lo"]).returncode == 0
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "10").wait_running()
     crate.wait(eventConnections=1)
     peer = site.world.start("peer", ["/usr/bin/python3", "-c", HOLD, ADDRESS],
@@ -29,7 +29,7 @@ def test_is_reached_over_an_address_that_is_not_loopback(site):
 
 
 def test_is_had_again_at_once_after_a_restart(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     for _ in range(3):
         ioc = site.ioc().wait_running()
         crate.wait(eventConnections=1)

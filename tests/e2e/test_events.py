@@ -130,7 +130,7 @@ def test_many_changes_end_with_the_last_value_of_each(live):
 
 def test_live_insertion_raises_the_flag(make_site):
     site = make_site()
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "1").wait_running()
     crate.wait(eventConnections=1)
     flag = site.world.path("/tmp/lievnt.txt")
@@ -150,7 +150,7 @@ def test_live_insertion_raises_the_flag(make_site):
 
 def test_traces_tell_the_way_of_an_event(make_site):
     site = make_site()
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "10").wait_running()
     ioc.stdout.wait_for("^ ?Device connected$")
     mark = len(ioc.stdout.text)
@@ -181,7 +181,7 @@ def test_taken_port_is_passed_over_and_the_next_announced(site, taken):
     other = site.world.start("other server", ["/usr/bin/python3", "-c", LISTENER.format(
         ports=",".join(map(str, taken)))], stdin=subprocess.PIPE)
     other.stdout.wait_for("^ready$")
-    crate = site.crate()
+    crate = site.reduced_crate()
     site.ioc().wait_running()
     crate.wait(eventConnections=1)
     port = taken[-1] + 1
@@ -206,7 +206,7 @@ def test_connection_before_there_is_a_tree_waits_for_it(site):
     early = site.world.start("early", ["/usr/bin/python3", "-c",
                                        CONNECT.format(data=GARBAGE, then=AWAIT_END)])
     early.stdout.wait_for("^connected$")
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc.wait_running()
     assert early.wait() == 0
     crate.wait(eventConnections=1)

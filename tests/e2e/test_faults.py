@@ -118,7 +118,7 @@ def test_delayed_call_is_carried_out(running):
 
 
 def test_call_that_hangs_for_good_fails_and_never_happens(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     site.ioc().wait_running()
     crate.fault("hang", operation="SetChParam")
     assert site.clients.caput("ZC16:00:003:VSet", 8) != ""
@@ -130,7 +130,7 @@ def test_call_that_hangs_for_good_fails_and_never_happens(site):
 
 
 def test_login_that_is_refused_ends_the_server(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.fault("refuse-logins")
     refused = site.ioc("-D", "1")
     refused.wait()
@@ -186,21 +186,21 @@ USABLE = {
 @pytest.mark.parametrize("case", USABLE)
 def test_server_serves_in_spite_of_a_broken_answer(site, case):
     operation, answer, count = USABLE[case]
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.fault("answer", operation=operation, answer=answer, count=count)
     ioc = site.ioc("-D", "1").wait_running()
     assert applied(crate, "answer") >= 1
     crate.control("clear-faults")
     crate.wait(eventConnections=1)
     # The first board or channel may lack parameters.
-    shows_the_truth(site, crate, slot=2, channel=5)
-    assert site.clients.caput("ZC16:02:005:VSet", 43) == ""
-    assert crate.get("VSet", 2, 5) == 43
+    shows_the_truth(site, crate, slot=2, channel=3)
+    assert site.clients.caput("ZC16:02:003:VSet", 43) == ""
+    assert crate.get("VSet", 2, 3) == 43
     assert ioc.process.status is None
 
 
 def test_crate_map_without_slots(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.fault("answer", operation="GetCrateMap", answer="empty-list")
     site.ioc().wait_running()
     assert applied(crate, "answer") == 1
@@ -222,7 +222,7 @@ HELD = {
 @pytest.mark.parametrize("case", HELD)
 def test_name_of_nothing_holds_the_build_and_a_signal_ends_it(site, case):
     operation, answer = HELD[case]
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.fault("answer", operation=operation, answer=answer)
     ioc = site.ioc("-D", "1")
     line = re.escape("Error fetching [0:")

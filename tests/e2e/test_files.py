@@ -35,7 +35,7 @@ def test_an_ordinary_start_writes_three_plain_files(site):
 
 @pytest.mark.parametrize("path", FILES, ids=["database", "pv_list", "flag"])
 def test_planted_symlink_is_not_followed(site, path):
-    crate = site.crate()
+    crate = site.reduced_crate()
     site.world.path("/tmp/precious").write_text("mine\n")
     site.world.path(path).symlink_to("/tmp/precious")
     printed = run_to_end(site)
@@ -47,7 +47,7 @@ def test_planted_symlink_is_not_followed(site, path):
 @pytest.mark.parametrize("path", FILES, ids=["database", "pv_list", "flag"])
 @pytest.mark.parametrize("has_reader", [False, True], ids=["no_reader", "reader"])
 def test_planted_fifo_does_not_hang(site, path, has_reader):
-    site.crate()
+    site.reduced_crate()
     fifo = site.world.path(path)
     os.mkfifo(fifo)
     reader = os.open(fifo, os.O_RDONLY | os.O_NONBLOCK) if has_reader else None
@@ -61,7 +61,7 @@ def test_planted_fifo_does_not_hang(site, path, has_reader):
 
 @pytest.mark.parametrize("path", FILES, ids=["database", "pv_list", "flag"])
 def test_folder_in_the_way(site, path):
-    site.crate()
+    site.reduced_crate()
     site.world.path(path).mkdir()
     assert run_to_end(site).endswith(f"\nUnable to open file for {FILES[path]}\n{FAILED}")
 
@@ -80,7 +80,7 @@ def test_full_disk_fails_and_serves_nothing(make_site, size):
 
 
 def test_failures_are_silent_at_level_0(site):
-    site.crate()
+    site.reduced_crate()
     site.world.path(DATABASE).mkdir()
     done = site.world.run(arguments())
     assert (done.returncode, done.stdout) == (0, WAITING + CONNECTING + FAILED)

@@ -13,7 +13,7 @@ def test_silent_wait_then_start(site):
     assert ioc.stdout.text == WAITING
     assert ioc.stderr.text == ""
     assert watched.stop() == 0
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc.wait_running()
     assert ioc.stdout.text.startswith(WAITING + CONNECTING + "SYSTEMNAME = ZC16\n")
     crate.wait(eventConnections=1)
@@ -22,7 +22,7 @@ def test_silent_wait_then_start(site):
 def test_told_attempts_then_start(site):
     ioc = site.ioc("-D", "1")
     ioc.stdout.wait_for(r"^error\nerror$")
-    site.crate()
+    site.reduced_crate()
     found = ioc.stdout.wait_for(r"^Connecting to crate ")
     told = ioc.stdout.text[:found.start()]
     assert told.startswith(WAITING + ATTEMPT + "error\nerror\n")
@@ -30,7 +30,7 @@ def test_told_attempts_then_start(site):
 
 
 def test_host_that_is_no_address_is_waited_for(site):
-    site.crate()
+    site.reduced_crate()
     ioc = site.ioc("-D", "1", crate="ZC16@localhost")
     ioc.stdout.wait_for(r"^error\nerror$")
     assert "Connecting" not in ioc.stdout.text
@@ -38,7 +38,7 @@ def test_host_that_is_no_address_is_waited_for(site):
 
 
 def test_firmware_probe_is_no_login(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.fault("refuse-logins", count=1)
     assert site.ioc().wait() == 0
     seen = crate.statistics(log=10)
@@ -53,7 +53,7 @@ def refused(site, *options, **more):
 
 
 def test_wrong_password(site):
-    crate = site.crate("--user", "admin", "--password", "right")
+    crate = site.reduced_crate("--user", "admin", "--password", "right")
     for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt", "/tmp/lievnt.txt"):
         site.world.path(path).write_text("from an earlier run\n")
     printed = refused(site, password="wrong")
@@ -66,7 +66,7 @@ def test_wrong_password(site):
 
 
 def test_wrong_user_is_told_at_level_1(site):
-    site.crate()
+    site.reduced_crate()
     assert refused(site, "-D", "1", user="nobody") == (
         WAITING + ATTEMPT + CONNECTING
         + "Live insertion event flag reset into file [/tmp/lievnt.txt]\n"

@@ -17,7 +17,7 @@ def _terminal(site):
     terminal = Terminal(site.world, "-D", "1")
     terminal.expect("Attempt to connect to firmware..")
     terminal.untouched = terminal.settings()
-    terminal.crate = site.crate()
+    terminal.crate = site.reduced_crate()
     terminal.expect(PROMPT)
     assert terminal.settings() != terminal.untouched
     terminal.crate.wait(eventConnections=1)
@@ -87,7 +87,7 @@ def test_shell_knows_the_records_and_both_servers(terminal):
 # ---- without a terminal
 
 def test_shell_on_a_pipe_obeys_and_leaves_at_its_end(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc(shell=True).wait_running()
     ioc.command("dbgf ZC16:ModelName")
     ioc.stdout.wait_for('DBF_STRING: +"ZC16"')
@@ -98,7 +98,7 @@ def test_shell_on_a_pipe_obeys_and_leaves_at_its_end(site):
 
 @pytest.mark.parametrize("redirection", ["</dev/null", "<&-"], ids=["no_input", "closed_input"])
 def test_shell_without_input_leaves_at_once(site, redirection):
-    crate = site.crate()
+    crate = site.reduced_crate()
     done = site.world.run(["sh", "-c", f'exec "$@" {redirection}', "sh", *arguments()])
     assert done.returncode == 0
     assert crate.log()[-1] == LOGOUT
@@ -108,7 +108,7 @@ def test_shell_without_input_leaves_at_once(site, redirection):
 @pytest.mark.parametrize("redirection", ["</dev/null", "<&-", ">&-", "<&- >&- 2>&-"],
                          ids=["no_input", "closed_input", "closed_output", "all_closed"])
 def test_daemon_needs_none_of_the_standard_streams(site, redirection):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc(argv=["sh", "-c", f'exec "$@" {redirection}', "sh", *arguments("-d")])
     crate.wait(eventConnections=1)
     crate.set("VSet", 14, 0, 0)
@@ -121,7 +121,7 @@ def test_daemon_needs_none_of_the_standard_streams(site, redirection):
 
 def test_exit_in_the_script_goes_on_to_the_shell(site):
     """It leaves the script, not the process."""
-    crate = site.crate()
+    crate = site.reduced_crate()
     site.world.path("/tmp/st.cmd").write_text("exit\nepicsThreadSleep 1000\n")
     ioc = site.ioc(script="/tmp/st.cmd", shell=True)
     ioc.stdout.wait_for("^epics> ")
@@ -133,7 +133,7 @@ def test_exit_in_the_script_goes_on_to_the_shell(site):
 # ---- the registration command
 
 def registration(site, script, env=()):
-    site.crate()
+    site.reduced_crate()
     site.world.path("/tmp/st.cmd").write_text(script)
     ioc = site.ioc(script="/tmp/st.cmd", shell=True, env=env)
     ioc.stdout.wait_for("^epics> ")

@@ -47,7 +47,7 @@ def ends(ioc, number, within):
 def mirrored(crate):
     """What withdraws all subscriptions that were made, in the same order, and logs out."""
     made = crate.log("SubscribeSystemParams", "SubscribeBoardParams", "SubscribeChannelParams")
-    assert len(made) == 1 + 5 + 120
+    assert len(made) == 1 + 5 + 20
     return [line.replace("VEXAHV_", "VEXAHV_Un", 1) for line in made] + [LOGOUT]
 
 
@@ -65,7 +65,7 @@ def test_each_signal_ends_the_wait_for_the_firmware(site):
 
 
 def test_each_signal_ends_a_login_that_gets_no_answer(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.hang()
     iocs = {number: site.ioc("-D", "2", name=number.name) for number in SIGNALS}
     until(lambda: (lambda seen: (seen["sessions"], seen["sessionsAccepted"]) == (4, 8))(
@@ -121,7 +121,7 @@ def test_end_while_the_tree_build_gets_no_answer(site):
 
 @each_signal
 def test_end_while_the_start_up_script_runs(site, number):
-    crate = site.crate()
+    crate = site.reduced_crate()
     site.world.path("/tmp/st.cmd").write_text("echo now-it-sleeps\nepicsThreadSleep 1000\n")
     ioc = site.ioc("-D", "1", script="/tmp/st.cmd")
     ioc.stdout.wait_for("^now-it-sleeps$")
@@ -154,7 +154,7 @@ def test_end_while_a_subscription_gets_no_answer(site):
 # ---- running
 
 def end_of_a_running_server(site, number, level, shell):
-    crate = site.crate()
+    crate = site.reduced_crate()
     # The prompt comes in one piece: the messages of other threads cannot split it.
     ioc = site.ioc("-D", str(level), shell=shell,
                    env={"IOCSH_HISTEDIT_DISABLE": "1"}).wait_running()
@@ -204,7 +204,7 @@ def test_end_under_a_storm_of_events_and_clients(site):
 
 
 def test_end_with_a_write_that_gets_no_answer(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc().wait_running()
     assert site.clients.caput("ZC16:00:000:VSet", 5) == ""
     crate.hang()
@@ -223,7 +223,7 @@ SECOND = [(signal.SIGTERM, signal.SIGTERM), (signal.SIGINT, signal.SIGINT),
 
 @pytest.mark.parametrize("first, second", SECOND, ids=lambda number: number.name)
 def test_second_signal_kills(site, first, second):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc("-D", "1").wait_running()
     crate.wait(eventConnections=1)
     crate.hang()
@@ -235,7 +235,7 @@ def test_second_signal_kills(site, first, second):
 
 
 def test_signals_that_are_not_for_the_end_change_nothing(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc().wait_running()
     ioc.send(signal.SIGPIPE)
     ioc.send(signal.SIGCHLD)

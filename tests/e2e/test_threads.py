@@ -71,7 +71,7 @@ def test_with_a_script_alone_the_server_thread_is_started(site, watched, argumen
 
 
 def test_each_event_connection_gets_a_thread(site, watched):
-    crate = site.crate()
+    crate = site.reduced_crate()
     site.ioc(env=watched).wait_running()
     crate.wait(eventConnections=1)
     until(lambda: "ZANTOEventsThread 90 big" in threads(site), "the event thread")

@@ -2,6 +2,7 @@
 
 import contextlib
 import json
+import re
 import signal
 import socket
 
@@ -10,6 +11,15 @@ from .process import WATCHDOG
 from .world import LOOPBACK
 
 CONTROL = "/tmp/crate.control"
+
+
+def write_reduced(world, path):
+    """A description of the built-in crate with four channels of each board, 20 instead of 120,
+    which a server reads that much faster."""
+    built_in = world.run([places.program("zantocrate"), "--print-default"]).stdout
+    without_loads = re.sub(r"^    loads:\n(?:      .*\n)+", "", built_in, flags=re.MULTILINE)
+    world.path(path).write_text(re.sub("(?<=^    channels: )\\d+$", "4", without_loads,
+                                       flags=re.MULTILINE), encoding="utf-8")
 
 
 class Refused(Exception):

@@ -46,7 +46,7 @@ def logged_out_once(crate):
 
 
 def running(site, *options, **more):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ioc = site.ioc(*options, **more).wait_running()
     crate.wait(eventConnections=1)
     crate.clear()
