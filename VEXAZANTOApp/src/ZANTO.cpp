@@ -36,8 +36,7 @@ constexpr const char *pvListPath = "/tmp/pvlist.txt";
 
 int32_t buildError(const char *message, int32_t result = -1)
 {
-    if (DEBUG > 0)
-        ZANTOPrintLine(message);
+    ZANTO_TRACE(0, "%s\n", message);
     return result;
 }
 
@@ -59,12 +58,10 @@ int32_t closeFiles(ZANTOOutputFile &database, ZANTOOutputFile &pvList)
     // of the crate.
     if (!database.close())
         return buildError("\nUnable to write file for database");
-    if (DEBUG > 0)
-        ZANTOPrint("Database written into file [%s]\n", databasePath);
+    ZANTO_TRACE(0, "Database written into file [%s]\n", databasePath);
     if (!pvList.close())
         return buildError("\nUnable to write file for PV list");
-    if (DEBUG > 0)
-        ZANTOPrint("PV list written into file [%s]\n", pvListPath);
+    ZANTO_TRACE(0, "PV list written into file [%s]\n", pvListPath);
     return 0;
 }
 
@@ -74,8 +71,7 @@ template <typename Build> int32_t buildAfterLogin(const Build &build)
     try {
         return build();
     } catch (const std::exception &error) {
-        if (DEBUG > 0)
-            ZANTOPrint("\nError building the crate's tree: %s\n", error.what());
+        ZANTO_TRACE(0, "\nError building the crate's tree: %s\n", error.what());
     }
     return -1;
 }
@@ -97,8 +93,7 @@ int32_t createSystemTree(const std::string &sysName, const std::string &sysInitP
     ZANTOBeginTree();
     if (!ZANTOWriteLiveInsertionFlag("0\n"))
         return buildError("\nUnable to open file for live insertion event");
-    if (DEBUG > 0)
-        ZANTOPrint("Live insertion event flag reset into file [%s]\n", ZANTOLiveInsertionPath);
+    ZANTO_TRACE(0, "Live insertion event flag reset into file [%s]\n", ZANTOLiveInsertionPath);
     ZANTOOutputFile pvList(pvListPath);
     if (!pvList.isOpen())
         return buildError("\nUnable to open file for PV list");
@@ -210,8 +205,7 @@ long init()
         const ZANTOStartupWork work;
         subscribeParameters();
     }
-    if (DEBUG >= 1)
-        ZANTOPrintLine("\nVEXA ZANTO driver ready");
+    ZANTO_TRACE(0, "\nVEXA ZANTO driver ready\n");
     return 0;
 }
 

@@ -57,8 +57,7 @@ long read_stringin(stringinRecord *record)
         return ZANTOFailed;
     readText(*node, record->val);
     record->udf = 0;
-    if (DEBUG > 7)
-        ZANTOPrint("[STRINGIN] - READ %s = %s\n", record->name, record->val);
+    ZANTO_TRACE(7, "[STRINGIN] - READ %s = %s\n", record->name, record->val);
     return ZANTODontConvert;
 }
 
@@ -71,8 +70,7 @@ long write_stringout(stringoutRecord *record)
     if (node == nullptr)
         return ZANTOFailed;
     if (node->getDataType() != nodeDataTypeString) {
-        if (DEBUG > 0)
-            ZANTOPrint("[STRINGOUT] - error data type for node [%s]\n", record->name);
+        ZANTO_TRACE(0, "[STRINGOUT] - error data type for node [%s]\n", record->name);
         return ZANTOFailed;
     }
     variant value;

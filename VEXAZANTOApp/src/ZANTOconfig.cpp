@@ -42,8 +42,7 @@ public:
             return;
         }
         m_list.disown();
-        if (DEBUG > 0)
-            ZANTOPrintLine("\nError fetching system properties");
+        ZANTO_TRACE(0, "\nError fetching system properties\n");
     }
 
     const std::vector<std::string> &names() const { return m_names; }
@@ -67,8 +66,8 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateSystemProps(int32_t handl
         const auto info = [&] { return VEXAHV_GetSysPropInfo(handle, name.c_str(), &mode, &type); };
         if (ZANTOStartupCall(info) == 0)
             add(nodes, ZANTOConfigCreateNodeSystemProp(handle, name, type, mode));
-        else if (DEBUG > 0)
-            ZANTOPrint("Error fetching [%s] informations\n", name.c_str());
+        else
+            ZANTO_TRACE(0, "Error fetching [%s] informations\n", name.c_str());
     }
     return ZANTOHandOver(nodes);
 }
@@ -177,8 +176,7 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateBoards(int32_t handle)
 {
     CrateMap map;
     if (!map.fetch(handle)) {
-        if (DEBUG > 0)
-            ZANTOPrintLine("\nError fetching crate map");
+        ZANTO_TRACE(0, "\nError fetching crate map\n");
         return {};
     }
     const uint16_t slots = map.slotCount;
@@ -248,8 +246,7 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateBoardParams(int32_t handl
     const auto fetch = [&] { return VEXAHV_GetBdParamInfo(handle, slot, table.out()); };
     if (ZANTOStartupCall(fetch) != 0) {
         table.disown();
-        if (DEBUG > 0)
-            ZANTOPrint("\nError fetching board [%d] parameters\n", slot);
+        ZANTO_TRACE(0, "\nError fetching board [%d] parameters\n", slot);
         return {};
     }
     std::vector<ZANTONodeOwner> nodes;
@@ -305,8 +302,7 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateChannelParams(int32_t han
         ZANTOReadParameters(source, handle, table.get(), nodes);
     } else {
         table.disown();
-        if (DEBUG > 0)
-            ZANTOPrint("\nError fetching channel [%d] parameters\n", channel);
+        ZANTO_TRACE(0, "\nError fetching channel [%d] parameters\n", channel);
     }
     return ZANTOHandOver(nodes);
 }

@@ -59,10 +59,9 @@ private:
 
 void raiseLiveInsertionFlag()
 {
-    if (DEBUG > 0)
-        ZANTOPrintLine("\nLive insertion signal");
-    if (!ZANTOWriteLiveInsertionFlag("1\n") && DEBUG > 0)
-        ZANTOPrintLine("\nUnable to open file for live insertion event");
+    ZANTO_TRACE(0, "\nLive insertion signal\n");
+    if (!ZANTOWriteLiveInsertionFlag("1\n"))
+        ZANTO_TRACE(0, "\nUnable to open file for live insertion event\n");
 }
 
 // The parameter type of the node that was updated, or -1. What memory does not suffice for is
@@ -77,8 +76,7 @@ int32_t applyParameter(const VEXAHVEventData_t &event, uint64_t connection,
         return ZANTOUpdateItem(event.BoardIndex, event.ChannelIndex, name, event.Value, connection,
                                &target);
     } catch (const std::exception &error) {
-        if (DEBUG > 0)
-            ZANTOPrint("\nError updating item [%s]: %s\n", name, error.what());
+        ZANTO_TRACE(0, "\nError updating item [%s]: %s\n", name, error.what());
         return -1;
     }
 }
@@ -165,8 +163,7 @@ void requestScans(uint32_t mask)
     for (const ScanRequest &request : scanRequests) {
         if ((mask & request.mask) == 0)
             continue;
-        if (DEBUG > 6)
-            ZANTOPrint("Processing scanIoRequest - %s\n", request.recordType);
+        ZANTO_TRACE(6, "Processing scanIoRequest - %s\n", request.recordType);
         request.list.request();
     }
 }
@@ -178,8 +175,7 @@ bool ZANTOHandleNextBatch(ZANTOEventSource &source)
     EventBatch batch;
     const int32_t result = batch.receive(source.socket);
     if (result != 0) {
-        if (DEBUG > 0)
-            ZANTOPrint("\nGetEventData error, update thread exits - error code = [%d]\n", result);
+        ZANTO_TRACE(0, "\nGetEventData error, update thread exits - error code = [%d]\n", result);
         return true;
     }
     if (batch.size() > 0 && !source.hasDelivered) {
@@ -188,8 +184,7 @@ bool ZANTOHandleNextBatch(ZANTOEventSource &source)
     }
     const bool changedOnly = ZANTOScansChangedOnly();
     const uint32_t mask = applyBatch(batch, source.connection, changedOnly);
-    if (DEBUG > 9)
-        ZANTOPrint("Type of events received - callback type = %x\n", mask);
+    ZANTO_TRACE(9, "Type of events received - callback type = %x\n", mask);
     if (changedOnly)
         ZANTOChangedRecords::instance().wake();
     else

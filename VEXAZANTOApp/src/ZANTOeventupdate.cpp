@@ -26,13 +26,11 @@ int32_t parameterTypeOf(uint32_t wrapperType, nodeType type)
 
 void traceUpdate(const char *itemName, nodeDataType dataType, const variant &value)
 {
-    if (DEBUG <= 9)
-        return;
     if (dataType == nodeDataTypeString)
-        ZANTOPrint("Item [%s] updated - val = %s\n", itemName, value.toString().c_str());
+        ZANTO_TRACE(9, "Item [%s] updated - val = %s\n", itemName, value.toString().c_str());
     else // whatever the type, as the float that the bits make
-        ZANTOPrint("Item [%s] updated - val = %lf \n", itemName,
-                   static_cast<double>(value.toFloat()));
+        ZANTO_TRACE(9, "Item [%s] updated - val = %lf \n", itemName,
+                    static_cast<double>(value.toFloat()));
 }
 
 } // namespace
@@ -43,8 +41,7 @@ int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *it
     const ZANTOTreeUse use;
     ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
     if (root == nullptr) {
-        if (DEBUG > 7)
-            ZANTOPrint("\nError finding tree while updating item [%s]\n", itemName);
+        ZANTO_TRACE(7, "\nError finding tree while updating item [%s]\n", itemName);
         return -1;
     }
     ZANTOEventTarget unasked;
@@ -53,8 +50,7 @@ int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *it
                           ? reached.node
                           : ZANTOFindItemNode(root, itemName, boardIndex, channelIndex);
     if (node == nullptr) {
-        if (DEBUG > 7)
-            ZANTOPrint("\nError updating item [%s]\n", itemName);
+        ZANTO_TRACE(7, "\nError updating item [%s]\n", itemName);
         return -1;
     }
     ZANTONodeValue newValue = ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(node, value);

@@ -126,8 +126,8 @@ ZANTONode *ZANTOFindItemNode(ZANTONode *root, std::string_view itemId, int32_t b
     if (holder == nullptr)
         return nullptr;
     ZANTONode *parameter = holder->findParameter(itemId);
-    if (parameter == nullptr && DEBUG > 0)
-        ZANTOPrint("\nNode [%d:%d:%s] not found in tree\n", board, channel,
-                   std::string(itemId).c_str());
+    if (parameter == nullptr)
+        ZANTO_TRACE(0, "\nNode [%d:%d:%s] not found in tree\n", board, channel,
+                    std::string(itemId).c_str());
     return parameter;
 }

@@ -152,7 +152,8 @@ void printForTheEnd(const char *text, std::size_t length)
         printNow(text, length);
 }
 
-void printLong(const char *format, std::size_t length, va_list arguments, const char *beginning)
+__attribute__((format(printf, 1, 0))) void printLong(const char *format, std::size_t length,
+                                                     va_list arguments, const char *beginning)
 {
     std::vector<char> text;
     try {

@@ -217,8 +217,7 @@ int32_t ZANTONode::writeToMainframe(const variant &value)
     case nodeTypeSystemCmd:
         return ZANTOUtils::ZANTOExeSystemCommandChanged(m_sysHandle, m_nodeName.get());
     default:
-        if (DEBUG > 0)
-            ZANTOPrint("Error set node [%s] value - node type not found", m_nodeName.get().c_str());
+        ZANTO_TRACE(0, "Error set node [%s] value - node type not found", m_nodeName.get().c_str());
         return -1;
     }
 }
@@ -231,9 +230,8 @@ int32_t ZANTONode::setNodeEditedValue(const variant &value)
         setNodeValue(ZANTONodeValue(value, nodeValueQualityGood, std::time(nullptr)));
         return 0;
     }
-    if (DEBUG > 2)
-        ZANTOPrint("Error set node [%s] value - write fail with code = %d\n",
-                   m_nodeName.get().c_str(), result);
+    ZANTO_TRACE(2, "Error set node [%s] value - write fail with code = %d\n",
+                m_nodeName.get().c_str(), result);
     m_value.setQuality(nodeValueQualityWriteFail);
     return result;
 }

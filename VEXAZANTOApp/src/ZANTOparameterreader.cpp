@@ -21,9 +21,9 @@ ZANTONodeValue ZANTOBoardSource::read(const std::string &name, uint32_t type) co
     return ZANTOUtils::ZANTOGetBoardParameterChanged(m_handle, m_slot, name, type);
 }
 
-void ZANTOBoardSource::reportUnreadable(const char *name) const
+void ZANTOBoardSource::traceUnreadable(const char *name) const
 {
-    ZANTOPrint("Error fetching [%d:%s] properties\n", m_slot, name);
+    ZANTO_TRACE(0, "Error fetching [%d:%s] properties\n", m_slot, name);
 }
 
 bool ZANTOChannelSource::property(const char *name, const char *property, void *value) const
@@ -38,9 +38,9 @@ ZANTONodeValue ZANTOChannelSource::read(const std::string &name, uint32_t type) 
     return ZANTOUtils::ZANTOGetChannelParameterChanged(m_handle, m_slot, name, m_channel, type);
 }
 
-void ZANTOChannelSource::reportUnreadable(const char *name) const
+void ZANTOChannelSource::traceUnreadable(const char *name) const
 {
-    ZANTOPrint("Error fetching [%d:%d:%s] properties\n", m_slot, m_channel, name);
+    ZANTO_TRACE(0, "Error fetching [%d:%d:%s] properties\n", m_slot, m_channel, name);
 }
 
 namespace {
@@ -60,8 +60,7 @@ void fetchTypeAndMode(const ZANTOParameterSource &source, const char *name, uint
         const bool haveMode = source.property(name, VEXAHV_PROP_MODE, &mode);
         if (haveType && haveMode)
             return;
-        if (DEBUG > 0)
-            source.reportUnreadable(name);
+        source.traceUnreadable(name);
         if (attempt >= promptRetries)
             ZANTOStartupPause(retryPause);
     }

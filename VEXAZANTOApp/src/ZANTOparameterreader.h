@@ -18,7 +18,7 @@ public:
     // False when the library does not answer; `value` is shaped by the property.
     virtual bool property(const char *name, const char *property, void *value) const = 0;
     virtual ZANTONodeValue read(const std::string &name, uint32_t type) const = 0;
-    virtual void reportUnreadable(const char *name) const = 0;
+    virtual void traceUnreadable(const char *name) const = 0;
 };
 
 class ZANTOBoardSource : public ZANTOParameterSource {
@@ -28,7 +28,7 @@ public:
     uint16_t slot() const override { return m_slot; }
     bool property(const char *name, const char *property, void *value) const override;
     ZANTONodeValue read(const std::string &name, uint32_t type) const override;
-    void reportUnreadable(const char *name) const override;
+    void traceUnreadable(const char *name) const override;
 
 private:
     int32_t m_handle;
@@ -45,7 +45,7 @@ public:
     uint16_t slot() const override { return m_slot; }
     bool property(const char *name, const char *property, void *value) const override;
     ZANTONodeValue read(const std::string &name, uint32_t type) const override;
-    void reportUnreadable(const char *name) const override;
+    void traceUnreadable(const char *name) const override;
 
 private:
     int32_t m_handle;

@@ -88,8 +88,7 @@ ZANTONodeValue ZANTOReadProperty(const ZANTOParameterSource &source, const char 
     variant value;
     if (readProperty(source, propName, paramName.c_str(), value))
         return ZANTONodeValue(value, nodeValueQualityGood, now);
-    if (DEBUG > 0)
-        ZANTOPrint("Error getting [%s] for [%s] %s parameter\n", propName, paramName.c_str(),
-                   source.kind() == nodeTypeBoardParam ? "board" : "channel");
+    ZANTO_TRACE(0, "Error getting [%s] for [%s] %s parameter\n", propName, paramName.c_str(),
+                source.kind() == nodeTypeBoardParam ? "board" : "channel");
     return ZANTONodeValue(value, nodeValueQualityBad, now);
 }

@@ -67,8 +67,8 @@ void ZANTORecordFiles::write(ZANTOOutputFile &database, ZANTOOutputFile &pvList)
         if (!leftOut[i]) {
             plan.appendRecords(records.end());
             plan.appendLine(lines.end());
-        } else if (DEBUG > 0) {
-            ZANTOPrint("Error creating string for [%s] record\n", plan.shortName().c_str());
+        } else {
+            ZANTO_TRACE(0, "Error creating string for [%s] record\n", plan.shortName().c_str());
         }
     }
     records.flush();

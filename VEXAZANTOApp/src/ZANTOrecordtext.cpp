@@ -136,27 +136,21 @@ ZANTORecordClaim ZANTORecordPlan::claim() const
 void ZANTORecordPlan::reportType(const char *output) const
 {
     if (m_result == Result::noNodeType)
-        ZANTOPrint("Error finding type while creating string for [%s] %s\n", shortName().c_str(),
-                   output);
+        ZANTO_TRACE(0, "Error finding type while creating string for [%s] %s\n",
+                    shortName().c_str(), output);
     else if (m_result == Result::noSystemType)
-        ZANTOPrint("Error finding system type while creating string for [%s] %s\n",
-                   shortName().c_str(), output);
+        ZANTO_TRACE(0, "Error finding system type while creating string for [%s] %s\n",
+                    shortName().c_str(), output);
 }
 
 void ZANTORecordPlan::reportNoRecords() const
 {
-    if (DEBUG < 1)
-        return;
     reportType("record");
     if (m_result == Result::noName || (m_result == Result::noKind && shortName() != "Name"))
-        ZANTOPrint("Error creating string for [%s] record\n", shortName().c_str());
+        ZANTO_TRACE(0, "Error creating string for [%s] record\n", shortName().c_str());
 }
 
-void ZANTORecordPlan::reportNoLine() const
-{
-    if (DEBUG > 0)
-        reportType("PV list");
-}
+void ZANTORecordPlan::reportNoLine() const { reportType("PV list"); }
 
 // ---- records ----
 

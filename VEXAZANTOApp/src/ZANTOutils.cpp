@@ -212,8 +212,8 @@ ZANTONodeValue readChannelName(int32_t handle, uint16_t slot, uint16_t channel, 
 int32_t writeChannelName(int32_t handle, uint16_t slot, uint16_t channel, const variant &value)
 {
     const int32_t result = VEXAHV_SetChName(handle, slot, 1, &channel, value.toString().c_str());
-    if (result != 0 && DEBUG > 0)
-        ZANTOPrintLine("Error setting channel name");
+    if (result != 0)
+        ZANTO_TRACE(0, "Error setting channel name\n");
     return result;
 }
 
@@ -227,8 +227,8 @@ ZANTONodeValue ZANTOUtils::ZANTOGetSystemPropertyChanged(int32_t handle, const s
     const bool read = readItem(ZANTOPropertyReadWire(type), result, now, [&](void *value) {
         return VEXAHV_GetSysProp(handle, name.c_str(), value);
     });
-    if (!read && DEBUG > 1)
-        ZANTOPrint("Error getting [%s] system property\n", name.c_str());
+    if (!read)
+        ZANTO_TRACE(1, "Error getting [%s] system property\n", name.c_str());
     return result;
 }
 
@@ -238,8 +238,8 @@ int32_t ZANTOUtils::ZANTOSetSystemPropertyChanged(int32_t handle, const std::str
     const int32_t result = writeItem(ZANTOPropertyWriteWire(type), value, [&](const void *data) {
         return VEXAHV_SetSysProp(handle, name.c_str(), data);
     });
-    if (result != 0 && DEBUG > 1)
-        ZANTOPrint("Error setting [%s] system property\n", name.c_str());
+    if (result != 0)
+        ZANTO_TRACE(1, "Error setting [%s] system property\n", name.c_str());
     return result;
 }
 
@@ -255,8 +255,8 @@ ZANTONodeValue ZANTOUtils::ZANTOGetBoardParameterChanged(int32_t handle, uint16_
     const bool read = readItem(wire, result, now, [&](void *value) {
         return VEXAHV_GetBdParam(handle, 1, &slot, name.c_str(), value);
     });
-    if (!read && DEBUG > 1)
-        ZANTOPrint("Error getting [%s] board parameter\n", name.c_str());
+    if (!read)
+        ZANTO_TRACE(1, "Error getting [%s] board parameter\n", name.c_str());
     return result;
 }
 
@@ -267,8 +267,8 @@ int32_t ZANTOUtils::ZANTOSetBoardParameterChanged(int32_t handle, uint16_t slot,
     const int32_t result = writeItem(ZANTOParameterWire(type), value, [&](const void *data) {
         return VEXAHV_SetBdParam(handle, 1, &slot, name.c_str(), data);
     });
-    if (result != 0 && DEBUG > 1)
-        ZANTOPrint("Error setting [%s] board parameter\n", name.c_str());
+    if (result != 0)
+        ZANTO_TRACE(1, "Error setting [%s] board parameter\n", name.c_str());
     return result;
 }
 
@@ -283,8 +283,8 @@ ZANTONodeValue ZANTOUtils::ZANTOGetChannelParameterChanged(int32_t handle, uint1
     const bool read = readItem(ZANTOParameterWire(type), result, now, [&](void *value) {
         return VEXAHV_GetChParam(handle, slot, name.c_str(), 1, &channel, value);
     });
-    if (!read && DEBUG > 1)
-        ZANTOPrint("Error getting [%s] channel parameter\n", name.c_str());
+    if (!read)
+        ZANTO_TRACE(1, "Error getting [%s] channel parameter\n", name.c_str());
     return result;
 }
 
@@ -297,16 +297,16 @@ int32_t ZANTOUtils::ZANTOSetChannelParameterChanged(int32_t handle, uint16_t slo
     const int32_t result = writeItem(ZANTOParameterWire(type), value, [&](const void *data) {
         return VEXAHV_SetChParam(handle, slot, name.c_str(), 1, &channel, data);
     });
-    if (result != 0 && DEBUG > 1)
-        ZANTOPrint("Error setting [%s] channel parameter - res = %d\n", name.c_str(), result);
+    if (result != 0)
+        ZANTO_TRACE(1, "Error setting [%s] channel parameter - res = %d\n", name.c_str(), result);
     return result;
 }
 
 int32_t ZANTOUtils::ZANTOExeSystemCommandChanged(int32_t handle, const std::string &name)
 {
     const int32_t result = VEXAHV_ExecComm(handle, name.c_str());
-    if (result != 0 && DEBUG > 1)
-        ZANTOPrint("Error execute [%s] system command\n", name.c_str());
+    if (result != 0)
+        ZANTO_TRACE(1, "Error execute [%s] system command\n", name.c_str());
     return result;
 }
 
@@ -342,8 +342,7 @@ ZANTONodeValue ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(ZANTONode *e
                                                                     const IDValue_t &recvItemVal)
 {
     if (element == nullptr) {
-        if (DEBUG > 0)
-            ZANTOPrintLine("Node not found");
+        ZANTO_TRACE(0, "Node not found\n");
         return ZANTONodeValue();
     }
     variant value;

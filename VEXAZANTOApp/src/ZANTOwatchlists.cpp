@@ -40,10 +40,10 @@ bool reportRefused(const LevelName &level, const WatchList &list, bool called,
         if (!called || results[i] != 0)
             refused += "[" + list.names[i] + "]";
     }
-    if (!refused.empty() && DEBUG > 0)
-        ZANTOPrint("Error subscribing %s: %s\n", level.c_str(), refused.c_str());
-    if (!refused.empty() && DEBUG > 7)
-        ZANTOPrint("sent: %s\n", list.text.c_str());
+    if (!refused.empty()) {
+        ZANTO_TRACE(0, "Error subscribing %s: %s\n", level.c_str(), refused.c_str());
+        ZANTO_TRACE(7, "sent: %s\n", list.text.c_str());
+    }
     return called && refused.empty();
 }
 
@@ -57,8 +57,7 @@ bool watchLevel(const LevelName &level, const WatchList &list, const Watch &watc
         // Two more than names, should a library count the empty place before a leading ":".
         results.resize(list.names.size() + 2);
     } catch (const std::bad_alloc &) {
-        if (DEBUG > 0)
-            ZANTOPrint("Error subscribing %s - ALL\n", level.c_str());
+        ZANTO_TRACE(0, "Error subscribing %s - ALL\n", level.c_str());
         return false;
     }
     const auto count = static_cast<uint32_t>(list.names.size());
@@ -125,8 +124,7 @@ template <typename Level> bool attemptLevel(bool (*goesOn)(), const Level &level
     try {
         return level();
     } catch (const std::exception &error) {
-        if (DEBUG > 0)
-            ZANTOPrint("Error subscribing: %s\n", error.what());
+        ZANTO_TRACE(0, "Error subscribing: %s\n", error.what());
         return false;
     }
 }
