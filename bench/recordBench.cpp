@@ -76,7 +76,7 @@ void readAi(benchmark::State &state)
     aiRecord record = {};
     std::strcpy(record.name, lastParameter);
     record.inp.type = INST_IO;
-    if (ZANTOInitRecord(reinterpret_cast<dbCommon *>(&record), record.inp, "%s") != 0 ||
+    if (!ZANTOBindRecord(reinterpret_cast<dbCommon *>(&record), record.inp) ||
         read(&record) != ZANTODontConvert)
         state.SkipWithError("the record has no node");
     for (auto _ : state)

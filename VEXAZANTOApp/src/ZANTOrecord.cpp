@@ -1,12 +1,10 @@
 #include "ZANTOrecord.h"
 
 #include "ZANTOchangedrecords.h"
-#include "ZANTOmessages.h"
 #include "ZANTOstatic.h"
 #include "ZANTOutils.h"
 
 #include <array>
-#include <cstdarg>
 #include <cstddef>
 #include <deque>
 #include <mutex>
@@ -37,15 +35,13 @@ ZANTOBinding *newBinding()
 
 } // namespace
 
-long ZANTOInitRecord(dbCommon *record, const DBLINK &link, const char *format)
+bool ZANTOBindRecord(dbCommon *record, const DBLINK &link)
 {
-    if (link.type != INST_IO) {
-        ZANTOPrintMessage(format, record->name);
-        return S_db_badField;
-    }
+    if (link.type != INST_IO)
+        return false;
     if (record->dpvt == nullptr)
         record->dpvt = newBinding();
-    return 0;
+    return true;
 }
 
 ZANTONode *ZANTOSeekNodeOfRecord(dbCommon *record)
@@ -79,14 +75,4 @@ void ZANTOCountRecord(ZANTOScanList &list, int command, dbCommon *record)
         changed.recordLeaves(record);
         list.recordLeaves(record->prio, changedOnly);
     }
-}
-
-void ZANTOPrintMessage(const char *format, ...)
-{
-    if (format == nullptr)
-        return;
-    va_list arguments;
-    va_start(arguments, format);
-    ZANTOPrintList(format, arguments);
-    va_end(arguments);
 }

@@ -17,11 +17,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string_view>
 #include <type_traits>
 
-// Gives the record its place to keep its node. 0, or S_db_badField with the message for a link
-// that is not INST_IO; `format` takes the record's name.
-long ZANTOInitRecord(dbCommon *record, const DBLINK &link, const char *format);
+// Gives the record its place to keep its node. False for a link that is not INST_IO.
+bool ZANTOBindRecord(dbCommon *record, const DBLINK &link);
 
 // What a record keeps in its private pointer. Those of records that are initialised one after
 // the other, and so are scanned one after the other, lie side by side, and one more behind the
@@ -54,10 +54,6 @@ inline ZANTONode *ZANTONodeOfRecord(dbCommon *record)
 
 // setNodeEditedValue under the node's lockSem. Blocks as long as the library does.
 int32_t ZANTOWriteNode(ZANTONode &node, const variant &value);
-
-// printf to standard output for messages that a record type may lack (null: nothing is printed)
-// or may word without using every argument.
-void ZANTOPrintMessage(const char *format, ...);
 
 // Counts a record that the IOC puts into the list (command 0) or takes out of it (1), and has
 // the changed records know it. The IOC calls with the record locked, so that its priority is
@@ -153,19 +149,27 @@ template <auto routine> DEVSUPFUN ZANTODsetEntry()
 //   failed          message of a failed write, or null; takes name and result
 //   succeeded(result)
 
+// 0, or S_db_badField with the type's message.
+template <typename Trait> long ZANTOInitRecord(typename Trait::Record *record, const DBLINK &link)
+{
+    if (ZANTOBindRecord(reinterpret_cast<dbCommon *>(record), link))
+        return ZANTOOk;
+    ZANTOPrint(Trait::badLink, record->name);
+    return S_db_badField;
+}
+
 // init_record of an input record; each call gives the type a fresh scan list.
 template <typename Trait> long ZANTOInitInput(typename Trait::Record *record)
 {
-    const long status =
-        ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->inp, Trait::badLink);
-    if (status == 0)
+    const long status = ZANTOInitRecord<Trait>(record, record->inp);
+    if (status == ZANTOOk)
         Trait::list().init();
     return status;
 }
 
 template <typename Trait> long ZANTOInitOutput(typename Trait::Record *record)
 {
-    return ZANTOInitRecord(reinterpret_cast<dbCommon *>(record), record->out, Trait::badLink);
+    return ZANTOInitRecord<Trait>(record, record->out);
 }
 
 // get_ioint_info of an input record: hands out the type's list, and counts the record in or out.
@@ -177,13 +181,24 @@ template <typename Trait> long ZANTOGetScanList(int cmd, dbCommon *record, IOSCA
     return 0;
 }
 
+template <typename Trait> void ZANTOTraceNoNode(const char *recordName)
+{
+    constexpr const char *message = Trait::noNode;
+    if constexpr (message == nullptr)
+        return;
+    else if constexpr (std::string_view(message).find("%s") != std::string_view::npos)
+        ZANTO_TRACE(0, message, recordName);
+    else
+        ZANTO_TRACE(0, message);
+}
+
 // The record's node, or null with the type's message.
 template <typename Trait>
 ZANTONode *ZANTOFindNode(typename Trait::Record *record, const ZANTOTreeUse &use)
 {
     ZANTONode *node = use ? ZANTONodeOfRecord(reinterpret_cast<dbCommon *>(record)) : nullptr;
-    if (node == nullptr && DEBUG > 0)
-        ZANTOPrintMessage(Trait::noNode, record->name);
+    if (node == nullptr)
+        ZANTOTraceNoNode<Trait>(record->name);
     return node;
 }
 
@@ -200,8 +215,7 @@ template <typename Trait> long ZANTOReadNumber(typename Trait::Record *record)
     if (!isNumber)
         return ZANTOFailed;
     record->udf = 0;
-    if (DEBUG > 7)
-        ZANTOPrint(Trait::trace, record->name, Trait::shown(record));
+    ZANTO_TRACE(7, Trait::trace, record->name, Trait::shown(record));
     return ZANTODontConvert;
 }
 
@@ -211,20 +225,19 @@ long ZANTOSend(typename Trait::Record *record, ZANTONode &node, const variant &v
 {
     const int32_t result = ZANTOWriteNode(node, value);
     if (!Trait::succeeded(result)) {
-        if (DEBUG > 0)
-            ZANTOPrintMessage(Trait::failed, record->name, result);
+        if constexpr (Trait::failed != nullptr)
+            ZANTO_TRACE(0, Trait::failed, record->name, result);
         return ZANTOFailed;
     }
     record->udf = 0;
-    if (DEBUG > 6)
-        ZANTOPrint(Trait::trace, record->name, Trait::shown(record));
+    ZANTO_TRACE(6, Trait::trace, record->name, Trait::shown(record));
     return ZANTOOk;
 }
 
 template <typename Trait> long ZANTOWriteNumber(typename Trait::Record *record)
 {
-    if (DEBUG > 6)
-        ZANTOPrintMessage(Trait::request, record->name, Trait::shown(record));
+    if constexpr (Trait::request != nullptr)
+        ZANTO_TRACE(6, Trait::request, record->name, Trait::shown(record));
     const ZANTOTreeUse use;
     ZANTONode *node = ZANTOFindNode<Trait>(record, use);
     variant value;
