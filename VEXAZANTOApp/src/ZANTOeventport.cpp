@@ -13,12 +13,6 @@ namespace {
 
 constexpr int backlog = 128;
 
-void tell(const char *message)
-{
-    if (DEBUG > 0)
-        ZANTOPrintLine(message);
-}
-
 bool bindTo(int socket, uint16_t port)
 {
     sockaddr_in address = {};
@@ -48,13 +42,13 @@ Listening listenOnPort(int socket)
     if (!bindTo(socket, static_cast<uint16_t>(tcpPort))) {
         if (errno == EADDRINUSE)
             return Listening::portTaken;
-        tell("\nTCP port error");
+        ZANTO_TRACE(0, "\nTCP port error\n");
         return Listening::failed;
     }
     if (listen(socket, backlog) != 0) {
         if (errno == EADDRINUSE)
             return Listening::portTaken;
-        tell("\nTCP listen error");
+        ZANTO_TRACE(0, "\nTCP listen error\n");
         return Listening::failed;
     }
     storeBoundPort(socket);
@@ -69,7 +63,7 @@ ZANTOSocket ZANTOOpenEventPort()
     while (true) {
         ZANTOSocket listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         if (!listener.isOpen()) {
-            tell("\nTCP socket error");
+            ZANTO_TRACE(0, "\nTCP socket error\n");
             return ZANTOSocket();
         }
         const int on = 1;

@@ -85,8 +85,7 @@ void ZANTOEvents_Thread(void *)
     ZANTOEventSource source = {socket.fd(), connections.numberOf(socket.fd())};
     epicsEventSignal(socketTaken());
     if (!found) {
-        if (DEBUG > 0)
-            ZANTOPrintLine("\nSystem node not found, update thread exits");
+        ZANTO_TRACE(0, "\nSystem node not found, update thread exits\n");
         return;
     }
     while (!ZANTOHandleNextBatch(source)) {
@@ -162,8 +161,7 @@ void serve(ZANTOSocket socket, bool isCrates)
     auto &connections = ZANTOEventConnections::instance();
     const uint64_t number = connections.admit(socket.fd(), isCrates);
     if (number == 0) {
-        if (DEBUG > 0)
-            ZANTOPrintLine("\nToo many event connections, the new one is closed");
+        ZANTO_TRACE(0, "\nToo many event connections, the new one is closed\n");
         return;
     }
     if (startEventThread(socket.fd()))
@@ -174,8 +172,7 @@ void serve(ZANTOSocket socket, bool isCrates)
 
 void acceptConnection(const ZANTOSocket &listener)
 {
-    if (DEBUG > 9)
-        ZANTOPrintLine("\nTCP waiting for connection..");
+    ZANTO_TRACE(9, "\nTCP waiting for connection..\n");
     sockaddr_in peer = {};
     socklen_t size = sizeof(peer);
     ZANTOSocket socket(
@@ -183,14 +180,12 @@ void acceptConnection(const ZANTOSocket &listener)
     if (!socket.isOpen()) {
         const bool exhausted =
             errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
-        if (DEBUG > 0)
-            ZANTOPrintLine("\nTCP accept connection error");
+        ZANTO_TRACE(0, "\nTCP accept connection error\n");
         if (exhausted)
             std::this_thread::sleep_for(acceptPause);
         return;
     }
-    if (DEBUG > 9)
-        ZANTOPrintLine("Device connected");
+    ZANTO_TRACE(9, "Device connected\n");
     keepAlive(socket.fd());
     // Whoever connects before the tree exists is served once it does.
     ZANTOWaitForTree();
@@ -201,8 +196,7 @@ void acceptConnection(const ZANTOSocket &listener)
 
 void tcpServer_Thread(void *)
 {
-    if (DEBUG > 9)
-        ZANTOPrintLine("\nTCP server thread started");
+    ZANTO_TRACE(9, "\nTCP server thread started\n");
     const ZANTOSocket listener = ZANTOOpenEventPort();
     epicsEventSignal(portSettled());
     if (!listener.isOpen())
