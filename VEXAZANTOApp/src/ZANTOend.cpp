@@ -124,18 +124,6 @@ void logOut(const ZANTOEndPlan &plan)
     freeTree(root);
 }
 
-void tellSignal(uint16_t number)
-{
-    if (DEBUG > 1)
-        ZANTOPrint("\nCaught a termination signal (%s).\n", strsignal(number));
-}
-
-void tell(const char *message)
-{
-    if (DEBUG > 0)
-        ZANTOPrintLine(message);
-}
-
 void begin()
 {
     End &e = end();
@@ -190,14 +178,14 @@ void ZANTOCloseCrate()
     const ZANTOLifeState life = ZANTOPresentLife();
     const ZANTOEndPlan plan = ZANTOPlanEnd(life);
     if (plan.tellsSignal)
-        tellSignal(life.signal);
+        ZANTO_TRACE(1, "\nCaught a termination signal (%s).\n", strsignal(life.signal));
     if (plan.tellsShutdown)
-        tell("\nShutting down crate");
+        ZANTO_TRACE(0, "\nShutting down crate\n");
     if (plan.logsOut)
         logOut(plan);
     ZANTOSetPrintPatience(ZANTOEndTimes::wordsAfterLogout);
     if (plan.tellsShutdown)
-        tell("\nCrate disconnected");
+        ZANTO_TRACE(0, "\nCrate disconnected\n");
 }
 
 namespace {

@@ -28,13 +28,11 @@ int32_t ZANTOWaitForFirmware(const char *host)
     }
     const int on = 1;
     setsockopt(probe.fd(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-    if (DEBUG > 0)
-        ZANTOPrintLine("Attempt to connect to firmware..");
+    ZANTO_TRACE(0, "Attempt to connect to firmware..\n");
     while (connect(probe.fd(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) !=
            0) {
         ZANTOParkIfEnding();
-        if (DEBUG > 0)
-            ZANTOPrintLine("error");
+        ZANTO_TRACE(0, "error\n");
         sleep(1);
         ZANTOParkIfEnding();
     }
