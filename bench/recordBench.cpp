@@ -70,9 +70,8 @@ constexpr const char *lastParameter = "CRATE:15:047:Param15";
 void readAi(benchmark::State &state)
 {
     tree();
-    const auto *table = reinterpret_cast<const ZANTODset6 *>(pvar_dset_devVEXAZANTOAi);
     const auto read =
-        reinterpret_cast<long (*)(aiRecord *)>(reinterpret_cast<void (*)()>(table->read_write));
+        reinterpret_cast<const ZANTODset6<aiRecord> *>(pvar_dset_devVEXAZANTOAi)->read_write;
     aiRecord record = {};
     std::strcpy(record.name, lastParameter);
     record.inp.type = INST_IO;

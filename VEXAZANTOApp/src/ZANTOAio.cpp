@@ -35,25 +35,14 @@ struct Ao {
     static bool succeeded(int32_t result) { return result == 0; }
 };
 
-long init_record_ai(aiRecord *record) { return ZANTOInitInput<Ai>(record); }
-long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
-{
-    return ZANTOGetScanList<Ai>(cmd, record, list);
-}
-long read_ai(aiRecord *record) { return ZANTOReadNumber<Ai>(record); }
-long init_record_ao(aoRecord *record) { return ZANTOInitOutput<Ao>(record); }
-long write_ao(aoRecord *record) { return ZANTOWriteNumber<Ao>(record); }
+constexpr auto init_record_ai = ZANTOInitInput<Ai>;
+constexpr auto get_ioint_info = ZANTOGetScanList<Ai>;
+constexpr auto read_ai = ZANTOReadNumber<Ai>;
+constexpr auto init_record_ao = ZANTOInitOutput<Ao>;
+constexpr auto write_ao = ZANTOWriteNumber<Ao>;
 
-ZANTODset6 devVEXAZANTOAi = {6,
-                             nullptr,
-                             nullptr,
-                             ZANTODsetEntry<init_record_ai>(),
-                             ZANTODsetEntry<get_ioint_info>(),
-                             ZANTODsetEntry<read_ai>(),
-                             nullptr};
-ZANTODset6 devVEXAZANTOAo = {
-    6,      nullptr, nullptr, ZANTODsetEntry<init_record_ao>(), nullptr, ZANTODsetEntry<write_ao>(),
-    nullptr};
+auto devVEXAZANTOAi = ZANTOInput<ZANTODset6, init_record_ai, get_ioint_info, read_ai>();
+auto devVEXAZANTOAo = ZANTOOutput<ZANTODset6, init_record_ao, write_ao>();
 
 } // namespace
 

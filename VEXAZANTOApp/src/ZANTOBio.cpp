@@ -29,23 +29,14 @@ struct Bo : ZANTOBitsTrait<boRecord> {
     static bool succeeded(int32_t result) { return result >= 0; }
 };
 
-long init_record_bi(biRecord *record) { return ZANTOInitInput<Bi>(record); }
-long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
-{
-    return ZANTOGetScanList<Bi>(cmd, record, list);
-}
-long read_bi(biRecord *record) { return ZANTOReadNumber<Bi>(record); }
-long init_record_bo(boRecord *record) { return ZANTOInitOutput<Bo>(record); }
-long write_bo(boRecord *record) { return ZANTOWriteNumber<Bo>(record); }
+constexpr auto init_record_bi = ZANTOInitInput<Bi>;
+constexpr auto get_ioint_info = ZANTOGetScanList<Bi>;
+constexpr auto read_bi = ZANTOReadNumber<Bi>;
+constexpr auto init_record_bo = ZANTOInitOutput<Bo>;
+constexpr auto write_bo = ZANTOWriteNumber<Bo>;
 
-ZANTODset5 devVEXAZANTOBi = {5,
-                             nullptr,
-                             nullptr,
-                             ZANTODsetEntry<init_record_bi>(),
-                             ZANTODsetEntry<get_ioint_info>(),
-                             ZANTODsetEntry<read_bi>()};
-ZANTODset5 devVEXAZANTOBo = {
-    5, nullptr, nullptr, ZANTODsetEntry<init_record_bo>(), nullptr, ZANTODsetEntry<write_bo>()};
+auto devVEXAZANTOBi = ZANTOInput<ZANTODset5, init_record_bi, get_ioint_info, read_bi>();
+auto devVEXAZANTOBo = ZANTOOutput<ZANTODset5, init_record_bo, write_bo>();
 
 } // namespace
 

@@ -26,23 +26,14 @@ struct MBBo : ZANTOBitsTrait<mbboRecord> {
     static bool succeeded(int32_t result) { return result == 0; }
 };
 
-long init_record_mbbi(mbbiRecord *record) { return ZANTOInitInput<MBBi>(record); }
-long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
-{
-    return ZANTOGetScanList<MBBi>(cmd, record, list);
-}
-long read_mbbi(mbbiRecord *record) { return ZANTOReadNumber<MBBi>(record); }
-long init_record_mbbo(mbboRecord *record) { return ZANTOInitOutput<MBBo>(record); }
-long write_mbbo(mbboRecord *record) { return ZANTOWriteNumber<MBBo>(record); }
+constexpr auto init_record_mbbi = ZANTOInitInput<MBBi>;
+constexpr auto get_ioint_info = ZANTOGetScanList<MBBi>;
+constexpr auto read_mbbi = ZANTOReadNumber<MBBi>;
+constexpr auto init_record_mbbo = ZANTOInitOutput<MBBo>;
+constexpr auto write_mbbo = ZANTOWriteNumber<MBBo>;
 
-ZANTODset5 devVEXAZANTOMBBi = {5,
-                               nullptr,
-                               nullptr,
-                               ZANTODsetEntry<init_record_mbbi>(),
-                               ZANTODsetEntry<get_ioint_info>(),
-                               ZANTODsetEntry<read_mbbi>()};
-ZANTODset5 devVEXAZANTOMBBo = {
-    5, nullptr, nullptr, ZANTODsetEntry<init_record_mbbo>(), nullptr, ZANTODsetEntry<write_mbbo>()};
+auto devVEXAZANTOMBBi = ZANTOInput<ZANTODset5, init_record_mbbi, get_ioint_info, read_mbbi>();
+auto devVEXAZANTOMBBo = ZANTOOutput<ZANTODset5, init_record_mbbo, write_mbbo>();
 
 } // namespace
 

@@ -27,27 +27,15 @@ struct MBBoDirect : ZANTOBitsTrait<mbboDirectRecord> {
     static bool succeeded(int32_t result) { return result == 0; }
 };
 
-long init_record_mbbiDirect(mbbiDirectRecord *record) { return ZANTOInitInput<MBBiDirect>(record); }
-long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
-{
-    return ZANTOGetScanList<MBBiDirect>(cmd, record, list);
-}
-long read_mbbiDirect(mbbiDirectRecord *record) { return ZANTOReadNumber<MBBiDirect>(record); }
-long init_record_mbboDirect(mbboDirectRecord *record)
-{
-    return ZANTOInitOutput<MBBoDirect>(record);
-}
-long write_mbboDirect(mbboDirectRecord *record) { return ZANTOWriteNumber<MBBoDirect>(record); }
+constexpr auto init_record_mbbiDirect = ZANTOInitInput<MBBiDirect>;
+constexpr auto get_ioint_info = ZANTOGetScanList<MBBiDirect>;
+constexpr auto read_mbbiDirect = ZANTOReadNumber<MBBiDirect>;
+constexpr auto init_record_mbboDirect = ZANTOInitOutput<MBBoDirect>;
+constexpr auto write_mbboDirect = ZANTOWriteNumber<MBBoDirect>;
 
-ZANTODset5 devVEXAZANTOMBBiDirect = {5,
-                                     nullptr,
-                                     nullptr,
-                                     ZANTODsetEntry<init_record_mbbiDirect>(),
-                                     ZANTODsetEntry<get_ioint_info>(),
-                                     ZANTODsetEntry<read_mbbiDirect>()};
-ZANTODset5 devVEXAZANTOMBBoDirect = {5,       nullptr,
-                                     nullptr, ZANTODsetEntry<init_record_mbboDirect>(),
-                                     nullptr, ZANTODsetEntry<write_mbboDirect>()};
+auto devVEXAZANTOMBBiDirect =
+    ZANTOInput<ZANTODset5, init_record_mbbiDirect, get_ioint_info, read_mbbiDirect>();
+auto devVEXAZANTOMBBoDirect = ZANTOOutput<ZANTODset5, init_record_mbboDirect, write_mbboDirect>();
 
 } // namespace
 

@@ -42,12 +42,9 @@ template <size_t size> void readText(ZANTONode &node, char (&field)[size])
     std::memcpy(field, shown, std::min(length + 1, size - 1));
 }
 
-long init_record_stringin(stringinRecord *record) { return ZANTOInitInput<Stringin>(record); }
+constexpr auto init_record_stringin = ZANTOInitInput<Stringin>;
 
-long get_ioint_info(int cmd, dbCommon *record, IOSCANPVT *list)
-{
-    return ZANTOGetScanList<Stringin>(cmd, record, list);
-}
+constexpr auto get_ioint_info = ZANTOGetScanList<Stringin>;
 
 long read_stringin(stringinRecord *record)
 {
@@ -61,7 +58,7 @@ long read_stringin(stringinRecord *record)
     return ZANTODontConvert;
 }
 
-long init_record_stringout(stringoutRecord *record) { return ZANTOInitOutput<Stringout>(record); }
+constexpr auto init_record_stringout = ZANTOInitOutput<Stringout>;
 
 long write_stringout(stringoutRecord *record)
 {
@@ -78,17 +75,9 @@ long write_stringout(stringoutRecord *record)
     return ZANTOSend<Stringout>(record, *node, value);
 }
 
-ZANTODset6 devVEXAZANTOStringin = {6,
-                                   nullptr,
-                                   nullptr,
-                                   ZANTODsetEntry<init_record_stringin>(),
-                                   ZANTODsetEntry<get_ioint_info>(),
-                                   ZANTODsetEntry<read_stringin>(),
-                                   nullptr};
-ZANTODset6 devVEXAZANTOStringout = {6,       nullptr,
-                                    nullptr, ZANTODsetEntry<init_record_stringout>(),
-                                    nullptr, ZANTODsetEntry<write_stringout>(),
-                                    nullptr};
+auto devVEXAZANTOStringin =
+    ZANTOInput<ZANTODset6, init_record_stringin, get_ioint_info, read_stringin>();
+auto devVEXAZANTOStringout = ZANTOOutput<ZANTODset6, init_record_stringout, write_stringout>();
 
 } // namespace
 

@@ -100,13 +100,20 @@ bool ZANTONumberToVariant(Number number, nodeDataType dataType, variant &value)
 }
 
 // Device support entry tables of five and six entries, laid out as every base expects them.
-struct ZANTODset5 {
-    long number;
-    DEVSUPFUN report, init, init_record, get_ioint_info, read_write;
+template <typename Record> struct ZANTODset5 {
+    long number = 5;
+    DEVSUPFUN report = nullptr, init = nullptr;
+    long (*init_record)(Record *) = nullptr;
+    long (*get_ioint_info)(int, dbCommon *, IOSCANPVT *) = nullptr;
+    long (*read_write)(Record *) = nullptr;
 };
-struct ZANTODset6 {
-    long number;
-    DEVSUPFUN report, init, init_record, get_ioint_info, read_write, special_linconv;
+template <typename Record> struct ZANTODset6 {
+    long number = 6;
+    DEVSUPFUN report = nullptr, init = nullptr;
+    long (*init_record)(Record *) = nullptr;
+    long (*get_ioint_info)(int, dbCommon *, IOSCANPVT *) = nullptr;
+    long (*read_write)(Record *) = nullptr;
+    DEVSUPFUN special_linconv = nullptr;
 };
 
 // Return codes of device support routines.
@@ -128,10 +135,28 @@ template <typename... Arguments, long (*routine)(Arguments...)> struct ZANTOEntr
     }
 };
 
-// A routine of any record type as an entry of a table.
-template <auto routine> DEVSUPFUN ZANTODsetEntry()
+template <template <typename> class Dset, typename Record>
+constexpr Dset<Record> ZANTOTable(long (*initRecord)(Record *),
+                                  long (*getIointInfo)(int, dbCommon *, IOSCANPVT *),
+                                  long (*readOrWrite)(Record *))
 {
-    return reinterpret_cast<DEVSUPFUN>(reinterpret_cast<void (*)()>(ZANTOEntry<routine>::call));
+    Dset<Record> table;
+    table.init_record = initRecord;
+    table.get_ioint_info = getIointInfo;
+    table.read_write = readOrWrite;
+    return table;
+}
+
+// The tables of an input and of an output record.
+template <template <typename> class Dset, auto initRecord, auto getIointInfo, auto read>
+constexpr auto ZANTOInput()
+{
+    return ZANTOTable<Dset>(ZANTOEntry<initRecord>::call, ZANTOEntry<getIointInfo>::call,
+                            ZANTOEntry<read>::call);
+}
+template <template <typename> class Dset, auto initRecord, auto write> constexpr auto ZANTOOutput()
+{
+    return ZANTOTable<Dset>(ZANTOEntry<initRecord>::call, nullptr, ZANTOEntry<write>::call);
 }
 
 // ---- the routines of the numeric records. A trait says what is particular to a record type:

@@ -23,7 +23,7 @@ void keepBusy()
                      second = record(recordOf(type, "Float"))] {
             while (true) {
                 for (dbCommon *common : {first, second})
-                    reinterpret_cast<ZANTODset5 *>(common->dset)->read_write(common);
+                    reinterpret_cast<ZANTODset5<dbCommon> *>(common->dset)->read_write(common);
             }
         }).detach();
     }

@@ -45,7 +45,10 @@ private:
     dbCommon *m_record;
 };
 
-ZANTODset5 *supportOf(dbCommon *record) { return reinterpret_cast<ZANTODset5 *>(record->dset); }
+ZANTODset5<dbCommon> *supportOf(dbCommon *record)
+{
+    return reinterpret_cast<ZANTODset5<dbCommon> *>(record->dset);
+}
 
 // Calls `use` with the numeric record in its own type.
 template <typename Use> void visit(dbCommon *record, const Use &use)

@@ -229,8 +229,8 @@ TEST_F(Registration, TheEntryTablesHoldTheRoutinesOfTheirDirectionAlone)
 {
     for (const RecordType &type : recordTypes) {
         SCOPED_TRACE(type.name);
-        const auto *table =
-            reinterpret_cast<const ZANTODset6 *>(record(recordOf(type.name, "Int"))->dset);
+        const auto *table = reinterpret_cast<const ZANTODset6<dbCommon> *>(
+            record(recordOf(type.name, "Int"))->dset);
         const std::string name = type.name;
         const bool hasSix = name[0] == 'a' || name[0] == 's';
         EXPECT_EQ(table->number, hasSix ? 6 : 5);
@@ -250,16 +250,13 @@ TEST_F(Registration, RecordsOfOneTypeShareTheirScanListAndOfTwoTypesDoNot)
     for (const RecordType &type : recordTypes) {
         if (!type.isInput)
             continue;
-        using GetList = long (*)(int, dbCommon *, IOSCANPVT *);
         std::vector<IOSCANPVT> own;
         for (const char *node : {"Int", "Float"}) {
             dbCommon *common = record(recordOf(type.name, node));
-            const auto *table = reinterpret_cast<const ZANTODset5 *>(common->dset);
+            const auto *table = reinterpret_cast<const ZANTODset5<dbCommon> *>(common->dset);
             for (const int command : {0, 1}) {
                 IOSCANPVT list = nullptr;
-                EXPECT_EQ(reinterpret_cast<GetList>(reinterpret_cast<void (*)()>(
-                              table->get_ioint_info))(command, common, &list),
-                          0);
+                EXPECT_EQ(table->get_ioint_info(command, common, &list), 0);
                 own.push_back(list);
             }
         }

@@ -72,7 +72,7 @@ void writeOnAndOn(std::size_t writer)
     dbCommon *common = record(writes[writer].record);
     std::thread([common, writer] {
         while (true) {
-            reinterpret_cast<ZANTODset5 *>(common->dset)->read_write(common);
+            reinterpret_cast<ZANTODset5<dbCommon> *>(common->dset)->read_write(common);
             ++rounds[writer];
         }
     }).detach();
