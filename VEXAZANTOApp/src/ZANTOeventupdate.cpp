@@ -6,6 +6,7 @@
 #include "ZANTOnode.h"
 #include "ZANTOtypes.h"
 #include "ZANTOutils.h"
+#include "ZANTOwirevalue.h"
 
 #include <utility>
 
@@ -14,14 +15,10 @@ namespace {
 // The code space of system property types mapped into that of parameters.
 int32_t parameterTypeOf(uint32_t wrapperType, nodeType type)
 {
-    const auto code = static_cast<int32_t>(wrapperType);
-    if (type != nodeTypeSystemProp)
-        return code;
-    if (code == VEXAHV_SYSPROP_TEXT)
-        return VEXAHV_PARAM_STRING;
-    if (code >= VEXAHV_SYSPROP_REAL && code <= VEXAHV_SYSPROP_INT32)
-        return VEXAHV_PARAM_NUMERIC;
-    return code == VEXAHV_SYSPROP_BOOLEAN ? VEXAHV_PARAM_ONOFF : code;
+    const auto code = type == nodeTypeSystemProp
+                          ? ZANTOParameterTypeOfProperty(wrapperType).value_or(wrapperType)
+                          : wrapperType;
+    return static_cast<int32_t>(code);
 }
 
 void traceUpdate(const char *itemName, nodeDataType dataType, const variant &value)

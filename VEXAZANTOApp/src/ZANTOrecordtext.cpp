@@ -4,12 +4,14 @@
 #include "ZANTOdbtext.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
+#include "ZANTOwirevalue.h"
 #include "vexahvwrapper.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 namespace {
@@ -27,16 +29,6 @@ constexpr struct {
     {"stringin", "stringout"},    // string
 };
 constexpr uint32_t recordKindCount = sizeof(recordTypes) / sizeof(recordTypes[0]);
-
-// The parameter type code that has the records of a system property type: text, five numeric
-// types, boolean. Other codes give one that has none.
-uint32_t kindOfSystemProperty(uint32_t type)
-{
-    static constexpr uint32_t kinds[] = {
-        VEXAHV_PARAM_STRING,  VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC,
-        VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_ONOFF};
-    return type < sizeof(kinds) / sizeof(kinds[0]) ? kinds[type] : recordKindCount;
-}
 
 // ---- parts of a text ----
 
@@ -107,9 +99,10 @@ ZANTORecordPlan::Result ZANTORecordPlan::plan()
         return Result::noNodeType;
     m_kind = m_node->getParWrapperType();
     if (m_node->getNodeType() == nodeTypeSystemProp) {
-        m_kind = kindOfSystemProperty(m_kind);
-        if (m_kind >= recordKindCount)
+        const std::optional<uint32_t> kind = ZANTOParameterTypeOfProperty(m_kind);
+        if (!kind)
             return Result::noSystemType;
+        m_kind = *kind;
     }
     m_access = m_node->getAccessRights();
     if (m_access != nodeAccessRead && m_access != nodeAccessWrite && !readWrite())

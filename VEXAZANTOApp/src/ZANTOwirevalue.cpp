@@ -1,6 +1,7 @@
 #include "ZANTOwirevalue.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -23,6 +24,16 @@ template <size_t n> Wire wireOf(const Wire (&table)[n], uint32_t type)
 ZANTOWire ZANTOPropertyReadWire(uint32_t type) { return wireOf(sysPropRead, type); }
 ZANTOWire ZANTOPropertyWriteWire(uint32_t type) { return wireOf(sysPropWrite, type); }
 ZANTOWire ZANTOParameterWire(uint32_t type) { return wireOf(parameter, type); }
+
+std::optional<uint32_t> ZANTOParameterTypeOfProperty(uint32_t type)
+{
+    static constexpr uint32_t types[] = {
+        VEXAHV_PARAM_STRING,  VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC,
+        VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_NUMERIC, VEXAHV_PARAM_ONOFF};
+    if (type >= std::size(types))
+        return std::nullopt;
+    return types[type];
+}
 
 variant ZANTOValueBuffer::decode(ZANTOWire wire) const
 {

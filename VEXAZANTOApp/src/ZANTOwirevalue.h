@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 
 // Shape of a value in the access library's buffers; none: there is no call for it.
@@ -18,6 +19,10 @@ ZANTOWire ZANTOPropertyReadWire(uint32_t type);
 ZANTOWire ZANTOPropertyWriteWire(uint32_t type);
 // By parameter type code, read and write alike. A string parameter has no access call.
 ZANTOWire ZANTOParameterWire(uint32_t type);
+
+// The parameter type code that a system property type stands for: text, five numeric types,
+// boolean. None for an unknown one.
+std::optional<uint32_t> ZANTOParameterTypeOfProperty(uint32_t type);
 
 // Room for any value of the library: zeroed, so that a value narrower than what the library
 // reads is defined, and one byte longer than the longest text, so that a text always ends.
