@@ -2,10 +2,10 @@
 
 #include "ZANTOmessages.h"
 #include "ZANTOtypes.h"
+#include "ZANTOwirevalue.h"
 #include "vexahvwrapper.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <ctime>
 #include <iterator>
 #include <string_view>
@@ -33,33 +33,16 @@ ZANTOPropertyNames ZANTOPropertyNamesOf(uint32_t type)
 
 namespace {
 
-// An answer of the library, one byte longer than the longest text so that it always ends.
-union PropertyAnswer {
-    char text[VEXAHV_TEXT_SIZE + 1];
-    float real;
-    uint16_t u16;
-    int16_t s16;
-};
-
 struct PropertyShape {
     std::string_view name;
-    std::size_t cleared; // bytes of the answer that may be read; all others stay as they are
-    void (*store)(const PropertyAnswer &answer, variant &value);
+    ZANTOWire wire;
 };
 
-constexpr std::size_t numberSize = 4;
-constexpr std::size_t textSize = sizeof(PropertyAnswer);
-
-void storeReal(const PropertyAnswer &answer, variant &value) { value.setValue(answer.real); }
-void storeU16(const PropertyAnswer &answer, variant &value) { value.setValue(answer.u16); }
-void storeS16(const PropertyAnswer &answer, variant &value) { value.setValue(answer.s16); }
-void storeText(const PropertyAnswer &answer, variant &value) { value.setValue(answer.text); }
-
 constexpr PropertyShape propertyShapes[] = {
-    {VEXAHV_PROP_MINVAL, numberSize, storeReal}, {VEXAHV_PROP_MAXVAL, numberSize, storeReal},
-    {VEXAHV_PROP_UNIT, numberSize, storeU16},    {VEXAHV_PROP_EXP, numberSize, storeS16},
-    {VEXAHV_PROP_DECIMAL, numberSize, storeS16}, {VEXAHV_PROP_ONSTATE, textSize, storeText},
-    {VEXAHV_PROP_OFFSTATE, textSize, storeText},
+    {VEXAHV_PROP_MINVAL, ZANTOWire::real},   {VEXAHV_PROP_MAXVAL, ZANTOWire::real},
+    {VEXAHV_PROP_UNIT, ZANTOWire::u16},      {VEXAHV_PROP_EXP, ZANTOWire::s16},
+    {VEXAHV_PROP_DECIMAL, ZANTOWire::s16},   {VEXAHV_PROP_ONSTATE, ZANTOWire::text},
+    {VEXAHV_PROP_OFFSTATE, ZANTOWire::text},
 };
 
 // False when the property is unknown or cannot be read.
@@ -71,11 +54,10 @@ bool readProperty(const ZANTOParameterSource &source, const char *propName, cons
                      [name = std::string_view(propName)](const auto &s) { return name == s.name; });
     if (shape == std::end(propertyShapes))
         return false;
-    PropertyAnswer answer;
-    std::fill_n(answer.text, shape->cleared, '\0');
-    if (!source.property(paramName, propName, &answer))
+    ZANTOValueBuffer answer;
+    if (!source.property(paramName, propName, answer.data()))
         return false;
-    shape->store(answer, value);
+    value = answer.decode(shape->wire);
     return true;
 }
 
