@@ -78,12 +78,9 @@ ZANTONode *ZANTOConfig::ZANTOConfigCreateNodeSystemProp(int32_t handle, const st
     static constexpr nodeDataType dataTypes[] = {
         nodeDataTypeString, nodeDataTypeFloat, nodeDataTypeUShort, nodeDataTypeUInt,
         nodeDataTypeShort,  nodeDataTypeInt,   nodeDataTypeBool};
-    ZANTONodeOwner node = ZANTOMakeNode(name, nodeTypeSystemProp);
-    node->setParWrapperType(type);
+    ZANTONodeOwner node = ZANTOMakeNodeByCodes(name, nodeTypeSystemProp, dataTypes, type, mode);
     node->setSysHandle(handle);
     node->setNodeValue(ZANTOUtils::ZANTOGetSystemPropertyChanged(handle, name, type));
-    ZANTOSetDataTypeByCode(*node, dataTypes, type);
-    ZANTOSetAccessByMode(*node, mode);
     return node.release();
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -48,13 +49,21 @@ private:
 
 // A node of this name and type, everything else as in a new one.
 ZANTONodeOwner ZANTOMakeNode(const std::string &name, nodeType type);
-// Read, write or both by the library's mode code; none for an unknown one.
-void ZANTOSetAccessByMode(ZANTONode &node, uint32_t mode);
 
-// A code that the table does not know leaves the data type of a new node.
+// A node by the library's codes. Its data type is that of the type code in `dataTypes`, one that
+// the table does not know leaves that of a new node; its access is read, write or both by the
+// mode code, none for an unknown one.
 template <size_t n>
-void ZANTOSetDataTypeByCode(ZANTONode &node, const nodeDataType (&table)[n], uint32_t code)
+ZANTONodeOwner ZANTOMakeNodeByCodes(const std::string &name, nodeType kind,
+                                    const nodeDataType (&dataTypes)[n], uint32_t type,
+                                    uint32_t mode)
 {
-    if (code < n)
-        node.setDataType(table[code]);
+    static constexpr nodeAccessRights rights[] = {nodeAccessRead, nodeAccessWrite,
+                                                  nodeAccessReadWrite};
+    ZANTONodeOwner node = ZANTOMakeNode(name, kind);
+    node->setParWrapperType(type);
+    if (type < n)
+        node->setDataType(dataTypes[type]);
+    node->setAccessRights(mode < std::size(rights) ? rights[mode] : nodeAccessNone);
+    return node;
 }

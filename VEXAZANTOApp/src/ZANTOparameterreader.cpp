@@ -82,11 +82,8 @@ ZANTONodeOwner ZANTOMakeParameter(nodeType kind, const std::string &name, uint16
     static constexpr nodeDataType dataTypes[] = {
         nodeDataTypeFloat, nodeDataTypeBool,   nodeDataTypeInt, nodeDataTypeInt,
         nodeDataTypeInt,   nodeDataTypeString, nodeDataTypeEnum};
-    ZANTONodeOwner node = ZANTOMakeNode(name, kind);
-    node->setParWrapperType(type);
+    ZANTONodeOwner node = ZANTOMakeNodeByCodes(name, kind, dataTypes, type, mode);
     node->setBdSlotNr(slot);
-    ZANTOSetDataTypeByCode(*node, dataTypes, type);
-    ZANTOSetAccessByMode(*node, mode);
     return node;
 }
 
