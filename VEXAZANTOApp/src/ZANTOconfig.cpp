@@ -286,7 +286,6 @@ std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateChannelParams(int32_t han
     std::vector<ZANTONodeOwner> nodes;
     add(nodes, ZANTOConfigCreateNodeParam(nodeTypeChannelParam, "Name", slot, VEXAHV_PARAM_STRING,
                                           VEXAHV_MODE_READWRITE));
-    nodes.back()->setDataType(nodeDataTypeString);
     nodes.back()->setSysHandle(handle);
     nodes.back()->setNodeValue(source.read("Name", VEXAHV_PARAM_STRING));
 
