@@ -253,22 +253,28 @@ void ZANTORecordPlan::appendLine(std::string &text) const
 
 // ---- texts of one node ----
 
-std::string ZANTORecordText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx)
+namespace {
+
+std::string textOf(const ZANTORecordPlan &plan, void (ZANTORecordPlan::*reportNone)() const,
+                   void (ZANTORecordPlan::*append)(std::string &) const)
 {
-    const ZANTORecordPlan plan(node, bdIdx, chIdx);
-    plan.reportNoRecords();
+    (plan.*reportNone)();
     std::string text;
     if (plan.hasRecords())
-        plan.appendRecords(text);
+        (plan.*append)(text);
     return text;
+}
+
+} // namespace
+
+std::string ZANTORecordText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx)
+{
+    return textOf(ZANTORecordPlan(node, bdIdx, chIdx), &ZANTORecordPlan::reportNoRecords,
+                  &ZANTORecordPlan::appendRecords);
 }
 
 std::string ZANTOPvListText(const ZANTONode &node, int32_t bdIdx, int32_t chIdx)
 {
-    const ZANTORecordPlan plan(node, bdIdx, chIdx);
-    plan.reportNoLine();
-    std::string text;
-    if (plan.hasRecords())
-        plan.appendLine(text);
-    return text;
+    return textOf(ZANTORecordPlan(node, bdIdx, chIdx), &ZANTORecordPlan::reportNoLine,
+                  &ZANTORecordPlan::appendLine);
 }
