@@ -24,24 +24,25 @@ echo "sees:$GTEST_FILTER$GTEST_SHARD_INDEX$PYTEST_ADDOPTS."
 for argument; do
     case $argument in --gtest_output=xml:*) cp REPORT "${argument#--gtest_output=xml:}" ;; esac
 done
+[ "$GTEST_SHARD_INDEX" != "${FAILS:-none}" ]
 """
 
 
 @pytest.fixture(name="run")
 def _run(tmp_path):
-    """Runs the script in a checkout of its own, whose one suite gives the named report."""
-    def run(report, **variables):
+    """Runs one suite in a checkout of its own; each of its processes gives the named report."""
+    def run(report, suite="unit", program="zantoUnitTest", **variables):
         (tmp_path / "tools").mkdir(exist_ok=True)
         shutil.copy(places.TESTS.parent.parent / "tools/run-tests", tmp_path / "tools/run-tests")
         (tmp_path / "tools/environment").write_text("top=$PWD arch=any bin=$PWD/bin\n")
-        folder = tmp_path / "tests/unit/O.any"
+        folder = tmp_path / "tests" / suite / "O.any"
         folder.mkdir(parents=True, exist_ok=True)
         (folder / "report.xml").write_text(REPORTS[report])
-        program = folder / "zantoUnitTest"
+        program = folder / program
         program.write_text(PROGRAM.replace("REPORT", str(folder / "report.xml")))
         program.chmod(0o755)
         environment = {name: value for name, value in os.environ.items() if name != "CI"}
-        return subprocess.run([tmp_path / "tools/run-tests", "unit"],
+        return subprocess.run([tmp_path / "tools/run-tests", suite],
                               env={**environment, **variables}, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True, timeout=60)
     return run
@@ -70,3 +71,17 @@ def test_all_tests_passed(run):
 def test_no_variable_skips_a_test(run):
     done = run("passed", GTEST_FILTER="a", GTEST_SHARD_INDEX="1", PYTEST_ADDOPTS="-k a")
     assert "sees:.\n" in done.stdout
+
+
+def test_a_suite_in_several_processes_is_summed_up(run):
+    done = run("passed", suite="ioc", program="zantoIocTest")
+    shares = [line for line in done.stdout.splitlines() if line.startswith("sees:")]
+    assert shares == [f"sees:{i}." for i in range(6)]
+    assert "12 passed, 0 failed" in done.stdout
+    assert done.returncode == 0
+
+
+def test_a_process_of_several_that_ends_badly_fails_the_run(run):
+    done = run("passed", suite="ioc", program="zantoIocTest", FAILS="2")
+    assert "ended with status" in done.stdout
+    assert done.returncode != 0
