@@ -48,21 +48,34 @@ void expectNoReturn()
 // An end brought by the calling thread.
 void beginEnd() { ZANTOBeginEnd(ZANTOHappening::shellLeft); }
 
-// `action` never returns on a thread other than the one that ends the process.
-void expectParks(const std::function<void()> &action)
+// No action ever returns on a thread other than the one that ends the process.
+void expectPark(const std::vector<std::function<void()>> &actions)
 {
     EXPECT_ENDS_WELL({
         beginEnd();
-        std::promise<void> begins;
-        std::thread([&] {
-            begins.set_value();
-            action();
-            endChild(false);
-        }).detach();
-        begins.get_future().wait();
+        for (const std::function<void()> &action : actions) {
+            std::promise<void> begins;
+            std::thread([&] {
+                begins.set_value();
+                action();
+                endChild(false);
+            }).detach();
+            begins.get_future().wait();
+        }
         expectNoReturn();
         ZANTOPark();
     });
+}
+
+// Whether `action` returns on a thread of its own.
+bool returns(const std::function<void()> &action)
+{
+    auto returned = std::make_shared<std::promise<void>>();
+    std::thread([action, returned] {
+        action();
+        returned->set_value();
+    }).detach();
+    return returned->get_future().wait_for(watchdog) == std::future_status::ready;
 }
 
 // Start-up work on a thread that can be held between its checkpoints.
@@ -97,11 +110,13 @@ private:
 
 TEST_F(Life, ACheckpointIsPassedWhileTheProcessLives)
 {
-    ZANTOStartupCheckpoint();
-    const ZANTOStartupWork work;
-    ZANTOStartupCheckpoint();
-    ZANTOStartupPause(milliseconds(0));
-    ZANTOStartupPause(milliseconds(1));
+    EXPECT_TRUE(returns([] {
+        ZANTOStartupCheckpoint();
+        const ZANTOStartupWork work;
+        ZANTOStartupCheckpoint();
+        ZANTOStartupPause(milliseconds(0));
+        ZANTOStartupPause(milliseconds(1));
+    }));
 }
 
 TEST_F(StartupLifeDeathTest, AnEndWithoutStartupWorkDoesNotWait)
@@ -176,33 +191,32 @@ TEST_F(StartupLifeDeathTest, OtherThreadsPassCheckpointsWhileTheProcessEnds)
     EXPECT_ENDS_WELL({
         Worker worker;
         beginEnd();
-        std::thread([] {
+        endChild(returns([] {
             ZANTOStartupCheckpoint();
             ZANTOStartupPause(milliseconds(1));
-        }).join();
-        endChild(true);
+        }));
     });
 }
 
 TEST_F(StartupLifeDeathTest, StartupWorkDoesNotBeginOnceTheProcessEnds)
 {
-    expectParks([] { const ZANTOStartupWork work; });
+    expectPark({[] { const ZANTOStartupWork work; }});
 }
 
 // ---- who ends the process ----
 
 TEST_F(StartupLifeDeathTest, NoStepOfTheStartIsTakenOnceTheProcessEnds)
 {
-    for (const auto step : {ZANTOHappening::probeBegins, ZANTOHappening::loginBegins,
-                            ZANTOHappening::treeComplete, ZANTOHappening::scriptEnded})
-        expectParks([step] { ZANTOAdvance(step); });
+    expectPark({[] { ZANTOAdvance(ZANTOHappening::probeBegins); },
+                [] { ZANTOAdvance(ZANTOHappening::loginBegins); },
+                [] { ZANTOAdvance(ZANTOHappening::treeComplete); },
+                [] { ZANTOAdvance(ZANTOHappening::scriptEnded); }});
 }
 
 TEST_F(StartupLifeDeathTest, TheSecondCauseOfTheEndParks)
 {
-    expectParks([] { ZANTOBeginEnd(ZANTOHappening::shellLeft); });
-    expectParks([] { ZANTOBeginEnd(ZANTOHappening::exitBegun); });
-    expectParks([] { ZANTOParkIfEnding(); });
+    expectPark({[] { ZANTOBeginEnd(ZANTOHappening::shellLeft); },
+                [] { ZANTOBeginEnd(ZANTOHappening::exitBegun); }, [] { ZANTOParkIfEnding(); }});
 }
 
 TEST_F(StartupLifeDeathTest, ALoginThatIsAnsweredDuringTheEndIsKnownToIt)
