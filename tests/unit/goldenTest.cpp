@@ -2,12 +2,12 @@
 // database and the list of process variables, compared with the files in golden/. A wanted
 // change is accepted with tests/accept.
 #include "fileSupport.h"
-#include "textDiff.h"
 
 #include "ZANTO.h"
 
 #include <gtest/gtest-spi.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <sys/stat.h>
@@ -168,6 +168,29 @@ bool asksForAcceptance(const std::string &arguments)
     return arguments.find("\0--accept-golden\0"s) != std::string::npos;
 }
 
+// A few lines of `text` from `begin` on: what a failure shows of a large file.
+std::string excerpt(const std::string &text, size_t begin)
+{
+    constexpr int lines = 25;
+    size_t end = begin;
+    for (int i = 0; i < lines && end != std::string::npos; ++i)
+        end = text.find('\n', end + 1);
+    return text.substr(begin, end - begin);
+}
+
+// Fails, if they differ, with what there is from the first line on that differs.
+void expectSame(const std::string &file, const std::string &golden, const std::string &now)
+{
+    if (golden == now)
+        return;
+    const auto first = std::mismatch(golden.begin(), golden.end(), now.begin(), now.end()).first;
+    const std::string common(golden.begin(), first);
+    const size_t begin = common.rfind('\n') + 1; // 0 if there is none
+    EXPECT_EQ(excerpt(golden, begin), excerpt(now, begin))
+        << file << ", line " << 1 + std::count(common.begin(), common.end(), '\n')
+        << ": golden first, then what it is now; tests/accept takes the new one";
+}
+
 // Compares with the file, or makes the file what `actual` is when the user has said so.
 void compare(const std::string &folder, const std::string &file, const std::string &actual)
 {
@@ -176,11 +199,7 @@ void compare(const std::string &folder, const std::string &file, const std::stri
         mkdir(folder.c_str(), 0755);
         put(path, actual);
     }
-    const std::string expected = contents(path);
-    if (actual != expected) {
-        ADD_FAILURE() << file << " (- golden, + now; tests/accept takes the new one)\n"
-                      << textDiff(expected, actual);
-    }
+    expectSame(file, contents(path), actual);
 }
 
 class Golden : public StartupFilesTest, public ::testing::WithParamInterface<GoldenCrate> {
@@ -238,7 +257,7 @@ TEST(GoldenAcceptance, NoVariableOfTheEnvironmentTurnsAComparisonIntoOne)
     const char *const variables[] = {"ZANTO_ACCEPT", "ACCEPT", "ACCEPT_GOLDEN", "accept_golden"};
     for (const char *variable : variables)
         setenv(variable, "1", 1);
-    EXPECT_NONFATAL_FAILURE(compare(folder, "file", "now\n"), "- golden");
+    EXPECT_NONFATAL_FAILURE(compare(folder, "file", "now\n"), "tests/accept");
     for (const char *variable : variables)
         unsetenv(variable);
     EXPECT_EQ(contents(path), "golden\n");
