@@ -6,12 +6,12 @@
 #include "ZANTOnode.h"
 #include "ZANTOstatic.h"
 #include "ZANTOterminal.h"
+#include "ZANTOthreads.h"
 #include "ZANTOtypes.h"
 #include "ZANTOwatchlists.h"
 #include "vexahvwrapper.h"
 
 #include <epicsExit.h>
-#include <epicsThread.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -163,8 +163,7 @@ void ZANTOStartEndWatch()
     if (end().watched.exchange(true))
         return;
     const epicsThreadId thread =
-        epicsThreadCreate("ZANTOEndWatch", epicsThreadPriorityMax,
-                          epicsThreadGetStackSize(epicsThreadStackSmall), watchEnd, nullptr);
+        ZANTOStartThread("ZANTOEndWatch", epicsThreadPriorityMax, epicsThreadStackSmall, watchEnd);
     end().watched = thread != nullptr; // else the end tries again
 }
 

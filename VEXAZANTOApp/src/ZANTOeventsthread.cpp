@@ -9,6 +9,7 @@
 #include "ZANTOnode.h"
 #include "ZANTOsocket.h"
 #include "ZANTOstatic.h"
+#include "ZANTOthreads.h"
 #include "ZANTOtypes.h"
 
 #include <epicsEvent.h>
@@ -136,9 +137,8 @@ bool startEventThread(int socket)
 {
     if (!storeSocket(socket))
         return false;
-    const epicsThreadId thread = epicsThreadCreate("ZANTOEventsThread", eventThreadPriority,
-                                                   epicsThreadGetStackSize(epicsThreadStackBig),
-                                                   ZANTOEvents_Thread, nullptr);
+    const epicsThreadId thread = ZANTOStartThread("ZANTOEventsThread", eventThreadPriority,
+                                                  epicsThreadStackBig, ZANTOEvents_Thread);
     if (thread == nullptr)
         return false;
     ZANTOEventsThread = thread;

@@ -7,6 +7,7 @@
 #include "ZANTOscriptoutput.h"
 #include "ZANTOsignals.h"
 #include "ZANTOterminal.h"
+#include "ZANTOthreads.h"
 
 #include <epicsThread.h>
 #include <iocsh.h>
@@ -105,8 +106,7 @@ int main(int argc, char *argv[])
     }
     ZANTOStartSignalAnswer();
     tcpServerThread =
-        epicsThreadCreate("ZANTOTcpServerThread", 55, epicsThreadGetStackSize(epicsThreadStackBig),
-                          tcpServer_Thread, nullptr);
+        ZANTOStartThread("ZANTOTcpServerThread", 55, epicsThreadStackBig, tcpServer_Thread);
     if (argc == 2)
         endWithoutCrate(nothingToServe);
     const ZANTOCommandLine line = ZANTOParseCommandLine(argc, argv);

@@ -1,5 +1,7 @@
 #include "ZANTOscanthread.h"
 
+#include "ZANTOthreads.h"
+
 #include <chrono>
 #include <thread>
 
@@ -15,8 +17,8 @@ bool ZANTOScanThread::start(const char *name, unsigned priority, Work work, void
     if (m_wake == nullptr)
         m_wake = epicsEventCreate(epicsEventEmpty);
     if (m_wake != nullptr)
-        m_thread = epicsThreadCreate(
-            name, priority, epicsThreadGetStackSize(epicsThreadStackBig),
+        m_thread = ZANTOStartThread(
+            name, priority, epicsThreadStackBig,
             [](void *self) { static_cast<ZANTOScanThread *>(self)->run(); }, this);
     return isRunning();
 }

@@ -3,8 +3,7 @@
 #include "ZANTOend.h"
 #include "ZANTOlife.h"
 #include "ZANTOmessages.h"
-
-#include <epicsThread.h>
+#include "ZANTOthreads.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -72,9 +71,8 @@ void ZANTOStartSignalAnswer()
 {
     ZANTOStartEndWatch();
     const bool started =
-        wakeUp >= 0 && epicsThreadCreate("ZANTOSignalThread", epicsThreadPriorityMedium,
-                                         epicsThreadGetStackSize(epicsThreadStackBig), answerSignal,
-                                         nullptr) != nullptr;
+        wakeUp >= 0 && ZANTOStartThread("ZANTOSignalThread", epicsThreadPriorityMedium,
+                                        epicsThreadStackBig, answerSignal) != nullptr;
     if (started)
         return;
     ZANTOPrintLine("Unable to start the signal thread: a termination signal ends without a logout");

@@ -2,12 +2,14 @@
 // queues that are really full.
 #include "iocSupport.h"
 
+#include "Installed.h"
 #include "ZANTOAio.h"
 #include "ZANTOBio.h"
 #include "ZANTOMBBio.h"
 #include "ZANTOMBBioDirect.h"
 #include "ZANTOStringio.h"
 #include "ZANTOchangedrecords.h"
+#include "ZANTOthreads.h"
 
 #include <callback.h>
 #include <epicsEvent.h>
@@ -16,11 +18,8 @@
 
 #include <array>
 #include <atomic>
-#include <dlfcn.h>
 
 namespace {
-
-using ScanStartDeathTest = IocDeathTest;
 
 const struct {
     const char *name;
@@ -44,6 +43,23 @@ void rememberAsked(initHookState state)
 
 // How many of the next threads for the analog records, or for those that changed, cannot be had.
 std::atomic<int> missingThreads{0};
+
+epicsThreadId startIfThereIsOne(const char *name, unsigned priority,
+                                epicsThreadStackSizeClass stack, EPICSTHREADFUNC entry,
+                                void *argument)
+{
+    if (missingThreads > 0 &&
+        (std::string(name) == "scanLow-ai" || std::string(name) == "changedLow")) {
+        --missingThreads;
+        return nullptr;
+    }
+    return ZANTOEpicsThreads.start(name, priority, stack, entry, argument);
+}
+
+class ScanStartDeathTest : public IocDeathTest {
+    const ZANTOThreads m_scarce = {startIfThereIsOne};
+    const Installed<ZANTOThreads> m_installed{ZANTOPresentThreads, m_scarce};
+};
 
 // ---- a queue of few places ----
 
@@ -107,20 +123,6 @@ epicsThreadId threadOfName(const char *name)
 }
 
 } // namespace
-
-// In front of EPICS' own.
-extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority, unsigned stackSize,
-                                           EPICSTHREADFUNC entry, void *argument)
-{
-    if (missingThreads > 0 &&
-        (std::string(name) == "scanLow-ai" || std::string(name) == "changedLow")) {
-        --missingThreads;
-        return nullptr;
-    }
-    const auto original =
-        reinterpret_cast<decltype(&epicsThreadCreate)>(dlsym(RTLD_NEXT, "epicsThreadCreate"));
-    return original(name, priority, stackSize, entry, argument);
-}
 
 TEST_F(ScanStartDeathTest, EachListIsAskedForOnceWhenTheIocRuns)
 {

@@ -1,7 +1,8 @@
 // The listening server when it gets no thread for a connection.
 #include "eventServerSupport.h"
 
-#include <dlfcn.h>
+#include "Installed.h"
+#include "ZANTOthreads.h"
 
 namespace {
 
@@ -9,23 +10,24 @@ namespace {
 std::atomic<int> missingThreads{0};
 std::atomic<int> refusedThreads{0};
 
-using ThreadShortageDeathTest = EventServerDeathTest;
-
-} // namespace
-
-// In front of EPICS' own.
-extern "C" epicsThreadId epicsThreadCreate(const char *name, unsigned priority, unsigned stackSize,
-                                           EPICSTHREADFUNC entry, void *argument)
+epicsThreadId startIfThereIsOne(const char *name, unsigned priority,
+                                epicsThreadStackSizeClass stack, EPICSTHREADFUNC entry,
+                                void *argument)
 {
     if (entry == ZANTOEvents_Thread && missingThreads > 0) {
         --missingThreads;
         ++refusedThreads;
         return nullptr;
     }
-    const auto original =
-        reinterpret_cast<decltype(&epicsThreadCreate)>(dlsym(RTLD_NEXT, "epicsThreadCreate"));
-    return original(name, priority, stackSize, entry, argument);
+    return ZANTOEpicsThreads.start(name, priority, stack, entry, argument);
 }
+
+class ThreadShortageDeathTest : public EventServerDeathTest {
+    const ZANTOThreads m_scarce = {startIfThereIsOne};
+    const Installed<ZANTOThreads> m_installed{ZANTOPresentThreads, m_scarce};
+};
+
+} // namespace
 
 TEST_F(ThreadShortageDeathTest, TheConnectionIsClosedAndTheNextOneServed)
 {
