@@ -19,7 +19,7 @@ bool bindTo(int socket, uint16_t port)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_ANY);
     address.sin_port = htons(port);
-    return bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) == 0;
+    return ZANTOSockets().bind(socket, address) == 0;
 }
 
 // The port that is really bound: 0 in the low 16 bits lets the kernel choose one.
@@ -45,7 +45,7 @@ Listening listenOnPort(int socket)
         ZANTO_TRACE(0, "\nTCP port error\n");
         return Listening::failed;
     }
-    if (listen(socket, backlog) != 0) {
+    if (ZANTOSockets().listen(socket, backlog) != 0) {
         if (errno == EADDRINUSE)
             return Listening::portTaken;
         ZANTO_TRACE(0, "\nTCP listen error\n");
@@ -61,7 +61,7 @@ Listening listenOnPort(int socket)
 ZANTOSocket ZANTOOpenEventPort()
 {
     while (true) {
-        ZANTOSocket listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        ZANTOSocket listener(ZANTOSockets().open());
         if (!listener.isOpen()) {
             ZANTO_TRACE(0, "\nTCP socket error\n");
             return ZANTOSocket();

@@ -174,9 +174,7 @@ void acceptConnection(const ZANTOSocket &listener)
 {
     ZANTO_TRACE(9, "\nTCP waiting for connection..\n");
     sockaddr_in peer = {};
-    socklen_t size = sizeof(peer);
-    ZANTOSocket socket(
-        accept4(listener.fd(), reinterpret_cast<sockaddr *>(&peer), &size, SOCK_CLOEXEC));
+    ZANTOSocket socket(ZANTOSockets().accept(listener.fd(), peer));
     if (!socket.isOpen()) {
         const bool exhausted =
             errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;

@@ -21,7 +21,7 @@ int32_t ZANTOWaitForFirmware(const char *host)
     address.sin_addr.s_addr = inet_addr(host);
     address.sin_port = htons(firmwarePort);
 
-    const ZANTOSocket probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
+    const ZANTOSocket probe(ZANTOSockets().open());
     if (probe.fd() < 1) {
         ZANTOPrintLine("\nUnable to create socket for connection");
         return 1;
@@ -29,8 +29,7 @@ int32_t ZANTOWaitForFirmware(const char *host)
     const int on = 1;
     setsockopt(probe.fd(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     ZANTO_TRACE(0, "Attempt to connect to firmware..\n");
-    while (connect(probe.fd(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) !=
-           0) {
+    while (ZANTOSockets().connect(probe.fd(), address) != 0) {
         ZANTOParkIfEnding();
         ZANTO_TRACE(0, "error\n");
         sleep(1);

@@ -1,8 +1,10 @@
-// A socket's descriptor, closed when it goes out of scope.
+// TCP sockets: a descriptor that is closed when it goes out of scope, and the system's calls.
 #pragma once
 
+#include <netinet/in.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <utility>
 
 // Owns a descriptor; -1 owns nothing. Movable.
@@ -31,3 +33,19 @@ public:
 private:
     int m_fd;
 };
+
+// What the server asks of the system's sockets; tests put their own in place. Each as the call
+// of its name: -1 and an errno when it fails. Any thread may call any function.
+struct ZANTOSocketCalls {
+    int (*open)(); // TCP over IPv4, not inherited
+    int (*bind)(int socket, const sockaddr_in &address);
+    int (*listen)(int socket, int backlog);
+    int (*accept)(int listener, sockaddr_in &peer); // not inherited; blocks
+    int (*connect)(int socket, const sockaddr_in &address);
+};
+// The system's own.
+extern const ZANTOSocketCalls ZANTOSystemSockets;
+// The ones that are used, never null.
+extern std::atomic<const ZANTOSocketCalls *> ZANTOPresentSockets;
+
+inline const ZANTOSocketCalls &ZANTOSockets() { return *ZANTOPresentSockets.load(); }

@@ -8,8 +8,13 @@
 using std::chrono::milliseconds;
 
 namespace {
-using EventPort = ZantoTest;
+
+class EventPort : public ZantoTest {
+    const Installed<ZANTOSocketCalls> m_installed{ZANTOPresentSockets, failingSockets};
+};
+
 using EventPortDeathTest = EventServerDeathTest;
+
 } // namespace
 
 TEST_F(EventPortDeathTest, APortThatIsTakenLeadsToTheNextOneAndThatIsAnnounced)

@@ -3,8 +3,10 @@
 
 #include "unitSupport.h"
 
+#include "Installed.h"
 #include "ZANTOeventsthread.h"
 #include "ZANTOlife.h"
+#include "ZANTOsocket.h"
 
 #include <epicsExit.h>
 
@@ -45,7 +47,8 @@ struct Fault {
     }
 };
 
-// Of the calls of the C library of these names, accept4 for the last three.
+// The server's own sockets but for these faults and calls, the last two around accept.
+extern const ZANTOSocketCalls failingSockets;
 extern Fault bindFault;
 extern Fault listenFault;
 extern Fault acceptFault;
@@ -271,6 +274,7 @@ private:
         m_bytes.raise();
     }
 
+    const Installed<ZANTOSocketCalls> m_installed{ZANTOPresentSockets, failingSockets};
     std::mutex m_mutex;
     std::map<char, int> m_readOn; // guarded by m_mutex
 };

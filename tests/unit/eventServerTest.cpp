@@ -1,53 +1,46 @@
 #include "eventServerSupport.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 
 using std::chrono::milliseconds;
 
-// ---- faults of the C library: its calls go through here ----
+// ---- sockets ----
 
 namespace {
 
-template <typename Function> Function *original(const char *name)
+int failingBind(int socket, const sockaddr_in &address)
 {
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+    return bindFault.strikes() ? -1 : ZANTOSystemSockets.bind(socket, address);
+}
+
+int failingListen(int socket, int backlog)
+{
+    lastBacklog = backlog;
+    return listenFault.strikes() ? -1 : ZANTOSystemSockets.listen(socket, backlog);
+}
+
+int failingAccept(int listener, sockaddr_in &peer)
+{
+    if (onAccept)
+        onAccept();
+    if (acceptFault.strikes())
+        return -1;
+    const int accepted = ZANTOSystemSockets.accept(listener, peer);
+    if (onAccepted)
+        onAccepted();
+    return accepted;
 }
 
 } // namespace
 
+const ZANTOSocketCalls failingSockets = {ZANTOSystemSockets.open, failingBind, failingListen,
+                                         failingAccept, ZANTOSystemSockets.connect};
 Fault bindFault;
 Fault listenFault;
 Fault acceptFault;
 std::atomic<int> lastBacklog{-1};
 std::function<void()> onAccept;
 std::function<void()> onAccepted;
-
-extern "C" {
-
-int bind(int fd, const sockaddr *address, socklen_t size) noexcept
-{
-    return bindFault.strikes() ? -1 : original<decltype(bind)>("bind")(fd, address, size);
-}
-
-int listen(int fd, int backlog) noexcept
-{
-    lastBacklog = backlog;
-    return listenFault.strikes() ? -1 : original<decltype(listen)>("listen")(fd, backlog);
-}
-
-int accept4(int fd, sockaddr *address, socklen_t *size, int flags)
-{
-    if (onAccept)
-        onAccept();
-    if (acceptFault.strikes())
-        return -1;
-    const int accepted = original<decltype(accept4)>("accept4")(fd, address, size, flags);
-    if (onAccepted)
-        onAccepted();
-    return accepted;
-}
-}
 
 // ---- connections ----
 
@@ -264,12 +257,16 @@ TEST_F(EventServerDeathTest, TellsItsStartFromLevel10On)
 
 TEST_F(EventServerDeathTest, AnAcceptThatFailsIsToldAndTriedAgain)
 {
-    for (const int16_t level : {int16_t{0}, int16_t{1}}) {
-        inChild([this, level] {
+    const struct {
+        int error;
+        int16_t level;
+    } cases[] = {{ECONNABORTED, 0}, {ECONNABORTED, 1}, {EINTR, 1}, {EPERM, 1}};
+    for (const auto &c : cases) {
+        inChild([this, error = c.error, level = c.level] {
             plantTree();
             DEBUG = level;
             StdoutCapture output;
-            acceptFault.set(ECONNABORTED, 3);
+            acceptFault.set(error, 3);
             serve();
             ASSERT_TRUE(m_acceptCalls.reaches(4));
             EXPECT_EQ(output.text(),

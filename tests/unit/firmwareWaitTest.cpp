@@ -1,5 +1,8 @@
 #include "shutdownSupport.h"
 
+#include "Installed.h"
+#include "ZANTOsocket.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -23,6 +26,17 @@ extern "C" unsigned sleep(unsigned seconds)
 }
 
 namespace {
+
+std::vector<int> connectErrors; // of the next attempts, from the last to the first
+
+int failingConnect(int socket, const sockaddr_in &address)
+{
+    if (connectErrors.empty())
+        return ZANTOSystemSockets.connect(socket, address);
+    errno = connectErrors.back();
+    connectErrors.pop_back();
+    return -1;
+}
 
 // The firmware's port on an address of the loopback network that nobody else uses.
 class Firmware : public ZantoTest {
@@ -111,6 +125,16 @@ TEST_F(Firmware, IsAskedOnceASecondUntilItListens)
     EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1));
     EXPECT_EQ(printedBy(1, 3), "Attempt to connect to firmware..\nerror\nerror\nerror\n");
     EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1));
+}
+
+TEST_F(Firmware, IsAskedAgainWhateverAnAttemptFailedOf)
+{
+    ZANTOSocketCalls sockets = ZANTOSystemSockets;
+    sockets.connect = failingConnect;
+    const Installed<ZANTOSocketCalls> installed(ZANTOPresentSockets, sockets);
+    connectErrors = {EINTR, ETIMEDOUT, ENETUNREACH, EADDRNOTAVAIL};
+    EXPECT_EQ(printedBy(1, 0), "Attempt to connect to firmware..\nerror\nerror\nerror\nerror\n");
+    EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1, 1));
 }
 
 TEST_F(Firmware, LeavesNoDescriptorOpen)
