@@ -1,6 +1,7 @@
 #include "ZANTOconfig.h"
 
 #include "ZANTOappend.h"
+#include "ZANTOclock.h"
 #include "ZANTOlibrarylist.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
@@ -121,7 +122,7 @@ ZANTONodeOwner furtherParam(const char *name, nodeDataType dataType, const varia
 std::vector<ZANTONode *> ZANTOConfig::ZANTOConfigCreateSystemFurtherParams(connStatus status,
                                                                            uint16_t slotCount)
 {
-    const time_t now = std::time(nullptr);
+    const time_t now = ZANTONow();
     std::vector<ZANTONodeOwner> nodes;
     variant value;
     value.setValue(ZANTOUtils::ZANTOSelectConnectionStatus(status));

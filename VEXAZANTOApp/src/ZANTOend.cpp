@@ -1,5 +1,6 @@
 #include "ZANTOend.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOlife.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
@@ -30,7 +31,6 @@ namespace {
 constexpr milliseconds watchPeriod{50};
 
 struct End {
-    std::atomic<ZANTOClock> clock{std::chrono::steady_clock::now};
     std::atomic<bool> watched{false};
     std::atomic<bool> iocInitRunning{false};
     // Set once, by the ender.
@@ -53,13 +53,14 @@ End &end()
     return instance.get();
 }
 
-TimePoint now() { return end().clock.load()(); }
-
-milliseconds elapsed() { return std::chrono::duration_cast<milliseconds>(now() - end().beginning); }
+milliseconds elapsed()
+{
+    return std::chrono::duration_cast<milliseconds>(ZANTOSteadyNow() - end().beginning);
+}
 
 // ---- watchdog ----
 
-bool deadlineHasPassed() { return now() >= end().deadline; }
+bool deadlineHasPassed() { return ZANTOSteadyNow() >= end().deadline; }
 
 // A library call that never returns, or an exit hook that waits for one, must not keep the
 // process alive. Runs until the process is gone.
@@ -127,7 +128,7 @@ void logOut(const ZANTOEndPlan &plan)
 void begin()
 {
     End &e = end();
-    e.beginning = now();
+    e.beginning = ZANTOSteadyNow();
     e.begun = true;
     ZANTOStartEndWatch();
     setDeadline(e.beginning + ZANTOEndTimes::deadline);
@@ -155,8 +156,6 @@ bool outputIsStuck()
 }
 
 } // namespace
-
-void ZANTOSetEndClock(ZANTOClock clock) noexcept { end().clock = clock; }
 
 void ZANTOStartEndWatch()
 {
@@ -193,7 +192,8 @@ namespace {
 bool limitExit()
 {
     const bool stuck = outputIsStuck();
-    setDeadline(now() + (stuck ? ZANTOEndTimes::exitHooksWithoutOutput : ZANTOEndTimes::exitHooks));
+    setDeadline(ZANTOSteadyNow() +
+                (stuck ? ZANTOEndTimes::exitHooksWithoutOutput : ZANTOEndTimes::exitHooks));
     return !stuck;
 }
 

@@ -3,12 +3,6 @@
 
 #include "ZANTOlifecycle.h"
 
-#include <chrono>
-
-// Time of the end's clock; tests put their own in place.
-using ZANTOClock = std::chrono::steady_clock::time_point (*)();
-void ZANTOSetEndClock(ZANTOClock clock) noexcept;
-
 // Starts the watchdog of the end, which sleeps until the end begins; more than once is harmless.
 // Without a thread to be had the end goes on unwatched.
 void ZANTOStartEndWatch();

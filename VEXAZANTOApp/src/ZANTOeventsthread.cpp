@@ -1,5 +1,6 @@
 #include "ZANTOeventsthread.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOeventbatch.h"
 #include "ZANTOeventconnections.h"
 #include "ZANTOeventport.h"
@@ -21,7 +22,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <thread>
 #include <utility>
 
 epicsThreadId tcpServerThread = nullptr;
@@ -180,7 +180,7 @@ void acceptConnection(const ZANTOSocket &listener)
             errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
         ZANTO_TRACE(0, "\nTCP accept connection error\n");
         if (exhausted)
-            std::this_thread::sleep_for(acceptPause);
+            ZANTOPause(acceptPause);
         return;
     }
     ZANTO_TRACE(9, "Device connected\n");

@@ -1,5 +1,6 @@
 #include "ZANTOfirmwarewait.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOlife.h"
 #include "ZANTOmessages.h"
 #include "ZANTOsocket.h"
@@ -8,10 +9,10 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 constexpr uint16_t firmwarePort = 3180;
+constexpr std::chrono::seconds tryPeriod{1};
 } // namespace
 
 int32_t ZANTOWaitForFirmware(const char *host)
@@ -32,7 +33,7 @@ int32_t ZANTOWaitForFirmware(const char *host)
     while (ZANTOSockets().connect(probe.fd(), address) != 0) {
         ZANTOParkIfEnding();
         ZANTO_TRACE(0, "error\n");
-        sleep(1);
+        ZANTOPause(tryPeriod);
         ZANTOParkIfEnding();
     }
     return 0;

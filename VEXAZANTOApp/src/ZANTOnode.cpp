@@ -1,5 +1,6 @@
 #include "ZANTOnode.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOmessages.h"
 #include "ZANTOstatic.h"
 #include "ZANTOutils.h"
@@ -163,7 +164,7 @@ void ZANTONode::updateBdNameForAllChildren(const std::string &name)
 ZANTONodeValue ZANTONode::ZANTOGetBoardInfoValue(ZANTONode *board, const std::string &item)
 {
     const MemberGuard guard(*this);
-    const time_t now = std::time(nullptr);
+    const time_t now = ZANTONow();
     variant value;
     if (board == nullptr)
         return ZANTONodeValue(value, nodeValueQualityBad, now);
@@ -227,7 +228,7 @@ int32_t ZANTONode::setNodeEditedValue(const variant &value)
     const MemberGuard guard(*this);
     const int32_t result = writeToMainframe(value);
     if (result == 0) {
-        setNodeValue(ZANTONodeValue(value, nodeValueQualityGood, std::time(nullptr)));
+        setNodeValue(ZANTONodeValue(value, nodeValueQualityGood, ZANTONow()));
         return 0;
     }
     ZANTO_TRACE(2, "Error set node [%s] value - write fail with code = %d\n",
@@ -251,7 +252,7 @@ void ZANTONode::invalidateChildren(time_t timestamp)
     }
 }
 
-void ZANTONode::ZANTOInvalidateAllChildren() { invalidateChildren(std::time(nullptr)); }
+void ZANTONode::ZANTOInvalidateAllChildren() { invalidateChildren(ZANTONow()); }
 
 void ZANTONode::setConnectionStatus(connStatus status)
 {

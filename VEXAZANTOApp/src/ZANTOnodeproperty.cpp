@@ -1,5 +1,7 @@
 #include "ZANTOnodeproperty.h"
 
+#include "ZANTOclock.h"
+
 ZANTONodeValue ZANTONodeProperty::getPropVal() const
 {
     variant value;
@@ -18,7 +20,7 @@ void ZANTONodeProperty::setPropVal(const ZANTONodeValue &value)
 
 void ZANTONodeProperty::setPropVal(const variant &value, nodeValueQuality quality)
 {
-    setPropVal(ZANTONodeValue(value, quality, std::time(nullptr)));
+    setPropVal(ZANTONodeValue(value, quality, ZANTONow()));
 }
 
 void ZANTONodeProperty::setPropVal(const variant &value)

@@ -1,6 +1,7 @@
 // A named, typed property of a node.
 #pragma once
 
+#include "ZANTOclock.h"
 #include "ZANTOnodevalue.h"
 #include "ZANTOsharedtext.h"
 
@@ -34,7 +35,7 @@ private:
     // The parts of m_propVal. A label or a limit is the same in every channel.
     uint32_t m_number = 0;
     nodeValueQuality m_quality = nodeValueQualityUninitialized;
-    time_t m_timestamp = std::time(nullptr);
+    time_t m_timestamp = ZANTONow();
     ZANTOSharedText m_text;
 
     ZANTOSharedText m_propName;

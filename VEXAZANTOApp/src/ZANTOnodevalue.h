@@ -1,6 +1,7 @@
 // A value of a node with its quality and the time at which it was obtained.
 #pragma once
 
+#include "ZANTOclock.h"
 #include "ZANTOtypes.h"
 #include "ZANTOvariant.h"
 
@@ -13,7 +14,7 @@
 class ZANTONodeValue {
 public:
     // 0, nodeValueQualityUninitialized, now.
-    ZANTONodeValue() : m_quality(nodeValueQualityUninitialized), m_timestamp(std::time(nullptr)) {}
+    ZANTONodeValue() : m_quality(nodeValueQualityUninitialized), m_timestamp(ZANTONow()) {}
     ZANTONodeValue(variant value, nodeValueQuality quality, time_t timestamp)
         : m_value(std::move(value)), m_quality(quality), m_timestamp(timestamp)
     {

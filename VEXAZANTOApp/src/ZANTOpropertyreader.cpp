@@ -1,5 +1,6 @@
 #include "ZANTOpropertyreader.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOmessages.h"
 #include "ZANTOtypes.h"
 #include "ZANTOwirevalue.h"
@@ -66,7 +67,7 @@ bool readProperty(const ZANTOParameterSource &source, const char *propName, cons
 ZANTONodeValue ZANTOReadProperty(const ZANTOParameterSource &source, const char *propName,
                                  const std::string &paramName)
 {
-    const time_t now = std::time(nullptr);
+    const time_t now = ZANTONow();
     variant value;
     if (readProperty(source, propName, paramName.c_str(), value))
         return ZANTONodeValue(value, nodeValueQualityGood, now);

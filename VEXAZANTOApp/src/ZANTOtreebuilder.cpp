@@ -1,5 +1,6 @@
 #include "ZANTOtreebuilder.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOconfig.h"
 #include "ZANTOnode.h"
 #include "ZANTOnodeowner.h"
@@ -9,7 +10,6 @@
 #include "ZANTOutils.h"
 #include "vexahvwrapper.h"
 
-#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -92,8 +92,7 @@ private:
             if (property.nodeName().get() == "IPAddr") {
                 variant address;
                 address.setValue(m_host);
-                property.setNodeValue(
-                    ZANTONodeValue(address, nodeValueQualityGood, std::time(nullptr)));
+                property.setNodeValue(ZANTONodeValue(address, nodeValueQualityGood, ZANTONow()));
             }
             m_root.addParameter(&property);
             properties.release(i);

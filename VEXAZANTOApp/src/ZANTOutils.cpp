@@ -1,5 +1,6 @@
 #include "ZANTOutils.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
@@ -222,7 +223,7 @@ int32_t writeChannelName(int32_t handle, uint16_t slot, uint16_t channel, const 
 ZANTONodeValue ZANTOUtils::ZANTOGetSystemPropertyChanged(int32_t handle, const std::string &name,
                                                          uint32_t type)
 {
-    const time_t now = std::time(nullptr);
+    const time_t now = ZANTONow();
     ZANTONodeValue result = numberWithQuality(0, nodeValueQualityBad, now);
     const bool read = readItem(ZANTOPropertyReadWire(type), result, now, [&](void *value) {
         return VEXAHV_GetSysProp(handle, name.c_str(), value);
@@ -246,7 +247,7 @@ int32_t ZANTOUtils::ZANTOSetSystemPropertyChanged(int32_t handle, const std::str
 ZANTONodeValue ZANTOUtils::ZANTOGetBoardParameterChanged(int32_t handle, uint16_t slot,
                                                          const std::string &name, uint32_t type)
 {
-    const time_t now = std::time(nullptr);
+    const time_t now = ZANTONow();
     const ZANTOWire wire = ZANTOParameterWire(type);
     const bool isStatus = type == VEXAHV_PARAM_CHANNEL_STATUS || type == VEXAHV_PARAM_BOARD_STATUS;
     ZANTONodeValue result = numberWithQuality(
@@ -276,7 +277,7 @@ ZANTONodeValue ZANTOUtils::ZANTOGetChannelParameterChanged(int32_t handle, uint1
                                                            const std::string &name,
                                                            uint16_t channel, uint32_t type)
 {
-    const time_t now = std::time(nullptr);
+    const time_t now = ZANTONow();
     if (isChannelName(name))
         return readChannelName(handle, slot, channel, now);
     ZANTONodeValue result = numberWithQuality(0, nodeValueQualityBad, now);
@@ -312,7 +313,7 @@ int32_t ZANTOUtils::ZANTOExeSystemCommandChanged(int32_t handle, const std::stri
 
 ZANTONodeValue ZANTOUtils::ZANTOGetDummyChanged()
 {
-    return numberWithQuality(0, nodeValueQualityGood, std::time(nullptr));
+    return numberWithQuality(0, nodeValueQualityGood, ZANTONow());
 }
 
 // ---- values from events ----
@@ -348,7 +349,7 @@ ZANTONodeValue ZANTOUtils::ZANTOCreateValueFromNodeTypeAndEventType(ZANTONode *e
     variant value;
     if (!ZANTODecodeEvent(element->getDataType(), recvItemVal, value))
         return ZANTONodeValue();
-    return ZANTONodeValue(std::move(value), nodeValueQualityGood, std::time(nullptr));
+    return ZANTONodeValue(std::move(value), nodeValueQualityGood, ZANTONow());
 }
 
 std::string ZANTOUtils::ZANTOConvertPropertyStringFromBool(ZANTONode *node, bool newVal)

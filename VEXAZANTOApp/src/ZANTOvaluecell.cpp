@@ -1,5 +1,7 @@
 #include "ZANTOvaluecell.h"
 
+#include "ZANTOclock.h"
+
 #include <array>
 #include <cstring>
 #include <memory>
@@ -45,8 +47,7 @@ private:
     const uint32_t m_before;
 };
 
-ZANTOValueCell::ZANTOValueCell()
-    : m_timestamp(std::time(nullptr)), m_quality(nodeValueQualityUninitialized)
+ZANTOValueCell::ZANTOValueCell() : m_timestamp(ZANTONow()), m_quality(nodeValueQualityUninitialized)
 {
 }
 

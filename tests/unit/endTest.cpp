@@ -1,6 +1,7 @@
 // The time that an end takes, and an output that takes nothing.
 #include "shutdownSupport.h"
 
+#include "ZANTOclock.h"
 #include "ZANTOmessages.h"
 #include "ZANTOscriptoutput.h"
 
@@ -21,17 +22,19 @@ using ::testing::HasSubstr;
 
 namespace {
 
-// Of the end's clock, which stands still unless a call takes its time.
+// On a clock that stands still unless a call takes its time.
 std::atomic<int64_t> passed{0};
 
-steady_clock::time_point fakeNow() { return steady_clock::time_point(milliseconds(passed)); }
+const ZANTOClock standing = {ZANTOSystemClock.now,
+                             [] { return steady_clock::time_point(milliseconds(passed)); },
+                             ZANTOSystemClock.pause};
 
 class EndDeathTest : public ShutdownDeathTest {
 protected:
     // Every call that begins with `prefix` takes `time` of the fake clock.
     void takesTime(const char *prefix, int time)
     {
-        ZANTOSetEndClock(fakeNow);
+        ZANTOPresentClock = &standing;
         m_onCall = [prefix, time](const std::string &call) {
             if (startsWith(call, prefix))
                 passed += time;
@@ -41,7 +44,7 @@ protected:
     // The clock goes far beyond every limit and the call does not return.
     void neverReturns(const char *prefix)
     {
-        ZANTOSetEndClock(fakeNow);
+        ZANTOPresentClock = &standing;
         m_onCall = [prefix](const std::string &call) {
             if (!startsWith(call, prefix))
                 return;
@@ -149,7 +152,7 @@ TEST_F(EndDeathTest, ALoginOfSevenSecondsIsStillLoggedOut)
     EXPECT_EXIT(
         {
             prepare(0);
-            ZANTOSetEndClock(fakeNow);
+            ZANTOPresentClock = &standing;
             std::promise<void> working;
             std::promise<void> ending;
             std::thread([&] {
@@ -181,7 +184,7 @@ TEST_F(EndDeathTest, AnExitHookThatDoesNotReturnEndsTheProcessWithStatus0)
                     waitForTheEnd();
                 },
                 nullptr);
-            ZANTOSetEndClock(fakeNow);
+            ZANTOPresentClock = &standing;
             plantTree();
             Shutdown();
         },

@@ -1,5 +1,7 @@
 #include "eventServerSupport.h"
 
+#include "ZANTOclock.h"
+
 #include <fcntl.h>
 
 using std::chrono::milliseconds;
@@ -278,13 +280,29 @@ TEST_F(EventServerDeathTest, AnAcceptThatFailsIsToldAndTriedAgain)
     }
 }
 
-TEST_F(EventServerDeathTest, WithoutADescriptorItWaitsALittleBeforeItTriesAgain)
+namespace {
+
+std::atomic<int64_t> paused{0}; // milliseconds
+
+const ZANTOClock withoutPauses = {ZANTOSystemClock.now, ZANTOSystemClock.steadyNow,
+                                  [](milliseconds time) { paused += time.count(); }};
+
+} // namespace
+
+TEST_F(EventServerDeathTest, WithoutADescriptorOrMemoryItWaitsALittleBeforeItTriesAgain)
 {
-    inChild([this] {
-        acceptFault.set(EMFILE);
-        const auto begin = std::chrono::steady_clock::now();
-        serve();
-        ASSERT_TRUE(m_acceptCalls.reaches(2));
-        EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(50));
-    });
+    const struct {
+        int error;
+        int pausedFor;
+    } cases[] = {{EMFILE, 300}, {ENFILE, 300}, {ENOBUFS, 300}, {ENOMEM, 300}, {ECONNABORTED, 0}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.error);
+        inChild([this, error = c.error, pausedFor = c.pausedFor] {
+            const Installed<ZANTOClock> installed(ZANTOPresentClock, withoutPauses);
+            acceptFault.set(error, 3);
+            serve();
+            ASSERT_TRUE(m_acceptCalls.reaches(4));
+            EXPECT_EQ(paused, pausedFor);
+        });
+    }
 }

@@ -1,31 +1,29 @@
 #include "shutdownSupport.h"
 
 #include "Installed.h"
+#include "ZANTOclock.h"
 #include "ZANTOsocket.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 using ::testing::Eq;
 using ::testing::ExitedWithCode;
 using ::testing::IsEmpty;
 
-// ---- time: what the server sleeps is told to the test and takes none ----
+// ---- time: what the server pauses is told to the test and takes none ----
 
 namespace {
-std::function<void(unsigned seconds)> onSleep;
-}
 
-extern "C" unsigned sleep(unsigned seconds)
-{
-    if (onSleep)
-        onSleep(seconds);
-    return 0;
-}
+std::function<void(milliseconds time)> onPause;
 
-namespace {
+const ZANTOClock withoutPauses = {ZANTOSystemClock.now, ZANTOSystemClock.steadyNow,
+                                  [](milliseconds time) { onPause(time); }};
+
+constexpr milliseconds second{1000};
 
 std::vector<int> connectErrors; // of the next attempts, from the last to the first
 
@@ -47,16 +45,15 @@ protected:
         const auto process = static_cast<unsigned>(getpid());
         m_host = "127." + std::to_string(1 + process / 65536 % 250) + "." +
                  std::to_string(process / 256 % 256) + "." + std::to_string(process % 256);
-        onSleep = [this](unsigned seconds) {
-            m_sleeps.push_back(seconds);
-            if (m_sleeps.size() == m_failures)
+        onPause = [this](milliseconds time) {
+            m_pauses.push_back(time);
+            if (m_pauses.size() == m_failures)
                 listenNow();
         };
     }
 
     void TearDown() override
     {
-        onSleep = nullptr;
         stopListening();
         ZantoTest::TearDown();
     }
@@ -84,7 +81,7 @@ protected:
     // Waits for firmware that comes up after this many failures.
     std::string printedBy(int16_t level, std::size_t failures)
     {
-        m_sleeps.clear();
+        m_pauses.clear();
         m_failures = failures;
         stopListening();
         if (failures == 0)
@@ -93,12 +90,15 @@ protected:
     }
 
     std::string m_host;
-    std::vector<unsigned> m_sleeps;
+    std::vector<milliseconds> m_pauses;
     std::size_t m_failures = 0;
     int m_listener = -1;
+    const Installed<ZANTOClock> m_installed{ZANTOPresentClock, withoutPauses};
 };
 
-class FirmwareDeathTest : public ShutdownDeathTest {};
+class FirmwareDeathTest : public ShutdownDeathTest {
+    const Installed<ZANTOClock> m_installed{ZANTOPresentClock, withoutPauses};
+};
 
 } // namespace
 
@@ -106,7 +106,7 @@ TEST_F(Firmware, ThatListensIsConnectedToAtOnce)
 {
     EXPECT_EQ(printedBy(0, 0), "");
     EXPECT_EQ(printedBy(1, 0), "Attempt to connect to firmware..\n");
-    EXPECT_THAT(m_sleeps, IsEmpty());
+    EXPECT_THAT(m_pauses, IsEmpty());
 }
 
 TEST_F(Firmware, GetsNothingButAConnectionThatIsClosed)
@@ -122,9 +122,9 @@ TEST_F(Firmware, GetsNothingButAConnectionThatIsClosed)
 TEST_F(Firmware, IsAskedOnceASecondUntilItListens)
 {
     EXPECT_EQ(printedBy(0, 3), "");
-    EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1));
+    EXPECT_THAT(m_pauses, ElementsAre(second, second, second));
     EXPECT_EQ(printedBy(1, 3), "Attempt to connect to firmware..\nerror\nerror\nerror\n");
-    EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1));
+    EXPECT_THAT(m_pauses, ElementsAre(second, second, second));
 }
 
 TEST_F(Firmware, IsAskedAgainWhateverAnAttemptFailedOf)
@@ -134,7 +134,7 @@ TEST_F(Firmware, IsAskedAgainWhateverAnAttemptFailedOf)
     const Installed<ZANTOSocketCalls> installed(ZANTOPresentSockets, sockets);
     connectErrors = {EINTR, ETIMEDOUT, ENETUNREACH, EADDRNOTAVAIL};
     EXPECT_EQ(printedBy(1, 0), "Attempt to connect to firmware..\nerror\nerror\nerror\nerror\n");
-    EXPECT_THAT(m_sleeps, ElementsAre(1, 1, 1, 1));
+    EXPECT_THAT(m_pauses, ElementsAre(second, second, second, second));
 }
 
 TEST_F(Firmware, LeavesNoDescriptorOpen)
@@ -153,7 +153,7 @@ TEST_F(FirmwareDeathTest, IsSoughtForEverAtAHostThatIsNoAddress)
     EXPECT_EXIT(
         {
             prepare(1);
-            onSleep = [count = 0](unsigned) mutable {
+            onPause = [count = 0](milliseconds) mutable {
                 if (++count == 50)
                     _exit(0);
             };
@@ -179,7 +179,7 @@ TEST_F(FirmwareDeathTest, ASignalEndsTheWait)
         {
             prepare(0);
             catchSignals();
-            onSleep = [](unsigned) {
+            onPause = [](milliseconds) {
                 raise(SIGTERM);
                 waitForTheEnd();
             };

@@ -1,6 +1,8 @@
 // When the current time is taken: values that belong together have one timestamp.
 #include "unitSupport.h"
 
+#include "Installed.h"
+#include "ZANTOclock.h"
 #include "ZANTOconfig.h"
 #include "ZANTOutils.h"
 
@@ -9,8 +11,11 @@
 
 namespace {
 
-// A clock that goes on with every look at it, or 0 while it is the system's.
 std::atomic<time_t> nextTime{0};
+
+// Goes on with every look at it.
+const ZANTOClock ticking = {[] { return nextTime++; }, ZANTOSystemClock.steadyNow,
+                            ZANTOSystemClock.pause};
 
 class Timestamps : public ZantoTest {
 protected:
@@ -18,11 +23,6 @@ protected:
     {
         ZantoTest::SetUp();
         nextTime = begin;
-    }
-    void TearDown() override
-    {
-        nextTime = 0;
-        ZantoTest::TearDown();
     }
 
     // The mainframe takes its time to answer `get`, which has looked at the clock before.
@@ -39,20 +39,12 @@ protected:
 
     static constexpr time_t answerTime = 1000;
     static constexpr time_t begin = 1000000;
+
+private:
+    const Installed<ZANTOClock> m_installed{ZANTOPresentClock, ticking};
 };
 
 } // namespace
-
-// In front of the C library's.
-extern "C" time_t time(time_t *out) noexcept
-{
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    const time_t seconds = nextTime != 0 ? nextTime++ : now.tv_sec;
-    if (out != nullptr)
-        *out = seconds;
-    return seconds;
-}
 
 TEST_F(Timestamps, ALostConnectionMarksAllChildrenWithOne)
 {
