@@ -13,8 +13,11 @@
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 0
 #endif
 
-// From 7.0.3.1 on what is told of the IOC's start is told of its shutdown too.
-#if EPICS_VERSION_INT >= VERSION_INT(7, 0, 3, 1)
+// From 7.0.3.1 on what is told of the IOC's start is told of its shutdown too. Base 3.14 cannot
+// compare whole versions.
+#if EPICS_VERSION < 7
+#define ZANTO_BASE_TELLS_SHUTDOWN 0
+#elif EPICS_VERSION_INT >= VERSION_INT(7, 0, 3, 1)
 #define ZANTO_BASE_TELLS_SHUTDOWN 1
 #else
 #define ZANTO_BASE_TELLS_SHUTDOWN 0
