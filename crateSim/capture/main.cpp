@@ -8,6 +8,7 @@
 
 #include "describe.h"
 #include "interruption.h"
+#include "model/problems.h"
 
 namespace {
 

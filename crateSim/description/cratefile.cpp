@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "reader.h"
+#include "model/problems.h"
 
 namespace sim {
 

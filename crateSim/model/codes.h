@@ -99,4 +99,9 @@ constexpr unsigned maxChannelName = 11;
 constexpr unsigned maxPropertyName = 19;
 constexpr unsigned maxText = 1023;
 
+// Bytes of a name or text with its NUL.
+constexpr unsigned parameterSlot = maxParameterName + 1;
+constexpr unsigned channelSlot = maxChannelName + 1;
+constexpr unsigned textSize = maxText + 1;
+
 } // namespace sim

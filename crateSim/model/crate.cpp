@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "limits.h"
+#include "problems.h"
 
 namespace sim {
 

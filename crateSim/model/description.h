@@ -56,6 +56,11 @@ struct ParameterDescription {
     Value start = 0.0f;
 };
 
+// Which members of a parameter mean something, by its type.
+bool hasLimits(ParamType type); // minimum, maximum, unit, exponent
+bool hasDecimals(ParamType type);
+bool hasLabels(ParamType type);
+
 struct Load {
     double ohm = std::numeric_limits<double>::infinity();
     double farad = 0; // draws current while the voltage ramps
@@ -132,16 +137,5 @@ struct CrateDescription {
     const ModelDescription *channelModel(const BoardDescription &board,
                                          const ChannelDescription &channel) const;
 };
-
-struct Problem {
-    // Member names and positions from the top, as in "models/1/channel/3/minimum" or
-    // "slots/7/channels/0/start/VSet"; whoever read the description from somewhere finds the
-    // place by it.
-    std::string path;
-    std::string text; // for people; names the place too
-};
-
-// What is wrong with a description; empty when a Crate can be built from it.
-std::vector<Problem> findProblems(const CrateDescription &description);
 
 } // namespace sim

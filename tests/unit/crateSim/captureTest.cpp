@@ -5,6 +5,7 @@
 #include "capture/guess.h"
 #include "crateEquality.h"
 #include "description/defaultcrate.h"
+#include "model/problems.h"
 #include "runningCrate.h"
 
 using namespace sim;

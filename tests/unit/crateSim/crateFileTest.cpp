@@ -11,6 +11,7 @@
 #include "description/channelnames.h"
 #include "description/usual.h"
 #include "description/defaultcrate.h"
+#include "model/problems.h"
 
 using namespace sim;
 using testing::IsEmpty;

@@ -7,6 +7,7 @@
 
 #include "model/crate.h"
 #include "description/defaultcrate.h"
+#include "model/problems.h"
 
 using namespace sim;
 using testing::AllOf;
