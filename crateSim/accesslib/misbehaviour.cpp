@@ -37,10 +37,9 @@ std::optional<std::string> readBeginning(std::string_view name)
     if (name == "any")
         return std::string();
     const std::string_view beginning = withoutPrefix(name);
-    const bool known =
-        !beginning.empty() &&
-        std::any_of(wire::operationNames.begin(), wire::operationNames.end(),
-                    [=](std::string_view operation) { return fits(beginning, operation); });
+    const bool known = !beginning.empty() &&
+                       std::any_of(wire::operations.begin(), wire::operations.end(),
+                                   [=](const auto &row) { return fits(beginning, row.name); });
     return known ? std::optional<std::string>(beginning) : std::nullopt;
 }
 

@@ -1,19 +1,13 @@
 #include "bytes.h"
 
-#include <cstring>
+#include "protocol/bytes.h"
 
 namespace sim::calls {
 
 namespace {
 
-template <class Number> std::optional<Number> numberOf(const std::string &bytes)
-{
-    Number number;
-    if (bytes.size() != sizeof number)
-        return std::nullopt;
-    std::memcpy(&number, bytes.data(), sizeof number);
-    return number;
-}
+using wire::bytesOf;
+using wire::numberOf;
 
 template <class Number, class Alternative> std::optional<Value> valueOf(const std::string &bytes)
 {

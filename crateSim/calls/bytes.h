@@ -10,13 +10,6 @@
 
 namespace sim::calls {
 
-// The object representation of a number.
-template <class Number> std::string bytesOf(Number number)
-{
-    static_assert(std::is_arithmetic_v<Number>);
-    return std::string(reinterpret_cast<const char *>(&number), sizeof number);
-}
-
 // A system property's value; texts get their NUL.
 std::string propertyBytes(PropertyType type, const Value &value);
 // Nothing when the bytes have the wrong length.

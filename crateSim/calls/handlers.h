@@ -1,46 +1,56 @@
-// One function per operation. The caller has seen to the login, to ordered
-// failures and to the statistics.
+// One function per operation: the request, then the parts of the crate that it uses. Dispatching
+// has seen to the login, to ordered failures and to the statistics.
 #pragma once
 
-#include "protocol/codec.h"
-#include "daemon/session.h"
+#include "caller.h"
+#include "faults/active.h"
+#include "model/crate.h"
+#include "protocol/messages.h"
+#include "statistics.h"
 
 namespace sim::calls {
 
-using daemon::Session;
+// The answer, or why there is none.
+template <class Answer> struct Outcome {
+    Outcome(Result result) : result(result) {}
+    Outcome(Answer answer) : answer(std::move(answer)) {}
 
-struct Outcome {
     Result result = Result::Ok;
-    msgpack::sbuffer body; // packed answer, meaningful only when result is Ok
+    Answer answer;
 };
 
-inline Outcome failed(Result result) { return {result, {}}; }
+using Done = Outcome<wire::Nothing>;
 
-template <class Body> Outcome succeeded(const Body &body)
-{
-    return {Result::Ok, wire::packBody(body)};
-}
+Outcome<wire::LoginAnswer> login(const wire::LoginRequest &request, const Crate &crate,
+                                 Caller &caller, Faults &faults, CallStatistics &statistics);
+Done logout(const wire::Nothing &request, Caller &caller);
 
-Outcome login(Session &session, const wire::LoginRequest &request);
-Outcome logout(Session &session, const wire::Nothing &request);
-Outcome listProperties(Session &session, const wire::Nothing &request);
-Outcome propertyInfo(Session &session, const wire::NameRequest &request);
-Outcome getProperty(Session &session, const wire::NameRequest &request);
-Outcome setProperty(Session &session, const wire::SetPropertyRequest &request);
-Outcome listCommands(Session &session, const wire::Nothing &request);
-Outcome executeCommand(Session &session, const wire::NameRequest &request);
-Outcome crateMap(Session &session, const wire::Nothing &request);
+Outcome<wire::PackedListAnswer> listProperties(const wire::Nothing &request, const Crate &crate);
+Outcome<wire::PropertyInfoAnswer> propertyInfo(const wire::NameRequest &request,
+                                               const Crate &crate);
+Outcome<wire::BytesAnswer> getProperty(const wire::NameRequest &request, const Crate &crate);
+Done setProperty(const wire::SetPropertyRequest &request, Crate &crate);
+Outcome<wire::PackedListAnswer> listCommands(const wire::Nothing &request, const Crate &crate);
+Done executeCommand(const wire::NameRequest &request, Crate &crate);
+Outcome<wire::CrateMapAnswer> crateMap(const wire::Nothing &request, const Crate &crate);
 
-Outcome listParameters(Session &session, const wire::PlaceRequest &request);
-Outcome parameterProperty(Session &session, const wire::ParameterPropertyRequest &request);
-Outcome getBoardParameter(Session &session, const wire::BoardParameterRequest &request);
-Outcome setBoardParameter(Session &session, const wire::SetBoardParameterRequest &request);
-Outcome getChannelName(Session &session, const wire::ChannelNameRequest &request);
-Outcome setChannelName(Session &session, const wire::SetChannelNameRequest &request);
-Outcome getChannelParameter(Session &session, const wire::ChannelParameterRequest &request);
-Outcome setChannelParameter(Session &session, const wire::SetChannelParameterRequest &request);
+Outcome<wire::NameTableAnswer> listParameters(const wire::PlaceRequest &request,
+                                              const Crate &crate);
+Outcome<wire::BytesAnswer> parameterProperty(const wire::ParameterPropertyRequest &request,
+                                             const Crate &crate);
+Outcome<wire::BytesAnswer> getBoardParameter(const wire::BoardParameterRequest &request,
+                                             const Crate &crate);
+Done setBoardParameter(const wire::SetBoardParameterRequest &request, Crate &crate);
+Outcome<wire::BytesAnswer> getChannelName(const wire::ChannelNameRequest &request,
+                                          const Crate &crate);
+Done setChannelName(const wire::SetChannelNameRequest &request, Crate &crate);
+Outcome<wire::BytesAnswer> getChannelParameter(const wire::ChannelParameterRequest &request,
+                                               const Crate &crate);
+Done setChannelParameter(const wire::SetChannelParameterRequest &request, Crate &crate);
 
-Outcome subscribe(Session &session, const wire::SubscriptionRequest &request);
-Outcome unsubscribe(Session &session, const wire::SubscriptionRequest &request);
+Outcome<wire::BytesAnswer> subscribe(const wire::SubscriptionRequest &request, const Crate &crate,
+                                     Caller &caller);
+Outcome<wire::BytesAnswer> unsubscribe(const wire::SubscriptionRequest &request, const Crate &crate,
+                                       Caller &caller);
 
 } // namespace sim::calls

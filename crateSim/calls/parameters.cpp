@@ -1,37 +1,24 @@
 // Parameters of boards and channels, and channel names.
 #include <string_view>
 
-#include "protocol/lists.h"
 #include "bytes.h"
 #include "handlers.h"
+#include "protocol/bytes.h"
+#include "protocol/lists.h"
 
 namespace sim::calls {
 
 namespace {
 
-constexpr size_t parameterSlot = maxParameterName + 1;
-constexpr size_t channelSlot = maxChannelName + 1;
+using wire::bytesOf;
 
-bool hasLimits(const ParameterDescription &p)
-{
-    return p.type == ParamType::Numeric || p.type == ParamType::Integer ||
-           p.type == ParamType::Enumeration;
-}
-
-bool hasDecimals(const ParameterDescription &p)
-{
-    return p.type == ParamType::Numeric || p.type == ParamType::Integer;
-}
-
-bool hasLabels(const ParameterDescription &p) { return p.type == ParamType::OnOff; }
-
-bool always(const ParameterDescription &) { return true; }
+bool always(ParamType) { return true; }
 
 // A property that a parameter can be asked for: for which parameters, and the
 // bytes that answer.
 struct Property {
     std::string_view name;
-    bool (*applies)(const ParameterDescription &);
+    bool (*applies)(ParamType);
     std::string (*bytes)(const ParameterDescription &);
 };
 
@@ -47,45 +34,43 @@ constexpr Property properties[] = {
     {"Offstate", hasLabels, [](const auto &p) { return p.offLabel + '\0'; }},
 };
 
-Outcome answerless(Result result) { return {result, wire::packBody(wire::Nothing())}; }
-
 // Reads one item at each of several places into consecutive elements.
 template <class AddressOf>
-Outcome readAll(const Crate &crate, const std::vector<uint16_t> &indexes,
-                const std::string &parameter, AddressOf addressOf)
+Outcome<wire::BytesAnswer> readAll(const Crate &crate, const std::vector<uint16_t> &indexes,
+                                   const std::string &parameter, AddressOf addressOf)
 {
     wire::BytesAnswer answer;
     for (const uint16_t index : indexes) {
         Value value;
         const Result result = crate.read(addressOf(index), parameter, value);
         if (result != Result::Ok)
-            return failed(result);
+            return result;
         if (shapeOf(value) == Shape::Text)
-            return failed(Result::NotReadable);
+            return Result::NotReadable;
         answer.bytes += parameterBytes(value);
     }
-    return succeeded(answer);
+    return answer;
 }
 
 // Writes one value at several places; the first refusal ends it.
 template <class AddressOf>
-Outcome writeAll(Crate &crate, const std::vector<uint16_t> &indexes, const std::string &parameter,
-                 uint32_t word, AddressOf addressOf)
+Done writeAll(Crate &crate, const std::vector<uint16_t> &indexes, const std::string &parameter,
+              uint32_t word, AddressOf addressOf)
 {
     for (const uint16_t index : indexes) {
         ItemId id = 0;
         Result result = crate.find(addressOf(index), parameter, id);
         if (result != Result::Ok)
-            return failed(result);
+            return result;
         const Shape shape = crate.items().item(id).shape;
         if (shape == Shape::Text)
-            return failed(Result::NotWritable);
+            return Result::NotWritable;
         result =
             crate.write(addressOf(index), parameter, parameterValue(shape, word), Origin::Network);
         if (result != Result::Ok)
-            return failed(result);
+            return result;
     }
-    return answerless(Result::Ok);
+    return Result::Ok;
 }
 
 Address boardAddress(uint16_t slot) { return {slot, -1}; }
@@ -97,14 +82,14 @@ auto channelsOf(uint16_t slot)
 
 } // namespace
 
-Outcome listParameters(Session &session, const wire::PlaceRequest &request)
+Outcome<wire::NameTableAnswer> listParameters(const wire::PlaceRequest &request, const Crate &crate)
 {
-    const Board *board = session.world().crate.board(request.slot);
+    const Board *board = crate.board(request.slot);
     if (board == nullptr)
-        return failed(Result::NoSlot);
+        return Result::NoSlot;
     const bool ofChannel = request.channel >= 0;
     if (ofChannel && static_cast<size_t>(request.channel) >= board->channelCount())
-        return failed(Result::NoChannel);
+        return Result::NoChannel;
     wire::NameTableAnswer answer;
     for (const auto &parameter :
          ofChannel ? board->channel(static_cast<size_t>(request.channel)).model().channel
@@ -113,70 +98,71 @@ Outcome listParameters(Session &session, const wire::PlaceRequest &request)
         ++answer.count;
     }
     wire::appendSlot(answer.table, "", parameterSlot);
-    return succeeded(answer);
+    return answer;
 }
 
-Outcome parameterProperty(Session &session, const wire::ParameterPropertyRequest &request)
+Outcome<wire::BytesAnswer> parameterProperty(const wire::ParameterPropertyRequest &request,
+                                             const Crate &crate)
 {
-    const Crate &crate = session.world().crate;
     ItemId id = 0;
     const Result result = crate.find({request.slot, request.channel}, request.parameter, id);
     if (result != Result::Ok)
-        return failed(result);
+        return result;
     const ParameterDescription *parameter = crate.items().item(id).parameter;
     if (parameter == nullptr)
-        return failed(Result::NoItem);
+        return Result::NoItem;
     for (const auto &property : properties)
-        if (property.name == request.property && property.applies(*parameter))
-            return succeeded(wire::BytesAnswer{property.bytes(*parameter)});
-    return failed(Result::NoProperty);
+        if (property.name == request.property && property.applies(parameter->type))
+            return wire::BytesAnswer{property.bytes(*parameter)};
+    return Result::NoProperty;
 }
 
-Outcome getBoardParameter(Session &session, const wire::BoardParameterRequest &request)
+Outcome<wire::BytesAnswer> getBoardParameter(const wire::BoardParameterRequest &request,
+                                             const Crate &crate)
 {
-    return readAll(session.world().crate, request.slots, request.parameter, boardAddress);
+    return readAll(crate, request.slots, request.parameter, boardAddress);
 }
 
-Outcome setBoardParameter(Session &session, const wire::SetBoardParameterRequest &request)
+Done setBoardParameter(const wire::SetBoardParameterRequest &request, Crate &crate)
 {
-    return writeAll(session.world().crate, request.slots, request.parameter, request.word,
-                    boardAddress);
+    return writeAll(crate, request.slots, request.parameter, request.word, boardAddress);
 }
 
-Outcome getChannelParameter(Session &session, const wire::ChannelParameterRequest &request)
+Outcome<wire::BytesAnswer> getChannelParameter(const wire::ChannelParameterRequest &request,
+                                               const Crate &crate)
 {
-    return readAll(session.world().crate, request.channels, request.parameter,
-                   channelsOf(request.slot));
+    return readAll(crate, request.channels, request.parameter, channelsOf(request.slot));
 }
 
-Outcome setChannelParameter(Session &session, const wire::SetChannelParameterRequest &request)
+Done setChannelParameter(const wire::SetChannelParameterRequest &request, Crate &crate)
 {
-    return writeAll(session.world().crate, request.channels, request.parameter, request.word,
+    return writeAll(crate, request.channels, request.parameter, request.word,
                     channelsOf(request.slot));
 }
 
-Outcome getChannelName(Session &session, const wire::ChannelNameRequest &request)
+Outcome<wire::BytesAnswer> getChannelName(const wire::ChannelNameRequest &request,
+                                          const Crate &crate)
 {
     wire::BytesAnswer answer;
     for (const uint16_t channel : request.channels) {
         Value name;
-        const Result result = session.world().crate.read({request.slot, channel}, "Name", name);
+        const Result result = crate.read({request.slot, channel}, "Name", name);
         if (result != Result::Ok)
-            return failed(result);
+            return result;
         wire::appendSlot(answer.bytes, std::get<std::string>(name), channelSlot);
     }
-    return succeeded(answer);
+    return answer;
 }
 
-Outcome setChannelName(Session &session, const wire::SetChannelNameRequest &request)
+Done setChannelName(const wire::SetChannelNameRequest &request, Crate &crate)
 {
     for (const uint16_t channel : request.channels) {
-        const Result result = session.world().crate.write({request.slot, channel}, "Name",
-                                                          request.name, Origin::Network);
+        const Result result =
+            crate.write({request.slot, channel}, "Name", request.name, Origin::Network);
         if (result != Result::Ok)
-            return failed(result);
+            return result;
     }
-    return answerless(Result::Ok);
+    return Result::Ok;
 }
 
 } // namespace sim::calls

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <spdlog/spdlog.h>
 
-#include "protocol/lists.h"
 #include "handlers.h"
+#include "protocol/lists.h"
 
 namespace sim::calls {
 
@@ -15,10 +15,11 @@ constexpr uint32_t maxNames = 65536;
 // Runs an operation on each name's item and collects a byte per name. What a
 // caller counts but does not name has failed.
 template <class Accept>
-Outcome forEachItem(const Crate &crate, const wire::SubscriptionRequest &request, Accept accept)
+Outcome<wire::BytesAnswer> forEachItem(const wire::SubscriptionRequest &request, const Crate &crate,
+                                       Accept accept)
 {
     if (request.count > maxNames || request.port == 0)
-        return failed(Result::BadRequest);
+        return Result::BadRequest;
     const auto names = wire::splitNames(request.names);
     wire::BytesAnswer answer;
     answer.bytes.assign(request.count, static_cast<char>(Result::BadRequest));
@@ -29,20 +30,20 @@ Outcome forEachItem(const Crate &crate, const wire::SubscriptionRequest &request
             result = accept(id);
         answer.bytes[index] = static_cast<char>(result);
     }
-    return succeeded(answer);
+    return answer;
 }
 
 } // namespace
 
-Outcome subscribe(Session &session, const wire::SubscriptionRequest &request)
+Outcome<wire::BytesAnswer> subscribe(const wire::SubscriptionRequest &request, const Crate &crate,
+                                     Caller &caller)
 {
-    const Crate &crate = session.world().crate;
     spdlog::debug("port {} watches {}/{}: {}", request.port, request.slot, request.channel,
                   request.names);
-    return forEachItem(crate, request, [&](ItemId id) {
+    return forEachItem(request, crate, [&](ItemId id) {
         if (crate.items().item(id).mode == Mode::Write)
             return Result::NotReadable;
-        EventLink *const link = session.link(request.port);
+        EventLink *const link = caller.link(request.port);
         if (link == nullptr)
             return Result::Refused;
         link->subscribe(id);
@@ -50,14 +51,15 @@ Outcome subscribe(Session &session, const wire::SubscriptionRequest &request)
     });
 }
 
-Outcome unsubscribe(Session &session, const wire::SubscriptionRequest &request)
+Outcome<wire::BytesAnswer> unsubscribe(const wire::SubscriptionRequest &request, const Crate &crate,
+                                       Caller &caller)
 {
-    EventLink *link = session.findLink(request.port);
-    Outcome outcome = forEachItem(session.world().crate, request, [&](ItemId id) {
+    EventLink *link = caller.findLink(request.port);
+    auto outcome = forEachItem(request, crate, [&](ItemId id) {
         return link != nullptr && link->unsubscribe(id) ? Result::Ok : Result::NoItem;
     });
     if (link != nullptr && link->subscriptionCount() == 0)
-        session.closeLink(request.port);
+        caller.closeLink(request.port);
     return outcome;
 }
 

@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <spdlog/spdlog.h>
 
-#include "protocol/lists.h"
 #include "bytes.h"
 #include "handlers.h"
+#include "protocol/lists.h"
 
 namespace sim::calls {
 
@@ -12,6 +12,14 @@ namespace {
 
 constexpr int32_t mainframeFamily = 2;
 constexpr int32_t linkOverTcp = 0;
+
+bool accepts(const Crate &crate, const std::string &user, const std::string &password)
+{
+    const auto &users = crate.description().users;
+    return std::any_of(users.begin(), users.end(), [&](const User &known) {
+        return known.name == user && known.password == password;
+    });
+}
 
 const PropertyDescription *findProperty(const Crate &crate, const std::string &name)
 {
@@ -32,82 +40,77 @@ template <class Named> wire::PackedListAnswer packedNames(const std::vector<Name
 
 } // namespace
 
-Outcome login(Session &session, const wire::LoginRequest &request)
+Outcome<wire::LoginAnswer> login(const wire::LoginRequest &request, const Crate &crate,
+                                 Caller &caller, Faults &faults, CallStatistics &statistics)
 {
-    World &world = session.world();
-    if (session.isLoggedIn() || request.systemType != mainframeFamily ||
+    if (caller.isLoggedIn() || request.systemType != mainframeFamily ||
         request.linkType != linkOverTcp)
-        return failed(Result::BadRequest);
-    if (world.faults.takeRefusal() || !world.accepts(request.user, request.password)) {
-        ++world.statistics.loginsRefused;
+        return Result::BadRequest;
+    if (faults.takeRefusal() || !accepts(crate, request.user, request.password)) {
+        statistics.countRefusedLogin();
         spdlog::warn("login of \"{}\" refused", request.user);
-        return failed(Result::LoginRefused);
+        return Result::LoginRefused;
     }
-    session.login(request.handle);
+    caller.login(request.handle);
     spdlog::info("\"{}\" logged in", request.user);
     wire::LoginAnswer answer;
-    for (const auto &property : world.crate.description().properties)
+    for (const auto &property : crate.description().properties)
         answer.propertyTypes.emplace_back(property.name, static_cast<uint32_t>(property.type));
-    return succeeded(answer);
+    return answer;
 }
 
-Outcome logout(Session &session, const wire::Nothing &)
+Done logout(const wire::Nothing &, Caller &caller)
 {
     spdlog::info("logged out");
-    session.logout();
-    return succeeded(wire::Nothing());
+    caller.logout();
+    return Result::Ok;
 }
 
-Outcome listProperties(Session &session, const wire::Nothing &)
+Outcome<wire::PackedListAnswer> listProperties(const wire::Nothing &, const Crate &crate)
 {
-    return succeeded(packedNames(session.world().crate.description().properties));
+    return packedNames(crate.description().properties);
 }
 
-Outcome propertyInfo(Session &session, const wire::NameRequest &request)
+Outcome<wire::PropertyInfoAnswer> propertyInfo(const wire::NameRequest &request, const Crate &crate)
 {
-    const auto *property = findProperty(session.world().crate, request.name);
-    if (property == nullptr)
-        return failed(Result::NoItem);
-    return succeeded(wire::PropertyInfoAnswer{static_cast<uint32_t>(property->mode),
-                                              static_cast<uint32_t>(property->type)});
-}
-
-Outcome getProperty(Session &session, const wire::NameRequest &request)
-{
-    const Crate &crate = session.world().crate;
-    Value value;
-    if (const Result result = crate.read({}, request.name, value); result != Result::Ok)
-        return failed(result);
-    return succeeded(
-        wire::BytesAnswer{propertyBytes(findProperty(crate, request.name)->type, value)});
-}
-
-Outcome setProperty(Session &session, const wire::SetPropertyRequest &request)
-{
-    Crate &crate = session.world().crate;
     const auto *property = findProperty(crate, request.name);
     if (property == nullptr)
-        return failed(Result::NoItem);
+        return Result::NoItem;
+    return wire::PropertyInfoAnswer{static_cast<uint32_t>(property->mode),
+                                    static_cast<uint32_t>(property->type)};
+}
+
+Outcome<wire::BytesAnswer> getProperty(const wire::NameRequest &request, const Crate &crate)
+{
+    Value value;
+    if (const Result result = crate.read({}, request.name, value); result != Result::Ok)
+        return result;
+    return wire::BytesAnswer{propertyBytes(findProperty(crate, request.name)->type, value)};
+}
+
+Done setProperty(const wire::SetPropertyRequest &request, Crate &crate)
+{
+    const auto *property = findProperty(crate, request.name);
+    if (property == nullptr)
+        return Result::NoItem;
     const auto value = propertyValue(property->type, request.bytes);
     if (!value)
-        return failed(Result::BadRequest);
-    return {crate.write({}, request.name, *value, Origin::Network),
-            wire::packBody(wire::Nothing())};
+        return Result::BadRequest;
+    return crate.write({}, request.name, *value, Origin::Network);
 }
 
-Outcome listCommands(Session &session, const wire::Nothing &)
+Outcome<wire::PackedListAnswer> listCommands(const wire::Nothing &, const Crate &crate)
 {
-    return succeeded(packedNames(session.world().crate.description().commands));
+    return packedNames(crate.description().commands);
 }
 
-Outcome executeCommand(Session &session, const wire::NameRequest &request)
+Done executeCommand(const wire::NameRequest &request, Crate &crate)
 {
-    return {session.world().crate.execute(request.name), wire::packBody(wire::Nothing())};
+    return crate.execute(request.name);
 }
 
-Outcome crateMap(Session &session, const wire::Nothing &)
+Outcome<wire::CrateMapAnswer> crateMap(const wire::Nothing &, const Crate &crate)
 {
-    const Crate &crate = session.world().crate;
     const BoardDescription none;
     wire::CrateMapAnswer map;
     map.slotCount = static_cast<uint16_t>(crate.slotCount());
@@ -121,7 +124,7 @@ Outcome crateMap(Session &session, const wire::Nothing &)
         wire::appendPacked(map.models, board != nullptr ? board->model().name : "");
         wire::appendPacked(map.descriptions, d.description);
     }
-    return succeeded(map);
+    return map;
 }
 
 } // namespace sim::calls

@@ -9,7 +9,7 @@ namespace {
 using nlohmann::json;
 
 // The last lines of the call log that begin with "match".
-json logLines(const Statistics &statistics, const json &request, int32_t last)
+json logLines(const calls::CallStatistics &statistics, const json &request, int32_t last)
 {
     const std::string match = request.contains("match") ? textField(request, "match") : "";
     json lines = json::array();
@@ -30,47 +30,47 @@ json statistics(World &world, const json &request)
     json failures = json::object();
     for (size_t index = 0; index < wire::operationCount; ++index) {
         const auto operation = static_cast<wire::Operation>(index);
-        if (s.calls(operation) > 0)
-            calls[std::string(wire::operationName(operation))] = s.calls(operation);
-        if (s.failures(operation) > 0)
-            failures[std::string(wire::operationName(operation))] = s.failures(operation);
+        if (s.calls.count(operation) > 0)
+            calls[std::string(wire::operationName(operation))] = s.calls.count(operation);
+        if (s.calls.failures(operation) > 0)
+            failures[std::string(wire::operationName(operation))] = s.calls.failures(operation);
     }
     size_t subscriptions = 0;
-    for (const auto &link : world.openLinks())
+    for (const auto &link : world.links.all())
         subscriptions += link->subscriptionCount();
     json answer = {{"calls", calls},
                    {"failures", failures},
                    {"sessions", world.sessions},
                    {"sessionsAccepted", s.sessionsAccepted},
-                   {"loginsRefused", s.loginsRefused},
+                   {"loginsRefused", s.calls.loginsRefused()},
                    {"badFrames", s.badFrames},
                    {"subscriptions", subscriptions},
-                   {"eventConnections", world.connectedLinks()},
-                   {"eventConnectionsOpened", s.eventConnectionsOpened},
-                   {"eventConnectionsLost", s.eventConnectionsLost},
-                   {"eventsSent", s.eventsSent},
-                   {"batchesSent", s.batchesSent},
-                   {"keepAlivesSent", s.keepAlivesSent},
+                   {"eventConnections", world.links.connectedCount()},
+                   {"eventConnectionsOpened", s.events.connectionsOpened},
+                   {"eventConnectionsLost", s.events.connectionsLost},
+                   {"eventsSent", s.events.events},
+                   {"batchesSent", s.events.batches},
+                   {"keepAlivesSent", s.events.keepAlives},
                    {"faults", faultCounts(s.faults)},
                    {"storm", stormState(world.stormMaker)}};
     if (const int32_t last = countField(request, "log", 0); last > 0)
-        answer["log"] = logLines(s, request, last);
+        answer["log"] = logLines(s.calls, request, last);
     if (boolField(request, "clear", false))
-        world.statistics.clear();
+        world.statistics = {};
     return answer;
 }
 
 json log(World &world, const json &request)
 {
-    const auto all = static_cast<int32_t>(Statistics::logLimit);
-    return {{"log", logLines(world.statistics, request, countField(request, "last", all))}};
+    const auto all = static_cast<int32_t>(calls::CallStatistics::logLimit);
+    return {{"log", logLines(world.statistics.calls, request, countField(request, "last", all))}};
 }
 
 json subscriptions(World &world, const json &)
 {
     const ItemStore &items = world.crate.items();
     json links = json::array();
-    for (const auto &link : world.openLinks()) {
+    for (const auto &link : world.links.all()) {
         json subscribed = json::array();
         for (ItemId id = 0; id < items.size(); ++id)
             if (link->isSubscribed(id))

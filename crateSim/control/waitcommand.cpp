@@ -12,13 +12,13 @@ Waits::Condition callCondition(World &world, const json &request)
 {
     const auto operation = operationField(request, "call");
     const auto count = static_cast<uint64_t>(countField(request, "count", 1));
-    return [&world, operation, count] { return world.statistics.calls(operation) >= count; };
+    return [&world, operation, count] { return world.statistics.calls.count(operation) >= count; };
 }
 
 Waits::Condition connectionCondition(World &world, const json &request)
 {
     const auto count = static_cast<size_t>(countField(request, "eventConnections", 1));
-    return [&world, count] { return world.connectedLinks() == count; };
+    return [&world, count] { return world.links.connectedCount() == count; };
 }
 
 Waits::Condition sessionCondition(World &world, const json &request)

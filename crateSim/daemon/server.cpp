@@ -149,15 +149,15 @@ void Server::run()
 {
     using Clock = std::chrono::steady_clock;
     constexpr auto patience = std::chrono::microseconds(100);
-    uint64_t calls = m_world.statistics.allCalls();
+    uint64_t calls = m_world.statistics.calls.total();
     Clock::time_point sleepAt;
     while (!m_context.stopped()) {
         if (Clock::now() >= sleepAt)
             m_context.run_one();
         else if (m_context.poll() == 0)
             std::this_thread::yield();
-        if (m_world.statistics.allCalls() != calls) {
-            calls = m_world.statistics.allCalls();
+        if (m_world.statistics.calls.total() != calls) {
+            calls = m_world.statistics.calls.total();
             sleepAt = Clock::now() + patience;
         }
     }

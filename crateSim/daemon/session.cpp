@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <spdlog/spdlog.h>
 
-#include "calls/calls.h"
+#include "calls/dispatch.h"
 
 namespace sim::daemon {
 
@@ -21,8 +21,8 @@ Tcp::endpoint peerOf(const Tcp::socket &socket)
 } // namespace
 
 Session::Session(asio::io_context &context, Tcp::socket socket, World &world)
-    : m_context(context), m_socket(std::move(socket)), m_world(world), m_peer(peerOf(m_socket)),
-      m_delay(context)
+    : m_socket(std::move(socket)), m_world(world), m_peer(peerOf(m_socket)),
+      m_caller(context, world.links, m_peer), m_delay(context)
 {
     ++m_world.sessions;
 }
@@ -66,6 +66,7 @@ void Session::handleInput()
 // The call has been answered; what came behind it is the next.
 void Session::nextCall()
 {
+    m_unpacked = {};
     m_input.erase(0, m_frame);
     if (m_input.capacity() > keptInput)
         m_input.shrink_to_fit();
@@ -84,29 +85,31 @@ void Session::handlePayload()
     if (m_closed)
         return;
     try {
-        m_fault =
-            m_world.faults.none() ? CallFault() : calls::takeCallFault(m_world.faults, payload());
+        m_unpacked = wire::unpackPayload(payload());
+        m_call = wire::readCall(m_unpacked);
     } catch (const std::exception &error) {
         return fail(error.what());
     }
+    m_fault = m_world.faults.takeCall(m_call.operation);
     if (m_fault.hangs)
         hold();
     else if (m_fault.delay.count() > 0)
         delay();
     else
-        carryOut();
+        dispatch();
 }
 
-void Session::carryOut()
+void Session::dispatch()
 {
     try {
-        write(calls::answerCall(*this, payload(), m_fault.code));
+        write(calls::dispatch({m_world.crate, m_caller, m_world.faults, m_world.statistics.calls},
+                              m_call, m_fault.code));
     } catch (const std::exception &error) {
         fail(error.what());
     }
 }
 
-// A caller that has given up meanwhile does not get its call carried out.
+// The call of a caller that has given up meanwhile is not handled.
 void Session::hold()
 {
     m_held = true;
@@ -131,7 +134,7 @@ void Session::delay()
         if (error || !self->m_held || self->m_holds != number)
             return;
         self->m_held = false;
-        self->carryOut();
+        self->dispatch();
     });
 }
 
@@ -140,7 +143,7 @@ void Session::resume()
     if (!m_held || !m_fault.hangs)
         return;
     m_held = false;
-    carryOut();
+    dispatch();
 }
 
 void Session::write(std::string frame)
@@ -148,7 +151,7 @@ void Session::write(std::string frame)
     m_answer = std::move(frame);
     asio::async_write(m_socket, asio::buffer(m_answer),
                       [self = shared_from_this()](const Error &error, size_t) {
-                          if (error || self->m_ending)
+                          if (error || self->m_caller.hasLoggedOut())
                               return self->close();
                           self->nextCall();
                       });
@@ -169,54 +172,13 @@ void Session::close()
     m_closed = true;
     --m_world.sessions;
     spdlog::debug("{}:{} gone", m_peer.address().to_string(), m_peer.port());
-    if (m_loggedIn)
+    if (m_caller.isLoggedIn())
         spdlog::info("{}:{} left without logging out", m_peer.address().to_string(), m_peer.port());
-    m_loggedIn = false;
-    logout();
+    m_caller.logout();
     m_delay.cancel();
     Error ignored;
     m_socket.close(ignored);
     m_world.notify();
-}
-
-void Session::login(int32_t handle)
-{
-    m_loggedIn = true;
-    m_handle = handle;
-}
-
-void Session::logout()
-{
-    m_ending = true;
-    m_loggedIn = false;
-    for (const auto &[port, link] : m_links)
-        m_world.closeLink(link);
-    m_links.clear();
-}
-
-EventLink *Session::link(uint16_t port)
-{
-    if (EventLink *const known = findLink(port))
-        return known;
-    if (m_links.size() >= maxLinks)
-        return nullptr;
-    auto made = m_world.openLink(m_context, Tcp::endpoint(m_peer.address(), port), m_handle);
-    return m_links.emplace(port, std::move(made)).first->second.get();
-}
-
-EventLink *Session::findLink(uint16_t port)
-{
-    const auto found = m_links.find(port);
-    return found == m_links.end() ? nullptr : found->second.get();
-}
-
-void Session::closeLink(uint16_t port)
-{
-    const auto found = m_links.find(port);
-    if (found == m_links.end())
-        return;
-    m_world.closeLink(found->second);
-    m_links.erase(found);
 }
 
 } // namespace sim::daemon

@@ -16,11 +16,9 @@ constexpr size_t maxInsertions = 256;
 } // namespace
 
 EventLink::EventLink(asio::io_context &context, const Tcp::endpoint &subscriber, int32_t handle,
-                     const Crate &crate, Statistics &statistics, Faults &faults,
-                     const LinkSettings &settings, std::function<void()> changed)
-    : m_subscriber(subscriber), m_handle(handle), m_crate(crate), m_statistics(statistics),
-      m_faults(faults), m_settings(settings), m_changed(std::move(changed)), m_socket(context),
-      m_timer(context), m_flags(crate.items().size()), m_streamFaults(statistics.faults)
+                     EventSource &source)
+    : m_subscriber(subscriber), m_handle(handle), m_source(source), m_socket(context),
+      m_timer(context), m_flags(source.crate.items().size()), m_streamFaults(source.faultCounts)
 {
 }
 
@@ -28,7 +26,7 @@ void EventLink::subscribe(ItemId item)
 {
     if ((m_flags[item] & subscribed) == 0) {
         m_flags[item] |= subscribed;
-        if (m_crate.items().item(item).mode == Mode::None)
+        if (m_source.crate.items().item(item).mode == Mode::None)
             m_flags[item] |= silent;
         ++m_subscriptionCount;
     }
@@ -68,7 +66,7 @@ void EventLink::noteChanges(const Changes &changes)
 
 void EventLink::startConnecting()
 {
-    m_giveUp = Clock::now() + m_settings.keepTrying;
+    m_giveUp = Clock::now() + m_source.settings.keepTrying;
     connect();
 }
 
@@ -97,7 +95,7 @@ void EventLink::retryLater()
         return;
     }
     m_state = State::Waiting;
-    m_timer.expires_after(m_settings.retry);
+    m_timer.expires_after(m_source.settings.retry);
     m_timer.async_wait([self = shared_from_this()](const Error &error) {
         if (!error && self->m_state == State::Waiting)
             self->connect();
@@ -110,20 +108,20 @@ void EventLink::connected()
     spdlog::info("event connection to {}:{}", m_subscriber.address().to_string(),
                  m_subscriber.port());
     m_state = State::Connected;
-    ++m_statistics.eventConnectionsOpened;
+    ++m_source.counts.connectionsOpened;
     Error ignored;
     m_socket.set_option(Tcp::no_delay(true), ignored);
     m_socket.non_blocking(true, ignored);
     m_sending = false;
     m_halfClosed = false;
-    for (const auto &fault : m_faults.takeForConnection())
+    for (const auto &fault : m_source.faults.takeForConnection())
         m_streamFaults.add(fault);
     m_lastSent = Clock::now();
     for (ItemId item = 0; item < m_flags.size(); ++item)
         if (isSubscribed(item))
             makePending(item);
     watchPeer();
-    m_changed();
+    m_source.changed();
     applyDueEnd();
     flush();
 }
@@ -147,16 +145,16 @@ void EventLink::lost()
 {
     spdlog::info("event connection to {}:{} lost", m_subscriber.address().to_string(),
                  m_subscriber.port());
-    ++m_statistics.eventConnectionsLost;
+    ++m_source.counts.connectionsLost;
     ++m_connection;
     shutSocket();
     m_sending = false;
-    m_giveUp = Clock::now() + m_settings.keepTrying;
+    m_giveUp = Clock::now() + m_source.settings.keepTrying;
     if (m_subscriptionCount > 0)
         retryLater();
     else
         m_state = State::Idle;
-    m_changed();
+    m_source.changed();
 }
 
 void EventLink::drop()
@@ -173,7 +171,7 @@ void EventLink::close()
     m_timer.cancel();
     shutSocket();
     if (wasConnected)
-        m_changed();
+        m_source.changed();
 }
 
 void EventLink::shutSocket()
@@ -239,8 +237,8 @@ bool EventLink::fillBuffer()
         addKeepAlive(batch);
     if (batch.count() == 0)
         return false;
-    m_statistics.eventsSent += batch.count();
-    ++m_statistics.batchesSent;
+    m_source.counts.events += batch.count();
+    ++m_source.counts.batches;
     m_buffer = batch.finish(m_handle);
     return true;
 }
@@ -258,7 +256,7 @@ bool EventLink::fillStrangely()
         return false;
     wire::BatchWriter batch;
     addStrangeEvents(
-        batch, m_crate.items(), [this](ItemId item) { return m_flags[item] == subscribed; },
+        batch, m_source.crate.items(), [this](ItemId item) { return m_flags[item] == subscribed; },
         [this](ItemId item) { makePending(item); });
     m_more = false;
     m_buffer = batch.finish(m_handle);
@@ -274,7 +272,7 @@ void EventLink::addInsertions(wire::BatchWriter &batch)
 
 void EventLink::addChanges(wire::BatchWriter &batch)
 {
-    const ItemStore &items = m_crate.items();
+    const ItemStore &items = m_source.crate.items();
     size_t taken = 0;
     while (taken < m_pending.size() && batch.count() < wire::maxBatchRecords &&
            batch.size() < maxBatchBytes) {
@@ -294,10 +292,10 @@ void EventLink::addChanges(wire::BatchWriter &batch)
 
 void EventLink::addKeepAlive(wire::BatchWriter &batch)
 {
-    if (Clock::now() - m_lastSent < m_settings.keepAlive)
+    if (Clock::now() - m_lastSent < m_source.settings.keepAlive)
         return;
     batch.add(wire::EventKind::KeepAlive, -1, -1, "", 0);
-    ++m_statistics.keepAlivesSent;
+    ++m_source.counts.keepAlives;
 }
 
 // Writes until the socket takes no more, without a turn of the loop in between

@@ -13,11 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "model/crate.h"
-#include "protocol/events.h"
-#include "net.h"
-#include "simulation/statistics.h"
 #include "faults/stream.h"
+#include "model/crate.h"
+#include "net.h"
+#include "protocol/events.h"
 
 namespace sim {
 
@@ -27,12 +26,28 @@ struct LinkSettings {
     std::chrono::milliseconds keepAlive{5000};   // after this much silence
 };
 
+struct EventCounts {
+    uint64_t events = 0;
+    uint64_t batches = 0;
+    uint64_t keepAlives = 0;
+    uint64_t connectionsOpened = 0;
+    uint64_t connectionsLost = 0;
+};
+
+// What all links of a crate have in common, and which outlives them.
+struct EventSource {
+    const Crate &crate;
+    Faults &faults;
+    FaultCounts &faultCounts;
+    EventCounts &counts;
+    const LinkSettings settings;
+    const std::function<void()> changed; // a connection was made or lost
+};
+
 class EventLink : public std::enable_shared_from_this<EventLink> {
 public:
-    // changed is called whenever a connection was made or lost.
     EventLink(asio::io_context &context, const Tcp::endpoint &subscriber, int32_t handle,
-              const Crate &crate, Statistics &statistics, Faults &faults,
-              const LinkSettings &settings, std::function<void()> changed);
+              EventSource &source);
 
     // The first subscription starts the connection; each one makes the item's
     // present value due.
@@ -89,11 +104,7 @@ private:
 
     const Tcp::endpoint m_subscriber;
     const int32_t m_handle;
-    const Crate &m_crate;
-    Statistics &m_statistics;
-    Faults &m_faults;
-    const LinkSettings m_settings;
-    const std::function<void()> m_changed;
+    EventSource &m_source;
 
     Tcp::socket m_socket;
     asio::steady_timer m_timer;

@@ -80,10 +80,11 @@ CallFault Faults::takeCall(wire::Operation operation)
     return fault;
 }
 
-std::optional<FaultAnswer> Faults::takeAnswer(wire::Operation operation, const Possible &possible)
+std::optional<Corruption> Faults::takeCorruption(wire::Operation operation, wire::AnswerForm form)
 {
     const auto taken = take(FaultKind::Answer, [&](const FaultOrder &order) {
-        return (!order.operation || *order.operation == operation) && possible(order.answer);
+        return (!order.operation || *order.operation == operation) &&
+               canCorrupt(order.answer, form);
     });
     return taken ? std::optional(taken->answer) : std::nullopt;
 }

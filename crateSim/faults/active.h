@@ -61,9 +61,8 @@ public:
 
     bool takeRefusal();
     CallFault takeCall(wire::Operation operation);
-    // The way in which an answer has to be broken, of those that are possible.
-    using Possible = std::function<bool(FaultAnswer)>;
-    std::optional<FaultAnswer> takeAnswer(wire::Operation operation, const Possible &possible);
+    // How an answer of that form has to be corrupt.
+    std::optional<Corruption> takeCorruption(wire::Operation operation, wire::AnswerForm form);
     // What waits for an event connection; not counted yet.
     ActiveFaults takeForConnection();
 

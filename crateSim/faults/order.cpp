@@ -5,8 +5,6 @@
 #include <cmath>
 #include <limits>
 
-#include "answerforms.h"
-
 namespace sim {
 
 namespace {
@@ -14,7 +12,7 @@ namespace {
 constexpr std::string_view prefix = "VEXAHV_";
 constexpr std::string_view anyOperation = "any";
 
-constexpr std::array<std::string_view, static_cast<size_t>(FaultAnswer::Count_)> answerNames = {
+constexpr std::array<std::string_view, static_cast<size_t>(Corruption::Count_)> answerNames = {
     "no-nul",          "no-end",    "long-count", "empty-list",  "nan-limits",
     "infinite-limits", "long-text", "bad-utf8",   "quoted-text",
 };
@@ -184,12 +182,12 @@ private:
         if (found == answerNames.end())
             report("answer", "\"answer\" is none of " + listed(answerNames));
         else
-            m_order.answer = static_cast<FaultAnswer>(found - answerNames.begin());
+            m_order.answer = static_cast<Corruption>(found - answerNames.begin());
     }
 
     void checkAnswer()
     {
-        if (m_order.operation && !canBreak(m_order.answer, *m_order.operation))
+        if (m_order.operation && !canCorrupt(m_order.answer, *m_order.operation))
             report("answer", "no answer of \"" +
                                  std::string(faultOperationName(m_order.operation)) +
                                  "\" can be broken that way");

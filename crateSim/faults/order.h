@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-#include "protocol/operations.h"
+#include "corruption.h"
 
 namespace sim {
 
@@ -29,26 +29,12 @@ enum class FaultKind : uint8_t {
     Count_
 };
 
-// What a broken library could hand back.
-enum class FaultAnswer : uint8_t {
-    NoNul,
-    NoEnd,
-    LongCount,
-    EmptyList,
-    NanLimits,
-    InfiniteLimits,
-    LongText,
-    BadUtf8,
-    QuotedText,
-    Count_
-};
-
 // A kind uses the members that its row of the table in the source names; the
 // others stay as they are here.
 struct FaultOrder {
     FaultKind kind = FaultKind::Fail;
     std::optional<wire::Operation> operation; // none: any
-    FaultAnswer answer = FaultAnswer::NoNul;
+    Corruption answer = Corruption::NoNul;
     // Within the ranges of the table of fields, whatever the order was read from.
     int64_t code = 0;  // never 0 where the kind has it
     int64_t count = 0; // 0: for good

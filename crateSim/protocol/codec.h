@@ -23,7 +23,7 @@ inline Unpacked unpackPayload(std::string_view payload)
     try {
         return msgpack::unpack(payload.data(), payload.size(), nullptr, nullptr, limit);
     } catch (const std::exception &) {
-        throw BadFrame("payload is no message");
+        throw BadFrame("the payload is not a message");
     }
 }
 
@@ -34,7 +34,7 @@ template <class Target> Target convert(const msgpack::object &object)
         object.convert(target);
         return target;
     } catch (const std::exception &) {
-        throw BadFrame("message of another type");
+        throw BadFrame("the message is of another type");
     }
 }
 
@@ -42,28 +42,26 @@ template <class Target> Target convert(const msgpack::object &object)
 inline const msgpack::object *elements(const msgpack::object &object, size_t count)
 {
     if (object.type != msgpack::type::ARRAY || object.via.array.size < count)
-        throw BadFrame("message of another type");
+        throw BadFrame("the message is of another type");
     return object.via.array.ptr;
 }
 
-template <class Body> msgpack::sbuffer packBody(const Body &body)
-{
-    msgpack::sbuffer buffer;
-    msgpack::pack(buffer, body);
-    return buffer;
-}
-
-// [operation, body]
-template <class Body> std::string makeCall(Operation operation, const Body &body)
+// [code, body]
+template <class Body> std::string makeMessage(int32_t code, const Body &body)
 {
     msgpack::sbuffer buffer;
     msgpack::packer<msgpack::sbuffer> packer(buffer);
-    packer.pack_array(2).pack(static_cast<uint8_t>(operation)).pack(body);
+    packer.pack_array(2).pack(code).pack(body);
     return makeFrame(buffer.data(), buffer.size());
 }
 
+template <class Body> std::string makeCall(Operation operation, const Body &body)
+{
+    return makeMessage(static_cast<uint8_t>(operation), body);
+}
+
 struct Call {
-    Operation operation;
+    Operation operation{};
     msgpack::object body; // lives as long as the Unpacked it was read from
 };
 
@@ -76,14 +74,10 @@ inline Call readCall(const Unpacked &unpacked)
     return {static_cast<Operation>(operation), parts[1]};
 }
 
-// [result, body]; the body of a failed call is ignored.
-inline std::string makeAnswer(int32_t result, const msgpack::sbuffer &body)
+// The body of a failed call is ignored.
+template <class Body> std::string makeAnswer(int32_t result, const Body &body)
 {
-    msgpack::sbuffer buffer;
-    msgpack::packer<msgpack::sbuffer> packer(buffer);
-    packer.pack_array(2).pack(result);
-    buffer.write(body.data(), body.size());
-    return makeFrame(buffer.data(), buffer.size());
+    return makeMessage(result, body);
 }
 
 struct Answer {

@@ -33,49 +33,82 @@ enum class Operation : uint8_t {
     SubscribeBoardParams,
     UnSubscribeBoardParams,
     SubscribeChannelParams,
-    UnSubscribeChannelParams
+    UnSubscribeChannelParams,
+    Count_
 };
 
-constexpr std::array<std::string_view, 25> operationNames = {
-    "VEXAHV_InitSystem",
-    "VEXAHV_DeinitSystem",
-    "VEXAHV_GetSysPropList",
-    "VEXAHV_GetSysPropInfo",
-    "VEXAHV_GetSysProp",
-    "VEXAHV_SetSysProp",
-    "VEXAHV_GetExecCommList",
-    "VEXAHV_ExecComm",
-    "VEXAHV_GetCrateMap",
-    "VEXAHV_GetBdParamInfo",
-    "VEXAHV_GetBdParamProp",
-    "VEXAHV_GetBdParam",
-    "VEXAHV_SetBdParam",
-    "VEXAHV_GetChName",
-    "VEXAHV_SetChName",
-    "VEXAHV_GetChParamInfo",
-    "VEXAHV_GetChParamProp",
-    "VEXAHV_GetChParam",
-    "VEXAHV_SetChParam",
-    "VEXAHV_SubscribeSystemParams",
-    "VEXAHV_UnSubscribeSystemParams",
-    "VEXAHV_SubscribeBoardParams",
-    "VEXAHV_UnSubscribeBoardParams",
-    "VEXAHV_SubscribeChannelParams",
-    "VEXAHV_UnSubscribeChannelParams",
+constexpr auto operationCount = static_cast<size_t>(Operation::Count_);
+
+// What an answer consists of. Which form a property has depends on the property.
+enum class AnswerForm : uint8_t {
+    Plain,
+    PackedList,
+    CrateMap,
+    NameTable,
+    ChannelNames,
+    Text,
+    LowerLimit,
+    UpperLimit,
+    SystemProperty,
+    ParameterProperty
 };
 
-constexpr size_t operationCount = operationNames.size();
+struct OperationRow {
+    Operation operation;
+    std::string_view name;
+    AnswerForm answer;
+};
 
-inline std::string_view operationName(Operation operation)
+constexpr std::array<OperationRow, operationCount> operations = {{
+    {Operation::InitSystem, "VEXAHV_InitSystem", AnswerForm::Plain},
+    {Operation::DeinitSystem, "VEXAHV_DeinitSystem", AnswerForm::Plain},
+    {Operation::GetSysPropList, "VEXAHV_GetSysPropList", AnswerForm::PackedList},
+    {Operation::GetSysPropInfo, "VEXAHV_GetSysPropInfo", AnswerForm::Plain},
+    {Operation::GetSysProp, "VEXAHV_GetSysProp", AnswerForm::SystemProperty},
+    {Operation::SetSysProp, "VEXAHV_SetSysProp", AnswerForm::Plain},
+    {Operation::GetExecCommList, "VEXAHV_GetExecCommList", AnswerForm::PackedList},
+    {Operation::ExecComm, "VEXAHV_ExecComm", AnswerForm::Plain},
+    {Operation::GetCrateMap, "VEXAHV_GetCrateMap", AnswerForm::CrateMap},
+    {Operation::GetBdParamInfo, "VEXAHV_GetBdParamInfo", AnswerForm::NameTable},
+    {Operation::GetBdParamProp, "VEXAHV_GetBdParamProp", AnswerForm::ParameterProperty},
+    {Operation::GetBdParam, "VEXAHV_GetBdParam", AnswerForm::Plain},
+    {Operation::SetBdParam, "VEXAHV_SetBdParam", AnswerForm::Plain},
+    {Operation::GetChName, "VEXAHV_GetChName", AnswerForm::ChannelNames},
+    {Operation::SetChName, "VEXAHV_SetChName", AnswerForm::Plain},
+    {Operation::GetChParamInfo, "VEXAHV_GetChParamInfo", AnswerForm::NameTable},
+    {Operation::GetChParamProp, "VEXAHV_GetChParamProp", AnswerForm::ParameterProperty},
+    {Operation::GetChParam, "VEXAHV_GetChParam", AnswerForm::Plain},
+    {Operation::SetChParam, "VEXAHV_SetChParam", AnswerForm::Plain},
+    {Operation::SubscribeSystemParams, "VEXAHV_SubscribeSystemParams", AnswerForm::Plain},
+    {Operation::UnSubscribeSystemParams, "VEXAHV_UnSubscribeSystemParams", AnswerForm::Plain},
+    {Operation::SubscribeBoardParams, "VEXAHV_SubscribeBoardParams", AnswerForm::Plain},
+    {Operation::UnSubscribeBoardParams, "VEXAHV_UnSubscribeBoardParams", AnswerForm::Plain},
+    {Operation::SubscribeChannelParams, "VEXAHV_SubscribeChannelParams", AnswerForm::Plain},
+    {Operation::UnSubscribeChannelParams, "VEXAHV_UnSubscribeChannelParams", AnswerForm::Plain},
+}};
+
+// Whether a table has its rows in the order of the operations.
+template <class Rows> constexpr bool isInOrder(const Rows &rows)
 {
-    return operationNames[static_cast<size_t>(operation)];
+    for (size_t index = 0; index < operationCount; ++index)
+        if (rows[index].operation != static_cast<Operation>(index))
+            return false;
+    return true;
 }
+static_assert(isInOrder(operations));
+
+constexpr const OperationRow &rowOf(Operation operation)
+{
+    return operations[static_cast<size_t>(operation)];
+}
+
+constexpr std::string_view operationName(Operation operation) { return rowOf(operation).name; }
 
 inline std::optional<Operation> findOperation(std::string_view name)
 {
-    for (size_t index = 0; index < operationCount; ++index)
-        if (name == operationNames[index])
-            return static_cast<Operation>(index);
+    for (const auto &row : operations)
+        if (name == row.name)
+            return row.operation;
     return std::nullopt;
 }
 

@@ -7,12 +7,12 @@
 #include <optional>
 #include <vector>
 
-#include "model/crate.h"
 #include "clock.h"
-#include "events/link.h"
-#include "faults/active.h"
-#include "statistics.h"
+#include "events/links.h"
 #include "events/storm.h"
+#include "faults/active.h"
+#include "model/crate.h"
+#include "statistics.h"
 
 namespace sim {
 
@@ -20,24 +20,20 @@ class World {
 public:
     World(CrateDescription description, uint64_t seed, std::chrono::milliseconds tick,
           const LinkSettings &linkSettings)
-        : crate(std::move(description), seed), clock(tick), stormMaker(crate, seed),
-          m_linkSettings(linkSettings)
+        : crate(std::move(description), seed), clock(tick),
+          links({crate, faults, statistics.faults, statistics.events, linkSettings,
+                 [this] { notify(); }}),
+          stormMaker(crate, seed)
     {
     }
-
-    bool accepts(const std::string &user, const std::string &password) const;
+    World(const World &) = delete;
+    World &operator=(const World &) = delete;
 
     // Lets the crate's time pass and sends what changed.
     void step(Duration time);
     // As much time as passes with one tick, none while the clock is paused:
     // what was written meanwhile is sent all the same.
     void tick();
-
-    std::shared_ptr<EventLink> openLink(asio::io_context &context, const Tcp::endpoint &subscriber,
-                                        int32_t handle);
-    void closeLink(const std::shared_ptr<EventLink> &link);
-    const std::vector<std::shared_ptr<EventLink>> &openLinks() const { return m_links; }
-    size_t connectedLinks() const;
 
     // What is ordered for event connections happens to those that are open, and
     // while there is none to the next one. Throws std::invalid_argument when it
@@ -59,6 +55,7 @@ public:
     CrateClock clock;
     Statistics statistics;
     Faults faults{statistics.faults};
+    EventLinks links;
     Storm stormMaker;
     size_t sessions = 0;
     std::function<void()> onChange;
@@ -69,8 +66,6 @@ private:
     void sendChanges();
     void passChanges();
 
-    const LinkSettings m_linkSettings;
-    std::vector<std::shared_ptr<EventLink>> m_links;
     uint64_t m_faultsOrdered = 0;
 };
 

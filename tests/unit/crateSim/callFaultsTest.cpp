@@ -25,7 +25,8 @@ struct CallFaultsTest : testing::Test {
     VEXAHVRESULT kill() { return VEXAHV_ExecComm(login.handle, "Kill"); }
     uint64_t calls(Operation operation)
     {
-        return crate.on([operation](auto &world) { return world.statistics.calls(operation); });
+        return crate.on(
+            [operation](auto &world) { return world.statistics.calls.count(operation); });
     }
     void release()
     {
@@ -105,8 +106,10 @@ TEST_F(CallFaultsTest, FailedCallIsNotCarriedOut)
     float now = -1;
     EXPECT_EQ(VEXAHV_GetChParam(login.handle, 0, "VSet", 1, &channel, &now), 0);
     EXPECT_EQ(now, 0);
-    EXPECT_EQ(
-        crate.on([](auto &world) { return world.statistics.failures(Operation::SetChParam); }), 1u);
+    EXPECT_EQ(crate.on([](auto &world) {
+        return world.statistics.calls.failures(Operation::SetChParam);
+    }),
+              1u);
 }
 
 TEST_F(CallFaultsTest, HangingCallIsAnsweredOnRelease)

@@ -231,9 +231,10 @@ TEST(Capture, ItLogsOutHoweverItEnds)
         },
         Stop);
     EXPECT_EQ(calls, 20);
-    EXPECT_EQ(
-        crate.on([](auto &world) { return world.statistics.calls(wire::Operation::DeinitSystem); }),
-        1u);
+    EXPECT_EQ(crate.on([](auto &world) {
+        return world.statistics.calls.count(wire::Operation::DeinitSystem);
+    }),
+              1u);
 }
 
 class BrokenAnswer : public testing::TestWithParam<std::string> {};

@@ -81,7 +81,7 @@ TEST_F(EventTest, OnlyWhatIsSubscribedIsSent)
 TEST_F(EventTest, LeadingColonIsNoName)
 {
     EXPECT_THAT(subscribe(":VSet:ISet", 2), Each(0));
-    EXPECT_EQ(crate.on([](auto &world) { return world.openLinks()[0]->subscriptionCount(); }), 2u);
+    EXPECT_EQ(crate.on([](auto &world) { return world.links.all()[0]->subscriptionCount(); }), 2u);
 }
 
 TEST_F(EventTest, EachNameHasItsResult)
@@ -99,7 +99,7 @@ TEST_F(EventTest, EmptyListsAreFine)
 {
     EXPECT_EQ(VEXAHV_SubscribeSystemParams(login.handle, receiver.port(), "", 0, nullptr), 0);
     EXPECT_EQ(VEXAHV_SubscribeBoardParams(login.handle, receiver.port(), 0, "", 0, nullptr), 0);
-    EXPECT_EQ(crate.on([](auto &world) { return world.openLinks().size(); }), 0u);
+    EXPECT_EQ(crate.on([](auto &world) { return world.links.all().size(); }), 0u);
 }
 
 TEST_F(EventTest, LevelsAreToldApart)
@@ -178,10 +178,10 @@ TEST_F(EventTest, LastUnsubscriptionClosesTheConnection)
     ASSERT_TRUE(receiver.accept());
     EXPECT_THAT(unsubscribe("VSet", 1), ElementsAre(0));
     EXPECT_NE(unsubscribe("VSet", 1)[0], 0);
-    EXPECT_EQ(crate.on([](auto &world) { return world.openLinks().size(); }), 1u);
+    EXPECT_EQ(crate.on([](auto &world) { return world.links.all().size(); }), 1u);
     EXPECT_THAT(unsubscribe("ISet", 1), ElementsAre(0));
     EXPECT_TRUE(receiver.isClosed());
-    EXPECT_EQ(crate.on([](auto &world) { return world.openLinks().size(); }), 0u);
+    EXPECT_EQ(crate.on([](auto &world) { return world.links.all().size(); }), 0u);
 }
 
 TEST_F(EventTest, LogoutClosesTheConnection)
@@ -198,7 +198,7 @@ TEST_F(EventTest, LostConnectionIsMadeAgainWithAllValues)
     ASSERT_TRUE(receiver.accept());
     receiver.nextBatch();
     crate.on([](auto &world) {
-        world.openLinks()[0]->drop();
+        world.links.all()[0]->drop();
         return 0;
     });
     EXPECT_TRUE(receiver.isClosed());
@@ -220,7 +220,7 @@ TEST_F(EventTest, SubscriberThatListensLateIsFound)
     const auto port = static_cast<int16_t>(ntohs(address.sin_port));
     char result = 0x55;
     ASSERT_EQ(VEXAHV_SubscribeChannelParams(login.handle, port, 0, 0, "VSet", 1, &result), 0);
-    crate.on([](auto &world) { return world.connectedLinks(); });
+    crate.on([](auto &world) { return world.links.connectedCount(); });
     ASSERT_EQ(listen(late, 1), 0);
     EXPECT_GE(accept(late, nullptr, nullptr), 0);
     close(late);

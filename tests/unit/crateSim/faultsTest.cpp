@@ -1,7 +1,6 @@
 // Orders of misbehaviour: which call or byte they hit, and what is left of them.
 #include <gtest/gtest.h>
 
-#include "faults/brokenanswers.h"
 #include "faults/stream.h"
 
 using namespace sim;
@@ -73,17 +72,16 @@ TEST_F(FaultsTest, KindsMeetInOneCall)
     EXPECT_TRUE(faults.none());
 }
 
-TEST_F(FaultsTest, AnswersThatCannotBeBrokenPass)
+TEST_F(FaultsTest, AnswersThatCannotBeCorruptPass)
 {
     add({{"kind", "answer"}, {"operation", "GetChParamProp"}, {"answer", "nan-limits"}});
     const auto ask = [&](std::string_view property) {
-        const auto form = answerForm(Operation::GetChParamProp, property, false);
-        return faults.takeAnswer(Operation::GetChParamProp,
-                                 [form](FaultAnswer answer) { return canBreak(answer, form); });
+        return faults.takeCorruption(Operation::GetChParamProp,
+                                     answerForm(Operation::GetChParamProp, property, false));
     };
     EXPECT_FALSE(ask("Type"));
     EXPECT_FALSE(ask("Onstate"));
-    EXPECT_EQ(ask("Minval"), FaultAnswer::NanLimits);
+    EXPECT_EQ(ask("Minval"), Corruption::NanLimits);
     EXPECT_FALSE(ask("Maxval"));
 }
 

@@ -83,8 +83,8 @@ struct LibraryMisbehaviourTest : testing::Test {
     std::vector<std::string> log()
     {
         return crate.on([](auto &world) {
-            return std::vector<std::string>(world.statistics.log().begin(),
-                                            world.statistics.log().end());
+            return std::vector<std::string>(world.statistics.calls.log().begin(),
+                                            world.statistics.calls.log().end());
         });
     }
 };

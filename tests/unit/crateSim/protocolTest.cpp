@@ -111,7 +111,7 @@ TEST(Codec, UnknownOperationIsRefused)
 TEST(Operations, NamesLeadBackToThem)
 {
     for (size_t index = 0; index < operationCount; ++index)
-        EXPECT_EQ(findOperation(operationNames[index]), static_cast<Operation>(index));
+        EXPECT_EQ(findOperation(operations[index].name), static_cast<Operation>(index));
     EXPECT_FALSE(findOperation("VEXAHV_Nothing"));
 }
 

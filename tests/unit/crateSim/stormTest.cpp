@@ -71,7 +71,7 @@ struct StormTest : testing::Test {
     void start(double rate, StormMix mix = sim::usualMix, uint64_t batch = 0)
     {
         crate.on([&](World &world) {
-            before = world.statistics.eventsSent;
+            before = world.statistics.events.events;
             StormOrder order;
             order.rate = rate;
             order.mix = mix;
@@ -132,7 +132,8 @@ TEST_F(StormTest, AsManyEventsAsOrderedEvenOfFewItems)
         EXPECT_EQ(take(2).size(), 2u);
     }
     EXPECT_EQ(sent(), 200u);
-    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.eventsSent - before; }), 200u);
+    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.events.events - before; }),
+              200u);
 }
 
 // A hundred at once of two items: none hides another.
@@ -142,7 +143,8 @@ TEST_F(StormTest, FewItemsMoveOften)
     start(1000, only(StormKind::Property));
     pass(100ms);
     EXPECT_EQ(take(100).size(), 100u);
-    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.eventsSent - before; }), 100u);
+    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.events.events - before; }),
+              100u);
 }
 
 TEST_F(StormTest, BatchesOfOneHoldOneEventEach)

@@ -120,7 +120,7 @@ TEST_F(StreamFaultsTest, HalfClosedConnectionStaysUntilTheReaderGoes)
     set(5);
     EXPECT_EQ(crate.on([](auto &world) {
         world.step(sim::Duration(1));
-        return world.connectedLinks();
+        return world.links.connectedCount();
     }),
               1u);
     receiver.hangUp();

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "accesslib/session.h"
-#include "daemon/session.h"
+#include "calls/caller.h"
 #include "runningCrate.h"
 
 using namespace crateTest;
@@ -61,7 +61,7 @@ struct SubscribersTest : testing::Test {
     }
     size_t links()
     {
-        return crate.on([](World &world) { return world.openLinks().size(); });
+        return crate.on([](World &world) { return world.links.all().size(); });
     }
 };
 
@@ -159,8 +159,8 @@ TEST(Subscriptions, OneProgramCannotHaveEventsSentToPortsWithoutEnd)
         EXPECT_EQ(VEXAHV_SubscribeChannelParams(login.handle, port, 0, 0, "VSet", 1, &result), 0);
         return result;
     };
-    for (size_t number = 0; number < sim::daemon::Session::maxLinks; ++number)
+    for (size_t number = 0; number < sim::calls::Caller::maxLinks; ++number)
         EXPECT_EQ(watch(number), 0);
-    EXPECT_NE(watch(sim::daemon::Session::maxLinks), 0);
+    EXPECT_NE(watch(sim::calls::Caller::maxLinks), 0);
     EXPECT_EQ(watch(0), 0) << "an open one goes on";
 }
