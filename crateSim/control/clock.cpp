@@ -2,35 +2,13 @@
 #include <algorithm>
 #include <cmath>
 
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 
 namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
-
-json pause(World &world, const json &)
-{
-    world.clock.setPaused(true);
-    return json::object();
-}
-
-json continueTime(World &world, const json &)
-{
-    world.clock.setPaused(false);
-    return json::object();
-}
-
-json speed(World &world, const json &request)
-{
-    if (!world.clock.setSpeed(numberField(request, "factor")))
-        throw ControlError("\"factor\" is not from 0.001 to 100000");
-    return json::object();
-}
-
-Duration stepField(const json &request)
+Duration stepField(const Json &request)
 {
     constexpr double longest = 86400;
     const double seconds = numberField(request, "seconds");
@@ -54,24 +32,33 @@ void stepOn(const ControlContext &context, Duration left, const Reply &reply)
     const Duration part = std::min(left, pieceOf(context.world.clock));
     context.world.step(part);
     if (part == left)
-        return reply(success(json::object()));
+        return reply(success());
     asio::post(context.loop,
                [context, left = left - part, reply] { stepOn(context, left, reply); });
 }
 
 } // namespace
 
-const CommandTable &clockCommands()
+Json pause(World &world, const Json &)
 {
-    static const CommandTable table = {
-        {"continue", continueTime},
-        {"pause", pause},
-        {"speed", speed},
-    };
-    return table;
+    world.clock.setPaused(true);
+    return {};
 }
 
-void step(const ControlContext &context, const json &request, const Reply &reply)
+Json continueTime(World &world, const Json &)
+{
+    world.clock.setPaused(false);
+    return {};
+}
+
+Json speed(World &world, const Json &request)
+{
+    if (!world.clock.setSpeed(numberField(request, "factor")))
+        throw ControlError("\"factor\" is not from 0.001 to 100000");
+    return {};
+}
+
+void step(const ControlContext &context, const Json &request, const Reply &reply)
 {
     stepOn(context, stepField(request), reply);
 }

@@ -1,32 +1,43 @@
 #include "commands.h"
 
-#include "fields.h"
-#include "tables.h"
+#include <map>
 
 namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
+using Command = Json (*)(World &world, const Json &request);
+using LaterCommand = void (*)(const ControlContext &context, const Json &request,
+                              const Reply &reply);
 
-CommandTable joined()
-{
-    CommandTable all;
-    for (const auto *table :
-         {&clockCommands(), &faultCommands(), &hardwareCommands(), &itemCommands(), &showCommands(),
-          &statisticsCommands(), &stormCommands()})
-        all.insert(table->begin(), table->end());
-    return all;
-}
+const std::map<std::string, Command> commands = {
+    {"clear-faults", clearFaults},
+    {"condition", condition},
+    {"continue", continueTime},
+    {"execute", execute},
+    {"fault", orderFault},
+    {"faults", showFaults},
+    {"get", get},
+    {"insert", insert},
+    {"log", log},
+    {"pause", pause},
+    {"remove", remove},
+    {"set", set},
+    {"show", show},
+    {"speed", speed},
+    {"statistics", statistics},
+    {"storm", storm},
+    {"subscriptions", subscriptions},
+    {"trip", trip},
+};
 
 const std::map<std::string, LaterCommand> laterCommands = {
     {"step", step},
     {"wait", wait},
 };
 
-void run(const ControlContext &context, const json &request, const Reply &reply)
+void run(const ControlContext &context, const Json &request, const Reply &reply)
 {
-    static const CommandTable commands = joined();
     if (!request.is_object())
         throw ControlError("the request is no JSON object");
     const std::string name = textField(request, "cmd");
@@ -35,28 +46,28 @@ void run(const ControlContext &context, const json &request, const Reply &reply)
     const auto found = commands.find(name);
     if (found == commands.end())
         throw ControlError("\"" + name + "\" is no command");
-    const json answer = success(found->second(context.world, request));
+    const Json answer = success(found->second(context.world, request));
     context.world.notify();
     reply(answer);
 }
 
 } // namespace
 
-json success(json fields)
+Json success(Json fields)
 {
     fields["ok"] = true;
     return fields;
 }
 
-json failure(const std::string &text) { return {{"ok", false}, {"error", text}}; }
+Json failure(const std::string &text) { return {{"ok", false}, {"error", text}}; }
 
 void runControlCommand(const ControlContext &context, const std::string &line, const Reply &reply)
 {
     try {
-        run(context, json::parse(line), reply);
+        run(context, Json::parse(line), reply);
     } catch (const ControlError &error) {
         reply(failure(error.what()));
-    } catch (const json::exception &) {
+    } catch (const Json::exception &) {
         reply(failure("the request is no valid JSON"));
     } catch (const std::exception &error) {
         // Whatever it is, one bad request ends no crate.

@@ -1,16 +1,13 @@
 // Misbehaviour to order.
 #include <spdlog/spdlog.h>
 
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 
 namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
-
-FaultFieldValue fieldValue(const std::string &name, const json &value)
+FaultFieldValue fieldValue(const std::string &name, const Json &value)
 {
     if (value.is_boolean())
         return value.get<bool>();
@@ -24,7 +21,7 @@ FaultFieldValue fieldValue(const std::string &name, const json &value)
 }
 
 // Every field but the command's name belongs to the order.
-FaultOrder orderOf(const json &request)
+FaultOrder orderOf(const Json &request)
 {
     FaultFields fields;
     for (const auto &[name, value] : request.items())
@@ -37,60 +34,50 @@ FaultOrder orderOf(const json &request)
     return *order;
 }
 
-json toJson(const FaultOrder &order)
+Json toJson(const FaultOrder &order)
 {
-    json fields = json::object();
+    Json fields = Json::object();
     for (const auto &[name, value] : faultFields(order))
         std::visit([&, &key = name](const auto &field) { fields[key] = field; }, value);
     return fields;
 }
 
-json orderFault(World &world, const json &request)
+} // namespace
+
+Json orderFault(World &world, const Json &request)
 {
     const FaultOrder order = orderOf(request);
     spdlog::info("fault ordered: {}", toJson(order).dump());
     world.orderFault(order);
-    return json::object();
+    return {};
 }
 
-json showFaults(World &world, const json &)
+Json showFaults(World &world, const Json &)
 {
-    json active = json::array();
+    Json active = Json::array();
     for (const auto &order : world.activeFaults())
         active.push_back(toJson(order));
     return {{"active", active}, {"counts", faultCounts(world.statistics.faults)}};
 }
 
-json clearFaults(World &world, const json &request)
+Json clearFaults(World &world, const Json &request)
 {
     if (!request.contains("kind")) {
         world.clearFaults(std::nullopt);
-        return json::object();
+        return {};
     }
     const std::string name = textField(request, "kind");
     const auto kind = findFaultKind(name);
     if (!kind)
         throw ControlError("\"" + name + "\" is no kind of fault");
     world.clearFaults(kind);
-    return json::object();
-}
-
-} // namespace
-
-const CommandTable &faultCommands()
-{
-    static const CommandTable table = {
-        {"clear-faults", clearFaults},
-        {"fault", orderFault},
-        {"faults", showFaults},
-    };
-    return table;
+    return {};
 }
 
 // Kinds that have never been applied are left out.
-nlohmann::json faultCounts(const FaultCounts &counts)
+Json faultCounts(const FaultCounts &counts)
 {
-    auto fields = nlohmann::json::object();
+    auto fields = Json::object();
     for (size_t index = 0; index < static_cast<size_t>(FaultKind::Count_); ++index) {
         const auto kind = static_cast<FaultKind>(index);
         if (counts.of(kind) > 0)

@@ -8,15 +8,13 @@
 
 namespace sim::control {
 
-using nlohmann::json;
-
 void require(Result result)
 {
     if (result != Result::Ok)
         throw ControlError(resultText(result));
 }
 
-std::string textField(const json &request, const char *name)
+std::string textField(const Json &request, const char *name)
 {
     const auto found = request.find(name);
     if (found == request.end() || !found->is_string())
@@ -24,7 +22,7 @@ std::string textField(const json &request, const char *name)
     return found->get<std::string>();
 }
 
-int32_t countField(const json &request, const char *name, int32_t missing)
+int32_t countField(const Json &request, const char *name, int32_t missing)
 {
     const auto found = request.find(name);
     if (found == request.end())
@@ -36,7 +34,7 @@ int32_t countField(const json &request, const char *name, int32_t missing)
     return found->get<int32_t>();
 }
 
-double numberField(const json &request, const char *name)
+double numberField(const Json &request, const char *name)
 {
     const auto found = request.find(name);
     if (found == request.end() || !found->is_number() || !std::isfinite(found->get<double>()))
@@ -44,7 +42,7 @@ double numberField(const json &request, const char *name)
     return found->get<double>();
 }
 
-bool boolField(const json &request, const char *name, bool missing)
+bool boolField(const Json &request, const char *name, bool missing)
 {
     const auto found = request.find(name);
     if (found == request.end())
@@ -54,7 +52,7 @@ bool boolField(const json &request, const char *name, bool missing)
     return found->get<bool>();
 }
 
-wire::Operation operationField(const json &request, const char *name)
+wire::Operation operationField(const Json &request, const char *name)
 {
     const std::string text = textField(request, name);
     const auto operation = findOperationNamed(text);
@@ -63,12 +61,12 @@ wire::Operation operationField(const json &request, const char *name)
     return *operation;
 }
 
-Address addressOf(const json &request)
+Address addressOf(const Json &request)
 {
     return {countField(request, "slot", -1), countField(request, "channel", -1)};
 }
 
-ItemId itemOf(const Crate &crate, const json &request)
+ItemId itemOf(const Crate &crate, const Json &request)
 {
     const Address address = addressOf(request);
     const std::string name = textField(request, "name");
@@ -79,16 +77,16 @@ ItemId itemOf(const Crate &crate, const json &request)
 }
 
 // A float becomes the shortest decimal number that means it.
-json toJson(const Value &value)
+Json toJson(const Value &value)
 {
     if (const auto *text = std::get_if<std::string>(&value))
         return *text;
     if (!std::isfinite(toNumber(value)))
         return nullptr;
-    return json::parse(toText(value));
+    return Json::parse(toText(value));
 }
 
-Value fromJson(Shape shape, const json &value)
+Value fromJson(Shape shape, const Json &value)
 {
     if (shape == Shape::Text) {
         if (!value.is_string())

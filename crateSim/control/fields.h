@@ -10,6 +10,8 @@
 
 namespace sim::control {
 
+using Json = nlohmann::json;
+
 // Its text is for the user.
 class ControlError : public std::runtime_error {
 public:
@@ -19,19 +21,19 @@ public:
 // Throws the crate's own reason.
 void require(Result result);
 
-Address addressOf(const nlohmann::json &request);
-std::string textField(const nlohmann::json &request, const char *name);
+Address addressOf(const Json &request);
+std::string textField(const Json &request, const char *name);
 // Within 0 and 2^31-1.
-int32_t countField(const nlohmann::json &request, const char *name, int32_t missing);
+int32_t countField(const Json &request, const char *name, int32_t missing);
 // Finite.
-double numberField(const nlohmann::json &request, const char *name);
-bool boolField(const nlohmann::json &request, const char *name, bool missing);
-wire::Operation operationField(const nlohmann::json &request, const char *name);
+double numberField(const Json &request, const char *name);
+bool boolField(const Json &request, const char *name, bool missing);
+wire::Operation operationField(const Json &request, const char *name);
 
-nlohmann::json toJson(const Value &value);
-Value fromJson(Shape shape, const nlohmann::json &json);
+Json toJson(const Value &value);
+Value fromJson(Shape shape, const Json &value);
 
 // The item that slot, channel and name of a request stand for.
-ItemId itemOf(const Crate &crate, const nlohmann::json &request);
+ItemId itemOf(const Crate &crate, const Json &request);
 
 } // namespace sim::control

@@ -2,8 +2,7 @@
 #include <algorithm>
 
 #include "model/words.h"
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 #include "nearest.h"
 #include "placeitems.h"
 
@@ -11,22 +10,10 @@ namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
-
 void requireAt(const World &world, Address address, Result result)
 {
     if (result != Result::Ok)
         throw ControlError(reasonAt(world.crate, address, result));
-}
-
-json trip(World &world, const json &request)
-{
-    const bool external = boolField(request, "external", false);
-    const Address address = addressOf(request);
-    requireAt(world, address,
-              world.crate.tripChannel(address, external ? channelbit::ExternalTrip
-                                                        : channelbit::InternalTrip));
-    return json::object();
 }
 
 template <size_t size>
@@ -56,15 +43,27 @@ uint32_t bitNumbered(const std::array<StatusWord, size> &words, int32_t number)
 
 // "name", or the number of the status bit from 0.
 template <size_t size>
-uint32_t conditionBit(const std::array<StatusWord, size> &words, const json &request)
+uint32_t conditionBit(const std::array<StatusWord, size> &words, const Json &request)
 {
     return request.contains("name") ? bitNamed(words, textField(request, "name"))
                                     : bitNumbered(words, countField(request, "bit", 32));
 }
 
+} // namespace
+
+Json trip(World &world, const Json &request)
+{
+    const bool external = boolField(request, "external", false);
+    const Address address = addressOf(request);
+    requireAt(world, address,
+              world.crate.tripChannel(address, external ? channelbit::ExternalTrip
+                                                        : channelbit::InternalTrip));
+    return {};
+}
+
 // Raises or drops a status bit from outside. Without a channel it is the
 // board's.
-json condition(World &world, const json &request)
+Json condition(World &world, const Json &request)
 {
     const Address address = addressOf(request);
     const bool on = boolField(request, "on", true);
@@ -75,17 +74,17 @@ json condition(World &world, const json &request)
         const uint32_t bit = conditionBit(channelStatusWords, request);
         requireAt(world, address, world.crate.setChannelCondition(address, bit, on));
     }
-    return json::object();
+    return {};
 }
 
-json remove(World &world, const json &request)
+Json remove(World &world, const Json &request)
 {
     const Address address = addressOf(request);
     requireAt(world, address, world.crate.removeBoard(address.slot));
-    return json::object();
+    return {};
 }
 
-json insert(World &world, const json &request)
+Json insert(World &world, const Json &request)
 {
     const Address address = addressOf(request);
     const Result result = world.crate.insertBoard(address.slot);
@@ -93,20 +92,7 @@ json insert(World &world, const json &request)
         throw ControlError("the board in slot " + std::to_string(address.slot) +
                            " is in its place already");
     requireAt(world, address, result);
-    return json::object();
-}
-
-} // namespace
-
-const CommandTable &hardwareCommands()
-{
-    static const CommandTable table = {
-        {"condition", condition},
-        {"insert", insert},
-        {"remove", remove},
-        {"trip", trip},
-    };
-    return table;
+    return {};
 }
 
 } // namespace sim::control

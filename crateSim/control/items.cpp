@@ -1,21 +1,13 @@
 // Reading and setting items, executing commands.
 #include <fmt/format.h>
 
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 #include "nearest.h"
 #include "placeitems.h"
 
 namespace sim::control {
 
 namespace {
-
-using nlohmann::json;
-
-json get(World &world, const json &request)
-{
-    return {{"value", toJson(world.crate.items().value(itemOf(world.crate, request)))}};
-}
 
 std::string rangeText(const Item &item)
 {
@@ -29,7 +21,22 @@ std::string rangeText(const Item &item)
                        unitSymbol(parameter->unit, parameter->exponent));
 }
 
-json set(World &world, const json &request)
+std::vector<std::string_view> commandNames(const Crate &crate)
+{
+    std::vector<std::string_view> names;
+    for (const auto &command : crate.description().commands)
+        names.push_back(command.name);
+    return names;
+}
+
+} // namespace
+
+Json get(World &world, const Json &request)
+{
+    return {{"value", toJson(world.crate.items().value(itemOf(world.crate, request)))}};
+}
+
+Json set(World &world, const Json &request)
 {
     const Item &item = world.crate.items().item(itemOf(world.crate, request));
     if (!request.contains("value"))
@@ -39,18 +46,10 @@ json set(World &world, const json &request)
     if (result == Result::OutOfRange)
         throw ControlError(rangeText(item));
     require(result);
-    return json::object();
+    return {};
 }
 
-std::vector<std::string_view> commandNames(const Crate &crate)
-{
-    std::vector<std::string_view> names;
-    for (const auto &command : crate.description().commands)
-        names.push_back(command.name);
-    return names;
-}
-
-json execute(World &world, const json &request)
+Json execute(World &world, const Json &request)
 {
     const std::string name = textField(request, "name");
     const Result result = world.crate.execute(name);
@@ -58,19 +57,7 @@ json execute(World &world, const json &request)
         throw ControlError("no such command: \"" + name + "\"" +
                            suggestion(name, commandNames(world.crate)));
     require(result);
-    return json::object();
-}
-
-} // namespace
-
-const CommandTable &itemCommands()
-{
-    static const CommandTable table = {
-        {"execute", execute},
-        {"get", get},
-        {"set", set},
-    };
-    return table;
+    return {};
 }
 
 } // namespace sim::control

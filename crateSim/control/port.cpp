@@ -23,14 +23,13 @@ public:
 
     void read()
     {
-        asio::async_read_until(
-            m_socket, asio::dynamic_buffer(m_input, longestLine), '\n',
-            [self = shared_from_this()](const Error &error, size_t length) {
-                if (!error)
-                    self->execute(length);
-                else if (error == asio::error::not_found)
-                    self->answer({{"ok", false}, {"error", "line too long"}}, false);
-            });
+        asio::async_read_until(m_socket, asio::dynamic_buffer(m_input, longestLine), '\n',
+                               [self = shared_from_this()](const Error &error, size_t length) {
+                                   if (!error)
+                                       self->execute(length);
+                                   else if (error == asio::error::not_found)
+                                       self->answer(failure("the line is too long"), false);
+                               });
     }
 
 private:

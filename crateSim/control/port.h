@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "events/net.h"
@@ -13,7 +12,6 @@
 
 namespace sim::control {
 
-using Json = nlohmann::json;
 using Local = asio::local::stream_protocol;
 
 class ControlPort {

@@ -2,22 +2,19 @@
 #include <fmt/format.h>
 
 #include "model/words.h"
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 #include "placeitems.h"
 
 namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr uint32_t trips = channelbit::ExternalTrip | channelbit::InternalTrip;
 constexpr uint32_t ramping = channelbit::RampingUp | channelbit::RampingDown;
 
-template <size_t size> json wordsOf(const std::array<StatusWord, size> &words, uint32_t status)
+template <size_t size> Json wordsOf(const std::array<StatusWord, size> &words, uint32_t status)
 {
-    json set = json::array();
+    Json set = Json::array();
     for (const auto &[bit, word, isCondition] : words)
         if ((status & bit) != 0)
             set.push_back(word);
@@ -31,10 +28,10 @@ std::string_view typeWord(const Item &item)
     return item.property != nullptr ? wordOf(item.property->type) : wordOf(ParamType::Text);
 }
 
-json itemJson(const ItemStore &items, ItemId id)
+Json itemJson(const ItemStore &items, ItemId id)
 {
     const Item &item = items.item(id);
-    json shown = {
+    Json shown = {
         {"name", item.name}, {"type", typeWord(item)},           {"mode", wordOf(item.mode)},
         {"unit", ""},        {"value", toJson(items.value(id))}, {"role", ""}};
     if (item.parameter == nullptr)
@@ -49,9 +46,9 @@ json itemJson(const ItemStore &items, ItemId id)
     return shown;
 }
 
-json itemsJson(const Crate &crate, Address address)
+Json itemsJson(const Crate &crate, Address address)
 {
-    json shown = json::array();
+    Json shown = Json::array();
     for (const ItemId id : itemsAt(crate, address))
         shown.push_back(itemJson(crate.items(), id));
     return shown;
@@ -65,17 +62,17 @@ constexpr std::pair<Role, const char *> rowRoles[] = {
     {Role::Current, "current"},
 };
 
-json channelRow(const Crate &crate, const Board &board, size_t index)
+Json channelRow(const Crate &crate, const Board &board, size_t index)
 {
     const Channel &channel = board.channel(index);
     const ItemStore &items = crate.items();
-    json row = {{"channel", index},
+    Json row = {{"channel", index},
                 {"name", toJson(items.value(channel.nameItem()))},
                 {"on", (channel.status() & channelbit::On) != 0},
                 {"status", channel.status()},
                 {"statusText", wordsOf(channelStatusWords, channel.status())},
-                {"units", json::object()},
-                {"decimals", json::object()}};
+                {"units", Json::object()},
+                {"decimals", Json::object()}};
     for (const auto &[role, key] : rowRoles) {
         const auto id = channel.itemOf(role);
         if (!id)
@@ -94,7 +91,7 @@ uint32_t boardStatus(const Crate &crate, const Board &board)
     return id ? static_cast<uint32_t>(toNumber(crate.items().value(*id))) : 0;
 }
 
-json slotJson(const Crate &crate, int32_t slot, const Board &board)
+Json slotJson(const Crate &crate, int32_t slot, const Board &board)
 {
     const auto &description = board.description();
     const uint32_t status = boardStatus(crate, board);
@@ -119,21 +116,21 @@ json slotJson(const Crate &crate, int32_t slot, const Board &board)
         {"statusText", wordsOf(boardStatusWords, status)}};
 }
 
-json clockJson(const World &world)
+Json clockJson(const World &world)
 {
     return {{"paused", world.clock.isPaused()},
             {"speed", world.clock.speed()},
             {"uptime", std::chrono::duration<double>(world.crate.uptime()).count()}};
 }
 
-json showCrate(const World &world)
+Json showCrate(const World &world)
 {
     const Crate &crate = world.crate;
-    json slots = json::array();
+    Json slots = Json::array();
     for (int32_t slot = 0; slot < static_cast<int32_t>(crate.slotCount()); ++slot)
         if (const Board *board = crate.boardOf(slot))
             slots.push_back(slotJson(crate, slot, *board));
-    json commands = json::array();
+    Json commands = Json::array();
     for (const auto &command : crate.description().commands)
         commands.push_back(command.name);
     return {{"name", crate.description().name}, {"slotCount", crate.slotCount()},
@@ -141,29 +138,31 @@ json showCrate(const World &world)
             {"items", itemsJson(crate, {})},    {"commands", commands}};
 }
 
-json showBoard(const Crate &crate, int32_t slot, const Board &board)
+Json showBoard(const Crate &crate, int32_t slot, const Board &board)
 {
-    json shown = slotJson(crate, slot, board);
+    Json shown = slotJson(crate, slot, board);
     shown["items"] = itemsJson(crate, {slot, -1});
-    shown["channelRows"] = json::array();
+    shown["channelRows"] = Json::array();
     for (size_t index = 0; index < board.channelCount(); ++index)
         shown["channelRows"].push_back(channelRow(crate, board, index));
     return shown;
 }
 
-json showChannel(const Crate &crate, Address address, const Board &board)
+Json showChannel(const Crate &crate, Address address, const Board &board)
 {
     const auto index = static_cast<size_t>(address.channel);
     if (index >= board.channelCount())
         throw ControlError(reasonAt(crate, address, Result::NoChannel));
-    json shown = channelRow(crate, board, index);
+    Json shown = channelRow(crate, board, index);
     shown["slot"] = address.slot;
     shown["present"] = board.isPresent();
     shown["items"] = itemsJson(crate, address);
     return shown;
 }
 
-json show(World &world, const json &request)
+} // namespace
+
+Json show(World &world, const Json &request)
 {
     const Address address = addressOf(request);
     if (address.slot < 0)
@@ -171,20 +170,10 @@ json show(World &world, const json &request)
     const Board *board = world.crate.boardOf(address.slot);
     if (board == nullptr)
         throw ControlError(reasonAt(world.crate, address, Result::NoSlot));
-    json shown = address.channel < 0 ? showBoard(world.crate, address.slot, *board)
+    Json shown = address.channel < 0 ? showBoard(world.crate, address.slot, *board)
                                      : showChannel(world.crate, address, *board);
     shown["clock"] = clockJson(world);
     return shown;
-}
-
-} // namespace
-
-const CommandTable &showCommands()
-{
-    static const CommandTable table = {
-        {"show", show},
-    };
-    return table;
 }
 
 } // namespace sim::control

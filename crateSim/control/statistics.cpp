@@ -1,18 +1,15 @@
 // What the crate has been asked, and by whom.
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 
 namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
-
 // The last lines of the call log that begin with "match".
-json logLines(const calls::CallStatistics &statistics, const json &request, int32_t last)
+Json logLines(const calls::CallStatistics &statistics, const Json &request, int32_t last)
 {
     const std::string match = request.contains("match") ? textField(request, "match") : "";
-    json lines = json::array();
+    Json lines = Json::array();
     for (const auto &line : statistics.log())
         if (line.compare(0, match.size(), match) == 0)
             lines.push_back(line);
@@ -23,11 +20,21 @@ json logLines(const calls::CallStatistics &statistics, const json &request, int3
     return lines;
 }
 
-json statistics(World &world, const json &request)
+Json stormState(const Storm &storm)
+{
+    return {{"running", storm.isRunning()},
+            {"rate", storm.rate()},
+            {"sent", storm.sent()},
+            {"dropped", storm.dropped()}};
+}
+
+} // namespace
+
+Json statistics(World &world, const Json &request)
 {
     const Statistics &s = world.statistics;
-    json calls = json::object();
-    json failures = json::object();
+    Json calls = Json::object();
+    Json failures = Json::object();
     for (size_t index = 0; index < wire::operationCount; ++index) {
         const auto operation = static_cast<wire::Operation>(index);
         if (s.calls.count(operation) > 0)
@@ -38,7 +45,7 @@ json statistics(World &world, const json &request)
     size_t subscriptions = 0;
     for (const auto &link : world.links.all())
         subscriptions += link->subscriptionCount();
-    json answer = {{"calls", calls},
+    Json answer = {{"calls", calls},
                    {"failures", failures},
                    {"sessions", world.sessions},
                    {"sessionsAccepted", s.sessionsAccepted},
@@ -60,18 +67,18 @@ json statistics(World &world, const json &request)
     return answer;
 }
 
-json log(World &world, const json &request)
+Json log(World &world, const Json &request)
 {
     const auto all = static_cast<int32_t>(calls::CallStatistics::logLimit);
     return {{"log", logLines(world.statistics.calls, request, countField(request, "last", all))}};
 }
 
-json subscriptions(World &world, const json &)
+Json subscriptions(World &world, const Json &)
 {
     const ItemStore &items = world.crate.items();
-    json links = json::array();
+    Json links = Json::array();
     for (const auto &link : world.links.all()) {
-        json subscribed = json::array();
+        Json subscribed = Json::array();
         for (ItemId id = 0; id < items.size(); ++id)
             if (link->isSubscribed(id))
                 subscribed.push_back({{"slot", items.item(id).address.slot},
@@ -83,18 +90,6 @@ json subscriptions(World &world, const json &)
                          {"items", subscribed}});
     }
     return {{"subscribers", links}};
-}
-
-} // namespace
-
-const CommandTable &statisticsCommands()
-{
-    static const CommandTable table = {
-        {"log", log},
-        {"statistics", statistics},
-        {"subscriptions", subscriptions},
-    };
-    return table;
 }
 
 } // namespace sim::control

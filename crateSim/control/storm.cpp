@@ -3,29 +3,26 @@
 #include <cmath>
 #include <spdlog/spdlog.h>
 
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 
 namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr double highestRate = 1e7;
 constexpr double longestStorm = 1e6;
 constexpr int32_t largestShare = 1000000;
 
-double numberUpTo(const json &request, const char *name, double highest)
+double numberUpTo(const Json &request, const char *name, double highest)
 {
     const double number = numberField(request, name);
     if (!(number >= 0 && number <= highest))
         throw ControlError("\"" + std::string(name) + "\" is not from 0 to " +
-                           json(highest).dump());
+                           Json(highest).dump());
     return number;
 }
 
-StormMix mixOf(const json &request)
+StormMix mixOf(const Json &request)
 {
     const auto found = request.find("mix");
     if (found == request.end())
@@ -47,7 +44,9 @@ StormMix mixOf(const json &request)
     return mix;
 }
 
-json storm(World &world, const json &request)
+} // namespace
+
+Json storm(World &world, const Json &request)
 {
     StormOrder order;
     order.rate = numberUpTo(request, "rate", highestRate);
@@ -62,29 +61,13 @@ json storm(World &world, const json &request)
     if (order.rate == 0) {
         world.stormMaker.stop();
         spdlog::info("storm stopped");
-        return json::object();
+        return {};
     }
     spdlog::info("storm of {} events per second", order.rate);
     world.stormMaker.start(order);
     if (world.onStorm)
         world.onStorm();
-    return json::object();
-}
-
-} // namespace
-
-const CommandTable &stormCommands()
-{
-    static const CommandTable table = {{"storm", storm}};
-    return table;
-}
-
-nlohmann::json stormState(const Storm &storm)
-{
-    return {{"running", storm.isRunning()},
-            {"rate", storm.rate()},
-            {"sent", storm.sent()},
-            {"dropped", storm.dropped()}};
+    return {};
 }
 
 } // namespace sim::control

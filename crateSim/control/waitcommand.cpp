@@ -1,33 +1,30 @@
 // Requests that are answered later.
-#include "fields.h"
-#include "tables.h"
+#include "command.h"
 
 namespace sim::control {
 
 namespace {
 
-using nlohmann::json;
-
-Waits::Condition callCondition(World &world, const json &request)
+Waits::Condition callCondition(World &world, const Json &request)
 {
     const auto operation = operationField(request, "call");
     const auto count = static_cast<uint64_t>(countField(request, "count", 1));
     return [&world, operation, count] { return world.statistics.calls.count(operation) >= count; };
 }
 
-Waits::Condition connectionCondition(World &world, const json &request)
+Waits::Condition connectionCondition(World &world, const Json &request)
 {
     const auto count = static_cast<size_t>(countField(request, "eventConnections", 1));
     return [&world, count] { return world.links.connectedCount() == count; };
 }
 
-Waits::Condition sessionCondition(World &world, const json &request)
+Waits::Condition sessionCondition(World &world, const Json &request)
 {
     const auto count = static_cast<size_t>(countField(request, "sessions", 1));
     return [&world, count] { return world.sessions == count; };
 }
 
-Waits::Condition faultCondition(World &world, const json &request)
+Waits::Condition faultCondition(World &world, const Json &request)
 {
     const std::string name = textField(request, "fault");
     const auto kind = findFaultKind(name);
@@ -37,7 +34,7 @@ Waits::Condition faultCondition(World &world, const json &request)
     return [&world, kind = *kind, count] { return world.statistics.faults.of(kind) >= count; };
 }
 
-bool matches(const Value &value, const json &wanted, double tolerance)
+bool matches(const Value &value, const Json &wanted, double tolerance)
 {
     if (wanted.is_string())
         return toText(value) == wanted.get<std::string>();
@@ -45,7 +42,7 @@ bool matches(const Value &value, const json &wanted, double tolerance)
 }
 
 // "value" with "tolerance", or "bits" that all have to be set.
-Waits::Condition valueCondition(World &world, const json &request)
+Waits::Condition valueCondition(World &world, const Json &request)
 {
     const ItemId id = itemOf(world.crate, request);
     if (request.contains("bits")) {
@@ -58,10 +55,10 @@ Waits::Condition valueCondition(World &world, const json &request)
             return (static_cast<uint32_t>(status) & bits) == bits;
         };
     }
-    const json wanted = request.value("value", json());
+    const Json wanted = request.value("value", Json());
     if (!wanted.is_number() && !wanted.is_string())
         throw ControlError("\"value\" is missing or neither number nor text");
-    const json tolerance = request.value("tolerance", json(0.0));
+    const Json tolerance = request.value("tolerance", Json(0.0));
     if (!tolerance.is_number())
         throw ControlError("\"tolerance\" is no number");
     return [&world, id, wanted, tolerance = tolerance.get<double>()] {
@@ -69,7 +66,7 @@ Waits::Condition valueCondition(World &world, const json &request)
     };
 }
 
-Waits::Condition conditionOf(World &world, const json &request)
+Waits::Condition conditionOf(World &world, const Json &request)
 {
     if (request.contains("call"))
         return callCondition(world, request);
@@ -82,10 +79,10 @@ Waits::Condition conditionOf(World &world, const json &request)
     return valueCondition(world, request);
 }
 
-std::chrono::milliseconds timeoutOf(const json &request)
+std::chrono::milliseconds timeoutOf(const Json &request)
 {
     constexpr double longest = 3600;
-    const json seconds = request.value("timeout", json(10.0));
+    const Json seconds = request.value("timeout", Json(10.0));
     if (!seconds.is_number() || !(seconds >= 0.0 && seconds <= longest))
         throw ControlError("\"timeout\" is no number of seconds from 0 to 3600");
     return std::chrono::milliseconds(static_cast<int64_t>(seconds.get<double>() * 1000));
@@ -93,11 +90,10 @@ std::chrono::milliseconds timeoutOf(const json &request)
 
 } // namespace
 
-void wait(const ControlContext &context, const json &request, const Reply &reply)
+void wait(const ControlContext &context, const Json &request, const Reply &reply)
 {
-    context.waits.add(conditionOf(context.world, request), timeoutOf(request), [reply](bool held) {
-        reply(held ? success(json::object()) : failure("timed out"));
-    });
+    context.waits.add(conditionOf(context.world, request), timeoutOf(request),
+                      [reply](bool held) { reply(held ? success() : failure("timed out")); });
 }
 
 } // namespace sim::control
