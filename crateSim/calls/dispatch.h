@@ -14,11 +14,13 @@ namespace sim::calls {
 // What there is for handlers; each is given the parts that it asks for.
 struct CallContext {
     Crate &crate;
+    const ShownValues &shown;
     Caller &caller;
     Faults &faults;
     CallStatistics &statistics;
 
     operator Crate &() const { return crate; }
+    operator const ShownValues &() const { return shown; }
     operator Caller &() const { return caller; }
     operator Faults &() const { return faults; }
     operator CallStatistics &() const { return statistics; }

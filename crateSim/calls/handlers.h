@@ -4,7 +4,6 @@
 
 #include "caller.h"
 #include "faults/active.h"
-#include "model/crate.h"
 #include "protocol/messages.h"
 #include "statistics.h"
 
@@ -28,7 +27,8 @@ Done logout(const wire::Nothing &request, Caller &caller);
 Outcome<wire::PackedListAnswer> listProperties(const wire::Nothing &request, const Crate &crate);
 Outcome<wire::PropertyInfoAnswer> propertyInfo(const wire::NameRequest &request,
                                                const Crate &crate);
-Outcome<wire::BytesAnswer> getProperty(const wire::NameRequest &request, const Crate &crate);
+Outcome<wire::BytesAnswer> getProperty(const wire::NameRequest &request, const Crate &crate,
+                                       const ShownValues &shown);
 Done setProperty(const wire::SetPropertyRequest &request, Crate &crate);
 Outcome<wire::PackedListAnswer> listCommands(const wire::Nothing &request, const Crate &crate);
 Done executeCommand(const wire::NameRequest &request, Crate &crate);
@@ -39,13 +39,13 @@ Outcome<wire::NameTableAnswer> listParameters(const wire::PlaceRequest &request,
 Outcome<wire::BytesAnswer> parameterProperty(const wire::ParameterPropertyRequest &request,
                                              const Crate &crate);
 Outcome<wire::BytesAnswer> getBoardParameter(const wire::BoardParameterRequest &request,
-                                             const Crate &crate);
+                                             const ShownValues &shown);
 Done setBoardParameter(const wire::SetBoardParameterRequest &request, Crate &crate);
 Outcome<wire::BytesAnswer> getChannelName(const wire::ChannelNameRequest &request,
-                                          const Crate &crate);
+                                          const ShownValues &shown);
 Done setChannelName(const wire::SetChannelNameRequest &request, Crate &crate);
 Outcome<wire::BytesAnswer> getChannelParameter(const wire::ChannelParameterRequest &request,
-                                               const Crate &crate);
+                                               const ShownValues &shown);
 Done setChannelParameter(const wire::SetChannelParameterRequest &request, Crate &crate);
 
 Outcome<wire::BytesAnswer> subscribe(const wire::SubscriptionRequest &request, const Crate &crate,

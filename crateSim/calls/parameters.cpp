@@ -36,13 +36,13 @@ constexpr Property properties[] = {
 
 // Reads one item at each of several places into consecutive elements.
 template <class AddressOf>
-Outcome<wire::BytesAnswer> readAll(const Crate &crate, const std::vector<uint16_t> &indexes,
+Outcome<wire::BytesAnswer> readAll(const ShownValues &shown, const std::vector<uint16_t> &indexes,
                                    const std::string &parameter, AddressOf addressOf)
 {
     wire::BytesAnswer answer;
     for (const uint16_t index : indexes) {
         Value value;
-        const Result result = crate.read(addressOf(index), parameter, value);
+        const Result result = shown.read(addressOf(index), parameter, value);
         if (result != Result::Ok)
             return result;
         if (shapeOf(value) == Shape::Text)
@@ -118,9 +118,9 @@ Outcome<wire::BytesAnswer> parameterProperty(const wire::ParameterPropertyReques
 }
 
 Outcome<wire::BytesAnswer> getBoardParameter(const wire::BoardParameterRequest &request,
-                                             const Crate &crate)
+                                             const ShownValues &shown)
 {
-    return readAll(crate, request.slots, request.parameter, boardAddress);
+    return readAll(shown, request.slots, request.parameter, boardAddress);
 }
 
 Done setBoardParameter(const wire::SetBoardParameterRequest &request, Crate &crate)
@@ -129,9 +129,9 @@ Done setBoardParameter(const wire::SetBoardParameterRequest &request, Crate &cra
 }
 
 Outcome<wire::BytesAnswer> getChannelParameter(const wire::ChannelParameterRequest &request,
-                                               const Crate &crate)
+                                               const ShownValues &shown)
 {
-    return readAll(crate, request.channels, request.parameter, channelsOf(request.slot));
+    return readAll(shown, request.channels, request.parameter, channelsOf(request.slot));
 }
 
 Done setChannelParameter(const wire::SetChannelParameterRequest &request, Crate &crate)
@@ -141,12 +141,12 @@ Done setChannelParameter(const wire::SetChannelParameterRequest &request, Crate 
 }
 
 Outcome<wire::BytesAnswer> getChannelName(const wire::ChannelNameRequest &request,
-                                          const Crate &crate)
+                                          const ShownValues &shown)
 {
     wire::BytesAnswer answer;
     for (const uint16_t channel : request.channels) {
         Value name;
-        const Result result = crate.read({request.slot, channel}, "Name", name);
+        const Result result = shown.read({request.slot, channel}, "Name", name);
         if (result != Result::Ok)
             return result;
         wire::appendSlot(answer.bytes, std::get<std::string>(name), channelSlot);

@@ -80,10 +80,11 @@ Outcome<wire::PropertyInfoAnswer> propertyInfo(const wire::NameRequest &request,
                                     static_cast<uint32_t>(property->type)};
 }
 
-Outcome<wire::BytesAnswer> getProperty(const wire::NameRequest &request, const Crate &crate)
+Outcome<wire::BytesAnswer> getProperty(const wire::NameRequest &request, const Crate &crate,
+                                       const ShownValues &shown)
 {
     Value value;
-    if (const Result result = crate.read({}, request.name, value); result != Result::Ok)
+    if (const Result result = shown.read({}, request.name, value); result != Result::Ok)
         return result;
     return wire::BytesAnswer{propertyBytes(findProperty(crate, request.name)->type, value)};
 }

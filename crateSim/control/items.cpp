@@ -33,7 +33,7 @@ std::vector<std::string_view> commandNames(const Crate &crate)
 
 Json get(World &world, const Json &request)
 {
-    return {{"value", toJson(world.crate.items().value(itemOf(world.crate, request)))}};
+    return {{"value", toJson(world.shown.value(itemOf(world.crate, request)))}};
 }
 
 Json set(World &world, const Json &request)

@@ -28,30 +28,30 @@ std::string_view typeWord(const Item &item)
     return item.property != nullptr ? wordOf(item.property->type) : wordOf(ParamType::Text);
 }
 
-Json itemJson(const ItemStore &items, ItemId id)
+Json itemJson(const ShownValues &shown, ItemId id)
 {
-    const Item &item = items.item(id);
-    Json shown = {
+    const Item &item = shown.items().item(id);
+    Json fields = {
         {"name", item.name}, {"type", typeWord(item)},           {"mode", wordOf(item.mode)},
-        {"unit", ""},        {"value", toJson(items.value(id))}, {"role", ""}};
+        {"unit", ""},        {"value", toJson(shown.value(id))}, {"role", ""}};
     if (item.parameter == nullptr)
-        return shown;
-    shown["unit"] = unitSymbol(item.parameter->unit, item.parameter->exponent);
+        return fields;
+    fields["unit"] = unitSymbol(item.parameter->unit, item.parameter->exponent);
     if (item.parameter->role != Role::None)
-        shown["role"] = wordOf(item.parameter->role);
+        fields["role"] = wordOf(item.parameter->role);
     if (item.parameter->type == ParamType::Numeric)
-        shown["decimals"] = item.parameter->decimals;
+        fields["decimals"] = item.parameter->decimals;
     if (item.parameter->type == ParamType::OnOff)
-        shown["labels"] = {item.parameter->offLabel, item.parameter->onLabel};
-    return shown;
+        fields["labels"] = {item.parameter->offLabel, item.parameter->onLabel};
+    return fields;
 }
 
-Json itemsJson(const Crate &crate, Address address)
+Json itemsJson(const World &world, Address address)
 {
-    Json shown = Json::array();
-    for (const ItemId id : itemsAt(crate, address))
-        shown.push_back(itemJson(crate.items(), id));
-    return shown;
+    Json fields = Json::array();
+    for (const ItemId id : itemsAt(world.crate, address))
+        fields.push_back(itemJson(world.shown, id));
+    return fields;
 }
 
 // The measurements and set-points that a row of the channel table has.
@@ -62,12 +62,12 @@ constexpr std::pair<Role, const char *> rowRoles[] = {
     {Role::Current, "current"},
 };
 
-Json channelRow(const Crate &crate, const Board &board, size_t index)
+Json channelRow(const World &world, const Board &board, size_t index)
 {
     const Channel &channel = board.channel(index);
-    const ItemStore &items = crate.items();
+    const ShownValues &shown = world.shown;
     Json row = {{"channel", index},
-                {"name", toJson(items.value(channel.nameItem()))},
+                {"name", toJson(shown.value(channel.nameItem()))},
                 {"on", (channel.status() & channelbit::On) != 0},
                 {"status", channel.status()},
                 {"statusText", wordsOf(channelStatusWords, channel.status())},
@@ -77,24 +77,24 @@ Json channelRow(const Crate &crate, const Board &board, size_t index)
         const auto id = channel.itemOf(role);
         if (!id)
             continue;
-        const auto &parameter = *items.item(*id).parameter;
-        row[key] = toJson(items.value(*id));
+        const auto &parameter = *shown.items().item(*id).parameter;
+        row[key] = toJson(shown.value(*id));
         row["units"][key] = unitSymbol(parameter.unit, parameter.exponent);
         row["decimals"][key] = parameter.decimals;
     }
     return row;
 }
 
-uint32_t boardStatus(const Crate &crate, const Board &board)
+uint32_t boardStatus(const World &world, const Board &board)
 {
     const auto id = board.itemOf(Role::BoardStatus);
-    return id ? static_cast<uint32_t>(toNumber(crate.items().value(*id))) : 0;
+    return id ? static_cast<uint32_t>(toNumber(world.shown.value(*id))) : 0;
 }
 
-Json slotJson(const Crate &crate, int32_t slot, const Board &board)
+Json slotJson(const World &world, int32_t slot, const Board &board)
 {
     const auto &description = board.description();
-    const uint32_t status = boardStatus(crate, board);
+    const uint32_t status = boardStatus(world, board);
     const auto count = [&board](uint32_t bits) {
         size_t channels = 0;
         for (size_t index = 0; index < board.channelCount(); ++index)
@@ -129,35 +129,35 @@ Json showCrate(const World &world)
     Json slots = Json::array();
     for (int32_t slot = 0; slot < static_cast<int32_t>(crate.slotCount()); ++slot)
         if (const Board *board = crate.boardOf(slot))
-            slots.push_back(slotJson(crate, slot, *board));
+            slots.push_back(slotJson(world, slot, *board));
     Json commands = Json::array();
     for (const auto &command : crate.description().commands)
         commands.push_back(command.name);
     return {{"name", crate.description().name}, {"slotCount", crate.slotCount()},
             {"clock", clockJson(world)},        {"slots", slots},
-            {"items", itemsJson(crate, {})},    {"commands", commands}};
+            {"items", itemsJson(world, {})},    {"commands", commands}};
 }
 
-Json showBoard(const Crate &crate, int32_t slot, const Board &board)
+Json showBoard(const World &world, int32_t slot, const Board &board)
 {
-    Json shown = slotJson(crate, slot, board);
-    shown["items"] = itemsJson(crate, {slot, -1});
-    shown["channelRows"] = Json::array();
+    Json fields = slotJson(world, slot, board);
+    fields["items"] = itemsJson(world, {slot, -1});
+    fields["channelRows"] = Json::array();
     for (size_t index = 0; index < board.channelCount(); ++index)
-        shown["channelRows"].push_back(channelRow(crate, board, index));
-    return shown;
+        fields["channelRows"].push_back(channelRow(world, board, index));
+    return fields;
 }
 
-Json showChannel(const Crate &crate, Address address, const Board &board)
+Json showChannel(const World &world, Address address, const Board &board)
 {
     const auto index = static_cast<size_t>(address.channel);
     if (index >= board.channelCount())
-        throw ControlError(reasonAt(crate, address, Result::NoChannel));
-    Json shown = channelRow(crate, board, index);
-    shown["slot"] = address.slot;
-    shown["present"] = board.isPresent();
-    shown["items"] = itemsJson(crate, address);
-    return shown;
+        throw ControlError(reasonAt(world.crate, address, Result::NoChannel));
+    Json fields = channelRow(world, board, index);
+    fields["slot"] = address.slot;
+    fields["present"] = board.isPresent();
+    fields["items"] = itemsJson(world, address);
+    return fields;
 }
 
 } // namespace
@@ -170,10 +170,10 @@ Json show(World &world, const Json &request)
     const Board *board = world.crate.boardOf(address.slot);
     if (board == nullptr)
         throw ControlError(reasonAt(world.crate, address, Result::NoSlot));
-    Json shown = address.channel < 0 ? showBoard(world.crate, address.slot, *board)
-                                     : showChannel(world.crate, address, *board);
-    shown["clock"] = clockJson(world);
-    return shown;
+    Json fields = address.channel < 0 ? showBoard(world, address.slot, *board)
+                                      : showChannel(world, address, *board);
+    fields["clock"] = clockJson(world);
+    return fields;
 }
 
 } // namespace sim::control

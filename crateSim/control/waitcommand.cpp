@@ -51,7 +51,7 @@ Waits::Condition valueCondition(World &world, const Json &request)
             throw ControlError("\"" + std::string(item.name) + "\" is no word of bits");
         const auto bits = static_cast<uint32_t>(countField(request, "bits", 0));
         return [&world, id, bits] {
-            const auto status = static_cast<int64_t>(toNumber(world.crate.items().value(id)));
+            const auto status = static_cast<int64_t>(toNumber(world.shown.value(id)));
             return (static_cast<uint32_t>(status) & bits) == bits;
         };
     }
@@ -62,7 +62,7 @@ Waits::Condition valueCondition(World &world, const Json &request)
     if (!tolerance.is_number())
         throw ControlError("\"tolerance\" is no number");
     return [&world, id, wanted, tolerance = tolerance.get<double>()] {
-        return matches(world.crate.items().value(id), wanted, tolerance);
+        return matches(world.shown.value(id), wanted, tolerance);
     };
 }
 

@@ -102,8 +102,9 @@ void Session::handlePayload()
 void Session::dispatch()
 {
     try {
-        write(calls::dispatch({m_world.crate, m_caller, m_world.faults, m_world.statistics.calls},
-                              m_call, m_fault.code));
+        write(calls::dispatch(
+            {m_world.crate, m_world.shown, m_caller, m_world.faults, m_world.statistics.calls},
+            m_call, m_fault.code));
     } catch (const std::exception &error) {
         fail(error.what());
     }

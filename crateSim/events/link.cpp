@@ -18,7 +18,7 @@ constexpr size_t maxInsertions = 256;
 EventLink::EventLink(asio::io_context &context, const Tcp::endpoint &subscriber, int32_t handle,
                      EventSource &source)
     : m_subscriber(subscriber), m_handle(handle), m_source(source), m_socket(context),
-      m_timer(context), m_flags(source.crate.items().size()), m_streamFaults(source.faultCounts)
+      m_timer(context), m_flags(source.shown.items().size()), m_streamFaults(source.faultCounts)
 {
 }
 
@@ -26,7 +26,7 @@ void EventLink::subscribe(ItemId item)
 {
     if ((m_flags[item] & subscribed) == 0) {
         m_flags[item] |= subscribed;
-        if (m_source.crate.items().item(item).mode == Mode::None)
+        if (m_source.shown.items().item(item).mode == Mode::None)
             m_flags[item] |= silent;
         ++m_subscriptionCount;
     }
@@ -256,7 +256,7 @@ bool EventLink::fillStrangely()
         return false;
     wire::BatchWriter batch;
     addStrangeEvents(
-        batch, m_source.crate.items(), [this](ItemId item) { return m_flags[item] == subscribed; },
+        batch, m_source.shown.items(), [this](ItemId item) { return m_flags[item] == subscribed; },
         [this](ItemId item) { makePending(item); });
     m_more = false;
     m_buffer = batch.finish(m_handle);
@@ -272,7 +272,7 @@ void EventLink::addInsertions(wire::BatchWriter &batch)
 
 void EventLink::addChanges(wire::BatchWriter &batch)
 {
-    const ItemStore &items = m_source.crate.items();
+    const ItemStore &items = m_source.shown.items();
     size_t taken = 0;
     while (taken < m_pending.size() && batch.count() < wire::maxBatchRecords &&
            batch.size() < maxBatchBytes) {
@@ -284,7 +284,7 @@ void EventLink::addChanges(wire::BatchWriter &batch)
         const auto add = [&, slot = slot, channel = channel](const auto &value) {
             batch.add(wire::EventKind::Parameter, slot, channel, items.item(id).name, value);
         };
-        std::visit(add, items.value(id));
+        std::visit(add, m_source.shown.value(id));
     }
     m_pending.erase(m_pending.begin(), m_pending.begin() + static_cast<std::ptrdiff_t>(taken));
     m_more = !m_pending.empty();

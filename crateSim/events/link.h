@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "faults/stream.h"
-#include "model/crate.h"
 #include "net.h"
 #include "protocol/events.h"
+#include "shown.h"
 
 namespace sim {
 
@@ -36,7 +36,7 @@ struct EventCounts {
 
 // What all links of a crate have in common, and which outlives them.
 struct EventSource {
-    const Crate &crate;
+    const ShownValues &shown;
     Faults &faults;
     FaultCounts &faultCounts;
     EventCounts &counts;

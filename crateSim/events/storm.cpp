@@ -15,9 +15,28 @@ constexpr unsigned renewal = 50;
 // A process that could not run makes up for this much, and no more.
 constexpr double longestDebt = 0.25;
 
+// Whether nothing follows from an item that shows another value for a while.
+bool canOverride(const Item &item)
+{
+    if (item.property != nullptr)
+        return true;
+    if (item.parameter == nullptr)
+        return false;
+    switch (item.parameter->role) {
+    case Role::None:
+    case Role::Voltage:
+    case Role::Current:
+    case Role::Status:
+    case Role::TripCause:
+    case Role::BoardStatus:
+    case Role::Temperature: return true;
+    default: return false;
+    }
+}
+
 std::optional<StormKind> kindOf(const Item &item)
 {
-    if (item.mode == Mode::None || item.mode == Mode::Write || !Crate::canDisturb(item))
+    if (item.mode == Mode::None || item.mode == Mode::Write || !canOverride(item))
         return std::nullopt;
     if (item.property != nullptr)
         return StormKind::Property;
@@ -68,7 +87,7 @@ void Storm::start(const StormOrder &order)
 void Storm::stop()
 {
     m_running = false;
-    m_crate.showTruth();
+    m_shown.clear();
 }
 
 uint64_t Storm::eventsDue(Duration time)
@@ -186,7 +205,7 @@ void Storm::serve(const Links &links, size_t index, const Send &send)
 
 void Storm::move(ItemId item, const Links &links)
 {
-    m_crate.disturb(item, another(item));
+    m_shown.override(item, another(item));
     m_moved[item] = true;
     m_movedItems.push_back(item);
     for (size_t index = 0; index < links.size(); ++index) {
@@ -205,7 +224,7 @@ void Storm::move(ItemId item, const Links &links)
 Value Storm::another(ItemId id)
 {
     const Item &item = m_crate.items().item(id);
-    const Value &now = m_crate.items().value(id);
+    const Value &now = m_shown.value(id);
     if (item.shape == Shape::Text)
         return "storm " + std::to_string(++m_texts);
     return anotherNumber(item, toNumber(now));

@@ -1,7 +1,7 @@
 // Events at a rate of one's choice, of values that really move: each subscriber
 // gets them for items that it has subscribed, as many as the rate says; some
 // more when it shares a part of its items with another one. What moves has no
-// effect on the crate, and is true again when the storm is over.
+// effect on the crate, which shows its own values again when the storm is over.
 #pragma once
 
 #include <array>
@@ -13,8 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "model/crate.h"
 #include "link.h"
+#include "shown.h"
 
 namespace sim {
 
@@ -43,14 +43,17 @@ struct StormOrder {
 class Storm {
 public:
     using Links = std::vector<std::shared_ptr<EventLink>>;
-    // Has to send the changes that the crate has by then.
+    // Has to send what changed by then.
     using Send = std::function<void()>;
 
-    Storm(Crate &crate, uint64_t seed) : m_crate(crate), m_random(seed) {}
+    Storm(const Crate &crate, ShownValues &shown, uint64_t seed)
+        : m_crate(crate), m_shown(shown), m_random(seed)
+    {
+    }
 
     // Counts from 0 again.
     void start(const StormOrder &order);
-    // All values are true again; the changes are left to be sent.
+    // The crate shows its own values again; the changes are left to be sent.
     void stop();
 
     bool isRunning() const { return m_running; }
@@ -83,7 +86,8 @@ private:
     Value another(ItemId item);
     Value anotherNumber(const Item &item, double now);
 
-    Crate &m_crate;
+    const Crate &m_crate;
+    ShownValues &m_shown;
     std::mt19937_64 m_random;
     StormOrder m_order;
     bool m_running = false;

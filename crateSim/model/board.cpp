@@ -66,7 +66,7 @@ double Board::setting(Role role, double missing) const
     const auto id = itemOf(role);
     if (!id)
         return missing;
-    return toNumber(m_items.truth(*id)) * unitFactor(*m_items.item(*id).parameter);
+    return toNumber(m_items.value(*id)) * unitFactor(*m_items.item(*id).parameter);
 }
 
 // Its channels may have something to do again.

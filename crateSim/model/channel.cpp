@@ -38,7 +38,7 @@ double Channel::setting(Role role, double missing) const
     const auto id = itemOf(role);
     if (!id)
         return missing;
-    const double number = toNumber(m_items.truth(*id)) * unitFactor(*m_items.item(*id).parameter);
+    const double number = toNumber(m_items.value(*id)) * unitFactor(*m_items.item(*id).parameter);
     return std::max(0.0, number);
 }
 
@@ -50,7 +50,7 @@ Duration Channel::tripTime() const
     constexpr double most = 9e9; // seconds; more does not fit a duration
     const double seconds = setting(Role::TripTime, 0);
     const auto maximum = static_cast<double>(m_items.item(*id).parameter->maximum);
-    if (toNumber(m_items.truth(*id)) >= maximum || seconds > most)
+    if (toNumber(m_items.value(*id)) >= maximum || seconds > most)
         return Duration::max();
     return Duration(std::llround(seconds * 1e9));
 }

@@ -130,24 +130,6 @@ Result Crate::find(Address address, std::string_view name, ItemId &id) const
     return look(m_modelIndex.at(channel->model().key).channel, channel->nameItem());
 }
 
-bool Crate::canDisturb(const Item &item)
-{
-    if (item.property != nullptr)
-        return true;
-    if (item.parameter == nullptr)
-        return false;
-    switch (item.parameter->role) {
-    case Role::None:
-    case Role::Voltage:
-    case Role::Current:
-    case Role::Status:
-    case Role::TripCause:
-    case Role::BoardStatus:
-    case Role::Temperature: return true;
-    default: return false;
-    }
-}
-
 Result Crate::read(Address address, std::string_view name, Value &value) const
 {
     ItemId id = 0;

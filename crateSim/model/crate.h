@@ -51,12 +51,6 @@ public:
     Result find(Address address, std::string_view name, ItemId &id) const;
     const ItemStore &items() const { return m_items; }
 
-    // Shows values that are not true, for the sake of their changes. Only items
-    // from which nothing follows; what the crate itself says about one ends it.
-    static bool canDisturb(const Item &item);
-    void disturb(ItemId id, Value value) { m_items.disturb(id, std::move(value)); }
-    void showTruth() { m_items.showTruth(); }
-
     Result read(Address address, std::string_view name, Value &value) const;
     Result write(Address address, std::string_view name, const Value &value, Origin origin);
     Result execute(std::string_view command);

@@ -16,33 +16,6 @@ ItemId ItemStore::add(const Item &item, Value start)
 
 void ItemStore::assign(ItemId id, Value value)
 {
-    if (!m_truths.empty())
-        m_truths.erase(id);
-    show(id, std::move(value));
-}
-
-void ItemStore::disturb(ItemId id, Value value)
-{
-    m_truths.try_emplace(id, m_values[id]);
-    show(id, std::move(value));
-}
-
-void ItemStore::showTruth()
-{
-    for (auto &[id, value] : std::exchange(m_truths, {}))
-        show(id, std::move(value));
-}
-
-const Value &ItemStore::truth(ItemId id) const
-{
-    if (m_truths.empty())
-        return m_values[id];
-    const auto found = m_truths.find(id);
-    return found == m_truths.end() ? m_values[id] : found->second;
-}
-
-void ItemStore::show(ItemId id, Value value)
-{
     if (m_values[id] == value)
         return;
     m_values[id] = std::move(value);

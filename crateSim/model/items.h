@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "description.h"
@@ -44,22 +43,12 @@ public:
     // Notes a change unless the value is the one already there.
     void assign(ItemId id, Value value);
 
-    // Shows a value that is not true, until the item is assigned one or all
-    // disturbed items show the truth again.
-    void disturb(ItemId id, Value value);
-    void showTruth();
-    // What the item would show without being disturbed: what the physics go by.
-    const Value &truth(ItemId id) const;
-
     // The items that changed since the last call, each once, oldest first.
     std::vector<ItemId> takeChanges();
 
 private:
-    void show(ItemId id, Value value);
-
     std::vector<Item> m_items;
     std::vector<Value> m_values;
-    std::unordered_map<ItemId, Value> m_truths; // of the disturbed items
     std::vector<bool> m_changed;
     std::vector<ItemId> m_changes;
 };

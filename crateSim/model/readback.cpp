@@ -55,7 +55,7 @@ ReadBack::ReadBack(ItemId id, const PropertyDescription &property, double resolu
 void ReadBack::follow(ItemStore &items, double value) const
 {
     constexpr double wholeStep = 1 - 1e-6;
-    const double shown = std::round(toNumber(items.truth(m_id)) * m_stepsPerUnit);
+    const double shown = std::round(toNumber(items.value(m_id)) * m_stepsPerUnit);
     if (std::abs(value / m_factor * m_stepsPerUnit - shown) >= wholeStep)
         settle(items, value);
 }

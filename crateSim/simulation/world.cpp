@@ -30,7 +30,7 @@ void World::sendChanges()
     notify();
 }
 
-void World::passChanges() { links.send(crate.takeChanges()); }
+void World::passChanges() { links.send(shown.takeChanges()); }
 
 void World::orderFault(const FaultOrder &order)
 {

@@ -21,9 +21,9 @@ public:
     World(CrateDescription description, uint64_t seed, std::chrono::milliseconds tick,
           const LinkSettings &linkSettings)
         : crate(std::move(description), seed), clock(tick),
-          links({crate, faults, statistics.faults, statistics.events, linkSettings,
+          links({shown, faults, statistics.faults, statistics.events, linkSettings,
                  [this] { notify(); }}),
-          stormMaker(crate, seed)
+          stormMaker(crate, shown, seed)
     {
     }
     World(const World &) = delete;
@@ -52,6 +52,7 @@ public:
     void notify();
 
     Crate crate;
+    ShownValues shown{crate};
     CrateClock clock;
     Statistics statistics;
     Faults faults{statistics.faults};

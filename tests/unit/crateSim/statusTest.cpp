@@ -280,20 +280,6 @@ TEST_F(StatusTest, InsertedBoardStartsAnew)
     EXPECT_EQ(number(board, "Temp"), 27);
 }
 
-TEST_F(StatusTest, DisturbedItemsLeaveThePhysicsAlone)
-{
-    rampFully();
-    for (const char *name : {"VSet", "SVMax", "Trip", "PDwn"}) {
-        ItemId id = 0;
-        ASSERT_EQ(crate.find(channel, name, id), Result::Ok);
-        crate.disturb(id, fromNumber(crate.items().item(id).shape, 0));
-    }
-    set(channel, "RUp", 100.0f);
-    crate.step(1h);
-    EXPECT_EQ(status(), channelbit::On);
-    EXPECT_EQ(number(channel, "VMon"), 100);
-}
-
 TEST_F(StatusTest, TheCrateKnowsHowLongItRuns)
 {
     crate.step(90s);

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "model/defaultcrate.h"
 #include "runningCrate.h"
 
 using namespace crateTest;
@@ -116,12 +117,44 @@ struct StormTest : testing::Test {
         return crate.on([&](World &world) {
             sim::ItemId id = 0;
             world.crate.find({slot, channel}, name, id);
-            return world.crate.items().value(id);
+            return world.shown.value(id);
         });
     }
 };
 
 } // namespace
+
+TEST(ShownValues, OverridesAreNoneOfTheCratesBusiness)
+{
+    sim::Crate crate(sim::defaultCrate());
+    sim::ShownValues shown(crate);
+    sim::ItemId id = 0;
+    ASSERT_EQ(crate.find({0, 0}, "VSet", id), sim::Result::Ok);
+    const sim::Value before = shown.value(id);
+    shown.override(id, 77.0f);
+    sim::Value read;
+    EXPECT_EQ(shown.read({0, 0}, "VSet", read), sim::Result::Ok);
+    EXPECT_EQ(read, sim::Value(77.0f));
+    EXPECT_EQ(crate.items().value(id), before);
+    EXPECT_THAT(shown.takeChanges().items, testing::Contains(id));
+    shown.clear();
+    EXPECT_EQ(shown.value(id), before);
+    EXPECT_THAT(shown.takeChanges().items, testing::Contains(id));
+}
+
+TEST(ShownValues, WhatTheCrateSaysOfAnItemEndsItsOverride)
+{
+    sim::Crate crate(sim::defaultCrate());
+    sim::ShownValues shown(crate);
+    sim::ItemId id = 0;
+    ASSERT_EQ(crate.find({0, 0}, "VSet", id), sim::Result::Ok);
+    shown.override(id, 77.0f);
+    ASSERT_EQ(crate.write({0, 0}, "VSet", 5.0f, sim::Origin::Network), sim::Result::Ok);
+    shown.takeChanges();
+    EXPECT_EQ(shown.value(id), sim::Value(5.0f));
+    shown.clear();
+    EXPECT_THAT(shown.takeChanges().items, testing::IsEmpty());
+}
 
 TEST_F(StormTest, AsManyEventsAsOrderedEvenOfFewItems)
 {

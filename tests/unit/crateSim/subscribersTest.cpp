@@ -137,7 +137,7 @@ TEST_F(SubscribersTest, ItemWithoutAModeIsWatchedAndSilent)
     crate.on([](World &world) {
         sim::ItemId id = 0;
         world.crate.find({0, 0}, "Factory", id);
-        world.crate.disturb(id, 1.0f);
+        world.shown.override(id, 1.0f);
         return 0;
     });
     set("VSet", 8);
