@@ -13,7 +13,7 @@ Duration stepField(const Json &request)
     constexpr double longest = 86400;
     const double seconds = numberField(request, "seconds");
     if (!(seconds > 0 && seconds <= longest))
-        throw ControlError("\"seconds\" is not above 0 and up to 86400");
+        throw ControlError("\"seconds\" is not a number above 0 and up to 86400");
     return Duration(std::llround(seconds * 1e9));
 }
 
@@ -54,7 +54,7 @@ Json continueTime(World &world, const Json &)
 Json speed(World &world, const Json &request)
 {
     if (!world.clock.setSpeed(numberField(request, "factor")))
-        throw ControlError("\"factor\" is not from 0.001 to 100000");
+        throw ControlError("\"factor\" is not a number from 0.001 to 100000");
     return {};
 }
 

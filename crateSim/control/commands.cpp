@@ -39,13 +39,13 @@ const std::map<std::string, LaterCommand> laterCommands = {
 void run(const ControlContext &context, const Json &request, const Reply &reply)
 {
     if (!request.is_object())
-        throw ControlError("the request is no JSON object");
+        throw ControlError("the request is not a JSON object");
     const std::string name = textField(request, "cmd");
     if (const auto later = laterCommands.find(name); later != laterCommands.end())
         return later->second(context, request, reply);
     const auto found = commands.find(name);
     if (found == commands.end())
-        throw ControlError("\"" + name + "\" is no command");
+        throw ControlError("unknown command \"" + name + "\"");
     const Json answer = success(found->second(context.world, request));
     context.world.notify();
     reply(answer);
@@ -68,7 +68,7 @@ void runControlCommand(const ControlContext &context, const std::string &line, c
     } catch (const ControlError &error) {
         reply(failure(error.what()));
     } catch (const Json::exception &) {
-        reply(failure("the request is no valid JSON"));
+        reply(failure("the request is not valid JSON"));
     } catch (const std::exception &error) {
         // Whatever it is, one bad request ends no crate.
         reply(failure(error.what()));

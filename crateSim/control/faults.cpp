@@ -17,7 +17,7 @@ FaultFieldValue fieldValue(const std::string &name, const Json &value)
         return value.get<double>();
     if (value.is_string())
         return value.get<std::string>();
-    throw ControlError("\"" + name + "\" is neither number nor text");
+    throw ControlError("\"" + name + "\" is neither a number nor text");
 }
 
 // Every field but the command's name belongs to the order.
@@ -62,15 +62,8 @@ Json showFaults(World &world, const Json &)
 
 Json clearFaults(World &world, const Json &request)
 {
-    if (!request.contains("kind")) {
-        world.clearFaults(std::nullopt);
-        return {};
-    }
-    const std::string name = textField(request, "kind");
-    const auto kind = findFaultKind(name);
-    if (!kind)
-        throw ControlError("\"" + name + "\" is no kind of fault");
-    world.clearFaults(kind);
+    world.clearFaults(request.contains("kind") ? std::optional(faultKindField(request, "kind"))
+                                               : std::nullopt);
     return {};
 }
 

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "faults/order.h"
 #include "placeitems.h"
 
 namespace sim::control {
@@ -18,7 +17,7 @@ std::string textField(const Json &request, const char *name)
 {
     const auto found = request.find(name);
     if (found == request.end() || !found->is_string())
-        throw ControlError(std::string("\"") + name + "\" is missing or no text");
+        throw ControlError(std::string("\"") + name + "\" is missing or is not text");
     return found->get<std::string>();
 }
 
@@ -30,7 +29,7 @@ int32_t countField(const Json &request, const char *name, int32_t missing)
     const bool fits =
         found->is_number_integer() && *found >= 0 && *found <= std::numeric_limits<int32_t>::max();
     if (!fits)
-        throw ControlError(std::string("\"") + name + "\" is no number from 0 up");
+        throw ControlError(std::string("\"") + name + "\" is not an integer from 0 up");
     return found->get<int32_t>();
 }
 
@@ -38,7 +37,7 @@ double numberField(const Json &request, const char *name)
 {
     const auto found = request.find(name);
     if (found == request.end() || !found->is_number() || !std::isfinite(found->get<double>()))
-        throw ControlError(std::string("\"") + name + "\" is missing or no number");
+        throw ControlError(std::string("\"") + name + "\" is missing or is not a number");
     return found->get<double>();
 }
 
@@ -57,8 +56,17 @@ wire::Operation operationField(const Json &request, const char *name)
     const std::string text = textField(request, name);
     const auto operation = findOperationNamed(text);
     if (!operation)
-        throw ControlError("\"" + text + "\" is no operation");
+        throw ControlError("unknown operation \"" + text + "\"");
     return *operation;
+}
+
+FaultKind faultKindField(const Json &request, const char *name)
+{
+    const std::string text = textField(request, name);
+    const auto kind = findFaultKind(text);
+    if (!kind)
+        throw ControlError("unknown fault \"" + text + "\"");
+    return *kind;
 }
 
 Address addressOf(const Json &request)
@@ -90,13 +98,13 @@ Value fromJson(Shape shape, const Json &value)
 {
     if (shape == Shape::Text) {
         if (!value.is_string())
-            throw ControlError("the value has to be a text");
+            throw ControlError("the value is not text");
         return value.get<std::string>();
     }
     if (value.is_boolean())
         return fromNumber(shape, value.get<bool>() ? 1 : 0);
     if (!value.is_number())
-        throw ControlError("the value has to be a number");
+        throw ControlError("the value is not a number");
     const auto number = value.get<double>();
     const bool isReal = shape == Shape::Real;
     const bool isSigned = shape == Shape::Signed;

@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "faults/order.h"
 #include "model/crate.h"
-#include "protocol/operations.h"
 
 namespace sim::control {
 
@@ -29,6 +29,7 @@ int32_t countField(const Json &request, const char *name, int32_t missing);
 double numberField(const Json &request, const char *name);
 bool boolField(const Json &request, const char *name, bool missing);
 wire::Operation operationField(const Json &request, const char *name);
+FaultKind faultKindField(const Json &request, const char *name);
 
 Json toJson(const Value &value);
 Value fromJson(Shape shape, const Json &value);

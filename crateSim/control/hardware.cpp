@@ -26,7 +26,7 @@ uint32_t bitNamed(const std::array<StatusWord, size> &words, const std::string &
         if (isCondition)
             settable.push_back(word);
     }
-    throw ControlError("\"" + name + "\" is no condition that can be set" +
+    throw ControlError("\"" + name + "\" is not a condition that can be set" +
                        suggestion(name, settable));
 }
 
@@ -37,7 +37,7 @@ uint32_t bitNumbered(const std::array<StatusWord, size> &words, int32_t number)
         return each.isCondition && number < 32 && each.bit == 1u << number;
     });
     if (found == words.end())
-        throw ControlError("\"bit\" is missing or no condition that can be set");
+        throw ControlError("\"bit\" is missing or is not a condition that can be set");
     return found->bit;
 }
 
@@ -90,7 +90,7 @@ Json insert(World &world, const Json &request)
     const Result result = world.crate.insertBoard(address.slot);
     if (result == Result::Refused)
         throw ControlError("the board in slot " + std::to_string(address.slot) +
-                           " is in its place already");
+                           " is already in its place");
     requireAt(world, address, result);
     return {};
 }

@@ -28,19 +28,19 @@ StormMix mixOf(const Json &request)
     if (found == request.end())
         return usualMix;
     if (!found->is_object())
-        throw ControlError("\"mix\" is no object");
+        throw ControlError("\"mix\" is not an object");
     StormMix mix{};
     for (const auto &[name, share] : found->items()) {
         const auto kind = std::find(stormKindNames.begin(), stormKindNames.end(), name);
         if (kind == stormKindNames.end())
-            throw ControlError("\"mix\" has no kind \"" + name + "\"");
+            throw ControlError("unknown kind \"" + name + "\" in \"mix\"");
         if (!share.is_number_integer() || share < 0 || share > largestShare)
-            throw ControlError("the share of \"" + name + "\" is no integer from 0 to " +
+            throw ControlError("the share of \"" + name + "\" is not an integer from 0 to " +
                                std::to_string(largestShare));
         mix[static_cast<size_t>(kind - stormKindNames.begin())] = share.get<uint32_t>();
     }
     if (mix == StormMix{})
-        throw ControlError("\"mix\" is all 0");
+        throw ControlError("the shares of \"mix\" are all 0");
     return mix;
 }
 

@@ -26,12 +26,9 @@ Waits::Condition sessionCondition(World &world, const Json &request)
 
 Waits::Condition faultCondition(World &world, const Json &request)
 {
-    const std::string name = textField(request, "fault");
-    const auto kind = findFaultKind(name);
-    if (!kind)
-        throw ControlError("\"" + name + "\" is no kind of fault");
+    const FaultKind kind = faultKindField(request, "fault");
     const auto count = static_cast<uint64_t>(countField(request, "count", 1));
-    return [&world, kind = *kind, count] { return world.statistics.faults.of(kind) >= count; };
+    return [&world, kind, count] { return world.statistics.faults.of(kind) >= count; };
 }
 
 bool matches(const Value &value, const Json &wanted, double tolerance)
@@ -48,7 +45,7 @@ Waits::Condition valueCondition(World &world, const Json &request)
     if (request.contains("bits")) {
         const Item &item = world.crate.items().item(id);
         if (item.shape != Shape::Signed && item.shape != Shape::Unsigned)
-            throw ControlError("\"" + std::string(item.name) + "\" is no word of bits");
+            throw ControlError("\"" + std::string(item.name) + "\" has no bits");
         const auto bits = static_cast<uint32_t>(countField(request, "bits", 0));
         return [&world, id, bits] {
             const auto status = static_cast<int64_t>(toNumber(world.shown.value(id)));
@@ -57,10 +54,10 @@ Waits::Condition valueCondition(World &world, const Json &request)
     }
     const Json wanted = request.value("value", Json());
     if (!wanted.is_number() && !wanted.is_string())
-        throw ControlError("\"value\" is missing or neither number nor text");
+        throw ControlError("\"value\" is missing, or is neither a number nor text");
     const Json tolerance = request.value("tolerance", Json(0.0));
     if (!tolerance.is_number())
-        throw ControlError("\"tolerance\" is no number");
+        throw ControlError("\"tolerance\" is not a number");
     return [&world, id, wanted, tolerance = tolerance.get<double>()] {
         return matches(world.shown.value(id), wanted, tolerance);
     };
@@ -84,7 +81,7 @@ std::chrono::milliseconds timeoutOf(const Json &request)
     constexpr double longest = 3600;
     const Json seconds = request.value("timeout", Json(10.0));
     if (!seconds.is_number() || !(seconds >= 0.0 && seconds <= longest))
-        throw ControlError("\"timeout\" is no number of seconds from 0 to 3600");
+        throw ControlError("\"timeout\" is not a number of seconds from 0 to 3600");
     return std::chrono::milliseconds(static_cast<int64_t>(seconds.get<double>() * 1000));
 }
 

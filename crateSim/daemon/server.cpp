@@ -21,7 +21,7 @@ Server::Server(CrateDescription description, const ServerSettings &settings)
       m_acceptor(m_context), m_timer(m_context), m_stormTimer(m_context), m_tick(settings.tick)
 {
     if (!m_world.clock.setSpeed(settings.speed))
-        throw std::invalid_argument("speed is out of range");
+        throw std::invalid_argument("the speed is out of range");
     listen(settings);
     m_world.onRelease = [this] { resumeSessions(); };
     m_world.onStorm = [this] {
@@ -50,7 +50,7 @@ void Server::listen(const ServerSettings &settings)
     Error error;
     const auto address = asio::ip::make_address(settings.address, error);
     if (error)
-        throw std::invalid_argument("\"" + settings.address + "\" is no IP address");
+        throw std::invalid_argument("\"" + settings.address + "\" is not an IP address");
     const Tcp::endpoint endpoint(address, settings.port);
     try {
         m_acceptor.open(endpoint.protocol());

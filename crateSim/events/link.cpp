@@ -89,7 +89,7 @@ void EventLink::retryLater()
 {
     shutSocket();
     if (Clock::now() >= m_giveUp) {
-        spdlog::warn("nobody listens for events on {}:{}", m_subscriber.address().to_string(),
+        spdlog::warn("no subscriber listens on {}:{}", m_subscriber.address().to_string(),
                      m_subscriber.port());
         m_state = State::Idle;
         return;

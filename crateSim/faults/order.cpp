@@ -116,7 +116,7 @@ public:
             report("code", "\"code\" is 0, which means success");
         for (const auto &[name, value] : m_left)
             report(name,
-                   "\"" + name + "\" is no field of the fault \"" + std::string(row->name) + "\"");
+                   "the fault \"" + std::string(row->name) + "\" has no field \"" + name + "\"");
         return m_problems.size() == before ? std::optional(m_order) : std::nullopt;
     }
 
@@ -143,7 +143,7 @@ private:
         if (value && std::holds_alternative<std::string>(*value))
             return std::get<std::string>(std::move(*value));
         report(value ? name : std::string_view(),
-               "\"" + std::string(name) + (value ? "\" is no text" : "\" is missing"));
+               "\"" + std::string(name) + (value ? "\" is not text" : "\" is missing"));
         return std::nullopt;
     }
 
@@ -157,7 +157,7 @@ private:
         std::vector<std::string_view> names;
         for (const auto &row : kindRows())
             names.push_back(row.name);
-        report("kind", "\"kind\" is none of " + listed(names));
+        report("kind", "\"kind\" is not one of " + listed(names));
         return nullptr;
     }
 
@@ -180,7 +180,7 @@ private:
             return;
         const auto found = std::find(answerNames.begin(), answerNames.end(), *name);
         if (found == answerNames.end())
-            report("answer", "\"answer\" is none of " + listed(answerNames));
+            report("answer", "\"answer\" is not one of " + listed(answerNames));
         else
             m_order.answer = static_cast<Corruption>(found - answerNames.begin());
     }
@@ -190,7 +190,7 @@ private:
         if (m_order.operation && !canCorrupt(m_order.answer, *m_order.operation))
             report("answer", "no answer of \"" +
                                  std::string(faultOperationName(m_order.operation)) +
-                                 "\" can be broken that way");
+                                 "\" can be corrupt that way");
     }
 
     void readNumber(const NumberUse &use)
@@ -204,7 +204,7 @@ private:
         if (number && *number >= field.low && *number <= field.high)
             m_order.*field.member = *number;
         else
-            report(field.name, quoted + " is no integer from " + std::to_string(field.low) +
+            report(field.name, quoted + " is not an integer from " + std::to_string(field.low) +
                                    " to " + std::to_string(field.high));
     }
 

@@ -86,7 +86,7 @@ public:
         m_records = elements(parts[1], 0);
         m_count = parts[1].via.array.size;
         if (m_count > maxBatchRecords)
-            throw BadFrame("batch too long");
+            throw BadFrame("the batch is too long");
     }
 
     int32_t handle() const { return m_handle; }

@@ -28,7 +28,7 @@ public:
 inline Header makeHeader(size_t payload)
 {
     if (payload > maxPayload)
-        throw BadFrame("payload too long");
+        throw BadFrame("the payload is too long");
     Header header{};
     for (size_t index = 0; index < magic.size(); ++index)
         header[index] = magic[index];
@@ -59,12 +59,12 @@ inline bool isHeaderStart(const Header &header, size_t received)
 inline uint32_t payloadLength(const Header &header)
 {
     if (!isHeaderStart(header, headerSize))
-        throw BadFrame("not a frame");
+        throw BadFrame("this is not a frame");
     uint32_t length = 0;
     for (size_t index = 4; index < headerSize; ++index)
         length = length << 8 | header[index];
     if (length > maxPayload)
-        throw BadFrame("frame too long");
+        throw BadFrame("the frame is too long");
     return length;
 }
 

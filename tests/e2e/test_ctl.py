@@ -108,7 +108,7 @@ def test_a_pulled_board_is_shown_as_such(bench):
     assert "pulled out" in bench.ctl.error("get", "15", "Temp")
     bench.ctl("insert", "15")
     assert "pulled out" not in bench.ctl("show")
-    assert "in its place already" in bench.ctl.error("insert", "15")
+    assert "already in its place" in bench.ctl.error("insert", "15")
 
 
 # ---- time

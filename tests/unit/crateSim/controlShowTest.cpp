@@ -135,7 +135,7 @@ TEST_F(ControlShow, ErrorsNameThePlaceAndTheNearestName)
                 HasSubstr("did you mean \"ClearAlarm\"?"));
     EXPECT_THAT(control.errorOf(R"({"cmd":"set","slot":0,"channel":1,"name":"VSet","value":3001})"),
                 HasSubstr("from 0 to 3000 V"));
-    EXPECT_THAT(control.errorOf(R"({"cmd":"insert","slot":0})"), HasSubstr("in its place"));
+    EXPECT_THAT(control.errorOf(R"({"cmd":"insert","slot":0})"), HasSubstr("already in its place"));
 }
 
 TEST_F(ControlShow, ConditionsByTheirNames)

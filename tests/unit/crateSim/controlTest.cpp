@@ -122,7 +122,7 @@ TEST_F(ControlTest, TripsConditionsAndBoards)
     tripped["bits"] = sim::channelbit::InternalTrip;
     EXPECT_EQ(control.ask(tripped)["ok"], true);
     tripped["name"] = "VMon";
-    EXPECT_EQ(control.ask(tripped)["error"], "\"VMon\" is no word of bits");
+    EXPECT_EQ(control.ask(tripped)["error"], "\"VMon\" has no bits");
     control.ask({{"cmd", "execute"}, {"name", "ClearAlarm"}});
     control.ask({{"cmd", "condition"}, {"slot", 0}, {"channel", 2}, {"bit", 12}});
     Json condition = wait;

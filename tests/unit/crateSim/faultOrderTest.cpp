@@ -78,14 +78,14 @@ TEST(FaultOrder, AWholeNumberMayComeAsAReal)
 {
     EXPECT_EQ(orderOf({{"kind", "refuse-logins"}, {"count", 5.0}}).count, 5);
     EXPECT_EQ(problemsOf({{"kind", "refuse-logins"}, {"count", 5.5}}),
-              "count|\"count\" is no integer from 0 to 2147483647\n");
+              "count|\"count\" is not an integer from 0 to 2147483647\n");
 }
 
 TEST(FaultOrder, ProblemsNameTheField)
 {
     EXPECT_EQ(problemsOf({}), "|\"kind\" is missing\n");
-    EXPECT_EQ(problemsOf({{"kind", true}}), "kind|\"kind\" is no text\n");
-    EXPECT_NE(problemsOf({{"kind", "fall"}}).find("none of refuse-logins, fail, delay"),
+    EXPECT_EQ(problemsOf({{"kind", true}}), "kind|\"kind\" is not text\n");
+    EXPECT_NE(problemsOf({{"kind", "fall"}}).find("not one of refuse-logins, fail, delay"),
               std::string::npos);
     EXPECT_EQ(problemsOf({{"kind", "fail"},
                           {"operation", "GetEventData"},
@@ -94,13 +94,13 @@ TEST(FaultOrder, ProblemsNameTheField)
               "operation|\"operation\" is neither \"any\" nor a call that reaches the crate: "
               "\"GetEventData\"\n"
               "code|\"code\" is 0, which means success\n"
-              "chunk|\"chunk\" is no field of the fault \"fail\"\n");
+              "chunk|the fault \"fail\" has no field \"chunk\"\n");
     EXPECT_EQ(problemsOf({{"kind", "delay"}}),
               "|\"operation\" is missing\n|\"milliseconds\" is missing\n");
     EXPECT_EQ(problemsOf({{"kind", "split-events"}, {"chunk", int64_t{0}}}),
-              "chunk|\"chunk\" is no integer from 1 to 1048576\n");
+              "chunk|\"chunk\" is not an integer from 1 to 1048576\n");
     EXPECT_NE(problemsOf({{"kind", "answer"}, {"operation", "any"}, {"answer", "blah"}})
-                  .find("answer|\"answer\" is none of no-nul"),
+                  .find("answer|\"answer\" is not one of no-nul"),
               std::string::npos);
 }
 
