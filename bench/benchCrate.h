@@ -27,8 +27,8 @@ public:
     // Runs a function on the crate's thread and returns its result.
     template <class Function> auto on(Function function)
     {
-        std::packaged_task<decltype(function(m_server->world()))()> task(
-            [&] { return function(m_server->world()); });
+        std::packaged_task<decltype(function(m_server->state()))()> task(
+            [&] { return function(m_server->state()); });
         auto result = task.get_future();
         asio::post(m_server->context(), [&task] { task(); });
         return result.get();

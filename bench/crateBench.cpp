@@ -39,11 +39,11 @@ void eventsToOneSubscriber(benchmark::State &state)
     Subscriber subscriber;
     if (!subscriber.subscribe(login.handle, description, "VMon") || !subscriber.accept())
         return state.SkipWithError("no subscription");
-    crate.on([&](auto &world) {
+    crate.on([&](auto &simulation) {
         sim::StormOrder order;
         order.rate = static_cast<double>(state.range(0));
-        world.stormMaker.start(order);
-        world.onStorm();
+        simulation.storm.start(order);
+        simulation.onStorm();
         return 0;
     });
     int64_t events = 0;

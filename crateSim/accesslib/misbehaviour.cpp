@@ -93,7 +93,7 @@ std::chrono::milliseconds Misbehaviour::delayOf(wire::Operation operation) const
 }
 
 // Until a point of time: signals that come often would stretch a length of time.
-void Misbehaviour::dawdle(wire::Operation operation) const
+void Misbehaviour::delay(wire::Operation operation) const
 {
     const std::chrono::nanoseconds delay = delayOf(operation);
     if (delay.count() == 0)

@@ -25,7 +25,7 @@ struct Misbehaviour {
 
     // Time that a call takes beyond its answer, whatever signals come.
     std::chrono::milliseconds delayOf(wire::Operation operation) const;
-    void dawdle(wire::Operation operation) const;
+    void delay(wire::Operation operation) const;
 };
 
 // Of this process; by its environment at first. Not to be changed while calls

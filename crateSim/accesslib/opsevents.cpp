@@ -9,8 +9,8 @@ using namespace sim::accesslib;
 
 namespace {
 
-// Judged as the bytes come in, so that a stranger who sends little is not
-// waited for.
+// Judged as the bytes come in, so that nothing waits for a peer that speaks something else and
+// sends little.
 wire::Header readHeader(int32_t socket)
 {
     wire::Header header{};

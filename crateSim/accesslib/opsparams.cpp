@@ -1,7 +1,7 @@
 // Parameters of boards and channels, and channel names.
 #include <string_view>
 
-#include "handedlists.h"
+#include "returnedbuffers.h"
 
 using namespace sim;
 using namespace sim::accesslib;

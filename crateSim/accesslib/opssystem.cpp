@@ -1,5 +1,5 @@
 // System properties, commands, crate map.
-#include "handedlists.h"
+#include "returnedbuffers.h"
 
 using namespace sim;
 using namespace sim::accesslib;

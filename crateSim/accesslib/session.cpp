@@ -29,31 +29,31 @@ Tuning &tuning()
 wire::Unpacked Session::exchange(wire::Operation operation, const std::string &frame)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_dead)
+    if (m_invalid)
         throw CallFailure{failure::connectionLost};
-    auto answer = exchangeOrDie(frame);
-    misbehaviour().dawdle(operation);
+    auto answer = exchangeOrInvalidate(frame);
+    misbehaviour().delay(operation);
     return answer;
 }
 
-wire::Unpacked Session::exchangeOrDie(const std::string &frame)
+wire::Unpacked Session::exchangeOrInvalidate(const std::string &frame)
 {
     try {
         return tryExchange(frame);
     } catch (const CallFailure &failed) {
         // Nothing can follow a call that has not gone out whole.
         if (failed.code != failure::interrupted || m_sending)
-            die();
+            invalidate();
         throw;
     } catch (...) {
-        die();
+        invalidate();
         throw;
     }
 }
 
-void Session::die()
+void Session::invalidate()
 {
-    m_dead = true;
+    m_invalid = true;
     m_socket.close();
 }
 
@@ -83,9 +83,9 @@ void Session::send(const std::string &frame, Deadline deadline)
 // the rest ends early.
 void Session::receiveFrame(Deadline deadline)
 {
-    constexpr size_t usual = 4096;
+    constexpr size_t initialInput = 4096;
     while (!hasFrame()) {
-        m_input.resize(std::max(m_frame, usual));
+        m_input.resize(std::max(m_frame, initialInput));
         size_t received = 0;
         require(m_socket.receive(m_input.data() + m_filled, m_input.size() - m_filled, received,
                                  deadline));

@@ -58,7 +58,7 @@ private:
 };
 
 // Thread-safe: calls follow one another. After the first call that got no
-// proper answer in time the session is dead and every later call fails at once.
+// proper answer in time the session is invalid and every later call fails at once.
 // A call that a signal ends while it waits for its answer leaves the session
 // alive: that answer is passed over when it comes.
 class Session {
@@ -74,19 +74,19 @@ public:
     std::optional<uint32_t> propertyType(const std::string &name) const;
 
 private:
-    wire::Unpacked exchangeOrDie(const std::string &frame);
+    wire::Unpacked exchangeOrInvalidate(const std::string &frame);
     wire::Unpacked tryExchange(const std::string &frame);
     void send(const std::string &frame, Deadline deadline);
     void receiveFrame(Deadline deadline);
     bool hasFrame();
     void dropFrame();
-    void die();
+    void invalidate();
 
     std::map<std::string, uint32_t> m_types;
 
     std::mutex m_mutex; // guards what follows
     Socket m_socket;
-    bool m_dead = false;
+    bool m_invalid = false;
     bool m_sending = false;
     unsigned m_awaited = 0; // answers to come; all but the last are passed over
     std::string m_input;    // as far as it is filled; keeps its memory from call to call

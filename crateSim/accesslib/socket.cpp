@@ -142,8 +142,8 @@ Transfer Socket::send(const void *data, size_t size, Deadline deadline)
 // a while, leaving the processor to others, before going to sleep.
 Transfer Socket::waitForAnswer(Deadline deadline) const
 {
-    constexpr auto patience = std::chrono::microseconds(100);
-    const Deadline sleepAt = std::min(deadline, std::chrono::steady_clock::now() + patience);
+    constexpr auto spinTime = std::chrono::microseconds(100);
+    const Deadline sleepAt = std::min(deadline, std::chrono::steady_clock::now() + spinTime);
     pollfd entry{m_descriptor, POLLIN, 0};
     int ready = poll(&entry, 1, 0);
     while (ready == 0 && std::chrono::steady_clock::now() < sleepAt) {

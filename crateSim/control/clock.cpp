@@ -29,8 +29,8 @@ Duration pieceOf(const CrateClock &clock)
 // left, and other clients are served, however long the whole takes.
 void stepOn(const ControlContext &context, Duration left, const Reply &reply)
 {
-    const Duration part = std::min(left, pieceOf(context.world.clock));
-    context.world.step(part);
+    const Duration part = std::min(left, pieceOf(context.state.clock));
+    context.state.step(part);
     if (part == left)
         return reply(success());
     asio::post(context.loop,
@@ -39,21 +39,21 @@ void stepOn(const ControlContext &context, Duration left, const Reply &reply)
 
 } // namespace
 
-Json pause(World &world, const Json &)
+Json pause(SimulationState &state, const Json &)
 {
-    world.clock.setPaused(true);
+    state.clock.setPaused(true);
     return {};
 }
 
-Json continueTime(World &world, const Json &)
+Json continueTime(SimulationState &state, const Json &)
 {
-    world.clock.setPaused(false);
+    state.clock.setPaused(false);
     return {};
 }
 
-Json speed(World &world, const Json &request)
+Json speed(SimulationState &state, const Json &request)
 {
-    if (!world.clock.setSpeed(numberField(request, "factor")))
+    if (!state.clock.setSpeed(numberField(request, "factor")))
         throw ControlError("\"factor\" is not a number from 0.001 to 100000");
     return {};
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "fields.h"
-#include "simulation/world.h"
+#include "simulation/state.h"
 #include "waits.h"
 
 namespace sim::control {
@@ -16,7 +16,7 @@ using Reply = std::function<void(const Json &answer)>;
 // What outlives every request.
 struct ControlContext {
     asio::io_context &loop;
-    World &world;
+    SimulationState &state;
     Waits &waits;
 };
 
@@ -26,24 +26,24 @@ Json failure(const std::string &text);
 
 // Commands that answer at once return the answer's fields, null for none, and throw ControlError
 // for what cannot be done.
-Json clearFaults(World &world, const Json &request);
-Json condition(World &world, const Json &request);
-Json continueTime(World &world, const Json &request);
-Json execute(World &world, const Json &request);
-Json get(World &world, const Json &request);
-Json insert(World &world, const Json &request);
-Json log(World &world, const Json &request);
-Json orderFault(World &world, const Json &request);
-Json pause(World &world, const Json &request);
-Json remove(World &world, const Json &request);
-Json set(World &world, const Json &request);
-Json show(World &world, const Json &request);
-Json showFaults(World &world, const Json &request);
-Json speed(World &world, const Json &request);
-Json statistics(World &world, const Json &request);
-Json storm(World &world, const Json &request);
-Json subscriptions(World &world, const Json &request);
-Json trip(World &world, const Json &request);
+Json clearFaults(SimulationState &state, const Json &request);
+Json condition(SimulationState &state, const Json &request);
+Json continueTime(SimulationState &state, const Json &request);
+Json execute(SimulationState &state, const Json &request);
+Json get(SimulationState &state, const Json &request);
+Json insert(SimulationState &state, const Json &request);
+Json log(SimulationState &state, const Json &request);
+Json orderFault(SimulationState &state, const Json &request);
+Json pause(SimulationState &state, const Json &request);
+Json remove(SimulationState &state, const Json &request);
+Json set(SimulationState &state, const Json &request);
+Json show(SimulationState &state, const Json &request);
+Json showFaults(SimulationState &state, const Json &request);
+Json speed(SimulationState &state, const Json &request);
+Json statistics(SimulationState &state, const Json &request);
+Json storm(SimulationState &state, const Json &request);
+Json subscriptions(SimulationState &state, const Json &request);
+Json trip(SimulationState &state, const Json &request);
 
 // Commands that may answer later. What is wrong with the request they throw.
 void step(const ControlContext &context, const Json &request, const Reply &reply);

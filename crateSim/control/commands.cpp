@@ -6,7 +6,7 @@ namespace sim::control {
 
 namespace {
 
-using Command = Json (*)(World &world, const Json &request);
+using Command = Json (*)(SimulationState &state, const Json &request);
 using LaterCommand = void (*)(const ControlContext &context, const Json &request,
                               const Reply &reply);
 
@@ -46,8 +46,8 @@ void run(const ControlContext &context, const Json &request, const Reply &reply)
     const auto found = commands.find(name);
     if (found == commands.end())
         throw ControlError("unknown command \"" + name + "\"");
-    const Json answer = success(found->second(context.world, request));
-    context.world.notify();
+    const Json answer = success(found->second(context.state, request));
+    context.state.notify();
     reply(answer);
 }
 

@@ -44,25 +44,25 @@ Json toJson(const FaultOrder &order)
 
 } // namespace
 
-Json orderFault(World &world, const Json &request)
+Json orderFault(SimulationState &state, const Json &request)
 {
     const FaultOrder order = orderOf(request);
     spdlog::info("fault ordered: {}", toJson(order).dump());
-    world.orderFault(order);
+    state.orderFault(order);
     return {};
 }
 
-Json showFaults(World &world, const Json &)
+Json showFaults(SimulationState &state, const Json &)
 {
     Json active = Json::array();
-    for (const auto &order : world.activeFaults())
+    for (const auto &order : state.activeFaults())
         active.push_back(toJson(order));
-    return {{"active", active}, {"counts", faultCounts(world.statistics.faults)}};
+    return {{"active", active}, {"counts", faultCounts(state.statistics.faults)}};
 }
 
-Json clearFaults(World &world, const Json &request)
+Json clearFaults(SimulationState &state, const Json &request)
 {
-    world.clearFaults(request.contains("kind") ? std::optional(faultKindField(request, "kind"))
+    state.clearFaults(request.contains("kind") ? std::optional(faultKindField(request, "kind"))
                                                : std::nullopt);
     return {};
 }

@@ -3,17 +3,17 @@
 
 #include "model/words.h"
 #include "command.h"
-#include "nearest.h"
+#include "editdistance.h"
 #include "placeitems.h"
 
 namespace sim::control {
 
 namespace {
 
-void requireAt(const World &world, Address address, Result result)
+void requireAt(const SimulationState &state, Address address, Result result)
 {
     if (result != Result::Ok)
-        throw ControlError(reasonAt(world.crate, address, result));
+        throw ControlError(reasonAt(state.crate, address, result));
 }
 
 template <size_t size>
@@ -51,47 +51,47 @@ uint32_t conditionBit(const std::array<StatusWord, size> &words, const Json &req
 
 } // namespace
 
-Json trip(World &world, const Json &request)
+Json trip(SimulationState &state, const Json &request)
 {
     const bool external = boolField(request, "external", false);
     const Address address = addressOf(request);
-    requireAt(world, address,
-              world.crate.tripChannel(address, external ? channelbit::ExternalTrip
+    requireAt(state, address,
+              state.crate.tripChannel(address, external ? channelbit::ExternalTrip
                                                         : channelbit::InternalTrip));
     return {};
 }
 
 // Raises or drops a status bit from outside. Without a channel it is the
 // board's.
-Json condition(World &world, const Json &request)
+Json condition(SimulationState &state, const Json &request)
 {
     const Address address = addressOf(request);
     const bool on = boolField(request, "on", true);
     if (address.channel < 0) {
         const uint32_t bit = conditionBit(boardStatusWords, request);
-        requireAt(world, address, world.crate.setBoardCondition(address.slot, bit, on));
+        requireAt(state, address, state.crate.setBoardCondition(address.slot, bit, on));
     } else {
         const uint32_t bit = conditionBit(channelStatusWords, request);
-        requireAt(world, address, world.crate.setChannelCondition(address, bit, on));
+        requireAt(state, address, state.crate.setChannelCondition(address, bit, on));
     }
     return {};
 }
 
-Json remove(World &world, const Json &request)
+Json remove(SimulationState &state, const Json &request)
 {
     const Address address = addressOf(request);
-    requireAt(world, address, world.crate.removeBoard(address.slot));
+    requireAt(state, address, state.crate.removeBoard(address.slot));
     return {};
 }
 
-Json insert(World &world, const Json &request)
+Json insert(SimulationState &state, const Json &request)
 {
     const Address address = addressOf(request);
-    const Result result = world.crate.insertBoard(address.slot);
+    const Result result = state.crate.insertBoard(address.slot);
     if (result == Result::Refused)
         throw ControlError("the board in slot " + std::to_string(address.slot) +
                            " is already in its place");
-    requireAt(world, address, result);
+    requireAt(state, address, result);
     return {};
 }
 

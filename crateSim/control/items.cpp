@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "command.h"
-#include "nearest.h"
+#include "editdistance.h"
 #include "placeitems.h"
 
 namespace sim::control {
@@ -31,31 +31,31 @@ std::vector<std::string_view> commandNames(const Crate &crate)
 
 } // namespace
 
-Json get(World &world, const Json &request)
+Json get(SimulationState &state, const Json &request)
 {
-    return {{"value", toJson(world.shown.value(itemOf(world.crate, request)))}};
+    return {{"value", toJson(state.shown.value(itemOf(state.crate, request)))}};
 }
 
-Json set(World &world, const Json &request)
+Json set(SimulationState &state, const Json &request)
 {
-    const Item &item = world.crate.items().item(itemOf(world.crate, request));
+    const Item &item = state.crate.items().item(itemOf(state.crate, request));
     if (!request.contains("value"))
         throw ControlError("\"value\" is missing");
     const Value value = fromJson(item.shape, request["value"]);
-    const Result result = world.crate.write(item.address, item.name, value, Origin::FrontPanel);
+    const Result result = state.crate.write(item.address, item.name, value, Origin::FrontPanel);
     if (result == Result::OutOfRange)
         throw ControlError(rangeText(item));
     require(result);
     return {};
 }
 
-Json execute(World &world, const Json &request)
+Json execute(SimulationState &state, const Json &request)
 {
     const std::string name = textField(request, "name");
-    const Result result = world.crate.execute(name);
+    const Result result = state.crate.execute(name);
     if (result == Result::NoCommand)
         throw ControlError("no such command: \"" + name + "\"" +
-                           suggestion(name, commandNames(world.crate)));
+                           suggestion(name, commandNames(state.crate)));
     require(result);
     return {};
 }

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "nearest.h"
+#include "editdistance.h"
 
 namespace sim::control {
 

@@ -82,8 +82,8 @@ void removeLeftOver(asio::io_context &context, const Local::endpoint &endpoint)
 
 } // namespace
 
-ControlPort::ControlPort(asio::io_context &context, const std::string &path, World &world)
-    : m_context(context), m_world(world), m_path(path), m_waits(context), m_acceptor(context)
+ControlPort::ControlPort(asio::io_context &context, const std::string &path, SimulationState &state)
+    : m_context(context), m_state(state), m_path(path), m_waits(context), m_acceptor(context)
 {
     const Local::endpoint endpoint = endpointFor(path);
     removeLeftOver(context, endpoint);
@@ -97,7 +97,7 @@ ControlPort::ControlPort(asio::io_context &context, const std::string &path, Wor
         umask(before);
         throw asio::system_error(failure.code(), "cannot open the control port " + path);
     }
-    m_world.onChange = [this] { m_waits.check(); };
+    m_state.onChange = [this] { m_waits.check(); };
     accept();
 }
 
@@ -115,7 +115,7 @@ void ControlPort::accept()
             pause->async_wait([this, pause](const Error &) { accept(); });
             return;
         }
-        const ControlContext context{m_context, m_world, m_waits};
+        const ControlContext context{m_context, m_state, m_waits};
         std::make_shared<ControlSession>(std::move(socket), context)->read();
         accept();
     });

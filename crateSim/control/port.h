@@ -8,7 +8,7 @@
 
 #include "events/net.h"
 #include "waits.h"
-#include "simulation/world.h"
+#include "simulation/state.h"
 
 namespace sim::control {
 
@@ -18,7 +18,7 @@ class ControlPort {
 public:
     // Listens when it returns. Takes over the socket file of a crate that is
     // gone; throws when one still answers there, or on any other failure.
-    ControlPort(asio::io_context &context, const std::string &path, World &world);
+    ControlPort(asio::io_context &context, const std::string &path, SimulationState &state);
     ~ControlPort();
     ControlPort(const ControlPort &) = delete;
     ControlPort &operator=(const ControlPort &) = delete;
@@ -27,7 +27,7 @@ private:
     void accept();
 
     asio::io_context &m_context;
-    World &m_world;
+    SimulationState &m_state;
     const std::string m_path;
     Waits m_waits;
     Local::acceptor m_acceptor;

@@ -46,11 +46,11 @@ Json itemJson(const ShownValues &shown, ItemId id)
     return fields;
 }
 
-Json itemsJson(const World &world, Address address)
+Json itemsJson(const SimulationState &state, Address address)
 {
     Json fields = Json::array();
-    for (const ItemId id : itemsAt(world.crate, address))
-        fields.push_back(itemJson(world.shown, id));
+    for (const ItemId id : itemsAt(state.crate, address))
+        fields.push_back(itemJson(state.shown, id));
     return fields;
 }
 
@@ -62,10 +62,10 @@ constexpr std::pair<Role, const char *> rowRoles[] = {
     {Role::Current, "current"},
 };
 
-Json channelRow(const World &world, const Board &board, size_t index)
+Json channelRow(const SimulationState &state, const Board &board, size_t index)
 {
     const Channel &channel = board.channel(index);
-    const ShownValues &shown = world.shown;
+    const ShownValues &shown = state.shown;
     Json row = {{"channel", index},
                 {"name", toJson(shown.value(channel.nameItem()))},
                 {"on", (channel.status() & channelbit::On) != 0},
@@ -85,16 +85,16 @@ Json channelRow(const World &world, const Board &board, size_t index)
     return row;
 }
 
-uint32_t boardStatus(const World &world, const Board &board)
+uint32_t boardStatus(const SimulationState &state, const Board &board)
 {
     const auto id = board.itemOf(Role::BoardStatus);
-    return id ? static_cast<uint32_t>(toNumber(world.shown.value(*id))) : 0;
+    return id ? static_cast<uint32_t>(toNumber(state.shown.value(*id))) : 0;
 }
 
-Json slotJson(const World &world, int32_t slot, const Board &board)
+Json slotJson(const SimulationState &state, int32_t slot, const Board &board)
 {
     const auto &description = board.description();
-    const uint32_t status = boardStatus(world, board);
+    const uint32_t status = boardStatus(state, board);
     const auto count = [&board](uint32_t bits) {
         size_t channels = 0;
         for (size_t index = 0; index < board.channelCount(); ++index)
@@ -116,63 +116,63 @@ Json slotJson(const World &world, int32_t slot, const Board &board)
         {"statusText", wordsOf(boardStatusWords, status)}};
 }
 
-Json clockJson(const World &world)
+Json clockJson(const SimulationState &state)
 {
-    return {{"paused", world.clock.isPaused()},
-            {"speed", world.clock.speed()},
-            {"uptime", std::chrono::duration<double>(world.crate.uptime()).count()}};
+    return {{"paused", state.clock.isPaused()},
+            {"speed", state.clock.speed()},
+            {"uptime", std::chrono::duration<double>(state.crate.uptime()).count()}};
 }
 
-Json showCrate(const World &world)
+Json showCrate(const SimulationState &state)
 {
-    const Crate &crate = world.crate;
+    const Crate &crate = state.crate;
     Json slots = Json::array();
     for (int32_t slot = 0; slot < static_cast<int32_t>(crate.slotCount()); ++slot)
         if (const Board *board = crate.boardOf(slot))
-            slots.push_back(slotJson(world, slot, *board));
+            slots.push_back(slotJson(state, slot, *board));
     Json commands = Json::array();
     for (const auto &command : crate.description().commands)
         commands.push_back(command.name);
     return {{"name", crate.description().name}, {"slotCount", crate.slotCount()},
-            {"clock", clockJson(world)},        {"slots", slots},
-            {"items", itemsJson(world, {})},    {"commands", commands}};
+            {"clock", clockJson(state)},        {"slots", slots},
+            {"items", itemsJson(state, {})},    {"commands", commands}};
 }
 
-Json showBoard(const World &world, int32_t slot, const Board &board)
+Json showBoard(const SimulationState &state, int32_t slot, const Board &board)
 {
-    Json fields = slotJson(world, slot, board);
-    fields["items"] = itemsJson(world, {slot, -1});
+    Json fields = slotJson(state, slot, board);
+    fields["items"] = itemsJson(state, {slot, -1});
     fields["channelRows"] = Json::array();
     for (size_t index = 0; index < board.channelCount(); ++index)
-        fields["channelRows"].push_back(channelRow(world, board, index));
+        fields["channelRows"].push_back(channelRow(state, board, index));
     return fields;
 }
 
-Json showChannel(const World &world, Address address, const Board &board)
+Json showChannel(const SimulationState &state, Address address, const Board &board)
 {
     const auto index = static_cast<size_t>(address.channel);
     if (index >= board.channelCount())
-        throw ControlError(reasonAt(world.crate, address, Result::NoChannel));
-    Json fields = channelRow(world, board, index);
+        throw ControlError(reasonAt(state.crate, address, Result::NoChannel));
+    Json fields = channelRow(state, board, index);
     fields["slot"] = address.slot;
     fields["present"] = board.isPresent();
-    fields["items"] = itemsJson(world, address);
+    fields["items"] = itemsJson(state, address);
     return fields;
 }
 
 } // namespace
 
-Json show(World &world, const Json &request)
+Json show(SimulationState &state, const Json &request)
 {
     const Address address = addressOf(request);
     if (address.slot < 0)
-        return showCrate(world);
-    const Board *board = world.crate.boardOf(address.slot);
+        return showCrate(state);
+    const Board *board = state.crate.boardOf(address.slot);
     if (board == nullptr)
-        throw ControlError(reasonAt(world.crate, address, Result::NoSlot));
-    Json fields = address.channel < 0 ? showBoard(world, address.slot, *board)
-                                      : showChannel(world, address, *board);
-    fields["clock"] = clockJson(world);
+        throw ControlError(reasonAt(state.crate, address, Result::NoSlot));
+    Json fields = address.channel < 0 ? showBoard(state, address.slot, *board)
+                                      : showChannel(state, address, *board);
+    fields["clock"] = clockJson(state);
     return fields;
 }
 

@@ -30,9 +30,9 @@ Json stormState(const Storm &storm)
 
 } // namespace
 
-Json statistics(World &world, const Json &request)
+Json statistics(SimulationState &state, const Json &request)
 {
-    const Statistics &s = world.statistics;
+    const Statistics &s = state.statistics;
     Json calls = Json::object();
     Json failures = Json::object();
     for (size_t index = 0; index < wire::operationCount; ++index) {
@@ -43,41 +43,41 @@ Json statistics(World &world, const Json &request)
             failures[std::string(wire::operationName(operation))] = s.calls.failures(operation);
     }
     size_t subscriptions = 0;
-    for (const auto &link : world.links.all())
+    for (const auto &link : state.links.all())
         subscriptions += link->subscriptionCount();
     Json answer = {{"calls", calls},
                    {"failures", failures},
-                   {"sessions", world.sessions},
+                   {"sessions", state.sessions},
                    {"sessionsAccepted", s.sessionsAccepted},
                    {"loginsRefused", s.calls.loginsRefused()},
                    {"badFrames", s.badFrames},
                    {"subscriptions", subscriptions},
-                   {"eventConnections", world.links.connectedCount()},
+                   {"eventConnections", state.links.connectedCount()},
                    {"eventConnectionsOpened", s.events.connectionsOpened},
                    {"eventConnectionsLost", s.events.connectionsLost},
                    {"eventsSent", s.events.events},
                    {"batchesSent", s.events.batches},
                    {"keepAlivesSent", s.events.keepAlives},
                    {"faults", faultCounts(s.faults)},
-                   {"storm", stormState(world.stormMaker)}};
+                   {"storm", stormState(state.storm)}};
     if (const int32_t last = countField(request, "log", 0); last > 0)
         answer["log"] = logLines(s.calls, request, last);
     if (boolField(request, "clear", false))
-        world.statistics = {};
+        state.statistics = {};
     return answer;
 }
 
-Json log(World &world, const Json &request)
+Json log(SimulationState &state, const Json &request)
 {
     const auto all = static_cast<int32_t>(calls::CallStatistics::logLimit);
-    return {{"log", logLines(world.statistics.calls, request, countField(request, "last", all))}};
+    return {{"log", logLines(state.statistics.calls, request, countField(request, "last", all))}};
 }
 
-Json subscriptions(World &world, const Json &)
+Json subscriptions(SimulationState &state, const Json &)
 {
-    const ItemStore &items = world.crate.items();
+    const ItemStore &items = state.crate.items();
     Json links = Json::array();
-    for (const auto &link : world.links.all()) {
+    for (const auto &link : state.links.all()) {
         Json subscribed = Json::array();
         for (ItemId id = 0; id < items.size(); ++id)
             if (link->isSubscribed(id))

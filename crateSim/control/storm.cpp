@@ -26,7 +26,7 @@ StormMix mixOf(const Json &request)
 {
     const auto found = request.find("mix");
     if (found == request.end())
-        return usualMix;
+        return defaultMix;
     if (!found->is_object())
         throw ControlError("\"mix\" is not an object");
     StormMix mix{};
@@ -46,7 +46,7 @@ StormMix mixOf(const Json &request)
 
 } // namespace
 
-Json storm(World &world, const Json &request)
+Json storm(SimulationState &state, const Json &request)
 {
     StormOrder order;
     order.rate = numberUpTo(request, "rate", highestRate);
@@ -59,14 +59,14 @@ Json storm(World &world, const Json &request)
     if (seconds > 0)
         order.length = Duration(std::llround(seconds * 1e9));
     if (order.rate == 0) {
-        world.stormMaker.stop();
+        state.storm.stop();
         spdlog::info("storm stopped");
         return {};
     }
     spdlog::info("storm of {} events per second", order.rate);
-    world.stormMaker.start(order);
-    if (world.onStorm)
-        world.onStorm();
+    state.storm.start(order);
+    if (state.onStorm)
+        state.onStorm();
     return {};
 }
 

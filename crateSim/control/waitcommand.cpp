@@ -5,30 +5,30 @@ namespace sim::control {
 
 namespace {
 
-Waits::Condition callCondition(World &world, const Json &request)
+Waits::Condition callCondition(SimulationState &state, const Json &request)
 {
     const auto operation = operationField(request, "call");
     const auto count = static_cast<uint64_t>(countField(request, "count", 1));
-    return [&world, operation, count] { return world.statistics.calls.count(operation) >= count; };
+    return [&state, operation, count] { return state.statistics.calls.count(operation) >= count; };
 }
 
-Waits::Condition connectionCondition(World &world, const Json &request)
+Waits::Condition connectionCondition(SimulationState &state, const Json &request)
 {
     const auto count = static_cast<size_t>(countField(request, "eventConnections", 1));
-    return [&world, count] { return world.links.connectedCount() == count; };
+    return [&state, count] { return state.links.connectedCount() == count; };
 }
 
-Waits::Condition sessionCondition(World &world, const Json &request)
+Waits::Condition sessionCondition(SimulationState &state, const Json &request)
 {
     const auto count = static_cast<size_t>(countField(request, "sessions", 1));
-    return [&world, count] { return world.sessions == count; };
+    return [&state, count] { return state.sessions == count; };
 }
 
-Waits::Condition faultCondition(World &world, const Json &request)
+Waits::Condition faultCondition(SimulationState &state, const Json &request)
 {
     const FaultKind kind = faultKindField(request, "fault");
     const auto count = static_cast<uint64_t>(countField(request, "count", 1));
-    return [&world, kind, count] { return world.statistics.faults.of(kind) >= count; };
+    return [&state, kind, count] { return state.statistics.faults.of(kind) >= count; };
 }
 
 bool matches(const Value &value, const Json &wanted, double tolerance)
@@ -39,16 +39,16 @@ bool matches(const Value &value, const Json &wanted, double tolerance)
 }
 
 // "value" with "tolerance", or "bits" that all have to be set.
-Waits::Condition valueCondition(World &world, const Json &request)
+Waits::Condition valueCondition(SimulationState &state, const Json &request)
 {
-    const ItemId id = itemOf(world.crate, request);
+    const ItemId id = itemOf(state.crate, request);
     if (request.contains("bits")) {
-        const Item &item = world.crate.items().item(id);
+        const Item &item = state.crate.items().item(id);
         if (item.shape != Shape::Signed && item.shape != Shape::Unsigned)
             throw ControlError("\"" + std::string(item.name) + "\" has no bits");
         const auto bits = static_cast<uint32_t>(countField(request, "bits", 0));
-        return [&world, id, bits] {
-            const auto status = static_cast<int64_t>(toNumber(world.shown.value(id)));
+        return [&state, id, bits] {
+            const auto status = static_cast<int64_t>(toNumber(state.shown.value(id)));
             return (static_cast<uint32_t>(status) & bits) == bits;
         };
     }
@@ -58,22 +58,22 @@ Waits::Condition valueCondition(World &world, const Json &request)
     const Json tolerance = request.value("tolerance", Json(0.0));
     if (!tolerance.is_number())
         throw ControlError("\"tolerance\" is not a number");
-    return [&world, id, wanted, tolerance = tolerance.get<double>()] {
-        return matches(world.shown.value(id), wanted, tolerance);
+    return [&state, id, wanted, tolerance = tolerance.get<double>()] {
+        return matches(state.shown.value(id), wanted, tolerance);
     };
 }
 
-Waits::Condition conditionOf(World &world, const Json &request)
+Waits::Condition conditionOf(SimulationState &state, const Json &request)
 {
     if (request.contains("call"))
-        return callCondition(world, request);
+        return callCondition(state, request);
     if (request.contains("fault"))
-        return faultCondition(world, request);
+        return faultCondition(state, request);
     if (request.contains("eventConnections"))
-        return connectionCondition(world, request);
+        return connectionCondition(state, request);
     if (request.contains("sessions"))
-        return sessionCondition(world, request);
-    return valueCondition(world, request);
+        return sessionCondition(state, request);
+    return valueCondition(state, request);
 }
 
 std::chrono::milliseconds timeoutOf(const Json &request)
@@ -89,7 +89,7 @@ std::chrono::milliseconds timeoutOf(const Json &request)
 
 void wait(const ControlContext &context, const Json &request, const Reply &reply)
 {
-    context.waits.add(conditionOf(context.world, request), timeoutOf(request),
+    context.waits.add(conditionOf(context.state, request), timeoutOf(request),
                       [reply](bool held) { reply(held ? success() : failure("timed out")); });
 }
 

@@ -17,20 +17,20 @@ constexpr std::chrono::milliseconds stormStep{1};
 } // namespace
 
 Server::Server(CrateDescription description, const ServerSettings &settings)
-    : m_world(std::move(description), settings.seed, settings.tick, settings.links),
+    : m_state(std::move(description), settings.seed, settings.tick, settings.links),
       m_acceptor(m_context), m_timer(m_context), m_stormTimer(m_context), m_tick(settings.tick)
 {
-    if (!m_world.clock.setSpeed(settings.speed))
+    if (!m_state.clock.setSpeed(settings.speed))
         throw std::invalid_argument("the speed is out of range");
     listen(settings);
-    m_world.onRelease = [this] { resumeSessions(); };
-    m_world.onStorm = [this] {
+    m_state.onRelease = [this] { resumeSessions(); };
+    m_state.onStorm = [this] {
         m_stormed = std::chrono::steady_clock::now();
         stormTick();
     };
     openControl(settings);
     for (const auto &fault : settings.faults)
-        m_world.orderFault(fault);
+        m_state.orderFault(fault);
     accept();
     m_timer.expires_after(m_tick);
     tick();
@@ -38,9 +38,9 @@ Server::Server(CrateDescription description, const ServerSettings &settings)
 
 Server::~Server()
 {
-    m_world.onChange = nullptr;
-    m_world.onRelease = nullptr;
-    m_world.onStorm = nullptr;
+    m_state.onChange = nullptr;
+    m_state.onRelease = nullptr;
+    m_state.onStorm = nullptr;
     for (const auto &session : m_sessions)
         session->close();
 }
@@ -69,7 +69,7 @@ void Server::openControl(const ServerSettings &settings)
     if (settings.controlPath.empty())
         return;
     try {
-        m_control.emplace(m_context, settings.controlPath, m_world);
+        m_control.emplace(m_context, settings.controlPath, m_state);
     } catch (const std::exception &failure) {
         if (settings.needsControl)
             throw;
@@ -89,18 +89,18 @@ void Server::accept()
             pause->async_wait([this, pause](const Error &) { accept(); });
             return;
         }
-        if (m_world.sessions < maxSessions) {
-            const auto session = std::make_shared<Session>(m_context, std::move(socket), m_world);
+        if (m_state.sessions < maxSessions) {
+            const auto session = std::make_shared<Session>(m_context, std::move(socket), m_state);
             m_sessions.push_back(session);
             session->start();
         } else {
-            spdlog::warn("connection refused: {} sessions are open", m_world.sessions);
+            spdlog::warn("connection refused: {} sessions are open", m_state.sessions);
         }
         accept();
     });
 }
 
-void Server::forgetClosedSessions()
+void Server::removeClosedSessions()
 {
     const auto gone = [](const auto &session) { return session->isClosed(); };
     m_sessions.erase(std::remove_if(m_sessions.begin(), m_sessions.end(), gone), m_sessions.end());
@@ -112,8 +112,8 @@ void Server::tick()
     m_timer.async_wait([this](const Error &error) {
         if (error)
             return;
-        forgetClosedSessions();
-        m_world.tick();
+        removeClosedSessions();
+        m_state.tick();
         constexpr auto asleep = std::chrono::seconds(1);
         const auto now = std::chrono::steady_clock::now();
         const auto due = m_timer.expiry() + m_tick;
@@ -127,10 +127,10 @@ void Server::stormTick()
 {
     m_stormTimer.expires_after(stormStep);
     m_stormTimer.async_wait([this](const Error &error) {
-        if (error || !m_world.stormMaker.isRunning())
+        if (error || !m_state.storm.isRunning())
             return;
         const auto now = std::chrono::steady_clock::now();
-        m_world.storm(now - m_stormed);
+        m_state.advanceStorm(now - m_stormed);
         m_stormed = now;
         stormTick();
     });
@@ -148,17 +148,17 @@ void Server::resumeSessions()
 void Server::run()
 {
     using Clock = std::chrono::steady_clock;
-    constexpr auto patience = std::chrono::microseconds(100);
-    uint64_t calls = m_world.statistics.calls.total();
+    constexpr auto spinTime = std::chrono::microseconds(100);
+    uint64_t calls = m_state.statistics.calls.total();
     Clock::time_point sleepAt;
     while (!m_context.stopped()) {
         if (Clock::now() >= sleepAt)
             m_context.run_one();
         else if (m_context.poll() == 0)
             std::this_thread::yield();
-        if (m_world.statistics.calls.total() != calls) {
-            calls = m_world.statistics.calls.total();
-            sleepAt = Clock::now() + patience;
+        if (m_state.statistics.calls.total() != calls) {
+            calls = m_state.statistics.calls.total();
+            sleepAt = Clock::now() + spinTime;
         }
     }
 }

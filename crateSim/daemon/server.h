@@ -10,7 +10,7 @@
 #include "faults/order.h"
 #include "control/port.h"
 #include "session.h"
-#include "simulation/world.h"
+#include "simulation/state.h"
 
 namespace sim::daemon {
 
@@ -44,7 +44,7 @@ public:
 
     asio::io_context &context() { return m_context; }
     // For the thread that runs the loop, or while nobody runs it.
-    World &world() { return m_world; }
+    SimulationState &state() { return m_state; }
 
 private:
     void listen(const ServerSettings &settings);
@@ -53,10 +53,10 @@ private:
     void tick();
     void stormTick();
     void resumeSessions();
-    void forgetClosedSessions();
+    void removeClosedSessions();
 
-    World m_world;
-    // Handlers and what they own go before the world that they refer to.
+    SimulationState m_state;
+    // Handlers and what they own go before the state that they refer to.
     asio::io_context m_context{1};
     Tcp::acceptor m_acceptor;
     asio::steady_timer m_timer;

@@ -9,7 +9,7 @@ namespace sim::daemon {
 
 namespace {
 
-constexpr size_t usualInput = 4096;
+constexpr size_t initialInput = 4096;
 constexpr size_t keptInput = 65536;
 
 Tcp::endpoint peerOf(const Tcp::socket &socket)
@@ -20,16 +20,16 @@ Tcp::endpoint peerOf(const Tcp::socket &socket)
 
 } // namespace
 
-Session::Session(asio::io_context &context, Tcp::socket socket, World &world)
-    : m_socket(std::move(socket)), m_world(world), m_peer(peerOf(m_socket)),
-      m_caller(context, world.links, m_peer), m_delay(context)
+Session::Session(asio::io_context &context, Tcp::socket socket, SimulationState &state)
+    : m_socket(std::move(socket)), m_state(state), m_peer(peerOf(m_socket)),
+      m_caller(context, state.links, m_peer), m_delay(context)
 {
-    ++m_world.sessions;
+    ++m_state.sessions;
 }
 
 void Session::start()
 {
-    ++m_world.statistics.sessionsAccepted;
+    ++m_state.statistics.sessionsAccepted;
     spdlog::debug("{}:{} connected", m_peer.address().to_string(), m_peer.port());
     Error ignored;
     m_socket.set_option(Tcp::no_delay(true), ignored);
@@ -39,7 +39,7 @@ void Session::start()
 // Whatever has come is taken at once; mostly it is a whole call.
 void Session::readMore()
 {
-    m_input.resize(std::max(m_frame, usualInput));
+    m_input.resize(std::max(m_frame, initialInput));
     asio::mutable_buffer room(m_input.data() + m_filled, m_input.size() - m_filled);
     m_socket.async_read_some(room, [self = shared_from_this()](const Error &error, size_t size) {
         if (error)
@@ -90,7 +90,7 @@ void Session::handlePayload()
     } catch (const std::exception &error) {
         return fail(error.what());
     }
-    m_fault = m_world.faults.takeCall(m_call.operation);
+    m_fault = m_state.faults.takeCall(m_call.operation);
     if (m_fault.hangs)
         hold();
     else if (m_fault.delay.count() > 0)
@@ -103,7 +103,7 @@ void Session::dispatch()
 {
     try {
         write(calls::dispatch(
-            {m_world.crate, m_world.shown, m_caller, m_world.faults, m_world.statistics.calls},
+            {m_state.crate, m_state.shown, m_caller, m_state.faults, m_state.statistics.calls},
             m_call, m_fault.code));
     } catch (const std::exception &error) {
         fail(error.what());
@@ -115,7 +115,7 @@ void Session::hold()
 {
     m_held = true;
     spdlog::debug("{}:{}: call held back", m_peer.address().to_string(), m_peer.port());
-    m_world.notify();
+    m_state.notify();
     m_socket.async_wait(Tcp::socket::wait_read,
                         [self = shared_from_this(), number = ++m_holds](const Error &error) {
                             Error readError;
@@ -156,13 +156,13 @@ void Session::write(std::string frame)
                               return self->close();
                           self->nextCall();
                       });
-    m_world.notify();
+    m_state.notify();
 }
 
 void Session::fail(const char *reason)
 {
     spdlog::warn("{}:{}: {}", m_peer.address().to_string(), m_peer.port(), reason);
-    ++m_world.statistics.badFrames;
+    ++m_state.statistics.badFrames;
     close();
 }
 
@@ -171,7 +171,7 @@ void Session::close()
     if (m_closed)
         return;
     m_closed = true;
-    --m_world.sessions;
+    --m_state.sessions;
     spdlog::debug("{}:{} gone", m_peer.address().to_string(), m_peer.port());
     if (m_caller.isLoggedIn())
         spdlog::info("{}:{} left without logging out", m_peer.address().to_string(), m_peer.port());
@@ -179,7 +179,7 @@ void Session::close()
     m_delay.cancel();
     Error ignored;
     m_socket.close(ignored);
-    m_world.notify();
+    m_state.notify();
 }
 
 } // namespace sim::daemon

@@ -9,13 +9,13 @@
 
 #include "calls/caller.h"
 #include "protocol/codec.h"
-#include "simulation/world.h"
+#include "simulation/state.h"
 
 namespace sim::daemon {
 
 class Session : public std::enable_shared_from_this<Session> {
 public:
-    Session(asio::io_context &context, Tcp::socket socket, World &world);
+    Session(asio::io_context &context, Tcp::socket socket, SimulationState &state);
 
     void start();
     bool isClosed() const { return m_closed; }
@@ -36,7 +36,7 @@ private:
     void fail(const char *reason);
 
     Tcp::socket m_socket;
-    World &m_world;
+    SimulationState &m_state;
     const Tcp::endpoint m_peer;
     calls::Caller m_caller;
     std::string m_input; // as far as it is filled: the call under way and what follows it

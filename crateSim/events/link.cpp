@@ -2,7 +2,7 @@
 
 #include <spdlog/spdlog.h>
 
-#include "faults/strangeevents.h"
+#include "faults/malformedevents.h"
 
 namespace sim {
 
@@ -228,7 +228,7 @@ void EventLink::flush()
 
 bool EventLink::fillBuffer()
 {
-    if (!m_streamFaults.active().empty() && fillStrangely())
+    if (!m_streamFaults.active().empty() && fillMalformed())
         return true;
     wire::BatchWriter batch;
     addInsertions(batch);
@@ -243,19 +243,19 @@ bool EventLink::fillBuffer()
     return true;
 }
 
-// The truth about the items that were lied about is due with the next batch,
-// which goes out with the next step.
-bool EventLink::fillStrangely()
+// Malformed events leave wrong values with the subscriber: the right ones are due with the next
+// batch, which goes out with the next step.
+bool EventLink::fillMalformed()
 {
     if (const size_t bytes = m_streamFaults.takeGarbage(); bytes > 0) {
         m_buffer = garbage(bytes);
         m_more = false;
         return true;
     }
-    if (!m_streamFaults.takeStrangeEvents())
+    if (!m_streamFaults.takeMalformedEvents())
         return false;
     wire::BatchWriter batch;
-    addStrangeEvents(
+    addMalformedEvents(
         batch, m_source.shown.items(), [this](ItemId item) { return m_flags[item] == subscribed; },
         [this](ItemId item) { makePending(item); });
     m_more = false;

@@ -93,7 +93,7 @@ private:
     void addChanges(wire::BatchWriter &batch);
     void addKeepAlive(wire::BatchWriter &batch);
     bool fillBuffer();
-    bool fillStrangely();
+    bool fillMalformed();
     void write();
     void waitToWrite();
     void writeLater();

@@ -13,7 +13,7 @@ namespace {
 constexpr unsigned renewal = 50;
 
 // A process that could not run makes up for this much, and no more.
-constexpr double longestDebt = 0.25;
+constexpr double longestBacklog = 0.25;
 
 // Whether nothing follows from an item that shows another value for a while.
 bool canOverride(const Item &item)
@@ -76,7 +76,7 @@ void Storm::start(const StormOrder &order)
     m_order = order;
     m_running = true;
     m_left = order.length.value_or(Duration::max());
-    m_owed = 0;
+    m_backlog = 0;
     m_sent = 0;
     m_dropped = 0;
     m_untilRenewal = 0;
@@ -92,12 +92,13 @@ void Storm::stop()
 
 uint64_t Storm::eventsDue(Duration time)
 {
-    m_owed += m_order.rate * static_cast<double>(time.count()) * 1e-9;
+    m_backlog += m_order.rate * static_cast<double>(time.count()) * 1e-9;
     const uint64_t batch = std::max<uint64_t>(m_order.batch, 1);
-    m_owed = std::min(m_owed, std::max(static_cast<double>(batch), m_order.rate * longestDebt));
-    auto due = static_cast<uint64_t>(m_owed);
+    m_backlog =
+        std::min(m_backlog, std::max(static_cast<double>(batch), m_order.rate * longestBacklog));
+    auto due = static_cast<uint64_t>(m_backlog);
     due -= due % batch;
-    m_owed -= static_cast<double>(due);
+    m_backlog -= static_cast<double>(due);
     return due;
 }
 
@@ -152,25 +153,25 @@ Storm::Share Storm::shareOf(const EventLink &link) const
     return share;
 }
 
-// Each kind gains its share with every turn, and the richest one pays for it:
+// Each kind gains its share with every turn, and the largest one pays for it:
 // the kinds come evenly mixed.
 std::optional<ItemId> Storm::pick(Share &share) const
 {
-    std::optional<size_t> richest;
+    std::optional<size_t> largest;
     int64_t total = 0;
     for (size_t kind = 0; kind < stormKindCount; ++kind) {
         if (share.items[kind].empty() || m_order.mix[kind] == 0)
             continue;
         total += m_order.mix[kind];
         share.turn[kind] += m_order.mix[kind];
-        if (!richest || share.turn[kind] > share.turn[*richest])
-            richest = kind;
+        if (!largest || share.turn[kind] > share.turn[*largest])
+            largest = kind;
     }
-    if (!richest)
+    if (!largest)
         return std::nullopt;
-    share.turn[*richest] -= total;
-    const auto &items = share.items[*richest];
-    size_t &next = share.next[*richest];
+    share.turn[*largest] -= total;
+    const auto &items = share.items[*largest];
+    size_t &next = share.next[*largest];
     next = next + 1 < items.size() ? next + 1 : 0;
     return items[next];
 }
@@ -205,7 +206,7 @@ void Storm::serve(const Links &links, size_t index, const Send &send)
 
 void Storm::move(ItemId item, const Links &links)
 {
-    m_shown.override(item, another(item));
+    m_shown.override(item, differentValue(item));
     m_moved[item] = true;
     m_movedItems.push_back(item);
     for (size_t index = 0; index < links.size(); ++index) {
@@ -221,17 +222,17 @@ void Storm::move(ItemId item, const Links &links)
     }
 }
 
-Value Storm::another(ItemId id)
+Value Storm::differentValue(ItemId id)
 {
     const Item &item = m_crate.items().item(id);
     const Value &now = m_shown.value(id);
     if (item.shape == Shape::Text)
         return "storm " + std::to_string(++m_texts);
-    return anotherNumber(item, toNumber(now));
+    return differentNumber(item, toNumber(now));
 }
 
 // Never the value that is there.
-Value Storm::anotherNumber(const Item &item, double now)
+Value Storm::differentNumber(const Item &item, double now)
 {
     if (item.property != nullptr)
         return fromNumber(item.shape, item.property->type == PropertyType::Boolean

@@ -29,12 +29,12 @@ constexpr std::array<std::string_view, stormKindCount> stormKindNames = {
 // Shares, relative to each other.
 using StormMix = std::array<uint32_t, stormKindCount>;
 
-constexpr StormMix usualMix = {8, 1, 1, 0, 0, 0};
+constexpr StormMix defaultMix = {8, 1, 1, 0, 0, 0};
 
 struct StormOrder {
     double rate = 0; // events per second and subscriber
     std::optional<Duration> length;
-    StormMix mix = usualMix;
+    StormMix mix = defaultMix;
     // Events in each batch, which is sent once they are due. An item that moves a
     // second time begins a batch early. 0: whatever is due at a time.
     uint64_t batch = 0;
@@ -83,8 +83,8 @@ private:
     void serve(const Links &links, size_t index, const Send &send);
     void sendMoved(const Send &send);
     void move(ItemId item, const Links &links);
-    Value another(ItemId item);
-    Value anotherNumber(const Item &item, double now);
+    Value differentValue(ItemId item);
+    Value differentNumber(const Item &item, double now);
 
     const Crate &m_crate;
     ShownValues &m_shown;
@@ -92,7 +92,7 @@ private:
     StormOrder m_order;
     bool m_running = false;
     Duration m_left{0};
-    double m_owed = 0;
+    double m_backlog = 0;
     uint64_t m_sent = 0;
     uint64_t m_dropped = 0;
     uint64_t m_texts = 0;

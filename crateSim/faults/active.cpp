@@ -4,7 +4,7 @@
 
 namespace sim {
 
-ActiveFaults::iterator useUp(ActiveFaults &faults, ActiveFaults::iterator fault)
+ActiveFaults::iterator consume(ActiveFaults &faults, ActiveFaults::iterator fault)
 {
     int64_t &count = fault->order.count;
     if (count == 1)
@@ -16,8 +16,8 @@ ActiveFaults::iterator useUp(ActiveFaults &faults, ActiveFaults::iterator fault)
 
 void clearFaults(ActiveFaults &faults, std::optional<FaultKind> kind)
 {
-    const auto meant = [&](const ActiveFault &each) { return !kind || each.order.kind == *kind; };
-    faults.erase(std::remove_if(faults.begin(), faults.end(), meant), faults.end());
+    const auto applies = [&](const ActiveFault &each) { return !kind || each.order.kind == *kind; };
+    faults.erase(std::remove_if(faults.begin(), faults.end(), applies), faults.end());
 }
 
 bool isOfEvents(FaultKind kind)
@@ -42,17 +42,17 @@ bool isOfAllConnections(const FaultOrder &order)
 
 // Orders of one kind happen one after the other, but each one counts the calls
 // that it lets pass from its own beginning.
-std::optional<FaultOrder> Faults::take(FaultKind kind, const Meant &meant)
+std::optional<FaultOrder> Faults::take(FaultKind kind, const Condition &applies)
 {
     std::optional<FaultOrder> taken;
     for (auto each = m_active.begin(); each != m_active.end();) {
-        if (each->order.kind == kind && meant(each->order)) {
+        if (each->order.kind == kind && applies(each->order)) {
             if (each->order.after > 0) {
                 --each->order.after;
             } else if (!taken) {
                 taken = each->order;
                 m_counts.add(kind);
-                each = useUp(m_active, each);
+                each = consume(m_active, each);
                 continue;
             }
         }
@@ -68,14 +68,14 @@ bool Faults::takeRefusal()
 
 CallFault Faults::takeCall(wire::Operation operation)
 {
-    const auto meant = [operation](const FaultOrder &order) {
+    const auto applies = [operation](const FaultOrder &order) {
         return !order.operation || *order.operation == operation;
     };
     CallFault fault;
-    if (const auto delay = take(FaultKind::Delay, meant))
+    if (const auto delay = take(FaultKind::Delay, applies))
         fault.delay = std::chrono::milliseconds(delay->milliseconds);
-    fault.hangs = take(FaultKind::Hang, meant).has_value();
-    if (const auto failure = take(FaultKind::Fail, meant))
+    fault.hangs = take(FaultKind::Hang, applies).has_value();
+    if (const auto failure = take(FaultKind::Fail, applies))
         fault.code = static_cast<int32_t>(failure->code);
     return fault;
 }

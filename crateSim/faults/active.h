@@ -23,7 +23,7 @@ using ActiveFaults = std::vector<ActiveFault>;
 
 // Takes away one application of those that are left, and with the last one the
 // order; returns the order that follows.
-ActiveFaults::iterator useUp(ActiveFaults &faults, ActiveFaults::iterator fault);
+ActiveFaults::iterator consume(ActiveFaults &faults, ActiveFaults::iterator fault);
 
 // No kind: all of them.
 void clearFaults(ActiveFaults &faults, std::optional<FaultKind> kind);
@@ -42,7 +42,7 @@ private:
     std::array<uint64_t, static_cast<size_t>(FaultKind::Count_)> m_counts{};
 };
 
-// What a call has to suffer; decided when it arrives.
+// What happens to a call; decided when it arrives.
 struct CallFault {
     std::chrono::milliseconds delay{0};
     bool hangs = false;
@@ -67,8 +67,8 @@ public:
     ActiveFaults takeForConnection();
 
 private:
-    using Meant = std::function<bool(const FaultOrder &)>;
-    std::optional<FaultOrder> take(FaultKind kind, const Meant &meant);
+    using Condition = std::function<bool(const FaultOrder &)>;
+    std::optional<FaultOrder> take(FaultKind kind, const Condition &applies);
 
     FaultCounts &m_counts;
     ActiveFaults m_active;

@@ -37,7 +37,7 @@ constexpr NumberField bytes{"bytes", &FaultOrder::bytes, 1, 1 << 20};
 
 struct NumberUse {
     const NumberField *field;
-    std::optional<int64_t> usual; // none: has to be given
+    std::optional<int64_t> byDefault; // none: has to be given
 };
 
 struct KindRow {
@@ -198,9 +198,9 @@ private:
         const NumberField &field = *use.field;
         const auto value = take(field.name);
         const std::string quoted = "\"" + std::string(field.name) + "\"";
-        if (!value && !use.usual)
+        if (!value && !use.byDefault)
             report({}, quoted + " is missing");
-        const auto number = value ? integerIn(*value) : use.usual.value_or(field.low);
+        const auto number = value ? integerIn(*value) : use.byDefault.value_or(field.low);
         if (number && *number >= field.low && *number <= field.high)
             m_order.*field.member = *number;
         else
@@ -238,7 +238,7 @@ FaultFields faultFields(const FaultOrder &order)
     if (row.hasAnswer)
         fields["answer"] = std::string(answerNames[static_cast<size_t>(order.answer)]);
     for (const auto &use : row.numbers)
-        if (use.usual != order.*use.field->member)
+        if (use.byDefault != order.*use.field->member)
             fields[std::string(use.field->name)] = order.*use.field->member;
     return fields;
 }

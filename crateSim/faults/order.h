@@ -62,7 +62,7 @@ std::optional<FaultOrder> readFaultOrder(const FaultFields &fields,
                                          std::vector<FaultProblem> &problems);
 
 // The fields from which the same order is read, without those that have their
-// usual value.
+// default value.
 FaultFields faultFields(const FaultOrder &order);
 
 std::string_view faultKindName(FaultKind kind);

@@ -43,7 +43,7 @@ bool StreamFaults::take(FaultKind kind)
     if (found == m_active.end())
         return false;
     m_counts.add(kind);
-    useUp(m_active, found);
+    consume(m_active, found);
     return true;
 }
 
@@ -58,7 +58,7 @@ size_t StreamFaults::takeGarbage()
     return bytes;
 }
 
-bool StreamFaults::takeStrangeEvents() { return take(FaultKind::UnknownEvents); }
+bool StreamFaults::takeMalformedEvents() { return take(FaultKind::UnknownEvents); }
 
 size_t StreamFaults::piece(size_t bytes) const
 {

@@ -22,9 +22,9 @@ public:
     const ActiveFaults &active() const { return m_active; }
 
     // Before a batch: the number of bytes of garbage that go out instead, or 0;
-    // whether strange events go out instead.
+    // whether malformed events go out instead.
     size_t takeGarbage();
-    bool takeStrangeEvents();
+    bool takeMalformedEvents();
 
     // Of so many bytes to be sent, those that may go out in one piece. Not 0
     // unless an end is due.

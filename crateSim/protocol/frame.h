@@ -45,7 +45,7 @@ inline Header headerOf(std::string_view bytes)
     return header;
 }
 
-// Judges the bytes received so far, so that a stranger is found out by the
+// Judges the bytes received so far, so that a peer that speaks something else is detected at its
 // first wrong byte.
 inline bool isHeaderStart(const Header &header, size_t received)
 {

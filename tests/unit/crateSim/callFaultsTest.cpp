@@ -26,19 +26,19 @@ struct CallFaultsTest : testing::Test {
     uint64_t calls(Operation operation)
     {
         return crate.on(
-            [operation](auto &world) { return world.statistics.calls.count(operation); });
+            [operation](auto &state) { return state.statistics.calls.count(operation); });
     }
     void release()
     {
-        crate.on([](auto &world) {
-            world.clearFaults(FaultKind::Hang);
+        crate.on([](auto &state) {
+            state.clearFaults(FaultKind::Hang);
             return 0;
         });
     }
     void waitForFault(FaultKind kind)
     {
         EXPECT_TRUE(
-            crate.until([kind](auto &world) { return world.statistics.faults.of(kind) > 0; }));
+            crate.until([kind](auto &state) { return state.statistics.faults.of(kind) > 0; }));
     }
 
     void breakAnswer(const char *operation, const char *answer)
@@ -106,8 +106,8 @@ TEST_F(CallFaultsTest, FailedCallIsNotCarriedOut)
     float now = -1;
     EXPECT_EQ(VEXAHV_GetChParam(login.handle, 0, "VSet", 1, &channel, &now), 0);
     EXPECT_EQ(now, 0);
-    EXPECT_EQ(crate.on([](auto &world) {
-        return world.statistics.calls.failures(Operation::SetChParam);
+    EXPECT_EQ(crate.on([](auto &state) {
+        return state.statistics.calls.failures(Operation::SetChParam);
     }),
               1u);
 }
@@ -146,7 +146,7 @@ TEST_F(CallFaultsTest, CallOfACallerThatGaveUpIsDropped)
         sim::accesslib::tuning().timeout = 20ms;
         EXPECT_EQ(VEXAHV_ExecComm(impatient.handle, "Kill"), sim::accesslib::failure::timedOut);
         sim::accesslib::tuning().timeout = 20s;
-        EXPECT_TRUE(crate.until([](auto &world) { return world.sessions <= 1; }));
+        EXPECT_TRUE(crate.until([](auto &state) { return state.sessions <= 1; }));
         release();
         EXPECT_EQ(calls(Operation::ExecComm), 0u) << kind;
     }
@@ -271,7 +271,7 @@ TEST_F(CallFaultsTest, EmptyListComesWithoutABufferThatNobodyWouldGiveBack)
 
 TEST_F(CallFaultsTest, CrateMapOfMoreSlotsThanEntries)
 {
-    const size_t slots = crate.on([](auto &world) { return world.crate.slotCount(); });
+    const size_t slots = crate.on([](auto &state) { return state.crate.slotCount(); });
     breakAnswer("GetCrateMap", "long-count");
     uint16_t count = 0;
     uint16_t *channels = nullptr;

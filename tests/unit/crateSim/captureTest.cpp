@@ -231,8 +231,8 @@ TEST(Capture, ItLogsOutHoweverItEnds)
         },
         Stop);
     EXPECT_EQ(calls, 20);
-    EXPECT_EQ(crate.on([](auto &world) {
-        return world.statistics.calls.count(wire::Operation::DeinitSystem);
+    EXPECT_EQ(crate.on([](auto &state) {
+        return state.statistics.calls.count(wire::Operation::DeinitSystem);
     }),
               1u);
 }

@@ -2,12 +2,12 @@
 #include <gmock/gmock.h>
 
 #include "controller.h"
-#include "control/nearest.h"
+#include "control/editdistance.h"
 #include "control/placeitems.h"
 #include "model/words.h"
 
 using namespace crateTest;
-using sim::control::nearestName;
+using sim::control::closestName;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -170,14 +170,14 @@ TEST(UnitSymbol, HasThePrefixOfItsExponent)
 
 TEST(NearestName, IsTheOneFewestLettersAway)
 {
-    EXPECT_EQ(sim::control::nameDistance("", "abc"), 3u);
-    EXPECT_EQ(sim::control::nameDistance("VSet", "vset"), 0u);
-    EXPECT_EQ(sim::control::nameDistance("kitten", "sitting"), 3u);
-    EXPECT_EQ(nearestName("vmon", {"IMon", "VMon", "VSet"}), "VMon");
-    EXPECT_EQ(nearestName("Iset", {"VSet", "ISet"}), "ISet");
-    EXPECT_EQ(nearestName("Temperature", {"Temp", "Status"}), "");
-    EXPECT_EQ(nearestName("x", {"Pw", "On"}), "");
-    EXPECT_EQ(nearestName("anything", {}), "");
+    EXPECT_EQ(sim::control::editDistance("", "abc"), 3u);
+    EXPECT_EQ(sim::control::editDistance("VSet", "vset"), 0u);
+    EXPECT_EQ(sim::control::editDistance("kitten", "sitting"), 3u);
+    EXPECT_EQ(closestName("vmon", {"IMon", "VMon", "VSet"}), "VMon");
+    EXPECT_EQ(closestName("Iset", {"VSet", "ISet"}), "ISet");
+    EXPECT_EQ(closestName("Temperature", {"Temp", "Status"}), "");
+    EXPECT_EQ(closestName("x", {"Pw", "On"}), "");
+    EXPECT_EQ(closestName("anything", {}), "");
 }
 
 TEST(StatusWords, EachBitOnceInOrder)

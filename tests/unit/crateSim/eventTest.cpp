@@ -81,7 +81,7 @@ TEST_F(EventTest, OnlyWhatIsSubscribedIsSent)
 TEST_F(EventTest, LeadingColonIsNoName)
 {
     EXPECT_THAT(subscribe(":VSet:ISet", 2), Each(0));
-    EXPECT_EQ(crate.on([](auto &world) { return world.links.all()[0]->subscriptionCount(); }), 2u);
+    EXPECT_EQ(crate.on([](auto &state) { return state.links.all()[0]->subscriptionCount(); }), 2u);
 }
 
 TEST_F(EventTest, EachNameHasItsResult)
@@ -99,7 +99,7 @@ TEST_F(EventTest, EmptyListsAreFine)
 {
     EXPECT_EQ(VEXAHV_SubscribeSystemParams(login.handle, receiver.port(), "", 0, nullptr), 0);
     EXPECT_EQ(VEXAHV_SubscribeBoardParams(login.handle, receiver.port(), 0, "", 0, nullptr), 0);
-    EXPECT_EQ(crate.on([](auto &world) { return world.links.all().size(); }), 0u);
+    EXPECT_EQ(crate.on([](auto &state) { return state.links.all().size(); }), 0u);
 }
 
 TEST_F(EventTest, LevelsAreToldApart)
@@ -138,8 +138,8 @@ TEST_F(EventTest, TripTextArrives)
 {
     subscribe("LastTrip", 1);
     ASSERT_TRUE(receiver.accept());
-    crate.on([](auto &world) {
-        return world.crate.tripChannel({0, 0}, sim::channelbit::ExternalTrip);
+    crate.on([](auto &state) {
+        return state.crate.tripChannel({0, 0}, sim::channelbit::ExternalTrip);
     });
     EXPECT_TRUE(receiver.waitFor("LastTrip", [](auto &event) { return event.text == "external"; }));
 }
@@ -149,7 +149,7 @@ TEST_F(EventTest, LiveInsertionIsAnAlarm)
     subscribe("VSet", 1);
     ASSERT_TRUE(receiver.accept());
     receiver.nextBatch();
-    crate.on([](auto &world) { return world.crate.removeBoard(7); });
+    crate.on([](auto &state) { return state.crate.removeBoard(7); });
     const auto batch = receiver.nextBatch();
     ASSERT_EQ(batch.size(), 1u);
     EXPECT_EQ(batch[0].type, ALARM);
@@ -178,10 +178,10 @@ TEST_F(EventTest, LastUnsubscriptionClosesTheConnection)
     ASSERT_TRUE(receiver.accept());
     EXPECT_THAT(unsubscribe("VSet", 1), ElementsAre(0));
     EXPECT_NE(unsubscribe("VSet", 1)[0], 0);
-    EXPECT_EQ(crate.on([](auto &world) { return world.links.all().size(); }), 1u);
+    EXPECT_EQ(crate.on([](auto &state) { return state.links.all().size(); }), 1u);
     EXPECT_THAT(unsubscribe("ISet", 1), ElementsAre(0));
     EXPECT_TRUE(receiver.isClosed());
-    EXPECT_EQ(crate.on([](auto &world) { return world.links.all().size(); }), 0u);
+    EXPECT_EQ(crate.on([](auto &state) { return state.links.all().size(); }), 0u);
 }
 
 TEST_F(EventTest, LogoutClosesTheConnection)
@@ -197,8 +197,8 @@ TEST_F(EventTest, LostConnectionIsMadeAgainWithAllValues)
     subscribe("VSet:ISet", 2);
     ASSERT_TRUE(receiver.accept());
     receiver.nextBatch();
-    crate.on([](auto &world) {
-        world.links.all()[0]->drop();
+    crate.on([](auto &state) {
+        state.links.all()[0]->drop();
         return 0;
     });
     EXPECT_TRUE(receiver.isClosed());
@@ -220,7 +220,7 @@ TEST_F(EventTest, SubscriberThatListensLateIsFound)
     const auto port = static_cast<int16_t>(ntohs(address.sin_port));
     char result = 0x55;
     ASSERT_EQ(VEXAHV_SubscribeChannelParams(login.handle, port, 0, 0, "VSet", 1, &result), 0);
-    crate.on([](auto &world) { return world.links.connectedCount(); });
+    crate.on([](auto &state) { return state.links.connectedCount(); });
     ASSERT_EQ(listen(late, 1), 0);
     EXPECT_GE(accept(late, nullptr, nullptr), 0);
     close(late);
@@ -256,9 +256,9 @@ TEST_F(EventTest, SlowReaderGetsTheLatestValue)
     subscribe("VSet", 1);
     ASSERT_TRUE(receiver.accept());
     for (int value = 1; value <= 2000; ++value)
-        crate.on([value](auto &world) {
-            world.crate.write({0, 0}, "VSet", static_cast<float>(value), sim::Origin::FrontPanel);
-            world.step(sim::Duration(1));
+        crate.on([value](auto &state) {
+            state.crate.write({0, 0}, "VSet", static_cast<float>(value), sim::Origin::FrontPanel);
+            state.step(sim::Duration(1));
             return 0;
         });
     EXPECT_TRUE(receiver.waitFor("VSet", [](auto &event) { return event.real == 2000; }));

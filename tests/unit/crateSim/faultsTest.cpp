@@ -135,8 +135,8 @@ TEST_F(FaultsTest, OrderReachesAConnectionOnce)
     const ActiveFault fault{7, order({{"kind", "unknown-events"}})};
     stream.add(fault);
     stream.add(fault);
-    EXPECT_TRUE(stream.takeStrangeEvents());
-    EXPECT_FALSE(stream.takeStrangeEvents());
+    EXPECT_TRUE(stream.takeMalformedEvents());
+    EXPECT_FALSE(stream.takeMalformedEvents());
     addToStream({{"kind", "garbage-events"}, {"bytes", 7}});
     EXPECT_EQ(stream.takeGarbage(), 7u);
     EXPECT_EQ(stream.takeGarbage(), 0u);

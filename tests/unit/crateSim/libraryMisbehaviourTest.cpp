@@ -70,21 +70,21 @@ struct LibraryMisbehaviourTest : testing::Test {
     void hang(const char *operation) { crate.order({{"kind", "hang"}, {"operation", operation}}); }
     void release()
     {
-        crate.on([](auto &world) {
-            world.clearFaults(FaultKind::Hang);
+        crate.on([](auto &state) {
+            state.clearFaults(FaultKind::Hang);
             return 0;
         });
     }
     void waitUntilHeld()
     {
         ASSERT_TRUE(crate.until(
-            [](auto &world) { return world.statistics.faults.of(FaultKind::Hang) > 0; }));
+            [](auto &state) { return state.statistics.faults.of(FaultKind::Hang) > 0; }));
     }
     std::vector<std::string> log()
     {
-        return crate.on([](auto &world) {
-            return std::vector<std::string>(world.statistics.calls.log().begin(),
-                                            world.statistics.calls.log().end());
+        return crate.on([](auto &state) {
+            return std::vector<std::string>(state.statistics.calls.log().begin(),
+                                            state.statistics.calls.log().end());
         });
     }
 };
@@ -152,7 +152,7 @@ TEST_F(LibraryMisbehaviourTest, InterruptedLoginNeverHappens)
         EXPECT_EQ(caller.signalUntilDone(), interrupted);
     }
     EXPECT_EQ(handle, -99);
-    EXPECT_TRUE(crate.until([](auto &world) { return world.sessions == 0; }));
+    EXPECT_TRUE(crate.until([](auto &state) { return state.sessions == 0; }));
     EXPECT_THAT(log(), testing::IsEmpty());
 }
 

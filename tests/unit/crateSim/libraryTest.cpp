@@ -55,7 +55,7 @@ struct LibraryTest : testing::Test {
     }
     std::string lastCall()
     {
-        return crate.on([](auto &world) { return world.statistics.calls.log().back(); });
+        return crate.on([](auto &state) { return state.statistics.calls.log().back(); });
     }
 };
 

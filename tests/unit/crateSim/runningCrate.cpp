@@ -50,15 +50,15 @@ void RunningCrate::order(const sim::FaultFields &fields)
     std::vector<sim::FaultProblem> problems;
     const auto read = sim::readFaultOrder(fields, problems);
     ASSERT_TRUE(read) << problems.front().text;
-    on([&](auto &world) {
-        world.orderFault(*read);
+    on([&](auto &state) {
+        state.orderFault(*read);
         return 0;
     });
 }
 
 uint64_t RunningCrate::applied(sim::FaultKind kind)
 {
-    return on([kind](auto &world) { return world.statistics.faults.of(kind); });
+    return on([kind](auto &state) { return state.statistics.faults.of(kind); });
 }
 
 Login::Login(const RunningCrate &crate, const char *user, const char *password)

@@ -9,10 +9,10 @@
 
 using namespace crateTest;
 using namespace std::chrono_literals;
+using sim::SimulationState;
 using sim::StormKind;
 using sim::StormMix;
 using sim::StormOrder;
-using sim::World;
 
 namespace {
 
@@ -40,8 +40,8 @@ struct StormTest : testing::Test {
     void SetUp() override
     {
         ASSERT_EQ(login.result, 0);
-        crate.on([](World &world) {
-            world.clock.setPaused(true);
+        crate.on([](SimulationState &state) {
+            state.clock.setPaused(true);
             return 0;
         });
     }
@@ -69,35 +69,35 @@ struct StormTest : testing::Test {
         ASSERT_TRUE(receiver.accept());
         ASSERT_EQ(take(38).size(), 38u);
     }
-    void start(double rate, StormMix mix = sim::usualMix, uint64_t batch = 0)
+    void start(double rate, StormMix mix = sim::defaultMix, uint64_t batch = 0)
     {
-        crate.on([&](World &world) {
-            before = world.statistics.events.events;
+        crate.on([&](SimulationState &state) {
+            before = state.statistics.events.events;
             StormOrder order;
             order.rate = rate;
             order.mix = mix;
             order.batch = batch;
-            world.stormMaker.start(order);
+            state.storm.start(order);
             return 0;
         });
     }
     void pass(sim::Duration time)
     {
-        crate.on([&](World &world) {
-            world.storm(time);
+        crate.on([&](SimulationState &state) {
+            state.advanceStorm(time);
             return 0;
         });
     }
     void stop()
     {
-        crate.on([](World &world) {
-            world.stormMaker.stop();
+        crate.on([](SimulationState &state) {
+            state.storm.stop();
             return 0;
         });
     }
     uint64_t sent()
     {
-        return crate.on([](World &world) { return world.stormMaker.sent(); });
+        return crate.on([](SimulationState &state) { return state.storm.sent(); });
     }
     // Fewer than asked for once the crate says nothing more.
     static std::vector<SeenEvent> takeFrom(EventReceiver &from, size_t count)
@@ -114,10 +114,10 @@ struct StormTest : testing::Test {
     std::vector<SeenEvent> take(size_t count) { return takeFrom(receiver, count); }
     sim::Value stored(int32_t slot, int32_t channel, const std::string &name)
     {
-        return crate.on([&](World &world) {
+        return crate.on([&](SimulationState &state) {
             sim::ItemId id = 0;
-            world.crate.find({slot, channel}, name, id);
-            return world.shown.value(id);
+            state.crate.find({slot, channel}, name, id);
+            return state.shown.value(id);
         });
     }
 };
@@ -165,8 +165,9 @@ TEST_F(StormTest, AsManyEventsAsOrderedEvenOfFewItems)
         EXPECT_EQ(take(2).size(), 2u);
     }
     EXPECT_EQ(sent(), 200u);
-    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.events.events - before; }),
-              200u);
+    EXPECT_EQ(
+        crate.on([&](SimulationState &state) { return state.statistics.events.events - before; }),
+        200u);
 }
 
 // A hundred at once of two items: none hides another.
@@ -176,14 +177,15 @@ TEST_F(StormTest, FewItemsMoveOften)
     start(1000, only(StormKind::Property));
     pass(100ms);
     EXPECT_EQ(take(100).size(), 100u);
-    EXPECT_EQ(crate.on([&](World &world) { return world.statistics.events.events - before; }),
-              100u);
+    EXPECT_EQ(
+        crate.on([&](SimulationState &state) { return state.statistics.events.events - before; }),
+        100u);
 }
 
 TEST_F(StormTest, BatchesOfOneHoldOneEventEach)
 {
     subscribeMany();
-    start(10000, sim::usualMix, 1);
+    start(10000, sim::defaultMix, 1);
     pass(1ms);
     for (int event = 0; event < 10; ++event)
         EXPECT_EQ(receiver.nextBatch().size(), 1u);
@@ -281,15 +283,15 @@ TEST_F(StormTest, TruthIsBackAndToldAtTheEnd)
     order.rate = 1000;
     order.mix = {1, 1, 1, 1, 1, 1};
     order.length = 100ms;
-    crate.on([&](World &world) {
-        world.stormMaker.start(order);
+    crate.on([&](SimulationState &state) {
+        state.storm.start(order);
         return 0;
     });
     pass(50ms);
-    EXPECT_TRUE(crate.on([](World &world) { return world.stormMaker.isRunning(); }));
+    EXPECT_TRUE(crate.on([](SimulationState &state) { return state.storm.isRunning(); }));
     EXPECT_NE(stored(0, 2, "Comment"), truth.back());
     pass(500ms);
-    EXPECT_FALSE(crate.on([](World &world) { return world.stormMaker.isRunning(); }));
+    EXPECT_FALSE(crate.on([](SimulationState &state) { return state.storm.isRunning(); }));
     EXPECT_EQ(sent(), 100u);
     for (size_t index = 0; index < names.size(); ++index)
         EXPECT_EQ(stored(0, 2, names[index]), truth[index]) << names[index];
@@ -301,8 +303,8 @@ TEST_F(StormTest, WhatIsWrittenMeanwhileStays)
     subscribeMany();
     start(1000, only(StormKind::Text));
     pass(20ms);
-    crate.on([](World &world) {
-        return world.crate.write({0, 1}, "Comment", std::string("mine"), sim::Origin::FrontPanel);
+    crate.on([](SimulationState &state) {
+        return state.crate.write({0, 1}, "Comment", std::string("mine"), sim::Origin::FrontPanel);
     });
     stop();
     EXPECT_EQ(stored(0, 1, "Comment"), sim::Value("mine"));
@@ -337,7 +339,7 @@ TEST_F(StormTest, SlowReaderGetsFewer)
     start(200000);
     for (int part = 0; part < 1000; ++part)
         pass(10ms);
-    const auto dropped = crate.on([](World &world) { return world.stormMaker.dropped(); });
+    const auto dropped = crate.on([](SimulationState &state) { return state.storm.dropped(); });
     EXPECT_GT(dropped, 0u);
     EXPECT_EQ(sent() + dropped, 2000000u);
     stop();

@@ -32,8 +32,8 @@ struct StreamFaultsTest : testing::Test {
     }
     void set(float value)
     {
-        crate.on([value](auto &world) {
-            world.crate.write({0, 0}, "VSet", value, sim::Origin::FrontPanel);
+        crate.on([value](auto &state) {
+            state.crate.write({0, 0}, "VSet", value, sim::Origin::FrontPanel);
             return 0;
         });
     }
@@ -99,7 +99,7 @@ TEST_P(StreamEndsTest, AtOnce)
     const auto [bytes, error] = readToTheEnd();
     EXPECT_EQ(bytes, 0u);
     EXPECT_EQ(error, GetParam().error);
-    EXPECT_TRUE(crate.on([](auto &world) { return world.activeFaults().empty(); }));
+    EXPECT_TRUE(crate.on([](auto &state) { return state.activeFaults().empty(); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -118,9 +118,9 @@ TEST_F(StreamFaultsTest, HalfClosedConnectionStaysUntilTheReaderGoes)
     crate.order({{"kind", "half-close-events"}});
     EXPECT_EQ(readToTheEnd().first, 0u);
     set(5);
-    EXPECT_EQ(crate.on([](auto &world) {
-        world.step(sim::Duration(1));
-        return world.links.connectedCount();
+    EXPECT_EQ(crate.on([](auto &state) {
+        state.step(sim::Duration(1));
+        return state.links.connectedCount();
     }),
               1u);
     receiver.hangUp();
@@ -193,15 +193,15 @@ TEST_F(StreamFaultsTest, EachSubscriberHasItsShare)
     receiver.nextBatch();
     other.nextBatch();
     crate.order({{"kind", "drop-events"}, {"offset", 3}});
-    EXPECT_EQ(crate.on([](auto &world) { return world.activeFaults().size(); }), 1u);
+    EXPECT_EQ(crate.on([](auto &state) { return state.activeFaults().size(); }), 1u);
     set(7);
     EXPECT_EQ(readToTheEnd().first, 3u);
     // The other one has been sent nothing yet.
-    EXPECT_EQ(crate.on([](auto &world) { return world.activeFaults().size(); }), 1u);
-    crate.on([](auto &world) {
-        world.clearFaults(std::nullopt);
+    EXPECT_EQ(crate.on([](auto &state) { return state.activeFaults().size(); }), 1u);
+    crate.on([](auto &state) {
+        state.clearFaults(std::nullopt);
         return 0;
     });
-    EXPECT_EQ(crate.on([](auto &world) { return world.activeFaults().size(); }), 0u);
+    EXPECT_EQ(crate.on([](auto &state) { return state.activeFaults().size(); }), 0u);
     EXPECT_EQ(crate.applied(FaultKind::DropEvents), 1u);
 }

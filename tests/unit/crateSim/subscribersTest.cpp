@@ -7,7 +7,7 @@
 
 using namespace crateTest;
 using namespace std::chrono_literals;
-using sim::World;
+using sim::SimulationState;
 
 namespace {
 
@@ -46,8 +46,8 @@ struct SubscribersTest : testing::Test {
     }
     void set(const char *name, float value)
     {
-        crate.on([&](World &world) {
-            return world.crate.write({0, 0}, name, value, sim::Origin::FrontPanel);
+        crate.on([&](SimulationState &state) {
+            return state.crate.write({0, 0}, name, value, sim::Origin::FrontPanel);
         });
     }
     // Keep-alives may come before.
@@ -61,7 +61,7 @@ struct SubscribersTest : testing::Test {
     }
     size_t links()
     {
-        return crate.on([](World &world) { return world.links.all().size(); });
+        return crate.on([](SimulationState &state) { return state.links.all().size(); });
     }
 };
 
@@ -120,10 +120,10 @@ TEST_F(SubscribersTest, EachIsKeptAlive)
 
 TEST_F(SubscribersTest, EachHearsOfALiveInsertion)
 {
-    crate.on([](World &world) { return world.crate.removeBoard(7); });
+    crate.on([](SimulationState &state) { return state.crate.removeBoard(7); });
     for (auto *program : {&first, &second})
         EXPECT_EQ(nextOf(*program, ALARM).at(0).slot, 7);
-    crate.on([](World &world) { return world.crate.insertBoard(7); });
+    crate.on([](SimulationState &state) { return state.crate.insertBoard(7); });
     for (auto *program : {&first, &second})
         EXPECT_EQ(nextOf(*program, ALARM).at(0).slot, 7);
 }
@@ -134,10 +134,10 @@ TEST_F(SubscribersTest, ItemWithoutAModeIsWatchedAndSilent)
     first.watched = "Factory";
     EXPECT_EQ(first.change(VEXAHV_SubscribeChannelParams), 0);
     set("Factory", 0);
-    crate.on([](World &world) {
+    crate.on([](SimulationState &state) {
         sim::ItemId id = 0;
-        world.crate.find({0, 0}, "Factory", id);
-        world.shown.override(id, 1.0f);
+        state.crate.find({0, 0}, "Factory", id);
+        state.shown.override(id, 1.0f);
         return 0;
     });
     set("VSet", 8);

@@ -3,7 +3,7 @@
 //
 // A crate may send lists that lack their end, or entries that their count
 // promises. Handed on as they are they would have the caller read what lies
-// behind by chance, with another outcome each time. Such a list gets made-up
+// behind by chance, with another outcome each time. Such a list gets filler
 // entries that are not empty, and an end. A table of names goes by its end: the
 // count beside it is handed on as it came. A list that is whole gets not a byte
 // more, so that memory checkers still find a reader that goes too far.
@@ -23,9 +23,9 @@ Buffer<char> wholeTable(std::string table);
 // At least count numbers.
 template <class Number> Buffer<Number> wholeNumbers(std::vector<Number> list, size_t count)
 {
-    constexpr Number madeUp = 1;
+    constexpr Number filler = 1;
     if (list.size() < count)
-        list.resize(count, madeUp);
+        list.resize(count, filler);
     return copyOf(list);
 }
 

@@ -1,16 +1,16 @@
-#include "world.h"
+#include "state.h"
 
 #include <map>
 
 namespace sim {
 
-void World::step(Duration time)
+void SimulationState::step(Duration time)
 {
     crate.step(time);
     sendChanges();
 }
 
-void World::tick()
+void SimulationState::tick()
 {
     if (clock.isPaused())
         sendChanges();
@@ -18,21 +18,21 @@ void World::tick()
         step(clock.modelStep());
 }
 
-void World::storm(Duration time)
+void SimulationState::advanceStorm(Duration time)
 {
-    stormMaker.advance(time, links.all(), [this] { passChanges(); });
+    storm.advance(time, links.all(), [this] { passChanges(); });
     notify();
 }
 
-void World::sendChanges()
+void SimulationState::sendChanges()
 {
     passChanges();
     notify();
 }
 
-void World::passChanges() { links.send(shown.takeChanges()); }
+void SimulationState::passChanges() { links.send(shown.takeChanges()); }
 
-void World::orderFault(const FaultOrder &order)
+void SimulationState::orderFault(const FaultOrder &order)
 {
     const ActiveFault fault{++m_faultsOrdered, order};
     if (!isOfEvents(order.kind) || isOfAllConnections(order) || links.connectedCount() == 0)
@@ -41,7 +41,7 @@ void World::orderFault(const FaultOrder &order)
         links.orderFault(fault);
 }
 
-void World::clearFaults(std::optional<FaultKind> kind)
+void SimulationState::clearFaults(std::optional<FaultKind> kind)
 {
     faults.clear(kind);
     links.clearFaults(kind);
@@ -49,7 +49,7 @@ void World::clearFaults(std::optional<FaultKind> kind)
         onRelease();
 }
 
-std::vector<FaultOrder> World::activeFaults() const
+std::vector<FaultOrder> SimulationState::activeFaults() const
 {
     std::map<uint64_t, FaultOrder> found;
     const auto add = [&found](const ActiveFaults &active) {
@@ -66,7 +66,7 @@ std::vector<FaultOrder> World::activeFaults() const
     return orders;
 }
 
-void World::notify()
+void SimulationState::notify()
 {
     if (onChange)
         onChange();

@@ -1,4 +1,4 @@
-// Events that no proper crate sends, and bytes that are no events at all.
+// Events that no working crate sends, and bytes that are not events at all.
 #pragma once
 
 #include <functional>
@@ -13,9 +13,9 @@ namespace sim {
 // of their range, and values of the wrong type for some of the items that are
 // watched. Calls touched for each of those: what the subscriber makes of them
 // is no longer true.
-void addStrangeEvents(wire::BatchWriter &batch, const ItemStore &items,
-                      const std::function<bool(ItemId)> &isWatched,
-                      const std::function<void(ItemId)> &touched);
+void addMalformedEvents(wire::BatchWriter &batch, const ItemStore &items,
+                        const std::function<bool(ItemId)> &isWatched,
+                        const std::function<void(ItemId)> &touched);
 
 // The same bytes each time; a reader finds out at the first one.
 std::string garbage(size_t bytes);

@@ -1,4 +1,4 @@
-#include "nearest.h"
+#include "editdistance.h"
 
 #include <algorithm>
 #include <cctype>
@@ -16,7 +16,7 @@ bool isSameLetter(char one, char other)
 
 } // namespace
 
-size_t nameDistance(std::string_view one, std::string_view other)
+size_t editDistance(std::string_view one, std::string_view other)
 {
     std::vector<size_t> row(other.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
@@ -32,13 +32,13 @@ size_t nameDistance(std::string_view one, std::string_view other)
     return row.back();
 }
 
-std::string nearestName(std::string_view name, const std::vector<std::string_view> &candidates)
+std::string closestName(std::string_view name, const std::vector<std::string_view> &candidates)
 {
     const size_t farthest = std::max<size_t>(2, name.size() / 3);
     std::string_view nearest;
     size_t best = farthest + 1;
     for (const auto candidate : candidates) {
-        const size_t distance = nameDistance(name, candidate);
+        const size_t distance = editDistance(name, candidate);
         if (distance < best && distance < std::max(name.size(), candidate.size())) {
             best = distance;
             nearest = candidate;
@@ -49,7 +49,7 @@ std::string nearestName(std::string_view name, const std::vector<std::string_vie
 
 std::string suggestion(std::string_view name, const std::vector<std::string_view> &candidates)
 {
-    const std::string nearest = nearestName(name, candidates);
+    const std::string nearest = closestName(name, candidates);
     return nearest.empty() ? nearest : "; did you mean \"" + nearest + "\"?";
 }
 

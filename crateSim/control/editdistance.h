@@ -1,4 +1,4 @@
-// What somebody may have meant by a name that does not exist.
+// What a user may have meant by a name that does not exist.
 #pragma once
 
 #include <string>
@@ -7,12 +7,12 @@
 
 namespace sim::control {
 
-// Letters to insert, drop or replace on the way from one name to the other; a
+// Edit distance: letters to insert, drop or replace on the way from one name to the other; a
 // letter's case does not count.
-size_t nameDistance(std::string_view one, std::string_view other);
+size_t editDistance(std::string_view one, std::string_view other);
 
 // The candidate most like the name; empty when none is like it.
-std::string nearestName(std::string_view name, const std::vector<std::string_view> &candidates);
+std::string closestName(std::string_view name, const std::vector<std::string_view> &candidates);
 
 // "; did you mean "..."?", or nothing.
 std::string suggestion(std::string_view name, const std::vector<std::string_view> &candidates);

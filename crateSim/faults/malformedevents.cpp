@@ -1,4 +1,4 @@
-#include "strangeevents.h"
+#include "malformedevents.h"
 
 #include <algorithm>
 #include <array>
@@ -86,9 +86,9 @@ void addWrongShapes(wire::BatchWriter &batch, const ItemStore &items,
 
 } // namespace
 
-void addStrangeEvents(wire::BatchWriter &batch, const ItemStore &items,
-                      const std::function<bool(ItemId)> &isWatched,
-                      const std::function<void(ItemId)> &touched)
+void addMalformedEvents(wire::BatchWriter &batch, const ItemStore &items,
+                        const std::function<bool(ItemId)> &isWatched,
+                        const std::function<void(ItemId)> &touched)
 {
     addUnknownItems(batch, items);
     addUnknownKinds(batch);

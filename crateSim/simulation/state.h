@@ -1,5 +1,5 @@
-// What the sessions and the control port share. Everything here is used by the
-// one thread that runs the event loop.
+// The state of the simulation, which the sessions and the control port share. Everything here is
+// used by the one thread that runs the event loop.
 #pragma once
 
 #include <functional>
@@ -16,18 +16,18 @@
 
 namespace sim {
 
-class World {
+class SimulationState {
 public:
-    World(CrateDescription description, uint64_t seed, std::chrono::milliseconds tick,
-          const LinkSettings &linkSettings)
+    SimulationState(CrateDescription description, uint64_t seed, std::chrono::milliseconds tick,
+                    const LinkSettings &linkSettings)
         : crate(std::move(description), seed), clock(tick),
           links({shown, faults, statistics.faults, statistics.events, linkSettings,
                  [this] { notify(); }}),
-          stormMaker(crate, shown, seed)
+          storm(crate, shown, seed)
     {
     }
-    World(const World &) = delete;
-    World &operator=(const World &) = delete;
+    SimulationState(const SimulationState &) = delete;
+    SimulationState &operator=(const SimulationState &) = delete;
 
     // Lets the crate's time pass and sends what changed.
     void step(Duration time);
@@ -46,7 +46,7 @@ public:
     std::vector<FaultOrder> activeFaults() const;
 
     // Lets wall-clock time pass for the storm.
-    void storm(Duration time);
+    void advanceStorm(Duration time);
 
     // Tells who waits that something may have happened.
     void notify();
@@ -57,7 +57,7 @@ public:
     Statistics statistics;
     Faults faults{statistics.faults};
     EventLinks links;
-    Storm stormMaker;
+    Storm storm;
     size_t sessions = 0;
     std::function<void()> onChange;
     std::function<void()> onRelease; // calls may be answered again
