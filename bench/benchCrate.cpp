@@ -39,24 +39,17 @@ sim::daemon::ServerSettings BenchCrate::settings()
 }
 
 BenchCrate::BenchCrate(sim::CrateDescription description)
+    : m_server(std::move(description), settings())
 {
     spdlog::set_level(spdlog::level::off);
-    m_server = std::make_unique<sim::daemon::Server>(std::move(description), settings());
-    sim::accesslib::tuning().port = m_server->port();
-    m_thread = std::thread([this] { m_server->run(); });
-}
-
-BenchCrate::~BenchCrate()
-{
-    m_server->stop();
-    m_thread.join();
+    sim::accesslib::tuning().port = m_server.port();
 }
 
 double BenchCrate::cpuSeconds()
 {
     clockid_t clock{};
     timespec time{};
-    if (pthread_getcpuclockid(m_thread.native_handle(), &clock) == 0)
+    if (pthread_getcpuclockid(m_server.thread().native_handle(), &clock) == 0)
         clock_gettime(clock, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }

@@ -2,13 +2,9 @@
 // access library pointed at it.
 #pragma once
 
-#include "daemon/server.h"
+#include "daemon/serverthread.h"
 
 #include <cstdint>
-#include <future>
-#include <memory>
-#include <string>
-#include <thread>
 
 namespace crateBench {
 
@@ -18,28 +14,17 @@ sim::CrateDescription fullCrate();
 class BenchCrate {
 public:
     explicit BenchCrate(sim::CrateDescription description);
-    ~BenchCrate();
-    BenchCrate(const BenchCrate &) = delete;
-    BenchCrate &operator=(const BenchCrate &) = delete;
 
     static sim::daemon::ServerSettings settings();
 
     // Runs a function on the crate's thread and returns its result.
-    template <class Function> auto on(Function function)
-    {
-        std::packaged_task<decltype(function(m_server->state()))()> task(
-            [&] { return function(m_server->state()); });
-        auto result = task.get_future();
-        asio::post(m_server->context(), [&task] { task(); });
-        return result.get();
-    }
+    template <class Function> auto on(Function function) { return m_server.on(function); }
 
     // Seconds that the crate's thread has kept a core busy.
     double cpuSeconds();
 
 private:
-    std::unique_ptr<sim::daemon::Server> m_server;
-    std::thread m_thread;
+    sim::daemon::ServerThread m_server;
 };
 
 // A login that ends with the object; handle is negative when it failed.

@@ -30,19 +30,11 @@ RunningCrate::RunningCrate(sim::daemon::ServerSettings settings)
 }
 
 RunningCrate::RunningCrate(sim::CrateDescription description, sim::daemon::ServerSettings settings)
-    : m_settings(std::move(settings))
+    : m_settings(std::move(settings)), m_server(std::move(description), m_settings)
 {
     spdlog::set_level(spdlog::level::off);
-    m_server = std::make_unique<sim::daemon::Server>(std::move(description), m_settings);
-    sim::accesslib::tuning().port = m_server->port();
+    sim::accesslib::tuning().port = m_server.port();
     sim::accesslib::tuning().timeout = 20s;
-    m_thread = std::thread([this] { m_server->run(); });
-}
-
-RunningCrate::~RunningCrate()
-{
-    m_server->stop();
-    m_thread.join();
 }
 
 void RunningCrate::order(const sim::FaultFields &fields)

@@ -4,13 +4,11 @@
 
 #include <chrono>
 #include <functional>
-#include <future>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "daemon/server.h"
+#include "daemon/serverthread.h"
 #include "vexahvwrapper.h"
 
 namespace crateTest {
@@ -22,23 +20,15 @@ public:
     explicit RunningCrate(sim::daemon::ServerSettings settings = quick());
     explicit RunningCrate(sim::CrateDescription description,
                           sim::daemon::ServerSettings settings = quick());
-    ~RunningCrate();
 
     // Every tick is short; the crate's time passes as the clock's.
     static sim::daemon::ServerSettings quick();
 
-    uint16_t port() const { return m_server->port(); }
+    uint16_t port() const { return m_server.port(); }
     const std::string &address() const { return m_settings.address; }
 
     // Runs a function on the crate's thread and returns its result.
-    template <class Function> auto on(Function function)
-    {
-        std::packaged_task<decltype(function(m_server->state()))()> task(
-            [&] { return function(m_server->state()); });
-        auto result = task.get_future();
-        asio::post(m_server->context(), [&task] { task(); });
-        return result.get();
-    }
+    template <class Function> auto on(Function function) { return m_server.on(function); }
 
     // Whether a condition, tested on the crate's thread, comes to hold while there is
     // patience.
@@ -59,8 +49,7 @@ public:
 
 private:
     const sim::daemon::ServerSettings m_settings;
-    std::unique_ptr<sim::daemon::Server> m_server;
-    std::thread m_thread;
+    sim::daemon::ServerThread m_server;
 };
 
 // A login that ends with the object.
