@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <tuple>
 
 #include "protocol/events.h"
 #include "protocol/lists.h"
@@ -68,21 +69,41 @@ TEST(Codec, EveryPrefixOfACallIsRefused)
         EXPECT_THROW(unpackPayload(payload.substr(0, length)), BadFrame) << length;
 }
 
-TEST(Codec, EveryDamagedByteIsRefusedOrHarmless)
+// What is understood of a damaged call is what stands in it: encoded anew it is a call that reads
+// the same.
+TEST(Codec, EveryDamagedByteIsRefusedOrUnderstoodAsItStands)
 {
     const auto payload = payloadOf(makeCall(Operation::SubscribeChannelParams,
                                             SubscriptionRequest{5180, 0, 1, "VSet:ISet", 2}));
+    const auto read = [](const std::string &bytes) {
+        const auto unpacked = unpackPayload(bytes);
+        const Call call = readCall(unpacked);
+        const auto r = convert<SubscriptionRequest>(call.body);
+        return std::make_tuple(call.operation, r.port, r.slot, r.channel, r.names, r.count);
+    };
+    const auto original = read(payload);
+    size_t refused = 0;
+    size_t understood = 0;
     for (size_t position = 0; position < payload.size(); ++position) {
         for (int value = 0; value < 256; ++value) {
             std::string damaged = payload;
             damaged[position] = static_cast<char>(value);
             try {
-                const auto unpacked = unpackPayload(damaged);
-                convert<SubscriptionRequest>(readCall(unpacked).body);
+                const auto found = read(damaged);
+                ++understood;
+                // One spelling for each call: another byte is another call.
+                EXPECT_EQ(found == original, damaged == payload) << position << ": " << value;
+                const auto &[operation, port, slot, channel, names, count] = found;
+                const auto again = payloadOf(
+                    makeCall(operation, SubscriptionRequest{port, slot, channel, names, count}));
+                EXPECT_EQ(read(again), found) << position << ": " << value;
             } catch (const BadFrame &) {
+                ++refused;
             }
         }
     }
+    EXPECT_GT(refused, 0u);
+    EXPECT_GT(understood, payload.size());
 }
 
 TEST(Codec, OtherTypesAreRefused)
