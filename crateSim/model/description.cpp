@@ -4,23 +4,18 @@
 
 namespace sim {
 
-bool hasLimits(ParamType type)
-{
-    return type == ParamType::Numeric || type == ParamType::Integer ||
-           type == ParamType::Enumeration;
-}
-
-bool hasDecimals(ParamType type)
-{
-    return type == ParamType::Numeric || type == ParamType::Integer;
-}
-
-bool hasLabels(ParamType type) { return type == ParamType::OnOff; }
-
 const Value &startOf(const ParameterDescription &parameter, const StartValues &start)
 {
     const auto found = start.find(parameter.name);
     return found == start.end() ? parameter.start : found->second;
+}
+
+const ParameterDescription *findParameter(const std::vector<ParameterDescription> &parameters,
+                                          const std::string &name)
+{
+    const auto found = std::find_if(parameters.begin(), parameters.end(),
+                                    [&](const auto &each) { return each.name == name; });
+    return found == parameters.end() ? nullptr : &*found;
 }
 
 const ModelDescription *CrateDescription::findModel(const std::string &key) const

@@ -56,10 +56,9 @@ struct ParameterDescription {
     Value start = 0.0f;
 };
 
-// Which members of a parameter mean something, by its type.
-bool hasLimits(ParamType type); // minimum, maximum, unit, exponent
-bool hasDecimals(ParamType type);
-bool hasLabels(ParamType type);
+// The one of that name, or null.
+const ParameterDescription *findParameter(const std::vector<ParameterDescription> &parameters,
+                                          const std::string &name);
 
 struct Load {
     double ohm = std::numeric_limits<double>::infinity();

@@ -10,14 +10,6 @@ namespace sim {
 
 namespace {
 
-const ParameterDescription *findParameter(const std::vector<ParameterDescription> &parameters,
-                                          const std::string &name)
-{
-    const auto found = std::find_if(parameters.begin(), parameters.end(),
-                                    [&](const auto &each) { return each.name == name; });
-    return found == parameters.end() ? nullptr : &*found;
-}
-
 // Where something stands: for the machine and for people.
 struct Place {
     std::string path;
