@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "fields.h"
+#include "field.h"
 
 namespace sim {
 

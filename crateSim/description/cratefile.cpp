@@ -18,8 +18,8 @@ constexpr size_t maxChannels = 1 << 20;
 
 class CrateReader {
 public:
-    CrateReader(const NamedNode &root, Notes &notes)
-        : m_fields(root, "a crate description", notes), m_notes(notes)
+    explicit CrateReader(const Field &root)
+        : m_fields(root, "a crate description"), m_findings(root.findings())
     {
     }
 
@@ -27,14 +27,14 @@ public:
     {
         CrateFile file;
         auto &crate = file.crate;
-        crate.name = m_fields.text("name", Need::Required).value_or("");
-        crate.users = readUsers(m_fields.list("users", Need::Required), m_notes);
-        crate.properties = readProperties(m_fields.list("properties", Need::Optional), m_notes);
-        crate.commands = readCommands(m_fields.list("commands", Need::Optional), m_notes);
-        ReadModels models = readModels(m_fields.entries("models", Need::Optional), m_notes);
-        const auto slots = m_fields.integer<uint16_t>("slots", Need::Required);
+        crate.name = m_fields.required("name").text().value_or("");
+        crate.users = readUsers(m_fields.required("users"));
+        crate.properties = readProperties(m_fields.optional("properties"));
+        crate.commands = readCommands(m_fields.optional("commands"));
+        ReadModels models = readModels(m_fields.optional("models"));
+        const auto slots = m_fields.required("slots").integer<uint16_t>();
         readBoards(models);
-        file.faults = readFaults(m_fields.list("faults", Need::Optional), m_notes);
+        file.faults = readFaults(m_fields.optional("faults"));
         m_fields.finish();
         crate.models = std::move(models.models);
         judge(crate);
@@ -46,14 +46,11 @@ private:
     void readBoards(const ReadModels &models)
     {
         size_t channels = 0;
-        for (const auto &node : m_fields.list("boards", Need::Optional)) {
-            m_boards.push_back(readBoard(node, models, m_notes));
+        for (const auto &item : m_fields.optional("boards").items()) {
+            m_boards.push_back(readBoard(item, models));
             channels += m_boards.back().board.channels.size();
-            if (channels > maxChannels) {
-                m_notes.report(node.line, node.path,
-                               "more than " + std::to_string(maxChannels) + " channels in all");
-                return;
-            }
+            if (channels > maxChannels)
+                return item.report("more than " + std::to_string(maxChannels) + " channels in all");
         }
     }
 
@@ -64,22 +61,22 @@ private:
         CrateDescription judged = crate;
         for (const auto &read : m_boards)
             judged.slots.emplace_back(read.board);
-        std::map<std::pair<std::string, std::string>, size_t> told;
+        std::map<std::pair<std::string, std::string>, size_t> known;
         std::vector<std::pair<Problem, size_t>> firsts;
         for (auto &problem : findProblems(judged)) {
             problem.path = filePath(problem.path);
-            if (m_notes.isReported(problem.path))
+            if (m_findings.isReported(problem.path))
                 continue;
-            const auto [known, isFirst] =
-                told.try_emplace({problem.path, reasonIn(problem.text)}, firsts.size());
-            if (isFirst)
+            const auto [first, isNew] =
+                known.try_emplace({problem.path, reasonIn(problem.text)}, firsts.size());
+            if (isNew)
                 firsts.emplace_back(std::move(problem), 0);
             else
-                ++firsts[known->second].second;
+                ++firsts[first->second].second;
         }
         for (const auto &[problem, more] : firsts)
-            m_notes.report(
-                m_notes.lineOf(problem.path), problem.path,
+            m_findings.add(
+                m_findings.lineOf(problem.path), problem.path,
                 titled(problem) +
                     (more == 0 ? "" : " (and " + std::to_string(more) + " more like it)"));
     }
@@ -112,7 +109,7 @@ private:
     {
         const std::string name = "names/" + std::to_string(channel);
         if (member == "name")
-            return m_notes.isPlaced(read.path + "/" + name) ? name : "names";
+            return m_findings.hasLine(read.path + "/" + name) ? name : "names";
         const bool ofLoad = member.compare(0, 5, "load/") == 0;
         const auto &owners = ofLoad ? read.loads : read.settings;
         if (channel >= owners.size() || owners[channel] < 0)
@@ -154,18 +151,18 @@ private:
             const std::string path = read.path + "/slot";
             const std::string name = "slot " + std::to_string(*read.slot);
             if (*read.slot >= crate.slots.size())
-                m_notes.report(m_notes.lineOf(path), path,
+                m_findings.add(m_findings.lineOf(path), path,
                                name + " does not exist, the crate has " +
                                    std::to_string(crate.slots.size()));
             else if (crate.slots[*read.slot])
-                m_notes.report(m_notes.lineOf(path), path, name + " has a board already");
+                m_findings.add(m_findings.lineOf(path), path, name + " has a board already");
             else
                 crate.slots[*read.slot] = std::move(read.board);
         }
     }
 
     Fields m_fields;
-    Notes &m_notes;
+    Findings &m_findings;
     std::vector<ReadBoard> m_boards;
 };
 
@@ -179,17 +176,16 @@ std::string failure(const char *what)
 CrateReading readCrate(const std::string &yaml)
 {
     CrateReading reading;
-    const YamlPointer root = readYaml(yaml, reading.findings);
-    Notes notes;
-    for (const auto &finding : reading.findings)
-        notes.report(finding.line, "", finding.text);
+    Findings findings;
+    const auto root = loadYaml(yaml, findings);
     try {
         if (root)
-            reading.file = CrateReader({root, root->line, "the document", ""}, notes).run();
+            reading.file =
+                CrateReader({*root, lineOf(root->Mark()), "the document", "", findings}).run();
     } catch (const TooMuchToRead &) {
-        notes.report(0, "", "its aliases make it too large");
+        findings.add(0, "", "its aliases make it too large");
     }
-    reading.findings = notes.takeFindings();
+    reading.findings = findings.take();
     return reading;
 }
 

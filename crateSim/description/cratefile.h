@@ -6,7 +6,7 @@
 
 #include "../model/description.h"
 #include "faults/order.h"
-#include "yamltree.h"
+#include "findings.h"
 
 namespace sim {
 

@@ -7,7 +7,7 @@
 
 #include "../model/description.h"
 #include "faults/order.h"
-#include "fields.h"
+#include "field.h"
 #include "usual.h"
 
 namespace sim {
@@ -20,36 +20,32 @@ struct ReadModels {
     const ModelDescription *find(const std::string &key) const;
 };
 
-ReadModels readModels(const std::vector<NamedNode> &entries, Notes &notes);
+ReadModels readModels(const Field &field);
 
 // A value of the shape.
-std::optional<Value> shapedValue(const NamedNode &node, Shape shape, Notes &notes);
+std::optional<Value> shapedValue(const Field &field, Shape shape);
 
 // A value for the parameter: the labels of an on-off one are understood too.
-std::optional<Value> parameterValue(const NamedNode &node, const ParameterDescription &parameter,
-                                    Notes &notes);
+std::optional<Value> parameterValue(const Field &field, const ParameterDescription &parameter);
 
 // A board with what leads from its channels to their lines.
 struct ReadBoard {
     BoardDescription board;
     std::optional<uint16_t> slot;
     std::string path;
-    int line = 0;
     // By channel: the position of the entry that speaks of it, -1 for none.
     std::vector<int32_t> loads;
     std::vector<int32_t> settings;
 };
 
-ReadBoard readBoard(const NamedNode &node, const ReadModels &models, Notes &notes);
+ReadBoard readBoard(const Field &field, const ReadModels &models);
 
-// Gives as many channels as there are their names: those of a list, or all after
-// one pattern.
-void readChannelNames(const NamedNode &node, std::vector<ChannelDescription> &channels,
-                      Notes &notes);
+// Names the channels: by a list with as many names, or all after one pattern.
+void readChannelNames(const Field &field, std::vector<ChannelDescription> &channels);
 
-std::vector<PropertyDescription> readProperties(const std::vector<NamedNode> &list, Notes &notes);
-std::vector<CommandDescription> readCommands(const std::vector<NamedNode> &list, Notes &notes);
-std::vector<User> readUsers(const std::vector<NamedNode> &list, Notes &notes);
-std::vector<FaultOrder> readFaults(const std::vector<NamedNode> &list, Notes &notes);
+std::vector<PropertyDescription> readProperties(const Field &field);
+std::vector<CommandDescription> readCommands(const Field &field);
+std::vector<User> readUsers(const Field &field);
+std::vector<FaultOrder> readFaults(const Field &field);
 
 } // namespace sim

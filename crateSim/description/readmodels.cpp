@@ -13,20 +13,17 @@ constexpr float largest = std::numeric_limits<float>::max();
 // else looks wrong because of it.
 class ParameterReader {
 public:
-    ParameterReader(const NamedNode &node, Notes &notes)
-        : m_fields(node, "a parameter", notes), m_notes(notes)
-    {
-    }
+    explicit ParameterReader(const Field &field) : m_fields(field, "a parameter") {}
 
     ParameterDescription run()
     {
-        const auto name = m_fields.text("name", Need::Required);
-        const auto type = m_fields.wordOrCode<ParamType>("type", Need::Required);
+        const auto name = m_fields.required("name").text();
+        const auto type = m_fields.required("type").wordOrCode<ParamType>();
         m_typed = type.has_value();
         m_parameter = blankParameter(type.value_or(ParamType::Text));
         m_parameter.name = name.value_or("");
-        m_parameter.mode = m_fields.wordOrCode<Mode>("mode", Need::Required).value_or(Mode::Read);
-        m_parameter.role = m_fields.word<Role>("role", Need::Optional).value_or(Role::None);
+        m_parameter.mode = m_fields.required("mode").wordOrCode<Mode>().value_or(Mode::Read);
+        m_parameter.role = m_fields.optional("role").word<Role>().value_or(Role::None);
         readLimits();
         readLabels();
         readStart();
@@ -42,11 +39,11 @@ private:
     bool belongs(bool has, std::initializer_list<const char *> keys)
     {
         for (const char *key : keys) {
-            const auto node = has ? std::nullopt : m_fields.take(key, Need::Optional);
-            if (node && m_typed)
-                m_notes.report(node->line, node->path,
-                               "\"" + std::string(key) + "\" does not belong to the type " +
-                                   typeText());
+            if (has)
+                continue;
+            const Field field = m_fields.optional(key);
+            if (field.isPresent() && m_typed)
+                field.report("\"" + field.name() + "\" does not belong to the type " + typeText());
         }
         return has;
     }
@@ -62,97 +59,90 @@ private:
     {
         const ParamType type = m_parameter.type;
         if (belongs(hasLimits(type), {"minimum", "maximum", "unit", "exponent"})) {
-            m_parameter.minimum = m_fields.real("minimum", Need::Required).value_or(-largest);
-            m_parameter.maximum = m_fields.real("maximum", Need::Required).value_or(largest);
-            const Need need = type == ParamType::Numeric ? Need::Required : Need::Optional;
-            m_parameter.unit = m_fields.wordOrCode<Unit>("unit", need).value_or(Unit::None);
-            m_parameter.exponent =
-                m_fields.integer<int16_t>("exponent", Need::Optional).value_or(0);
+            m_parameter.minimum = m_fields.required("minimum").real<float>().value_or(-largest);
+            m_parameter.maximum = m_fields.required("maximum").real<float>().value_or(largest);
+            const Field unit =
+                type == ParamType::Numeric ? m_fields.required("unit") : m_fields.optional("unit");
+            m_parameter.unit = unit.wordOrCode<Unit>().value_or(Unit::None);
+            m_parameter.exponent = m_fields.optional("exponent").integer<int16_t>().value_or(0);
         }
         if (belongs(hasDecimals(type), {"decimals"}))
-            m_parameter.decimals =
-                m_fields.integer<int16_t>("decimals", Need::Optional).value_or(0);
+            m_parameter.decimals = m_fields.optional("decimals").integer<int16_t>().value_or(0);
     }
 
     void readLabels()
     {
         if (!belongs(hasLabels(m_parameter.type), {"on-label", "off-label"}))
             return;
-        m_parameter.onLabel = m_fields.text("on-label", Need::Required).value_or("");
-        m_parameter.offLabel = m_fields.text("off-label", Need::Required).value_or("");
+        m_parameter.onLabel = m_fields.required("on-label").text().value_or("");
+        m_parameter.offLabel = m_fields.required("off-label").text().value_or("");
     }
 
     void readStart()
     {
         m_parameter.start = usualStart(m_parameter);
-        const auto node = m_fields.take("start", Need::Optional);
-        if (node && m_typed)
-            if (auto value = parameterValue(*node, m_parameter, m_notes))
-                m_parameter.start = std::move(*value);
+        const Field start = m_fields.optional("start");
+        if (m_typed)
+            m_parameter.start = parameterValue(start, m_parameter).value_or(m_parameter.start);
     }
 
     Fields m_fields;
-    Notes &m_notes;
     ParameterDescription m_parameter;
     bool m_typed = false;
 };
 
-std::vector<ParameterDescription> readLevel(Fields &fields, const std::string &level,
-                                            const std::string &key, std::set<std::string> &broken,
-                                            Notes &notes)
+std::vector<ParameterDescription> readLevel(const Field &list, bool &broken)
 {
     std::vector<ParameterDescription> parameters;
-    for (const auto &node : fields.list(level, Need::Optional)) {
-        ParameterReader reader(node, notes);
+    for (const auto &item : list.items()) {
+        ParameterReader reader(item);
         parameters.push_back(reader.run());
-        if (!reader.isJudgeable())
-            broken.insert(key);
+        broken = broken || !reader.isJudgeable();
     }
+    broken = broken || list.findings().isReported(list.path());
     return parameters;
 }
 
-ModelDescription readModel(const NamedNode &node, std::set<std::string> &broken, Notes &notes)
+ModelDescription readModel(const Field &field, std::set<std::string> &broken)
 {
-    Fields fields(node, "a model", notes);
+    Fields fields(field, "a model");
     ModelDescription model;
-    model.key = node.name;
-    model.name = fields.text("name", Need::Optional).value_or(node.name);
-    model.board = readLevel(fields, "board", model.key, broken, notes);
-    model.channel = readLevel(fields, "channel", model.key, broken, notes);
+    model.key = field.name();
+    model.name = fields.optional("name").text().value_or(field.name());
+    bool isBroken = !field.isMap();
+    model.board = readLevel(fields.optional("board"), isBroken);
+    model.channel = readLevel(fields.optional("channel"), isBroken);
     fields.finish();
-    if (!fields.isMap() || notes.isReported(node.path + "/board") ||
-        notes.isReported(node.path + "/channel"))
+    if (isBroken)
         broken.insert(model.key);
     return model;
 }
 
-std::optional<Value> switchValue(const NamedNode &node, const ParameterDescription &parameter,
-                                 Notes &notes)
+std::optional<Value> switchValue(const Field &field, const ParameterDescription &parameter)
 {
-    const YamlNode &scalar = *node.node;
-    if (scalar.kind == YamlNode::Kind::Scalar) {
-        const int64_t number = scalar.plain ? parseInteger(scalar.text).value_or(-1) : -1;
-        if (number == 0 || (scalar.plain && scalar.text == "false"))
+    if (field.isScalar()) {
+        const std::string &text = field.written();
+        const int64_t number = field.isPlain() ? parseInteger(text).value_or(-1) : -1;
+        if (number == 0 || (field.isPlain() && text == "false"))
             return uint32_t{0};
-        if (number == 1 || (scalar.plain && scalar.text == "true"))
+        if (number == 1 || (field.isPlain() && text == "true"))
             return uint32_t{1};
-        const bool isOn = scalar.text == parameter.onLabel;
-        if (isOn != (scalar.text == parameter.offLabel))
+        const bool isOn = text == parameter.onLabel;
+        if (isOn != (text == parameter.offLabel))
             return uint32_t{isOn ? 1u : 0u};
     }
-    notes.report(node.line, node.path,
-                 "\"" + node.name + "\" is neither 0, 1, false, true nor one of its labels");
+    if (field.isPresent())
+        field.report("\"" + field.name() + "\" is neither 0, 1, false, true nor one of its labels");
     return std::nullopt;
 }
 
 } // namespace
 
-std::optional<Value> parameterValue(const NamedNode &node, const ParameterDescription &parameter,
-                                    Notes &notes)
+std::optional<Value> parameterValue(const Field &field, const ParameterDescription &parameter)
 {
     if (parameter.type == ParamType::OnOff)
-        return switchValue(node, parameter, notes);
-    return shapedValue(node, shapeOf(parameter.type), notes);
+        return switchValue(field, parameter);
+    return shapedValue(field, shapeOf(parameter.type));
 }
 
 const ModelDescription *ReadModels::find(const std::string &key) const
@@ -162,14 +152,12 @@ const ModelDescription *ReadModels::find(const std::string &key) const
     return found == models.end() ? nullptr : &*found;
 }
 
-ReadModels readModels(const std::vector<NamedNode> &entries, Notes &notes)
+ReadModels readModels(const Field &field)
 {
     ReadModels read;
-    for (NamedNode node : entries) {
-        node.path = "models/" + std::to_string(read.models.size());
-        notes.place(node.path, node.line);
-        read.models.push_back(readModel(node, read.broken, notes));
-    }
+    for (const auto &entry : field.entries())
+        read.models.push_back(
+            readModel(entry.at("models/" + std::to_string(read.models.size())), read.broken));
     return read;
 }
 

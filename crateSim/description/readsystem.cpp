@@ -1,141 +1,119 @@
 // The parts of a description that belong to no board: properties, commands,
 // users, faults.
-#include <limits>
-
 #include "reader.h"
 
 namespace sim {
 
-std::optional<Value> shapedValue(const NamedNode &node, Shape shape, Notes &notes)
+std::optional<Value> shapedValue(const Field &field, Shape shape)
 {
-    constexpr auto low = std::numeric_limits<int32_t>::min();
-    constexpr auto high = std::numeric_limits<int32_t>::max();
-    if (shape == Shape::Text) {
-        if (auto text = textOf(node, notes))
-            return Value(std::move(*text));
-    } else if (shape == Shape::Real) {
-        if (const auto real = realOf(node, notes))
-            return Value(*real);
-    } else if (shape == Shape::Signed) {
-        if (const auto number = integerOf(node, low, high, notes))
-            return Value(static_cast<int32_t>(*number));
-    } else if (const auto number =
-                   integerOf(node, 0, std::numeric_limits<uint32_t>::max(), notes)) {
-        return Value(static_cast<uint32_t>(*number));
+    const auto valueOf = [](auto read) {
+        return read ? std::optional<Value>(*read) : std::nullopt;
+    };
+    switch (shape) {
+    case Shape::Text: return valueOf(field.text());
+    case Shape::Real: return valueOf(field.real<float>());
+    case Shape::Signed: return valueOf(field.integer<int32_t>());
+    case Shape::Unsigned: break;
     }
-    return std::nullopt;
+    return valueOf(field.integer<uint32_t>());
 }
 
 namespace {
 
-std::optional<Value> propertyValue(const NamedNode &node, PropertyType type, Notes &notes)
+std::optional<Value> propertyValue(const Field &field, PropertyType type)
 {
-    const YamlNode &scalar = *node.node;
-    const bool isWord = scalar.kind == YamlNode::Kind::Scalar && scalar.plain &&
-                        (scalar.text == "true" || scalar.text == "false");
+    const bool isWord =
+        field.isPlain() && (field.written() == "true" || field.written() == "false");
     if (type == PropertyType::Boolean && isWord)
-        return Value(int32_t{scalar.text == "true"});
-    return shapedValue(node, shapeOf(type), notes);
+        return Value(int32_t{field.written() == "true"});
+    return shapedValue(field, shapeOf(type));
 }
 
-PropertyDescription readProperty(const NamedNode &node, Notes &notes)
+PropertyDescription readProperty(const Field &field)
 {
-    Fields fields(node, "a property", notes);
+    Fields fields(field, "a property");
     PropertyDescription property;
-    property.name = fields.text("name", Need::Required).value_or("");
-    const auto type = fields.wordOrCode<PropertyType>("type", Need::Required);
+    property.name = fields.required("name").text().value_or("");
+    const auto type = fields.required("type").wordOrCode<PropertyType>();
     property.type = type.value_or(PropertyType::Text);
-    property.mode = fields.wordOrCode<Mode>("mode", Need::Required).value_or(Mode::Read);
-    property.role = fields.word<PropertyRole>("role", Need::Optional).value_or(PropertyRole::None);
+    property.mode = fields.required("mode").wordOrCode<Mode>().value_or(Mode::Read);
+    property.role = fields.optional("role").word<PropertyRole>().value_or(PropertyRole::None);
     property.start = usualStart(property.type);
-    const auto start = fields.take("start", Need::Optional);
-    if (start && type)
-        if (auto value = propertyValue(*start, *type, notes))
-            property.start = std::move(*value);
+    const Field start = fields.optional("start");
+    if (type)
+        property.start = propertyValue(start, *type).value_or(property.start);
     fields.finish();
     return property;
 }
 
-CommandDescription readCommand(const NamedNode &node, Notes &notes)
+CommandDescription readCommand(const Field &field)
 {
-    Fields fields(node, "a command", notes);
+    Fields fields(field, "a command");
     CommandDescription command;
-    command.name = fields.text("name", Need::Required).value_or("");
-    command.action = fields.word<Action>("action", Need::Optional).value_or(Action::None);
+    command.name = fields.required("name").text().value_or("");
+    command.action = fields.optional("action").word<Action>().value_or(Action::None);
     fields.finish();
     return command;
 }
 
-User readUser(const NamedNode &node, Notes &notes)
+User readUser(const Field &field)
 {
-    Fields fields(node, "a user", notes);
+    Fields fields(field, "a user");
     User user;
-    user.name = fields.text("name", Need::Required).value_or("");
-    user.password = fields.text("password", Need::Required).value_or("");
+    user.name = fields.required("name").text().value_or("");
+    user.password = fields.required("password").text().value_or("");
     fields.finish();
     return user;
 }
 
-std::optional<FaultOrder> readFault(const NamedNode &node, Notes &notes)
+std::optional<FaultOrder> readFault(const Field &field)
 {
-    if (!Fields(node, "a fault", notes).isMap())
-        return std::nullopt;
     FaultFields fields;
-    bool readable = true;
-    for (const auto &entry : node.node->entries) {
-        const std::string path = node.path + "/" + entry.key;
-        notes.place(path, entry.line);
-        const bool scalar = entry.value->kind == YamlNode::Kind::Scalar;
-        if (scalar)
-            fields.emplace(entry.key, plainValue(*entry.value));
+    bool readable = field.isMap();
+    for (const auto &entry : field.entries("a fault")) {
+        if (entry.isScalar())
+            fields.emplace(entry.name(), entry.scalar());
         else
-            notes.report(entry.line, path,
-                         "\"" + entry.key + "\" is " + std::string(kindText(*entry.value)) +
-                             ", not a single value");
-        readable = readable && scalar;
+            entry.reportKind("a single value");
+        readable = readable && entry.isScalar();
     }
     std::vector<FaultProblem> problems;
     const auto order = readable ? readFaultOrder(fields, problems) : std::nullopt;
     for (const auto &problem : problems) {
-        const std::string path = node.path + "/" + problem.field;
-        notes.report(notes.lineOf(path), path, problem.text);
+        const std::string path = field.path() + "/" + problem.field;
+        field.findings().add(field.findings().lineOf(path), path, problem.text);
     }
     return order;
 }
 
 template <class Described>
-std::vector<Described> readEach(const std::vector<NamedNode> &list, Notes &notes,
-                                Described (*read)(const NamedNode &, Notes &))
+std::vector<Described> readEach(const Field &list, Described (*read)(const Field &))
 {
     std::vector<Described> all;
-    all.reserve(list.size());
-    for (const auto &node : list)
-        all.push_back(read(node, notes));
+    for (const auto &item : list.items())
+        all.push_back(read(item));
     return all;
 }
 
 } // namespace
 
-std::vector<PropertyDescription> readProperties(const std::vector<NamedNode> &list, Notes &notes)
+std::vector<PropertyDescription> readProperties(const Field &field)
 {
-    return readEach(list, notes, readProperty);
+    return readEach(field, readProperty);
 }
 
-std::vector<CommandDescription> readCommands(const std::vector<NamedNode> &list, Notes &notes)
+std::vector<CommandDescription> readCommands(const Field &field)
 {
-    return readEach(list, notes, readCommand);
+    return readEach(field, readCommand);
 }
 
-std::vector<User> readUsers(const std::vector<NamedNode> &list, Notes &notes)
-{
-    return readEach(list, notes, readUser);
-}
+std::vector<User> readUsers(const Field &field) { return readEach(field, readUser); }
 
-std::vector<FaultOrder> readFaults(const std::vector<NamedNode> &list, Notes &notes)
+std::vector<FaultOrder> readFaults(const Field &field)
 {
     std::vector<FaultOrder> faults;
-    for (const auto &node : list)
-        if (auto order = readFault(node, notes))
+    for (const auto &item : field.items())
+        if (auto order = readFault(item))
             faults.push_back(*order);
     return faults;
 }

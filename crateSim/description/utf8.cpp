@@ -43,18 +43,4 @@ size_t utf8Length(std::string_view text)
     return 0;
 }
 
-std::string harmlessUtf8(std::string_view text)
-{
-    std::string result;
-    while (!text.empty()) {
-        const size_t length = utf8Length(text);
-        if (length > 0)
-            result += text.substr(0, length);
-        else
-            result += "\xef\xbf\xbd";
-        text.remove_prefix(length > 0 ? length : 1);
-    }
-    return result;
-}
-
 } // namespace sim

@@ -10,7 +10,4 @@ namespace sim {
 // text is empty.
 size_t utf8Length(std::string_view text);
 
-// With U+FFFD for every byte that belongs to no character.
-std::string harmlessUtf8(std::string_view text);
-
 } // namespace sim

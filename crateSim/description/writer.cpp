@@ -1,331 +1,419 @@
 // Descriptions as YAML that people like to read: a line per parameter, only what
 // is not usual.
 #include <algorithm>
-#include <array>
+#include <cctype>
 #include <charconv>
 #include <cmath>
+#include <yaml-cpp/emitter.h>
 
 #include "../model/words.h"
 #include "channelnames.h"
 #include "channelset.h"
 #include "cratefile.h"
-#include "scalartext.h"
 #include "usual.h"
 
 namespace sim {
 
 namespace {
 
-// A word or the number of a code that has none.
-template <class Code> std::string codeText(Code code)
+// The shortest number that reads back the same; the emitter knows a number of
+// digits only.
+template <class Number> std::string realText(Number number)
 {
-    const auto word = wordOf(code);
-    return word.empty() ? std::to_string(static_cast<uint64_t>(code)) : std::string(word);
+    if (std::isnan(number))
+        return ".nan";
+    if (std::isinf(number))
+        return number > 0 ? ".inf" : "-.inf";
+    // The longest fixed text that is still read at a glance
+    constexpr size_t glance = 12;
+    char buffer[512];
+    const auto fixed =
+        std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::fixed);
+    if (fixed.ec == std::errc() && fixed.ptr <= buffer + glance)
+        return std::string(buffer, fixed.ptr);
+    const auto end =
+        std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::scientific).ptr;
+    std::string text(buffer, end);
+    // Not every reader takes a number without a point for one.
+    const auto exponent = text.find('e');
+    return text.find('.') == std::string::npos ? text.insert(exponent, ".0") : text;
 }
 
-std::string valueText(const Value &value)
+// Whether a text could be taken for something else without quotes. One that
+// begins with a digit is a number to no reader once it holds a blank.
+bool needsQuotes(const std::string &text)
 {
-    if (const auto *text = std::get_if<std::string>(&value))
-        return scalarText(*text);
-    if (const auto *real = std::get_if<float>(&value))
-        return realText(*real);
-    return toText(value);
+    // What one version of YAML or another takes for something else than a text.
+    constexpr std::string_view words[] = {"", "y", "n", "yes", "no", "on", "off", "true", "false"};
+    std::string lower;
+    for (const unsigned char letter : text)
+        lower += static_cast<char>(std::tolower(letter));
+    if (std::find(std::begin(words), std::end(words), lower) != std::end(words))
+        return true;
+    const auto isBeyondAscii = [](unsigned char letter) { return letter >= 0x80; };
+    const auto first = static_cast<unsigned char>(text[0]);
+    return (std::isalpha(first) == 0 &&
+            (std::isdigit(first) == 0 || text.find(' ') == text.npos)) ||
+           std::any_of(text.begin(), text.end(), isBeyondAscii);
 }
 
-// "{name: VSet, type: numeric}" piece by piece.
-class FlowMap {
-public:
-    void add(const std::string &key, const std::string &value)
-    {
-        m_text += (m_text.empty() ? "" : ", ") + key + ": " + value;
+// What the emitter writes as it is although nobody sees it.
+bool holdsInvisible(const std::string &text)
+{
+    return text.find('\x7f') != text.npos || text.find("\u2028") != text.npos ||
+           text.find("\u2029") != text.npos;
+}
+
+// A line of a comment, in which nothing can be escaped.
+std::string commentLine(std::string text)
+{
+    const auto isControl = [](unsigned char letter) { return letter < ' ' || letter == 0x7f; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return text;
+}
+
+// The channels that are the same by a key, those apart that are as any channel is.
+template <class Key>
+std::vector<std::vector<uint16_t>> grouped(const std::vector<ChannelDescription> &channels, Key key)
+{
+    const ChannelDescription plain;
+    std::vector<std::vector<uint16_t>> groups;
+    for (size_t index = 0; index < channels.size(); ++index) {
+        if (key(channels[index]) == key(plain))
+            continue;
+        auto group = std::find_if(groups.begin(), groups.end(), [&](const auto &known) {
+            return key(channels[known[0]]) == key(channels[index]);
+        });
+        if (group == groups.end())
+            group = groups.emplace(group);
+        group->push_back(static_cast<uint16_t>(index));
     }
-
-    void addIf(bool wanted, const std::string &key, const std::string &value)
-    {
-        if (wanted)
-            add(key, value);
-    }
-
-    bool empty() const { return m_text.empty(); }
-    std::string text() const { return "{" + m_text + "}"; }
-
-private:
-    std::string m_text;
-};
-
-// A switch by the label of its position where that says which it is.
-std::string startText(const ParameterDescription &parameter, const Value &value)
-{
-    const auto *position = std::get_if<uint32_t>(&value);
-    if (parameter.type != ParamType::OnOff || position == nullptr || *position > 1)
-        return valueText(value);
-    const std::string &label = *position == 1 ? parameter.onLabel : parameter.offLabel;
-    const bool tells = parameter.onLabel != parameter.offLabel && !label.empty();
-    const std::string text = scalarText(label);
-    // In quotes a label is read as such, whatever it looks like.
-    return tells ? text : valueText(value);
+    return groups;
 }
 
-std::string parameterText(const ParameterDescription &p)
-{
-    FlowMap map;
-    map.add("name", scalarText(p.name));
-    map.add("type", codeText(p.type));
-    map.add("mode", codeText(p.mode));
-    map.addIf(p.role != Role::None, "role", codeText(p.role));
-    if (hasLimits(p.type)) {
-        map.add("minimum", realText(p.minimum));
-        map.add("maximum", realText(p.maximum));
-        const bool unitNeeded = p.type == ParamType::Numeric;
-        map.addIf(unitNeeded || p.unit != Unit::None, "unit", codeText(p.unit));
-        map.addIf(p.exponent != 0, "exponent", std::to_string(p.exponent));
-    }
-    map.addIf(hasDecimals(p.type) && p.decimals != 0, "decimals", std::to_string(p.decimals));
-    if (hasLabels(p.type)) {
-        map.add("on-label", scalarText(p.onLabel));
-        map.add("off-label", scalarText(p.offLabel));
-    }
-    map.addIf(p.start != usualStart(p), "start", startText(p, p.start));
-    return map.text();
-}
-
-std::string propertyText(const PropertyDescription &p)
-{
-    FlowMap map;
-    map.add("name", scalarText(p.name));
-    map.add("type", codeText(p.type));
-    map.add("mode", codeText(p.mode));
-    map.addIf(p.role != PropertyRole::None, "role", codeText(p.role));
-    const bool isTrue = p.type == PropertyType::Boolean && p.start == Value(int32_t{1});
-    map.addIf(p.start != usualStart(p.type), "start", isTrue ? "true" : valueText(p.start));
-    return map.text();
-}
-
-std::string commandText(const CommandDescription &command)
-{
-    FlowMap map;
-    map.add("name", scalarText(command.name));
-    map.addIf(command.action != Action::None, "action", codeText(command.action));
-    return map.text();
-}
-
-std::string userText(const User &user)
-{
-    FlowMap map;
-    map.add("name", scalarText(user.name));
-    map.add("password", scalarText(user.password));
-    return map.text();
-}
-
-std::string faultText(const FaultOrder &order)
-{
-    struct Text {
-        std::string operator()(bool value) const { return value ? "true" : "false"; }
-        std::string operator()(int64_t value) const { return std::to_string(value); }
-        std::string operator()(double value) const { return realText(value); }
-        std::string operator()(const std::string &value) const { return scalarText(value); }
-    };
-    FlowMap map;
-    auto fields = faultFields(order);
-    const auto kind = fields.extract("kind");
-    map.add("kind", std::visit(Text(), kind.mapped()));
-    for (const auto &[name, value] : fields)
-        map.add(name, std::visit(Text(), value));
-    return map.text();
-}
-
-std::string startMap(const StartValues &start, const std::vector<ParameterDescription> *level)
-{
-    FlowMap map;
-    for (const auto &[name, value] : start) {
-        const ParameterDescription *parameter = nullptr;
-        for (size_t index = 0; level != nullptr && index < level->size(); ++index)
-            if ((*level)[index].name == name)
-                parameter = &(*level)[index];
-        map.add(scalarText(name),
-                parameter != nullptr ? startText(*parameter, value) : valueText(value));
-    }
-    return map.text();
-}
-
-std::string channelsText(const std::vector<uint16_t> &channels)
-{
-    const auto ranges = foldChannels(channels);
-    if (ranges.size() == 1)
-        return channelRangeText(ranges.front());
-    std::string text;
-    for (const auto &range : ranges)
-        text += (text.empty() ? "" : ", ") + channelRangeText(range);
-    return "[" + text + "]";
-}
-
+// Quotes and escapes are up to the emitter where nothing else is said here.
 class Writer {
 public:
     std::string run(const CrateFile &file, const std::vector<std::string> &comment)
     {
-        for (const auto &line : comment)
-            commentLine(line);
-        m_text += comment.empty() ? "" : "\n";
+        for (const auto &line : comment) {
+            if (!line.empty())
+                m_out << YAML::Comment(commentLine(line));
+            m_out << YAML::Newline;
+        }
         const auto &crate = file.crate;
-        m_text += "name: " + scalarText(crate.name) + "\n";
-        list("\n", "users", crate.users, userText);
-        list("\n", "properties", crate.properties, propertyText);
-        list("\n", "commands", crate.commands, commandText);
-        models(crate);
-        m_text += "\nslots: " + std::to_string(crate.slots.size()) + "\n";
-        boards(crate);
+        m_out << YAML::BeginMap;
+        field("name", crate.name);
+        section("users", crate.users);
+        section("properties", crate.properties);
+        section("commands", crate.commands);
+        writeModels(crate);
+        m_out << YAML::Newline << YAML::Newline;
+        field("slots", crate.slots.size());
+        writeBoards(crate);
         if (!file.faults.empty())
-            list("\n", "faults", file.faults, faultText);
-        return std::move(m_text);
+            section("faults", file.faults);
+        m_out << YAML::EndMap << YAML::Newline;
+        return m_out.c_str();
     }
 
 private:
-    // A comment ends with its line whatever its text.
-    void commentLine(const std::string &line)
+    void write(const std::string &text)
     {
-        m_text += line.empty() ? "#" : "# ";
-        m_text += commentText(line) + "\n";
+        if (holdsInvisible(text))
+            m_out << YAML::EscapeNonAscii << YAML::DoubleQuoted;
+        else if (needsQuotes(text))
+            m_out << YAML::DoubleQuoted;
+        m_out << text;
     }
 
-    template <class Element>
-    void list(const std::string &indent, const std::string &key,
-              const std::vector<Element> &elements, std::string (*text)(const Element &))
+    // A code by its word, where it has one.
+    template <class Plain> void write(const Plain &value)
     {
-        m_text += indent + key + (elements.empty() ? ": []\n" : ":\n");
-        const std::string inner = indent == "\n" ? "  " : indent + "  ";
-        for (const auto &element : elements)
-            m_text += inner + "- " + text(element) + "\n";
+        if constexpr (std::is_floating_point_v<Plain>)
+            m_out << realText(value);
+        else if constexpr (!std::is_enum_v<Plain>)
+            m_out << value;
+        else if (const auto word = wordOf(value); !word.empty())
+            m_out << std::string(word);
+        else
+            m_out << static_cast<uint32_t>(value);
     }
 
-    void models(const CrateDescription &crate)
+    template <class... Alternatives> void write(const std::variant<Alternatives...> &value)
     {
-        m_text += crate.models.empty() ? "\nmodels: {}\n" : "\nmodels:\n";
-        for (const auto &model : crate.models) {
-            m_text += "  " + scalarText(model.key) + ":\n";
-            if (model.name != model.key)
-                m_text += "    name: " + scalarText(model.name) + "\n";
-            list("    ", "board", model.board, parameterText);
-            list("    ", "channel", model.channel, parameterText);
+        std::visit([this](const auto &each) { write(each); }, value);
+    }
+
+    template <class Value> void field(const std::string &name, const Value &value)
+    {
+        key(name);
+        write(value);
+    }
+
+    template <class Value> void fieldIf(bool wanted, const std::string &name, const Value &value)
+    {
+        if (wanted)
+            field(name, value);
+    }
+
+    void key(const std::string &name)
+    {
+        m_out << YAML::Key;
+        write(name);
+        m_out << YAML::Value;
+    }
+
+    template <class Fields> void line(Fields fields)
+    {
+        m_out << YAML::Flow << YAML::BeginMap;
+        fields();
+        m_out << YAML::EndMap;
+    }
+
+    // A switch by the label of its position where that says which it is: in quotes
+    // a label is read as such, whatever it looks like.
+    void writeStart(const ParameterDescription &p, const Value &value)
+    {
+        const auto *position = std::get_if<uint32_t>(&value);
+        const bool isSwitch = p.type == ParamType::OnOff && position != nullptr && *position <= 1;
+        const std::string &label = isSwitch && *position == 1 ? p.onLabel : p.offLabel;
+        if (isSwitch && p.onLabel != p.offLabel && !label.empty())
+            write(label);
+        else
+            write(value);
+    }
+
+    void writeFields(const ParameterDescription &p)
+    {
+        field("name", p.name);
+        field("type", p.type);
+        field("mode", p.mode);
+        fieldIf(p.role != Role::None, "role", p.role);
+        if (hasLimits(p.type)) {
+            field("minimum", p.minimum);
+            field("maximum", p.maximum);
+            fieldIf(p.type == ParamType::Numeric || p.unit != Unit::None, "unit", p.unit);
+            fieldIf(p.exponent != 0, "exponent", p.exponent);
+        }
+        fieldIf(hasDecimals(p.type) && p.decimals != 0, "decimals", p.decimals);
+        if (hasLabels(p.type)) {
+            field("on-label", p.onLabel);
+            field("off-label", p.offLabel);
+        }
+        if (p.start != usualStart(p)) {
+            key("start");
+            writeStart(p, p.start);
         }
     }
 
-    void boards(const CrateDescription &crate)
+    void writeFields(const PropertyDescription &p)
+    {
+        field("name", p.name);
+        field("type", p.type);
+        field("mode", p.mode);
+        fieldIf(p.role != PropertyRole::None, "role", p.role);
+        if (p.type == PropertyType::Boolean && p.start == Value(int32_t{1}))
+            field("start", true);
+        else
+            fieldIf(p.start != usualStart(p.type), "start", p.start);
+    }
+
+    void writeFields(const CommandDescription &command)
+    {
+        field("name", command.name);
+        fieldIf(command.action != Action::None, "action", command.action);
+    }
+
+    void writeFields(const User &user)
+    {
+        field("name", user.name);
+        field("password", user.password);
+    }
+
+    void writeFields(const FaultOrder &order)
+    {
+        auto fields = faultFields(order);
+        field("kind", fields.extract("kind").mapped());
+        for (const auto &[name, value] : fields)
+            field(name, value);
+    }
+
+    template <class Element>
+    void list(const std::string &name, const std::vector<Element> &elements)
+    {
+        key(name);
+        m_out << (elements.empty() ? YAML::Flow : YAML::Block) << YAML::BeginSeq;
+        for (const auto &element : elements)
+            line([&] { writeFields(element); });
+        m_out << YAML::EndSeq;
+    }
+
+    // A list on top, after an empty line.
+    template <class Element>
+    void section(const std::string &name, const std::vector<Element> &elements)
+    {
+        m_out << YAML::Newline << YAML::Newline;
+        list(name, elements);
+    }
+
+    void writeModels(const CrateDescription &crate)
+    {
+        m_out << YAML::Newline << YAML::Newline;
+        key("models");
+        m_out << (crate.models.empty() ? YAML::Flow : YAML::Block) << YAML::BeginMap;
+        for (const auto &model : crate.models) {
+            key(model.key);
+            m_out << YAML::BeginMap;
+            fieldIf(model.name != model.key, "name", model.name);
+            list("board", model.board);
+            list("channel", model.channel);
+            m_out << YAML::EndMap;
+        }
+        m_out << YAML::EndMap;
+    }
+
+    void writeBoards(const CrateDescription &crate)
     {
         const bool any = std::any_of(crate.slots.begin(), crate.slots.end(),
                                      [](const auto &slot) { return slot.has_value(); });
-        m_text += any ? "\nboards:\n" : "\nboards: []\n";
+        m_out << YAML::Newline << YAML::Newline;
+        key("boards");
+        m_out << (any ? YAML::Block : YAML::Flow) << YAML::BeginSeq;
         for (size_t slot = 0; slot < crate.slots.size(); ++slot)
             if (crate.slots[slot])
-                board(crate, slot, *crate.slots[slot]);
+                writeBoard(crate, slot, *crate.slots[slot]);
+        m_out << YAML::EndSeq;
     }
 
-    void line(const std::string &key, const std::string &value)
+    void writeBoard(const CrateDescription &crate, size_t slot, const BoardDescription &board)
     {
-        m_text += "    " + key + ": " + value + "\n";
-    }
-
-    void board(const CrateDescription &crate, size_t slot, const BoardDescription &board)
-    {
-        m_text += "  - slot: " + std::to_string(slot) + "\n";
-        line("model", scalarText(board.model));
-        if (!board.description.empty())
-            line("description", scalarText(board.description));
-        if (board.serialNumber != 0)
-            line("serial", std::to_string(board.serialNumber));
-        firmware(board);
-        line("channels", std::to_string(board.channels.size()));
-        names(board);
+        m_out << YAML::BeginMap;
+        field("slot", slot);
+        field("model", board.model);
+        fieldIf(!board.description.empty(), "description", board.description);
+        fieldIf(board.serialNumber != 0, "serial", board.serialNumber);
+        writeFirmware(board);
+        field("channels", board.channels.size());
+        writeNames(board.channels);
         const ModelDescription *model = crate.findModel(board.model);
-        if (!board.start.empty())
-            line("start", startMap(board.start, model != nullptr ? &model->board : nullptr));
-        loads(board);
-        settings(crate, board);
+        writeStarts(board.start, model != nullptr ? &model->board : nullptr);
+        writeLoads(board);
+        writeSettings(crate, board);
+        m_out << YAML::EndMap;
     }
 
-    void firmware(const BoardDescription &board)
+    void writeFirmware(const BoardDescription &board)
     {
         if (board.firmwareMajor == 0 && board.firmwareMinor == 0)
             return;
         const std::string minor = std::to_string(board.firmwareMinor);
-        line("firmware", '"' + std::to_string(board.firmwareMajor) + '.' +
-                             (minor.size() < 2 ? "0" : "") + minor + '"');
+        field("firmware",
+              std::to_string(board.firmwareMajor) + (minor.size() < 2 ? ".0" : ".") + minor);
     }
 
-    void names(const BoardDescription &board)
+    void writeNames(const std::vector<ChannelDescription> &channels)
     {
-        const auto &channels = board.channels;
         if (std::all_of(channels.begin(), channels.end(),
                         [](const auto &channel) { return channel.name.empty(); }))
             return;
+        key("names");
         const auto pattern = patternOf(channels);
         if (!pattern)
-            return nameList(channels);
-        const std::string text = scalarText(pattern->text);
+            return writeNameList(channels);
         if (pattern->first == 0)
-            line("names", text);
-        else
-            line("names", "{pattern: " + text + ", first: " + std::to_string(pattern->first) + "}");
+            return write(pattern->text);
+        line([&] {
+            field("pattern", pattern->text);
+            field("first", pattern->first);
+        });
     }
 
-    void nameList(const std::vector<ChannelDescription> &channels)
+    void writeNameList(const std::vector<ChannelDescription> &channels)
     {
         constexpr size_t perLine = 6;
-        m_text += "    names:\n";
+        m_out << YAML::Flow << YAML::BeginSeq;
         for (size_t index = 0; index < channels.size(); ++index) {
-            const bool last = index + 1 == channels.size();
-            m_text += index == 0 ? "      [" : (index % perLine == 0 ? "       " : " ");
-            m_text += scalarText(channels[index].name) + (last ? "]" : ",");
-            m_text += last || index % perLine == perLine - 1 ? "\n" : "";
+            if (index > 0 && index % perLine == 0)
+                m_out << YAML::Newline;
+            write(channels[index].name);
         }
+        m_out << YAML::EndSeq;
     }
 
-    // The channels of equal texts share an entry; those with none have none.
-    template <class Text>
-    void entries(const std::string &key, const BoardDescription &board, Text text)
+    // The level tells what the values are; null when there is no such model.
+    void writeStarts(const StartValues &start, const std::vector<ParameterDescription> *level)
     {
-        std::vector<std::pair<std::string, std::vector<uint16_t>>> groups;
-        for (size_t index = 0; index < board.channels.size(); ++index) {
-            const std::string each = text(board.channels[index]);
-            if (each.empty())
-                continue;
-            auto group = std::find_if(groups.begin(), groups.end(),
-                                      [&](const auto &known) { return known.first == each; });
-            if (group == groups.end())
-                group = groups.insert(groups.end(), {each, {}});
-            group->second.push_back(static_cast<uint16_t>(index));
-        }
-        m_text += groups.empty() ? "" : "    " + key + ":\n";
-        for (const auto &[each, channels] : groups)
-            m_text += "      - {channels: " + channelsText(channels) + ", " + each + "}\n";
+        if (start.empty())
+            return;
+        key("start");
+        line([&] {
+            for (const auto &[name, value] : start) {
+                key(name);
+                const auto *parameter = level != nullptr ? findParameter(*level, name) : nullptr;
+                if (parameter != nullptr)
+                    writeStart(*parameter, value);
+                else
+                    write(value);
+            }
+        });
     }
 
-    void loads(const BoardDescription &board)
+    // An entry for each group, with what the first of its channels says.
+    template <class Key, class Say>
+    void writeShared(const std::string &name, const BoardDescription &board, Key keyOf, Say say)
     {
-        entries("loads", board, [](const ChannelDescription &channel) {
+        const auto groups = grouped(board.channels, keyOf);
+        if (groups.empty())
+            return;
+        key(name);
+        m_out << YAML::BeginSeq;
+        for (const auto &group : groups)
+            line([&] {
+                writeChannels(group);
+                say(board.channels[group.front()]);
+            });
+        m_out << YAML::EndSeq;
+    }
+
+    void writeChannels(const std::vector<uint16_t> &channels)
+    {
+        const auto ranges = foldChannels(channels);
+        key("channels");
+        if (ranges.size() > 1)
+            m_out << YAML::Flow << YAML::BeginSeq;
+        for (const auto &range : ranges)
+            m_out << channelRangeText(range);
+        if (ranges.size() > 1)
+            m_out << YAML::EndSeq;
+    }
+
+    void writeLoads(const BoardDescription &board)
+    {
+        const auto keyOf = [](const ChannelDescription &channel) {
+            return std::tie(channel.load.ohm, channel.load.farad, channel.load.noise);
+        };
+        writeShared("loads", board, keyOf, [&](const ChannelDescription &channel) {
             const Load &load = channel.load;
-            const std::string ohm = std::isinf(load.ohm) ? "" : "ohm: " + realText(load.ohm);
-            const std::string farad = load.farad == 0 ? "" : "farad: " + realText(load.farad);
-            const std::string noise = load.noise == 0 ? "" : "noise: " + realText(load.noise);
-            std::string text = ohm;
-            for (const auto &more : {farad, noise})
-                text += (text.empty() || more.empty() ? "" : ", ") + more;
-            return text;
+            fieldIf(!std::isinf(load.ohm), "ohm", load.ohm);
+            fieldIf(load.farad != 0, "farad", load.farad);
+            fieldIf(load.noise != 0, "noise", load.noise);
         });
     }
 
-    void settings(const CrateDescription &crate, const BoardDescription &board)
+    void writeSettings(const CrateDescription &crate, const BoardDescription &board)
     {
-        entries("settings", board, [&](const ChannelDescription &channel) {
+        const auto keyOf = [](const ChannelDescription &channel) {
+            return std::tie(channel.model, channel.start);
+        };
+        writeShared("settings", board, keyOf, [&](const ChannelDescription &channel) {
             const ModelDescription *model = crate.channelModel(board, channel);
-            const auto *level = model != nullptr ? &model->channel : nullptr;
-            std::string text = channel.model.empty() ? "" : "model: " + scalarText(channel.model);
-            if (!channel.start.empty())
-                text += (text.empty() ? "start: " : ", start: ") + startMap(channel.start, level);
-            return text;
+            fieldIf(!channel.model.empty(), "model", channel.model);
+            writeStarts(channel.start, model != nullptr ? &model->channel : nullptr);
         });
     }
 
-    std::string m_text;
+    YAML::Emitter m_out;
 };
 
 } // namespace

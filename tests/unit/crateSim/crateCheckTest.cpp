@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "description/cratefile.h"
+#include "description/document.h"
 
 using namespace sim;
 using testing::HasSubstr;
@@ -224,7 +225,7 @@ const Case cases[] = {
      "F:33: a second document begins"},
     {"alias of nothing", 1, "name: *nobody", "F:1: is not YAML: "},
     {"alias inside of itself", 7, "  - &c {name: Kill, action: *c}",
-     "F:7: an alias stands inside of what it stands for"},
+     "F:7: \"action\" is a map, not a text"},
     {"merge of a text", 19, "    <<: abc", "F:19: \"<<\" takes a map or a list of maps"},
     {"tag", 1, "name: !secret abc", "F:1: tag \"!secret\" means nothing here"},
     {"tab", 19, "\tdescription: one", "F:19: is not YAML: "},
@@ -261,8 +262,7 @@ TEST(CrateCheck, OneMistakeIsOneFinding)
         auto lines = good;
         lines[static_cast<size_t>(each.line) - 1] = each.text;
         const auto findings = check(joined(lines));
-        const std::set<std::string> more = {"map for a list", "numeric without limits",
-                                            "alias inside of itself"};
+        const std::set<std::string> more = {"map for a list", "numeric without limits"};
         EXPECT_EQ(findings.size() == 1, more.count(each.name) == 0) << each.name << "\n"
                                                                     << joined(findings);
     }
@@ -311,7 +311,7 @@ TEST(CrateCheck, BombsAreBounded)
     std::string deep = "- &a0 [a]\n";
     for (int count = 1; count < 60000; ++count)
         deep += "- &a" + std::to_string(count) + " [*a" + std::to_string(count - 1) + "]\n";
-    EXPECT_THAT(check(deep), testing::ElementsAre(HasSubstr("more than 500 levels")));
+    EXPECT_THAT(check(deep), testing::ElementsAre(HasSubstr("is a list, not a crate")));
 }
 
 TEST(CrateCheck, AliasesCannotMakeItEndless)
@@ -327,6 +327,19 @@ TEST(CrateCheck, AliasesCannotMakeItEndless)
     ASSERT_FALSE(findings.empty());
     EXPECT_LE(findings.size(), 1001u);
     EXPECT_THAT(findings, testing::Contains("F: its aliases make it too large"));
+}
+
+TEST(CrateCheck, MergesCannotMakeItEndless)
+{
+    const auto tooLarge = testing::Contains("F: its aliases make it too large");
+    EXPECT_THAT(check("&a\nname: x\n<<: *a\n"), tooLarge) << "merges itself";
+    std::string text = "x0: &x0 {a: 1}\n";
+    for (int level = 1; level < 60; ++level) {
+        const std::string below = std::to_string(level - 1);
+        text += "x" + std::to_string(level) + ": &x" + std::to_string(level) + " {<<: [*x" + below +
+                ", *x" + below + "]}\n";
+    }
+    EXPECT_THAT(check(text + "<<: *x59\n"), tooLarge) << "each level twice the one below";
 }
 
 TEST(CrateCheck, ManyFindingsAreCounted)
