@@ -5,7 +5,7 @@
 #include <set>
 #include <tuple>
 
-#include "../description/usual.h"
+#include "../description/defaults.h"
 #include "../model/items.h"
 #include "guess.h"
 
@@ -133,12 +133,12 @@ private:
         if (role != PropertyRole::None && m_roles.insert(role).second)
             property.role = role;
         if (isLive(property.role))
-            property.start = usualStart(property.type);
+            property.start = defaultStart(property.type);
         m_crate.properties.push_back(std::move(property));
     }
 
     // The set of parameters that most of the board's channels have.
-    static const Parameters &usualChannel(const SeenBoard &board)
+    static const Parameters &commonestChannel(const SeenBoard &board)
     {
         const Parameters *best = &board.channels.front().level.parameters;
         size_t most = 0;
@@ -161,7 +161,7 @@ private:
 
     BoardDescription boardOf(const SeenBoard &seen)
     {
-        const auto &channel = usualChannel(seen);
+        const auto &channel = commonestChannel(seen);
         const auto known =
             std::find_if(m_crate.models.begin(), m_crate.models.end(), [&](const auto &model) {
                 return model.name == seen.slot.model &&
@@ -264,7 +264,7 @@ private:
             "",
             "What a mainframe does not tell stands here as a guess; please check:",
             "- users: admin with password admin stands for those of the mainframe.",
-            "- role, action: guessed from the usual names and types.",
+            "- role, action: guessed from common names and types.",
             "- loads: estimated from voltage and current for " + std::to_string(m_loads) + " of " +
                 std::to_string(m_channels) + " channels; the others are not connected.",
             "- start: write-only values and texts of boards and channels cannot be read.",

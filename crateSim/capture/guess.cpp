@@ -7,7 +7,7 @@ namespace sim::capture {
 
 namespace {
 
-template <class Meaning, class Type> struct Usual {
+template <class Meaning, class Type> struct CommonName {
     std::string_view name; // in small letters, without blanks
     Type type;
     Meaning meaning;
@@ -16,7 +16,7 @@ template <class Meaning, class Type> struct Usual {
 using P = ParamType;
 using R = Role;
 
-constexpr Usual<Role, ParamType> ofChannels[] = {
+constexpr CommonName<Role, ParamType> ofChannels[] = {
     {"vset", P::Numeric, R::VoltageSet},
     {"v0set", P::Numeric, R::VoltageSet},
     {"iset", P::Numeric, R::CurrentSet},
@@ -38,7 +38,7 @@ constexpr Usual<Role, ParamType> ofChannels[] = {
     {"imin", P::Numeric, R::CurrentMinimum},
 };
 
-constexpr Usual<Role, ParamType> ofBoards[] = {
+constexpr CommonName<Role, ParamType> ofBoards[] = {
     {"bdstatus", P::BoardStatus, R::BoardStatus}, {"status", P::BoardStatus, R::BoardStatus},
     {"temp", P::Numeric, R::Temperature},         {"hvmax", P::Numeric, R::BoardVoltageLimit},
     {"bdenable", P::OnOff, R::BoardEnable},
@@ -47,19 +47,19 @@ constexpr Usual<Role, ParamType> ofBoards[] = {
 using T = PropertyType;
 using S = PropertyRole;
 
-constexpr Usual<PropertyRole, PropertyType> ofSystem[] = {
+constexpr CommonName<PropertyRole, PropertyType> ofSystem[] = {
     {"ipaddr", T::Text, S::HostAddress},
     {"outpower", T::Real, S::OutputPower},
     {"uptime", T::UInt32, S::UptimeMinutes},
     {"tripcount", T::UInt16, S::TripCount},
 };
 
-struct UsualCommand {
+struct CommonCommand {
     std::string_view name;
     Action action;
 };
 
-constexpr UsualCommand commands[] = {
+constexpr CommonCommand commands[] = {
     {"kill", Action::KillAll},
     {"alloff", Action::SwitchAllOff},
     {"clearalarm", Action::ClearAlarms},

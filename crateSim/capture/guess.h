@@ -1,4 +1,4 @@
-// What a mainframe does not tell: the meaning of its items, by their usual names.
+// What a mainframe does not tell: the meaning of its items, by their common names.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace sim::capture {
 
-// Role::None unless name and type are those of the only usual meaning.
+// Role::None unless name and type are those of the only common meaning.
 Role guessRole(const ParameterDescription &parameter, bool ofChannel);
 PropertyRole guessRole(const PropertyDescription &property);
 Action guessAction(const std::string &command);

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <set>
 
-#include "../description/usual.h"
+#include "../description/defaults.h"
 #include "../model/limits.h"
 #include "vexahvwrapper.h"
 
@@ -103,7 +103,7 @@ private:
         const auto info = m_session.propertyInfo(name);
         const auto type = static_cast<PropertyType>(info.type);
         PropertyDescription property{name, type, static_cast<Mode>(info.mode), PropertyRole::None,
-                                     usualStart(type)};
+                                     defaultStart(type)};
         const bool known = type <= PropertyType::Boolean;
         if (known && isReadable(property.mode))
             attempt([&] { takeValue(property, m_session.property(name, type)); });
@@ -177,7 +177,7 @@ private:
             parameter.onLabel = label(place, name, VEXAHV_PROP_ONSTATE);
             parameter.offLabel = label(place, name, VEXAHV_PROP_OFFSTATE);
         }
-        parameter.start = usualStart(parameter);
+        parameter.start = defaultStart(parameter);
         std::optional<Value> value;
         if (type != ParamType::Text && isReadable(parameter.mode))
             attempt([&] { value = usableValue(place, parameter); });

@@ -8,7 +8,7 @@
 #include "../model/description.h"
 #include "faults/order.h"
 #include "field.h"
-#include "usual.h"
+#include "defaults.h"
 
 namespace sim {
 

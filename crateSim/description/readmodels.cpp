@@ -80,7 +80,7 @@ private:
 
     void readStart()
     {
-        m_parameter.start = usualStart(m_parameter);
+        m_parameter.start = defaultStart(m_parameter);
         const Field start = m_fields.optional("start");
         if (m_typed)
             m_parameter.start = parameterValue(start, m_parameter).value_or(m_parameter.start);

@@ -38,7 +38,7 @@ PropertyDescription readProperty(const Field &field)
     property.type = type.value_or(PropertyType::Text);
     property.mode = fields.required("mode").wordOrCode<Mode>().value_or(Mode::Read);
     property.role = fields.optional("role").word<PropertyRole>().value_or(PropertyRole::None);
-    property.start = usualStart(property.type);
+    property.start = defaultStart(property.type);
     const Field start = fields.optional("start");
     if (type)
         property.start = propertyValue(start, *type).value_or(property.start);

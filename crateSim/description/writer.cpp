@@ -1,5 +1,5 @@
 // Descriptions as YAML that people like to read: a line per parameter, only what
-// is not usual.
+// is not the default.
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -10,7 +10,7 @@
 #include "channelnames.h"
 #include "channelset.h"
 #include "cratefile.h"
-#include "usual.h"
+#include "defaults.h"
 
 namespace sim {
 
@@ -201,7 +201,7 @@ private:
             field("on-label", p.onLabel);
             field("off-label", p.offLabel);
         }
-        if (p.start != usualStart(p)) {
+        if (p.start != defaultStart(p)) {
             key("start");
             writeStart(p, p.start);
         }
@@ -216,7 +216,7 @@ private:
         if (p.type == PropertyType::Boolean && p.start == Value(int32_t{1}))
             field("start", true);
         else
-            fieldIf(p.start != usualStart(p.type), "start", p.start);
+            fieldIf(p.start != defaultStart(p.type), "start", p.start);
     }
 
     void writeFields(const CommandDescription &command)

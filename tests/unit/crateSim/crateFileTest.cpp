@@ -9,7 +9,7 @@
 
 #include "crateEquality.h"
 #include "description/channelnames.h"
-#include "description/usual.h"
+#include "description/defaults.h"
 #include "description/defaultcrate.h"
 #include "model/problems.h"
 
@@ -101,7 +101,7 @@ private:
     {
         const auto type = static_cast<PropertyType>(below(9));
         PropertyDescription property{std::move(name), type, static_cast<Mode>(below(6)),
-                                     PropertyRole::None, usualStart(type)};
+                                     PropertyRole::None, defaultStart(type)};
         if (type == PropertyType::Text)
             property.start = text(60);
         else if (type == PropertyType::Real)
@@ -115,7 +115,7 @@ private:
 
     void startAnywhere(ParameterDescription &p)
     {
-        p.start = usualStart(p);
+        p.start = defaultStart(p);
         if (below(2) == 0)
             p.start = value(p);
     }

@@ -1,4 +1,4 @@
-#include "usual.h"
+#include "defaults.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@ int32_t nearestToZero(float minimum, float maximum)
 
 } // namespace
 
-Value usualStart(const ParameterDescription &parameter)
+Value defaultStart(const ParameterDescription &parameter)
 {
     const bool ordered = parameter.minimum <= parameter.maximum;
     switch (shapeOf(parameter.type)) {
@@ -30,7 +30,7 @@ Value usualStart(const ParameterDescription &parameter)
     return limited ? nearestToZero(parameter.minimum, parameter.maximum) : int32_t{0};
 }
 
-Value usualStart(PropertyType type)
+Value defaultStart(PropertyType type)
 {
     return shapeOf(type) == Shape::Text ? Value(std::string()) : fromNumber(shapeOf(type), 0);
 }
@@ -40,7 +40,7 @@ ParameterDescription blankParameter(ParamType type)
     ParameterDescription parameter;
     parameter.type = type;
     parameter.maximum = hasLabels(type) ? 1 : 0;
-    parameter.start = usualStart(parameter);
+    parameter.start = defaultStart(parameter);
     return parameter;
 }
 
