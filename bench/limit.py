@@ -22,7 +22,7 @@ sys.path[:0] = [str(BENCH), str(BENCH.parent / "tests/e2e")]
 # pylint: disable=wrong-import-position
 import pairs
 from harness import places
-from harness.world import refusal, World
+from harness.sandbox import refusal, Sandbox as World
 
 LIMIT = "limit"
 ALONE = ("build", "memory")

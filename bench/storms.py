@@ -26,7 +26,7 @@ from harness.clients import Clients
 from harness.crate import CONTROL, Crate
 from harness.ioc import Ioc, LOOPBACK
 from harness.tracker import Tracker
-from harness.world import World
+from harness.sandbox import Sandbox as World
 
 NAME = "FULL"
 MIX = {"numeric": 580, "status": 100, "on-off": 100, "integer": 100, "text": 116, "property": 4}

@@ -1,4 +1,4 @@
-"""Fixtures: worlds, and what runs in them.
+"""Fixtures: sandboxes, and what runs in them.
 
 With Debian's python3-pytest-xdist the tests run in several processes, those of a file that share
 a crate in one of them; without it all run in one.
@@ -16,7 +16,7 @@ from harness import golden, places
 from harness.clients import Clients
 from harness.crate import Crate, write_reduced
 from harness.ioc import Ioc
-from harness.world import World, refusal
+from harness.sandbox import Sandbox, refusal
 
 # Most of a test's time passes in waiting for processes.
 WORKERS_PER_CORE = 2
@@ -75,31 +75,31 @@ def pytest_sessionstart(session):
 
 
 class Site:
-    """A world and what the tests start in it, ended and checked at the end."""
+    """A sandbox and what the tests start in it, ended and checked at the end."""
 
-    def __init__(self, **world):
-        self.world = World(**world)
+    def __init__(self, **sandbox):
+        self.sandbox = Sandbox(**sandbox)
         self.crates = []
         self.iocs = []
         self._clients = None
 
     def crate(self, *options, **more):
-        self.crates.append(Crate(self.world, options, **more))
+        self.crates.append(Crate(self.sandbox, options, **more))
         return self.crates[-1]
 
     def reduced_crate(self, *options):
         """For tests to which the number of channels is all the same."""
-        write_reduced(self.world, "/tmp/reduced.yaml")
+        write_reduced(self.sandbox, "/tmp/reduced.yaml")
         return self.crate("/tmp/reduced.yaml", *options)
 
     def ioc(self, *options, **more):
-        self.iocs.append(Ioc(self.world, *options, **more))
+        self.iocs.append(Ioc(self.sandbox, *options, **more))
         return self.iocs[-1]
 
     @property
     def clients(self):
         if self._clients is None:
-            self._clients = Clients(self.world)
+            self._clients = Clients(self.sandbox)
         return self._clients
 
     def close(self):
@@ -113,7 +113,7 @@ class Site:
                     complaints.append(f"{server.process.name} ended with status {status}")
             except AssertionError as error:
                 complaints.append(str(error))
-        complaints += self.world.close()
+        complaints += self.sandbox.close()
         assert not complaints, "\n".join(complaints)
 
 
@@ -124,8 +124,8 @@ def _sites():
     """Makes sites and closes them all."""
     made = []
 
-    def make(**world):
-        site = Site(**world)
+    def make(**sandbox):
+        site = Site(**sandbox)
         made.append(site)
         _open_sites.append(site)
         return site
@@ -147,13 +147,13 @@ make_shared_site = pytest.fixture(_sites, name="make_shared_site", scope="module
 
 @pytest.fixture
 def site(make_site):
-    """A world for this test alone."""
+    """A sandbox for this test alone."""
     return make_site()
 
 
 @pytest.fixture(scope="module")
 def shared(make_shared_site):
-    """One world for the tests of a file."""
+    """One sandbox for the tests of a file."""
     return make_shared_site()
 
 
@@ -172,6 +172,6 @@ def pytest_runtest_makereport(item, call):
     if not report.failed:
         return
     for site in _open_sites:
-        for title, text in site.world.logs().items():
+        for title, text in site.sandbox.logs().items():
             if text:
                 report.sections.append((title, text[-LOG_TAIL:]))

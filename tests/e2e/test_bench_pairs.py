@@ -67,7 +67,7 @@ def test_a_value_without_its_partner_makes_no_ratio(samples):
     assert samples.ratios("build", 16, "old", "limit") == [2.0, 3.0]
 
 
-def test_other_work_is_told(samples):
+def test_other_work_is_reported(samples):
     assert samples.differences("build", 16) == ["calls"]
 
 

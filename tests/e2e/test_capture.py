@@ -7,7 +7,7 @@ import pytest
 
 from harness import places
 from harness.process import until
-from harness.world import LOOPBACK
+from harness.sandbox import LOOPBACK
 
 CRATES = places.top() / "crateSim/crates"
 
@@ -18,7 +18,7 @@ def command(host=LOOPBACK, password="admin", *options):
 
 
 def capture(site):
-    done = site.world.run(command())
+    done = site.sandbox.run(command())
     assert (done.stderr, done.returncode) == ("", 0)
     return done.stdout
 
@@ -37,45 +37,45 @@ def test_a_captured_crate_is_equivalent(make_site, name):
     original = make_site()
     options = []
     if ORIGINALS[name]:
-        original.world.path("/tmp/crate.yaml").write_text(without_faults(name), encoding="utf-8")
+        original.sandbox.path("/tmp/crate.yaml").write_text(without_faults(name), encoding="utf-8")
         options = ["/tmp/crate.yaml"]
     original.crate(*options)
     first = capture(original)
     copy = make_site()
-    copy.world.path("/tmp/crate.yaml").write_text(first, encoding="utf-8")
-    checked = copy.world.run([places.program("zantocrate"), "--check", "/tmp/crate.yaml"])
+    copy.sandbox.path("/tmp/crate.yaml").write_text(first, encoding="utf-8")
+    checked = copy.sandbox.run([places.program("zantocrate"), "--check", "/tmp/crate.yaml"])
     assert (checked.stderr, checked.returncode) == ("", 0)
     copy.crate("/tmp/crate.yaml")
     assert capture(copy) == first
     written = []
     for site in (original, copy):
         site.ioc().wait_running()
-        written.append([site.world.read(path) for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt")])
+        written.append([site.sandbox.read(path) for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt")])
     assert written[0] == written[1]
 
 
-def test_loads_come_from_what_flows(site):
+def test_loads_are_estimated_from_the_current(site):
     crate = site.crate(CRATES / "small.yaml", "--speed", "100")
     crate.set("Pw", 1, slot=0, channel=0)
     crate.wait(name="VMon", slot=0, channel=0, value=2500)
     assert re.search(r"- \{channels: 0, ohm: 5600000\}", capture(site))
 
 
-def test_a_failed_call_is_told_and_left_out(site):
+def test_a_failed_call_is_reported_and_skipped(site):
     crate = site.crate()
     crate.control("fault", kind="fail", operation="GetBdParamProp", code=9)
-    done = site.world.run(command())
+    done = site.sandbox.run(command())
     text = 'VEXAHV_GetBdParamProp (slot 0, "BdStatus", Type) failed with code 9'
     assert (done.stderr, done.returncode) == (f"zantocrate-capture: {text}\n", 2)
     assert f"# - {text}\n" in done.stdout
-    site.world.path("/tmp/crate.yaml").write_text(done.stdout, encoding="utf-8")
-    checked = site.world.run([places.program("zantocrate"), "--check", "/tmp/crate.yaml"])
+    site.sandbox.path("/tmp/crate.yaml").write_text(done.stdout, encoding="utf-8")
+    checked = site.sandbox.run([places.program("zantocrate"), "--check", "/tmp/crate.yaml"])
     assert (checked.stderr, checked.returncode) == ("", 0)
 
 
 def test_refusals(site):
     def failure(*arguments):
-        done = site.world.run(command(*arguments))
+        done = site.sandbox.run(command(*arguments))
         assert (done.stdout, done.returncode) == ("", 1)
         return done.stderr
     nobody = failure()
@@ -89,9 +89,9 @@ def test_refusals(site):
 def test_arguments(site):
     program = places.program("zantocrate-capture")
     for options in ([], ["-c", "TEST"], ["-c", "@host", "-u", "a", "-p", "b"]):
-        assert site.world.run([program, *options]).returncode not in (0, 1, 2)
+        assert site.sandbox.run([program, *options]).returncode not in (0, 1, 2)
     for option in ("--help", "--version"):
-        done = site.world.run([program, option])
+        done = site.sandbox.run([program, option])
         assert "zantocrate-capture" in done.stdout and done.returncode == 0
 
 
@@ -99,7 +99,7 @@ def delayed_capture(site):
     """One that waits for an answer for a while, with its login done."""
     crate = site.crate()
     crate.control("fault", kind="delay", operation="GetExecCommList", milliseconds=1500)
-    process = site.world.start("zantocrate-capture", command(password="admin"))
+    process = site.sandbox.start("zantocrate-capture", command(password="admin"))
     crate.wait(fault="delay")
     return crate, process
 
@@ -124,7 +124,7 @@ def test_the_password_is_not_to_be_seen(site):
 def test_a_call_without_answer_ends_it(site):
     crate = site.crate()
     crate.control("fault", kind="hang", operation="GetExecCommList")
-    done = site.world.run(command(LOOPBACK, "admin", "--timeout", "1"))
+    done = site.sandbox.run(command(LOOPBACK, "admin", "--timeout", "1"))
     assert (done.stdout, done.stderr, done.returncode) == (
         "", "zantocrate-capture: no answer to VEXAHV_GetExecCommList in time\n", 1)
     until(lambda: crate.statistics()["sessions"] == 0, "the session ends")

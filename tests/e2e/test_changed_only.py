@@ -29,34 +29,34 @@ def served(site, shell=False, **more):
 
 
 def stamp(site, name):
-    done = site.world.run(site.clients.command("caget", "-a", "-g", "9", "-F", "|", name))
+    done = site.sandbox.run(site.clients.command("caget", "-a", "-g", "9", "-F", "|", name))
     assert done.returncode == 0, done.stderr
     return done.stdout.split("|")[1]
 
 
-def tell(site, value):
+def report(site, value):
     """Changes the set-point of channel 0 at the front panel and has the crate tell it at once."""
     site.the_crate.set("VSet", value, 0, 0)
     site.the_crate.control("step", seconds=1e-6)
 
 
-def is_left_alone(site, value):
+def time_stamp_stays(site, value):
     """Whether the record of the other channel keeps its time stamp when this one's changes; the
     requests of that event have been worked off when those of a second one are."""
     before = stamp(site, NEIGHBOUR)
     monitor = site.clients.camonitor(CHANGED)
     for step in (value, value + 1):
         mark = monitor.mark()
-        tell(site, step)
+        report(site, step)
         monitor.wait_for(CHANGED, str(step), mark)
     monitor.close()
     return stamp(site, NEIGHBOUR) == before
 
 
-def moves(site, value):
+def time_stamp_moves(site, value):
     """Whether it gets another one sooner or later."""
     before = stamp(site, NEIGHBOUR)
-    tell(site, value)
+    report(site, value)
     until(lambda: stamp(site, NEIGHBOUR) != before, "the other channel's record processes")
     return True
 
@@ -66,21 +66,21 @@ def moves(site, value):
 def test_only_the_changed_record_processes(site):
     served(site, script=LARGE)
     # Once the start has had every record processed.
-    until(lambda: is_left_alone(site, 10), "the other record stands still")
-    assert is_left_alone(site, 20)
-    assert is_left_alone(site, 30)
+    until(lambda: time_stamp_stays(site, 10), "the other record stands still")
+    assert time_stamp_stays(site, 20)
+    assert time_stamp_stays(site, 30)
 
 
 def test_without_it_all_records_of_the_type_process(site):
     served(site)
-    assert moves(site, 10)
+    assert time_stamp_moves(site, 10)
     assert SWITCH not in site.the_ioc.stdout.text + site.the_ioc.stderr.text
 
 
 def test_the_set_point_follows_and_is_not_written(site):
     served(site, script=LARGE)
     sync = site.clients.camonitor("ZC16:00:000:VSet:Sync")
-    tell(site, 30)
+    report(site, 30)
     sync.wait_for("ZC16:00:000:VSet:Sync", "30")
     assert site.clients.caget("ZC16:00:000:VSet") == "30"
     assert site.the_crate.sets() == []
@@ -115,9 +115,10 @@ def test_it_is_switched_in_the_shell(site):
         ioc.stdout.wait_for(rf"^{SWITCH} = {on}$(?!(.|\n)*{SWITCH} =)")
         if on:
             # What the last event asked for may still be under way.
-            until(lambda value=value: is_left_alone(site, value), "the other record stands still")
+            until(lambda value=value: time_stamp_stays(site, value),
+                  "the other record stands still")
         else:
-            assert moves(site, value)
+            assert time_stamp_moves(site, value)
 
 
 def test_a_record_whose_priority_changes_goes_on(site):
@@ -125,7 +126,7 @@ def test_a_record_whose_priority_changes_goes_on(site):
     monitor = site.clients.camonitor(CHANGED)
     for value, priority in ((10, "HIGH"), (20, "MEDIUM"), (30, "LOW")):
         assert site.clients.caput(f"{CHANGED}.PRIO", priority) == ""
-        tell(site, value)
+        report(site, value)
         monitor.wait_for(CHANGED, str(value))
 
 
@@ -147,7 +148,7 @@ SCRIPTS = {
 @pytest.mark.parametrize("order", SCRIPTS)
 def test_in_any_order_the_records_are_served(site, order):
     script, complaint = SCRIPTS[order]
-    site.world.path("/tmp/st.cmd").write_text(script + "echo end-of-script\n")
+    site.sandbox.path("/tmp/st.cmd").write_text(script + "echo end-of-script\n")
     served(site, script="/tmp/st.cmd")
     said = site.the_ioc.stdout.wait_for(r"^end-of-script$") and (
         site.the_ioc.stdout.text + site.the_ioc.stderr.text)
@@ -156,5 +157,5 @@ def test_in_any_order_the_records_are_served(site, order):
     else:
         assert "not found" not in said and "Warning" not in said and "rror" not in said, said
     monitor = site.clients.camonitor(CHANGED)
-    tell(site, 10)
+    report(site, 10)
     monitor.wait_for(CHANGED, "10")

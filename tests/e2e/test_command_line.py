@@ -23,7 +23,7 @@ VERSION = "EPICS ioc VEXA ZANTO version 1.2.0\n"
 @pytest.fixture(name="run")
 def _run(shared):
     def run(*args):
-        return shared.world.run([places.program("zantoioc"), *args])
+        return shared.sandbox.run([places.program("zantoioc"), *args])
     return run
 
 
@@ -141,7 +141,7 @@ def test_long_script_path_is_cut(make_site):
     site.reduced_crate()
     path = "/tmp/" + "s" * 295
     # The file system bounds a name at 255, so that the path cannot but be opened as it was cut.
-    site.world.path("/tmp/" + "s" * 249).write_text("echo the-cut-one\nexit\n")
+    site.sandbox.path("/tmp/" + "s" * 249).write_text("echo the-cut-one\nexit\n")
     ioc = site.ioc(script=path)
     ioc.stdout.wait_for("^the-cut-one$")
 
@@ -198,10 +198,10 @@ def stub_library(site, folder):
                   if "VEXAHV_" in line} - {"VEXAHV_InitSystem"}
     source = STUB + "".join(f"int32_t {name}(void) {{ return -1; }}\n"
                             for name in sorted(operations))
-    site.world.path(folder).mkdir()
-    site.world.path(f"{folder}/stub.c").write_text(source)
-    built = site.world.run(["gcc", "-shared", "-fPIC", "-Wl,-soname,libvexahvwrapper.so", "-o",
-                            f"{folder}/libvexahvwrapper.so", f"{folder}/stub.c"])
+    site.sandbox.path(folder).mkdir()
+    site.sandbox.path(f"{folder}/stub.c").write_text(source)
+    built = site.sandbox.run(["gcc", "-shared", "-fPIC", "-Wl,-soname,libvexahvwrapper.so", "-o",
+                              f"{folder}/libvexahvwrapper.so", f"{folder}/stub.c"])
     assert built.returncode == 0, built.stderr
     return len(operations) + 1
 
@@ -209,7 +209,7 @@ def stub_library(site, folder):
 def test_access_library_is_exchanged_by_the_loader_alone(site):
     site.reduced_crate()
     assert stub_library(site, "/tmp/maker") == 28
-    done = site.world.run(arguments("-D", "1"), env={"LD_LIBRARY_PATH": "/tmp/maker"})
+    done = site.sandbox.run(arguments("-D", "1"), env={"LD_LIBRARY_PATH": "/tmp/maker"})
     assert done.returncode == 0
     assert "another library: 2 0 127.0.0.1 admin admin\n" in done.stdout
     assert done.stdout.endswith("\nError initializing mainframe\n"

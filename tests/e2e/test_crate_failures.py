@@ -48,7 +48,7 @@ def test_server_outlives_its_crate(running):
 
 def test_hanging_crate_delays_writes_only(running):
     running.the_crate.hang()
-    put = running.world.start("writer", running.clients.command("pvput", RECORD, "7"))
+    put = running.sandbox.start("writer", running.clients.command("pvput", RECORD, "7"))
     put.stdout.wait_for("^Old")
     for _ in range(3):
         value, seconds = timed(running.clients.caget, "ZC16:03:000:ISet:RBV")
@@ -64,7 +64,7 @@ def test_hanging_crate_delays_writes_only(running):
 
 def test_crate_that_answers_late_is_waited_for(running):
     running.the_crate.hang()
-    put = running.world.start("writer", running.clients.command("pvput", RECORD, "7"))
+    put = running.sandbox.start("writer", running.clients.command("pvput", RECORD, "7"))
     put.stdout.wait_for("^Old")
     running.the_crate.release()
     assert put.wait() == 0
@@ -152,7 +152,7 @@ def test_part_that_cannot_be_read_is_left_out_and_the_rest_served(site, part):
     crate = site.reduced_crate()
     crate.fault("fail", operation=operation, code=5)
     site.ioc().wait_running()
-    database = site.world.read("/tmp/ZANTO.db")
+    database = site.sandbox.read("/tmp/ZANTO.db")
     for name in missing:
         assert f'"{name}")' not in database
     assert '"ZC16:15:003:VSet")' in database

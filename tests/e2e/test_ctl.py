@@ -16,7 +16,7 @@ from harness.ctl import Ctl
 def _bench(make_shared_site):
     """A crate, and the program beside it. Each test uses channels of its own."""
     shared = make_shared_site()
-    return SimpleNamespace(crate=shared.crate(), ctl=Ctl(shared.world), world=shared.world)
+    return SimpleNamespace(crate=shared.crate(), ctl=Ctl(shared.sandbox), sandbox=shared.sandbox)
 
 
 def asked(ctl, *arguments):
@@ -115,7 +115,7 @@ def test_a_pulled_board_is_shown_as_such(bench):
 
 def test_time_stands_still_and_is_stepped(site):
     site.crate()
-    ctl = Ctl(site.world)
+    ctl = Ctl(site.sandbox)
     ctl("pause")
     for name, value in [("VSet", "100"), ("RUp", "10"), ("Pw", "On")]:
         ctl("set", "0:0", name, value)
@@ -144,7 +144,7 @@ def test_wait_ends_when_it_holds_or_time_is_up(bench):
 
 def test_statistics_log_and_subscriptions(site):
     crate = site.crate()
-    ctl = Ctl(site.world)
+    ctl = Ctl(site.sandbox)
     ioc = site.ioc().wait_running()
     crate.wait(eventConnections=1)
     assert re.search(r"^calls VEXAHV_GetCrateMap +\d+$", ctl("statistics"), re.MULTILINE)
@@ -156,16 +156,16 @@ def test_statistics_log_and_subscriptions(site):
     assert ioc.process.status is None
 
 
-def test_a_reader_that_leaves_early_is_no_drama(bench):
+def test_a_closed_pipe_is_not_an_error(bench):
     command = f"{places.program('zantocratectl')} show 3 | head -n 1"
-    done = bench.world.run(["sh", "-c", command], env={"ZANTOCRATE_CONTROL": CONTROL})
+    done = bench.sandbox.run(["sh", "-c", command], env={"ZANTOCRATE_CONTROL": CONTROL})
     assert done.stdout == "Slot 3: ZA48L, 48 channels 500 V 20 mA\n"
     assert done.stderr == ""
 
 
 def test_full_standard_output_is_an_error(bench):
     command = f"{places.program('zantocratectl')} show 3 > /dev/full"
-    done = bench.world.run(["sh", "-c", command], env={"ZANTOCRATE_CONTROL": CONTROL})
+    done = bench.sandbox.run(["sh", "-c", command], env={"ZANTOCRATE_CONTROL": CONTROL})
     assert done.returncode == 1
     assert "cannot write" in done.stderr
 
@@ -189,7 +189,7 @@ def test_no_crate_says_where_and_how_to_start_one(bench):
     (["execute", "ClearAlrm"], 'did you mean "ClearAlarm"?'),
     (["condition", "0:0", "overvoltage"], 'did you mean "over-voltage"?'),
 ])
-def test_errors_help(bench, arguments, text):
+def test_error_messages(bench, arguments, text):
     assert text in bench.ctl.error(*arguments)
 
 
@@ -214,14 +214,14 @@ def test_usage_errors_name_what_is_wrong(bench, arguments, text):
     assert text in bench.ctl.run(*arguments).stderr
 
 
-def test_an_operation_goes_by_either_name(bench):
+def test_operations_with_and_without_prefix(bench):
     bench.ctl("wait", "--call", "GetCrateMap", "--count", "0")
     bench.ctl("wait", "--call", "VEXAHV_GetCrateMap", "--count", "0")
 
 
 def test_the_odd_crate_can_be_shown(site):
     crate = site.crate(places.top() / "crateSim/crates/odd.yaml")
-    ctl = Ctl(site.world)
+    ctl = Ctl(site.sandbox)
     for board in crate.control("show")["slots"]:
         slot = board["slot"]
         assert board["description"] in ctl("show", str(slot))
@@ -229,14 +229,15 @@ def test_the_odd_crate_can_be_shown(site):
             assert "Value" in ctl("show", f"{slot}:{channel}")
 
 
-def test_default_paths_meet(site):
+def test_default_control_paths_agree(site):
     home = {"XDG_RUNTIME_DIR": "/tmp/run", "ZANTOCRATE_CONTROL": ""}
-    site.world.run(["mkdir", "/tmp/run"])
-    crate = site.world.start("zantocrate", [places.program("zantocrate"), "--port", "0"], env=home)
+    site.sandbox.run(["mkdir", "/tmp/run"])
+    command = [places.program("zantocrate"), "--port", "0"]
+    crate = site.sandbox.start("zantocrate", command, env=home)
     crate.stdout.wait_for("ready")
-    ctl = Ctl(site.world)
+    ctl = Ctl(site.sandbox)
     assert "ZC16" in ctl.run("show", env=home).stdout
-    second = site.world.start("zantocrate", [places.program("zantocrate"), "--port", "0"], env=home)
+    second = site.sandbox.start("zantocrate", command, env=home)
     second.stdout.wait_for("ready")
     second.stderr.wait_for("without a control port")
     for process in (second, crate):
@@ -292,7 +293,7 @@ def test_live_table_without_colours(bench):
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP],
                          ids=lambda number: number.name)
-def test_signals_leave_the_terminal_in_order(bench, number):
+def test_signals_restore_the_terminal(bench, number):
     terminal = bench.ctl.terminal("show", "--live")
     terminal.see("q: end")
     if number == signal.SIGINT:
@@ -304,7 +305,7 @@ def test_signals_leave_the_terminal_in_order(bench, number):
 
 def test_live_table_ends_with_its_crate(site):
     crate = site.crate()
-    terminal = Ctl(site.world).terminal("show", "--live")
+    terminal = Ctl(site.sandbox).terminal("show", "--live")
     terminal.see("q: end")
     crate.kill()
     assert terminal.ended() == 1

@@ -13,7 +13,7 @@ EXAMPLES = {"small": "1 board, 8 channels", "full": "16 boards, 768 channels",
 @pytest.fixture(name="zantocrate")
 def _zantocrate(shared):
     def run(*args):
-        return shared.world.run([places.program("zantocrate"), *args])
+        return shared.sandbox.run([places.program("zantocrate"), *args])
     return run
 
 
@@ -33,7 +33,7 @@ def test_check_says_what_is_wrong_and_where(zantocrate, shared):
     lines[slot - 1] = "  - slot: 9"
     lines[role - 1] = lines[role - 1].replace("maximum: 3000", "maximum: -1")
     path = "/tmp/wrong.yaml"
-    shared.world.path(path).write_text("\n".join(lines) + "\n", encoding="utf-8")
+    shared.sandbox.path(path).write_text("\n".join(lines) + "\n", encoding="utf-8")
     findings = [
         f'{path}:{role}: model "ZA08P", channel parameter "VSet": limits are reversed',
         f"{path}:{slot}: slot 9 does not exist, the crate has 4"]
@@ -49,11 +49,11 @@ def test_check_of_no_file(zantocrate):
     assert zantocrate("--check").returncode != 0
 
 
-def test_the_printed_crate_is_in_order(zantocrate, shared):
+def test_the_printed_crate_passes_the_check(zantocrate, shared):
     printed = zantocrate("--print-default")
     assert (printed.stderr, printed.returncode) == ("", 0)
     path = "/tmp/default.yaml"
-    shared.world.path(path).write_text(printed.stdout, encoding="utf-8")
+    shared.sandbox.path(path).write_text(printed.stdout, encoding="utf-8")
     done = zantocrate("--check", path)
     assert (done.stdout, done.returncode) == (f"{path}: in order: 5 boards, 120 channels\n", 0)
 
@@ -63,10 +63,10 @@ def test_the_printed_crate_serves_what_the_built_in_one_serves(zantocrate, make_
     written = {}
     for name, options in (("built-in", []), ("printed", ["/tmp/default.yaml"])):
         site = make_site()
-        site.world.path("/tmp/default.yaml").write_text(printed, encoding="utf-8")
+        site.sandbox.path("/tmp/default.yaml").write_text(printed, encoding="utf-8")
         site.crate(*options)
         ioc = site.ioc().wait_running()
-        written[name] = [site.world.read(path) for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt")]
+        written[name] = [site.sandbox.read(path) for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt")]
         assert ioc.stop() == 0
     assert written["printed"] == written["built-in"]
 

@@ -82,7 +82,7 @@ def test_channel_status_follows_switching_and_trip(live, watch, request):
     monitor.wait_for(status, str(tripped))
 
 
-def test_cause_of_a_trip_is_told_by_its_text(live, watch, request):
+def test_cause_of_a_trip_is_in_its_text(live, watch, request):
     channel = 4 + channel_for(request)
     cause = f"ZC16:15:{channel:03d}:LastTrip"
     monitor = watch(cause)
@@ -133,7 +133,7 @@ def test_live_insertion_raises_the_flag(make_site):
     crate = site.reduced_crate()
     ioc = site.ioc("-D", "1").wait_running()
     crate.wait(eventConnections=1)
-    flag = site.world.path("/tmp/lievnt.txt")
+    flag = site.sandbox.path("/tmp/lievnt.txt")
     assert flag.read_text() == "0\n"
     crate.control("remove", slot=2)
     ioc.stdout.wait_for("^Live insertion signal$")
@@ -148,7 +148,7 @@ def test_live_insertion_raises_the_flag(make_site):
     site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "12")
 
 
-def test_traces_tell_the_way_of_an_event(make_site):
+def test_traces_follow_an_event(make_site):
     site = make_site()
     crate = site.reduced_crate()
     ioc = site.ioc("-D", "10").wait_running()
@@ -178,7 +178,7 @@ input()
 
 @pytest.mark.parametrize("taken", [[5180], [5180, 5181, 5182]], ids=["one_port", "three_ports"])
 def test_taken_port_is_passed_over_and_the_next_announced(site, taken):
-    other = site.world.start("other server", ["/usr/bin/python3", "-c", LISTENER.format(
+    other = site.sandbox.start("other server", ["/usr/bin/python3", "-c", LISTENER.format(
         ports=",".join(map(str, taken)))], stdin=subprocess.PIPE)
     other.stdout.wait_for("^ready$")
     crate = site.reduced_crate()
@@ -196,15 +196,15 @@ def test_servers_that_start_together_get_ports_of_their_own(site):
     iocs = [site.ioc("-D", "1", name=f"server {number}") for number in range(8)]
     for ioc in iocs:
         ioc.stdout.wait_for("^error$")
-    until(lambda: site.world.listens(range(5180, 5188)), "eight ports")
-    assert not site.world.listens([5188])
+    until(lambda: site.sandbox.listens(range(5180, 5188)), "eight ports")
+    assert not site.sandbox.listens([5188])
 
 
 def test_connection_before_there_is_a_tree_waits_for_it(site):
     ioc = site.ioc()
-    until(lambda: site.world.listens([5180]), "the event port")
-    early = site.world.start("early", ["/usr/bin/python3", "-c",
-                                       CONNECT.format(data=GARBAGE, then=AWAIT_END)])
+    until(lambda: site.sandbox.listens([5180]), "the event port")
+    early = site.sandbox.start("early", ["/usr/bin/python3", "-c",
+                                         CONNECT.format(data=GARBAGE, then=AWAIT_END)])
     early.stdout.wait_for("^connected$")
     crate = site.reduced_crate()
     ioc.wait_running()
@@ -216,9 +216,9 @@ def test_connection_before_there_is_a_tree_waits_for_it(site):
 
 def test_connection_before_there_is_a_tree_does_not_hold_up_the_end(site):
     ioc = site.ioc()
-    until(lambda: site.world.listens([5180]), "the event port")
-    early = site.world.start("early", ["/usr/bin/python3", "-c",
-                                       CONNECT.format(data='b""', then=AWAIT_END)])
+    until(lambda: site.sandbox.listens([5180]), "the event port")
+    early = site.sandbox.start("early", ["/usr/bin/python3", "-c",
+                                         CONNECT.format(data='b""', then=AWAIT_END)])
     early.stdout.wait_for("^connected$")
     assert ioc.stop() == 0
     assert early.wait() == 0
@@ -253,8 +253,8 @@ STRANGERS = {
 @pytest.fixture(name="stranger", params=STRANGERS)
 def _stranger(request, live):
     data, then = STRANGERS[request.param]
-    process = live.world.start("stranger", ["/usr/bin/python3", "-c",
-                                            CONNECT.format(data=data, then=then)],
+    process = live.sandbox.start("stranger", ["/usr/bin/python3", "-c",
+                                              CONNECT.format(data=data, then=then)],
                                stdin=subprocess.PIPE)
     process.stdout.wait_for("^connected$")
     yield process
@@ -268,7 +268,7 @@ def sees_updates(live, value):
     monitor.close()
 
 
-def test_strangers_on_the_event_port_do_no_harm(live, stranger, request):
+def test_foreign_connections_on_the_event_port_do_no_harm(live, stranger, request):
     value = 30 + list(STRANGERS).index(request.node.callspec.params["stranger"])
     if request.node.callspec.params["stranger"] != "held_open":
         assert stranger.wait() == 0
@@ -284,7 +284,7 @@ def event_threads(ioc):
 
 def all_gone_but_the_crates(live):
     """Each connection that ended took its descriptor and its thread along."""
-    until(lambda: live.world.connections(5180) == 1, "one connection to the event port")
+    until(lambda: live.sandbox.connections(5180) == 1, "one connection to the event port")
     until(lambda: event_threads(live.the_ioc) == 1, "one event thread")
 
 
@@ -314,7 +314,7 @@ connections = [socket.create_connection(("127.0.0.1", 5180)) for _ in range(100)
 print("connected", flush=True)
 for connection in connections: connection.close()
 """
-    crowd = live.world.start("crowd", ["/usr/bin/python3", "-c", script])
+    crowd = live.sandbox.start("crowd", ["/usr/bin/python3", "-c", script])
     assert crowd.wait() == 0
     sees_updates(live, 80)
     all_gone_but_the_crates(live)

@@ -11,7 +11,7 @@ from harness.process import until
 BOUNDED = 15
 
 
-def shows_the_truth(site, crate, slot=0, channel=2, value=41):
+def shows_crate_values(site, crate, slot=0, channel=2, value=41):
     """A change and some values from the start, in the records and at the crate."""
     record = f"ZC16:{slot:02d}:{channel:03d}:VSet:RBV"
     crate.set("VSet", value, slot, channel)
@@ -59,34 +59,34 @@ def test_event_connection_is_made_again(running, fault):
     opened = crate.statistics()["eventConnectionsOpened"]
     value = 50 + list(STREAM).index(fault)
     crate.fault(kind, **fields)
-    shows_the_truth(running, crate, value=value)
+    shows_crate_values(running, crate, value=value)
     assert applied(crate, kind) == before + 1
     assert crate.control("faults")["active"] == []
     assert crate.statistics()["eventConnectionsOpened"] == opened + 1
-    until(lambda: running.world.connections(5180) == 1, "one connection to the event port")
+    until(lambda: running.sandbox.connections(5180) == 1, "one connection to the event port")
 
 
 def test_stream_in_single_bytes(running):
     crate = running.the_crate
     crate.fault("split-events", chunk=1, count=0)
     for value in (61, 62):
-        shows_the_truth(running, crate, value=value)
+        shows_crate_values(running, crate, value=value)
     # The whole of what the server watches, byte by byte.
     crate.fault("drop-events")
-    shows_the_truth(running, crate, value=63)
+    shows_crate_values(running, crate, value=63)
     assert applied(crate, "split-events") >= 3
     crate.control("clear-faults")
-    shows_the_truth(running, crate, value=64)
+    shows_crate_values(running, crate, value=64)
 
 
 @pytest.mark.parametrize("count", [1, 3])
-def test_events_that_make_no_sense(running, count):
+def test_unknown_events(running, count):
     crate = running.the_crate
     before = applied(crate, "unknown-events")
     crate.set("Comment", "true", 0, 2)
     crate.fault("unknown-events", count=count)
     crate.wait(fault="unknown-events", count=before + count)
-    shows_the_truth(running, crate, value=70 + count)
+    shows_crate_values(running, crate, value=70 + count)
     monitor = running.clients.camonitor("ZC16:00:002:Comment:RBV")
     monitor.wait_for("ZC16:00:002:Comment:RBV", "true")
     monitor.close()
@@ -137,7 +137,7 @@ def test_login_that_is_refused_ends_the_server(site):
     assert applied(crate, "refuse-logins") == 1
     site.ioc().wait_running()
     crate.wait(eventConnections=1)
-    shows_the_truth(site, crate)
+    shows_crate_values(site, crate)
 
 
 # ---- answers while the tree is built
@@ -193,7 +193,7 @@ def test_server_serves_in_spite_of_a_broken_answer(site, case):
     crate.control("clear-faults")
     crate.wait(eventConnections=1)
     # The first board or channel may lack parameters.
-    shows_the_truth(site, crate, slot=2, channel=3)
+    shows_crate_values(site, crate, slot=2, channel=3)
     assert site.clients.caput("ZC16:02:003:VSet", 43) == ""
     assert crate.get("VSet", 2, 3) == 43
     assert ioc.process.status is None
@@ -220,7 +220,7 @@ HELD = {
 
 
 @pytest.mark.parametrize("case", HELD)
-def test_name_of_nothing_holds_the_build_and_a_signal_ends_it(site, case):
+def test_unknown_name_is_retried_until_a_signal(site, case):
     operation, answer = HELD[case]
     crate = site.reduced_crate()
     crate.fault("answer", operation=operation, answer=answer)
@@ -236,7 +236,7 @@ def test_name_of_nothing_holds_the_build_and_a_signal_ends_it(site, case):
 
 # ---- a storm
 
-def test_storm_is_survived_and_leaves_the_truth(running):
+def test_after_a_storm_records_show_the_crate_values(running):
     crate = running.the_crate
     names = {"ZC16:02:006:VMon": ("VMon", 2, 6), "ZC16:02:006:IMon": ("IMon", 2, 6),
              "ZC16:00:001:Comment:RBV": ("Comment", 0, 1), "ZC16:02:006:Status": ("Status", 2, 6)}
@@ -249,7 +249,7 @@ def test_storm_is_survived_and_leaves_the_truth(running):
     until(lambda: not crate.statistics()["storm"]["running"], "the end of the storm")
     storm = crate.statistics()["storm"]
     assert storm["sent"] + storm["dropped"] >= 0.9 * 40000
-    shows_the_truth(running, crate, slot=2, channel=6, value=80)
+    shows_crate_values(running, crate, slot=2, channel=6, value=80)
     for record, (name, slot, channel) in names.items():
         wanted = crate.get(name, slot, channel)
 

@@ -28,19 +28,19 @@ def test_an_ordinary_start_writes_three_plain_files(site):
     assert ("Database written into file [/tmp/ZANTO.db]\n"
             "PV list written into file [/tmp/pvlist.txt]\n") in printed
     for path in FILES:
-        status = os.lstat(site.world.path(path))
+        status = os.lstat(site.sandbox.path(path))
         assert stat.S_ISREG(status.st_mode) and not status.st_mode & 0o022
-    assert site.world.read(FLAG) == "0\n"
+    assert site.sandbox.read(FLAG) == "0\n"
 
 
 @pytest.mark.parametrize("path", FILES, ids=["database", "pv_list", "flag"])
 def test_planted_symlink_is_not_followed(site, path):
     crate = site.reduced_crate()
-    site.world.path("/tmp/precious").write_text("mine\n")
-    site.world.path(path).symlink_to("/tmp/precious")
+    site.sandbox.path("/tmp/precious").write_text("mine\n")
+    site.sandbox.path(path).symlink_to("/tmp/precious")
     printed = run_to_end(site)
     assert printed.endswith(f"\nUnable to open file for {FILES[path]}\n{FAILED}")
-    assert site.world.read("/tmp/precious") == "mine\n"
+    assert site.sandbox.read("/tmp/precious") == "mine\n"
     assert crate.log() == []
 
 
@@ -48,7 +48,7 @@ def test_planted_symlink_is_not_followed(site, path):
 @pytest.mark.parametrize("has_reader", [False, True], ids=["no_reader", "reader"])
 def test_planted_fifo_does_not_hang(site, path, has_reader):
     site.reduced_crate()
-    fifo = site.world.path(path)
+    fifo = site.sandbox.path(path)
     os.mkfifo(fifo)
     reader = os.open(fifo, os.O_RDONLY | os.O_NONBLOCK) if has_reader else None
     try:
@@ -60,9 +60,9 @@ def test_planted_fifo_does_not_hang(site, path, has_reader):
 
 
 @pytest.mark.parametrize("path", FILES, ids=["database", "pv_list", "flag"])
-def test_folder_in_the_way(site, path):
+def test_folder_in_place_of_the_file(site, path):
     site.reduced_crate()
-    site.world.path(path).mkdir()
+    site.sandbox.path(path).mkdir()
     assert run_to_end(site).endswith(f"\nUnable to open file for {FILES[path]}\n{FAILED}")
 
 
@@ -70,7 +70,7 @@ def test_folder_in_the_way(site, path):
 def test_full_disk_fails_and_serves_nothing(make_site, size):
     site = make_site(tmp_size=size)
     crate = site.crate()
-    site.world.path(DATABASE).write_text("")
+    site.sandbox.path(DATABASE).write_text("")
     printed = run_to_end(site)
     assert printed.endswith(FAILED)
     assert re.search(r"^Unable to write file for ", printed, re.MULTILINE)
@@ -81,8 +81,8 @@ def test_full_disk_fails_and_serves_nothing(make_site, size):
 
 def test_failures_are_silent_at_level_0(site):
     site.reduced_crate()
-    site.world.path(DATABASE).mkdir()
-    done = site.world.run(arguments())
+    site.sandbox.path(DATABASE).mkdir()
+    done = site.sandbox.run(arguments())
     assert (done.returncode, done.stdout) == (0, WAITING + CONNECTING + FAILED)
 
 
@@ -112,14 +112,14 @@ def test_database_loads_without_a_warning(loaded):
 
 
 def test_every_record_of_the_text_is_served_once(loaded):
-    written = record_names(loaded.world.read(DATABASE))
+    written = record_names(loaded.sandbox.read(DATABASE))
     assert len(written) > 5000
     assert len(set(written)) == len(written) == len(loaded.names)
     assert set(written) ^ set(loaded.names) == set()
 
 
 def test_every_listed_name_is_a_record(loaded):
-    lines = loaded.world.read(PV_LIST).splitlines()
+    lines = loaded.sandbox.read(PV_LIST).splitlines()
     listed = [line.split(", ")[2] for line in lines]
     assert len(set(listed)) == len(listed) > 2000
     assert set(listed) <= set(loaded.names)
@@ -129,7 +129,7 @@ def test_every_listed_name_is_a_record(loaded):
 
 def test_listed_access_tells_which_companions_there_are(loaded):
     served = set(loaded.names)
-    for line in loaded.world.read(PV_LIST).splitlines():
+    for line in loaded.sandbox.read(PV_LIST).splitlines():
         name, read, write = (line.split(", ")[column] for column in (2, 4, 5))
         both = (read, write) == ("x", "x")
         assert (f"{name}:RBV" in served, f"{name}:Sync" in served) == (both, both), line

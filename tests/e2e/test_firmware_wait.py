@@ -19,7 +19,7 @@ def test_silent_wait_then_start(site):
     crate.wait(eventConnections=1)
 
 
-def test_told_attempts_then_start(site):
+def test_reported_attempts_then_start(site):
     ioc = site.ioc("-D", "1")
     ioc.stdout.wait_for(r"^error\nerror$")
     site.reduced_crate()
@@ -29,7 +29,7 @@ def test_told_attempts_then_start(site):
     assert set(told[len(WAITING + ATTEMPT):].splitlines()) == {"error"}
 
 
-def test_host_that_is_no_address_is_waited_for(site):
+def test_host_that_is_not_an_address_is_waited_for(site):
     site.reduced_crate()
     ioc = site.ioc("-D", "1", crate="ZC16@localhost")
     ioc.stdout.wait_for(r"^error\nerror$")
@@ -37,7 +37,7 @@ def test_host_that_is_no_address_is_waited_for(site):
     assert ioc.stop() == 0
 
 
-def test_firmware_probe_is_no_login(site):
+def test_firmware_probe_is_not_a_login(site):
     crate = site.reduced_crate()
     crate.fault("refuse-logins", count=1)
     assert site.ioc().wait() == 0
@@ -55,17 +55,17 @@ def refused(site, *options, **more):
 def test_wrong_password(site):
     crate = site.reduced_crate("--user", "admin", "--password", "right")
     for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt", "/tmp/lievnt.txt"):
-        site.world.path(path).write_text("from an earlier run\n")
+        site.sandbox.path(path).write_text("from an earlier run\n")
     printed = refused(site, password="wrong")
     assert printed == WAITING + CONNECTING + "Error connecting to 127.0.0.1. Shutting down.\n"
-    assert site.world.read("/tmp/ZANTO.db") == ""
-    assert site.world.read("/tmp/pvlist.txt") == ""
-    assert site.world.read("/tmp/lievnt.txt") == "0\n"
+    assert site.sandbox.read("/tmp/ZANTO.db") == ""
+    assert site.sandbox.read("/tmp/pvlist.txt") == ""
+    assert site.sandbox.read("/tmp/lievnt.txt") == "0\n"
     seen = crate.statistics()
     assert (seen["loginsRefused"], seen["sessions"]) == (1, 0)
 
 
-def test_wrong_user_is_told_at_level_1(site):
+def test_wrong_user_is_reported_at_level_1(site):
     site.reduced_crate()
     assert refused(site, "-D", "1", user="nobody") == (
         WAITING + ATTEMPT + CONNECTING
@@ -74,9 +74,9 @@ def test_wrong_user_is_told_at_level_1(site):
         "Error connecting to 127.0.0.1. Shutting down.\n")
 
 
-def test_crate_that_goes_between_probe_and_login(site):
+def test_crate_that_dies_between_probe_and_login(site):
     """Something else accepts the probe on the firmware's port and says nothing to the login."""
-    listener = site.world.start("listener", ["/usr/bin/python3", "-c", """
+    listener = site.sandbox.start("listener", ["/usr/bin/python3", "-c", """
 import socket
 server = socket.create_server(("127.0.0.1", 3180))
 print("ready", flush=True)

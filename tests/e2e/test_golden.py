@@ -17,8 +17,8 @@ def _session(shared):
     """One run from login to logout."""
     crate = shared.crate()
     ioc = shared.ioc().wait_running()
-    shared.database = shared.world.read("/tmp/ZANTO.db")
-    shared.pv_list = shared.world.read("/tmp/pvlist.txt")
+    shared.database = shared.sandbox.read("/tmp/ZANTO.db")
+    shared.pv_list = shared.sandbox.read("/tmp/pvlist.txt")
     assert ioc.stop() == 0
     shared.calls = crate.log()
     return shared

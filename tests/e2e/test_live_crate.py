@@ -44,19 +44,19 @@ def record(server, slot, channel, item):
 
 class Scenario:
     def __init__(self, site):
-        self.world = site.world
+        self.sandbox = site.sandbox
         site.clients  # brings the repeater along
         self.crate = site.crate("--speed", "2")
         for name, ports in SERVERS.items():
             argv = zantoioc.arguments("-d", crate=f"{name}@127.0.0.1")
             site.ioc(argv=argv, env=ports, name=name).wait_running()
         self.crate.wait(eventConnections=len(SERVERS))
-        self.trackers = {(server, tool): Tracker(self.world, tool, self._records(server), ports)
+        self.trackers = {(server, tool): Tracker(self.sandbox, tool, self._records(server), ports)
                          for server, ports in SERVERS.items()
                          for tool in ("camonitor", "pvmonitor")}
         for tracker in self.trackers.values():
             tracker.wait_connected()
-        self.recorder = Recorder(self.world, BOARDS)
+        self.recorder = Recorder(self.sandbox, BOARDS)
 
     @staticmethod
     def _records(server):
@@ -65,8 +65,8 @@ class Scenario:
 
     def put(self, server, name, value):
         tool = ["caput", "-t"] if server == "ONE" else ["pvput", "-q"]
-        done = self.world.run([places.client(tool[0]), *tool[1:], "-w", "20",
-                               f"{server}:{name}", str(value)], SERVERS[server])
+        done = self.sandbox.run([places.client(tool[0]), *tool[1:], "-w", "20",
+                                 f"{server}:{name}", str(value)], SERVERS[server])
         assert done.returncode == 0 and "rror" not in done.stderr, done.stdout + done.stderr
 
     def put_all(self, item, values):
@@ -143,7 +143,7 @@ def test_a_minute_of_a_live_crate(scenario):
     crate.control("remove", slot=PULLED)
     scenario.wait_quiet()
     assert scenario.recorder.histories[PULLED, 0, "status"].last == UNPLUGGED
-    assert scenario.world.read("/tmp/lievnt.txt") == "1\n"
+    assert scenario.sandbox.read("/tmp/lievnt.txt") == "1\n"
     crate.control("insert", slot=PULLED)
     scenario.wait((PULLED, 0), value=0)
     # The alarms are cleared, and a channel that had tripped goes on.

@@ -14,7 +14,7 @@ LOGOUT = "VEXAHV_DeinitSystem()"
 @pytest.fixture(name="terminal")
 def _terminal(site):
     """At its prompt; `untouched` are the settings from before the shell."""
-    terminal = Terminal(site.world, "-D", "1")
+    terminal = Terminal(site.sandbox, "-D", "1")
     terminal.expect("Attempt to connect to firmware..")
     terminal.untouched = terminal.settings()
     terminal.crate = site.reduced_crate()
@@ -24,7 +24,7 @@ def _terminal(site):
     return terminal
 
 
-def ended_in_order(terminal):
+def ended_cleanly(terminal):
     assert terminal.wait() == 0
     assert terminal.settings() == terminal.untouched
     assert terminal.crate.log()[-1] == LOGOUT
@@ -35,17 +35,17 @@ def ended_in_order(terminal):
 
 def test_exit_leaves(terminal):
     terminal.type("exit")
-    ended_in_order(terminal)
+    ended_cleanly(terminal)
 
 
 def test_end_of_input_leaves(terminal):
     terminal.press("d")
-    ended_in_order(terminal)
+    ended_cleanly(terminal)
 
 
 def test_interrupt_key_leaves(terminal):
     terminal.press("c")
-    ended_in_order(terminal)
+    ended_cleanly(terminal)
 
 
 def test_half_a_line_and_the_quit_key_leaves(terminal):
@@ -53,13 +53,13 @@ def test_half_a_line_and_the_quit_key_leaves(terminal):
     terminal.expect("dbl ZC1")
     terminal.wait_until_it_reads()
     terminal.press("\\")
-    ended_in_order(terminal)
+    ended_cleanly(terminal)
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGHUP], ids=lambda number: number.name)
 def test_signal_leaves_the_terminal_as_it_was(terminal, number):
     terminal.kill_by(number)
-    ended_in_order(terminal)
+    ended_cleanly(terminal)
 
 
 def test_signal_while_leaving_does_not_end_it_twice(terminal):
@@ -81,7 +81,7 @@ def test_shell_knows_the_records_and_both_servers(terminal):
     terminal.expect("EPICS_PVAS_PROVIDER_NAMES = QSRV")
     terminal.expect(PROMPT)
     terminal.type("exit")
-    ended_in_order(terminal)
+    ended_cleanly(terminal)
 
 
 # ---- without a terminal
@@ -99,7 +99,7 @@ def test_shell_on_a_pipe_obeys_and_leaves_at_its_end(site):
 @pytest.mark.parametrize("redirection", ["</dev/null", "<&-"], ids=["no_input", "closed_input"])
 def test_shell_without_input_leaves_at_once(site, redirection):
     crate = site.reduced_crate()
-    done = site.world.run(["sh", "-c", f'exec "$@" {redirection}', "sh", *arguments()])
+    done = site.sandbox.run(["sh", "-c", f'exec "$@" {redirection}', "sh", *arguments()])
     assert done.returncode == 0
     assert crate.log()[-1] == LOGOUT
     assert "iocRun: All initialization complete" in done.stderr
@@ -122,7 +122,7 @@ def test_daemon_needs_none_of_the_standard_streams(site, redirection):
 def test_exit_in_the_script_goes_on_to_the_shell(site):
     """It leaves the script, not the process."""
     crate = site.reduced_crate()
-    site.world.path("/tmp/st.cmd").write_text("exit\nepicsThreadSleep 1000\n")
+    site.sandbox.path("/tmp/st.cmd").write_text("exit\nepicsThreadSleep 1000\n")
     ioc = site.ioc(script="/tmp/st.cmd", shell=True)
     ioc.stdout.wait_for("^epics> ")
     ioc.command("exit")
@@ -134,7 +134,7 @@ def test_exit_in_the_script_goes_on_to_the_shell(site):
 
 def registration(site, script, env=()):
     site.reduced_crate()
-    site.world.path("/tmp/st.cmd").write_text(script)
+    site.sandbox.path("/tmp/st.cmd").write_text(script)
     ioc = site.ioc(script="/tmp/st.cmd", shell=True, env=env)
     ioc.stdout.wait_for("^epics> ")
     return ioc

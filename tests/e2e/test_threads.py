@@ -37,17 +37,17 @@ SERVER_THREAD = "ZANTOTcpServerThread 55 big"
 def _watched(site):
     """The environment in which threads are logged."""
     shim = "/tmp/shim.so"
-    site.world.path("/tmp/shim.c").write_text(SHIM)
-    built = site.world.run(["gcc", "-shared", "-fPIC", "-o", shim, "/tmp/shim.c", "-ldl"])
+    site.sandbox.path("/tmp/shim.c").write_text(SHIM)
+    built = site.sandbox.run(["gcc", "-shared", "-fPIC", "-o", shim, "/tmp/shim.c", "-ldl"])
     assert built.returncode == 0, built.stderr
-    site.world.path(LOG).write_text("")
+    site.sandbox.path(LOG).write_text("")
     # An instrumented server does not mind that the shim is loaded before its runtime.
     options = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
     return {"LD_PRELOAD": shim, "THREAD_LOG": LOG, "ASAN_OPTIONS": options}
 
 
 def threads(site):
-    return site.world.read(LOG).splitlines()
+    return site.sandbox.read(LOG).splitlines()
 
 
 def own_threads(site):
@@ -56,7 +56,7 @@ def own_threads(site):
 
 
 def test_without_an_argument_no_thread_is_started(site, watched):
-    done = site.world.run([places.program("zantoioc")], watched)
+    done = site.sandbox.run([places.program("zantoioc")], watched)
     assert done.stdout.startswith("Syntax: ") and done.returncode == 0
     assert threads(site) == []
 
@@ -64,7 +64,7 @@ def test_without_an_argument_no_thread_is_started(site, watched):
 @pytest.mark.parametrize("arguments", [["st.cmd"], ["st.cmd", "-v"], ["st.cmd", "-u", "admin"]],
                          ids=" ".join)
 def test_with_a_script_alone_the_server_thread_is_started(site, watched, arguments):
-    done = site.world.run([places.program("zantoioc"), *arguments], watched)
+    done = site.sandbox.run([places.program("zantoioc"), *arguments], watched)
     assert done.returncode == 0
     assert SERVER_THREAD in own_threads(site)
     assert not [line for line in own_threads(site) if line.startswith("ZANTOEventsThread")]
@@ -81,8 +81,8 @@ def test_each_event_connection_gets_a_thread(site, watched):
 def test_the_event_port_is_open_during_the_wait_for_the_firmware(site):
     ioc = site.ioc("-D", "1")
     ioc.stdout.wait_for("^error$")
-    until(lambda: site.world.listens([5180]), "the event port")
-    peer = site.world.start("peer", ["/usr/bin/python3", "-c", """
+    until(lambda: site.sandbox.listens([5180]), "the event port")
+    peer = site.sandbox.start("peer", ["/usr/bin/python3", "-c", """
 import socket
 socket.create_connection(("127.0.0.1", 5180))
 print("connected", flush=True)

@@ -46,15 +46,15 @@ def kept(line, output):
     return re.search(PROMISES[line], output, re.MULTILINE)
 
 
-class Reader:
+class User:
     """Somebody who types what the page says, in a folder that looks like the project's."""
 
-    def __init__(self, world):
-        self._world = world
+    def __init__(self, sandbox):
+        self._sandbox = sandbox
         self._env = {"PATH": f"{Path(places.program('x')).parent}:"
                              f"{Path(places.client('x')).parent}:/usr/bin:/bin",
                      "XDG_RUNTIME_DIR": "", "ZANTOCRATE_CONTROL": ""}
-        world.repeater()
+        sandbox.repeater()
         self._crate = self._ioc = None
         self.run("sh", "-c", f"mkdir {FOLDER} && ln -s {places.top()}/* {FOLDER}")
 
@@ -62,10 +62,10 @@ class Reader:
         return ["env", "-C", FOLDER if argv[0] != "sh" else "/", *argv]
 
     def run(self, *argv):
-        return self._world.run(self._argv(*argv), env=self._env)
+        return self._sandbox.run(self._argv(*argv), env=self._env)
 
     def _start(self, line, stdin=subprocess.DEVNULL):
-        return self._world.start(line, self._argv(*shlex.split(line)), env=self._env, stdin=stdin)
+        return self._sandbox.start(line, self._argv(*shlex.split(line)), env=self._env, stdin=stdin)
 
     def type(self, line):
         """Its output."""
@@ -116,12 +116,12 @@ class Reader:
 
 
 def test_every_command_does_what_the_page_says(site):
-    reader = Reader(site.world)
+    user = User(site.sandbox)
     lines = commands()
     assert set(PROMISES) <= set(lines)
     outputs = {}
     for line in lines:
-        outputs.setdefault(line, []).append(reader.type(line))
+        outputs.setdefault(line, []).append(user.type(line))
     for line in PROMISES:
         assert any(kept(line, output) for output in outputs[line]), (line, outputs[line])
-    reader.leave()
+    user.leave()

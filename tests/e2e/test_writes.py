@@ -145,7 +145,7 @@ def test_text_of_a_channel_can_be_read_but_not_written(live, put, slot_channel):
     assert live.the_crate.get("Comment", slot, channel) == ""
 
 
-def test_write_beyond_the_crates_limit_is_told(live):
+def test_write_beyond_the_crates_limit_is_reported(live):
     record = "ZC16:00:005:SVMax"
     before = live.clients.caget(f"{record}:RBV")
     assert live.clients.caput(record, "1e6") != ""

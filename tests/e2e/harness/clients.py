@@ -1,4 +1,4 @@
-"""The clients of EPICS base, run in a world."""
+"""The clients of EPICS base, run in a sandbox."""
 
 import re
 
@@ -7,16 +7,16 @@ from .process import WATCHDOG
 
 
 class Clients:
-    def __init__(self, world):
-        self._world = world
-        world.repeater()
+    def __init__(self, sandbox):
+        self._sandbox = sandbox
+        sandbox.repeater()
 
     @staticmethod
     def command(tool, *arguments):
         return [places.client(tool), "-w", "20", *arguments]
 
     def _run(self, tool, *arguments):
-        return self._world.run(self.command(tool, *arguments))
+        return self._sandbox.run(self.command(tool, *arguments))
 
     def caget(self, name, *options):
         """The value as text."""
@@ -46,10 +46,10 @@ class Clients:
 
     # Read-backs of on/off parameters have no state names, so both show numbers.
     def camonitor(self, *names):
-        return Monitor(self._world, "camonitor", names, ["-t", "n", "-n"])
+        return Monitor(self._sandbox, "camonitor", names, ["-t", "n", "-n"])
 
     def pvmonitor(self, *names):
-        return Monitor(self._world, "pvmonitor", names, [])
+        return Monitor(self._sandbox, "pvmonitor", names, [])
 
 
 # A line of either client: pvmonitor shows a time, and quotes around texts.
@@ -59,9 +59,9 @@ UPDATE = r"""^{name} +(?:\d{{4}}-\d\d-\d\d [\d:.]+ +)?"?({value})"? *$"""
 class Monitor:
     """A client that prints each update; started when it has shown every name once."""
 
-    def __init__(self, world, tool, names, options):
-        self.process = world.start(f"{tool} {' '.join(names)}",
-                                   ["stdbuf", "-oL", places.client(tool), *options, *names])
+    def __init__(self, sandbox, tool, names, options):
+        self.process = sandbox.start(f"{tool} {' '.join(names)}",
+                                     ["stdbuf", "-oL", places.client(tool), *options, *names])
         for name in names:
             self.wait_for(name, ".*")
 

@@ -8,18 +8,18 @@ import socket
 
 from . import places
 from .process import WATCHDOG
-from .world import LOOPBACK
+from .sandbox import LOOPBACK
 
 CONTROL = "/tmp/crate.control"
 
 
-def write_reduced(world, path):
+def write_reduced(sandbox, path):
     """A description of the built-in crate with four channels of each board, 20 instead of 120,
     which a server reads that much faster."""
-    built_in = world.run([places.program("zantocrate"), "--print-default"]).stdout
+    built_in = sandbox.run([places.program("zantocrate"), "--print-default"]).stdout
     without_loads = re.sub(r"^    loads:\n(?:      .*\n)+", "", built_in, flags=re.MULTILINE)
-    world.path(path).write_text(re.sub("(?<=^    channels: )\\d+$", "4", without_loads,
-                                       flags=re.MULTILINE), encoding="utf-8")
+    sandbox.path(path).write_text(re.sub("(?<=^    channels: )\\d+$", "4", without_loads,
+                                         flags=re.MULTILINE), encoding="utf-8")
 
 
 class Refused(Exception):
@@ -27,9 +27,9 @@ class Refused(Exception):
 
 
 class Crate:
-    def __init__(self, world, options=(), address=LOOPBACK):
-        self._world = world
-        self.process = world.start("zantocrate", [
+    def __init__(self, sandbox, options=(), address=LOOPBACK):
+        self._sandbox = sandbox
+        self.process = sandbox.start("zantocrate", [
             places.program("zantocrate"), "--address", address, "--control", CONTROL, *options])
         self.process.stdout.wait_for(r"^zantocrate: ready on ")
 
@@ -37,7 +37,7 @@ class Crate:
         request = json.dumps({"cmd": cmd, **fields}) + "\n"
         with contextlib.closing(socket.socket(socket.AF_UNIX)) as connection:
             connection.settimeout(WATCHDOG + 10)
-            connection.connect(str(self._world.path(CONTROL)))
+            connection.connect(str(self._sandbox.path(CONTROL)))
             connection.sendall(request.encode())
             with connection.makefile("r", encoding="utf-8") as lines:
                 answer = json.loads(lines.readline())

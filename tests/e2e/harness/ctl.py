@@ -9,18 +9,18 @@ import pyte
 from . import places
 from .crate import CONTROL
 from .process import WATCHDOG, until
-from .world import environment
+from .sandbox import environment
 
 
 class Ctl:
-    """Runs the program in the world of a crate."""
+    """Runs the program in the sandbox of a crate."""
 
-    def __init__(self, world):
-        self._world = world
+    def __init__(self, sandbox):
+        self._sandbox = sandbox
 
     def run(self, *arguments, env=()):
-        return self._world.run([places.program("zantocratectl"), *arguments],
-                               env={"ZANTOCRATE_CONTROL": CONTROL, **dict(env)})
+        return self._sandbox.run([places.program("zantocratectl"), *arguments],
+                                 env={"ZANTOCRATE_CONTROL": CONTROL, **dict(env)})
 
     def __call__(self, *arguments):
         """Its standard output; it has to succeed and complain of nothing."""
@@ -35,14 +35,14 @@ class Ctl:
         return done.stderr
 
     def terminal(self, *arguments, **more):
-        argv = self._world.inside([places.program("zantocratectl"), *arguments])
+        argv = self._sandbox.inside([places.program("zantocratectl"), *arguments])
         terminal = Terminal(argv, **more)
-        self._world.adopt(terminal)
+        self._sandbox.adopt(terminal)
         return terminal
 
 
 class Terminal:
-    """The program at a terminal, with the screen as its user sees it. World ends it."""
+    """The program at a terminal, with the screen as its user sees it. Sandbox ends it."""
 
     name = "zantocratectl at a terminal"
 

@@ -4,7 +4,7 @@ import signal
 import subprocess
 
 from . import places
-from .world import LOOPBACK
+from .sandbox import LOOPBACK
 
 NAME = "ZC16"
 RUNNING = r"^iocRun: All initialization complete$"
@@ -21,11 +21,11 @@ def arguments(*options, script=None, crate=f"{NAME}@{LOOPBACK}", user="admin", p
 class Ioc:
     """One run of zantoioc, without a terminal. With `shell` it reads commands from a pipe."""
 
-    def __init__(self, world, *options, shell=False, argv=None, env=(), name="zantoioc", **more):
-        self._world = world
+    def __init__(self, sandbox, *options, shell=False, argv=None, env=(), name="zantoioc", **more):
+        self._sandbox = sandbox
         options = options if shell else (*options, "-d")
-        self.process = world.start(name, argv or arguments(*options, **more), env,
-                                   stdin=subprocess.PIPE if shell else subprocess.DEVNULL)
+        self.process = sandbox.start(name, argv or arguments(*options, **more), env,
+                                     stdin=subprocess.PIPE if shell else subprocess.DEVNULL)
         self.pid = self.process.pid
         self.stdout = self.process.stdout
         self.stderr = self.process.stderr

@@ -88,7 +88,7 @@ class Output:
 
 
 class Process:
-    """A child with pipes. Whoever starts it ends it: see World."""
+    """A child with pipes. Whoever starts it ends it: see Sandbox."""
 
     def __init__(self, name, argv, env, stdin=subprocess.DEVNULL, sink=None):
         self.name = name

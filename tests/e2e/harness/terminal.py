@@ -7,23 +7,23 @@ import pexpect
 
 from .ioc import arguments
 from .process import WATCHDOG, until
-from .world import environment
+from .sandbox import environment
 
 PROMPT = "epics> "
 
 
 class Terminal:
-    """Ended by World like its other processes."""
+    """Ended by Sandbox like its other processes."""
 
-    def __init__(self, world, *options, env=(), **more):
-        argv = world.inside(arguments(*options, **more))
+    def __init__(self, sandbox, *options, env=(), **more):
+        argv = sandbox.inside(arguments(*options, **more))
         self.name = "zantoioc at a terminal"
         self._child = pexpect.spawn(argv[0], argv[1:], env=environment(env), timeout=WATCHDOG,
                                     encoding="utf-8", codec_errors="replace")
         self._child.delaybeforesend = None
         self.pid = self._child.pid
         self.shown = ""
-        world.adopt(self)
+        sandbox.adopt(self)
 
     def expect(self, text):
         self._child.expect_exact(text)

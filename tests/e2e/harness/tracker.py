@@ -44,11 +44,11 @@ class Tracker:
 
     OPTIONS = {"camonitor": ["-t", "n", "-n"], "pvmonitor": []}
 
-    def __init__(self, world, tool, names, env=()):
+    def __init__(self, sandbox, tool, names, env=()):
         self.tool = tool
         self.histories = {name: History() for name in names}
         command = ["stdbuf", "-oL", places.client(tool), *self.OPTIONS[tool], *names]
-        self._process = world.start(tool, command, env, sink=self._note)
+        self._process = sandbox.start(tool, command, env, sink=self._note)
 
     def _note(self, line):
         words = line.split()
@@ -74,14 +74,14 @@ def _number(word):
 class Recorder:
     """Asks the control port for whole boards again and again, over one connection."""
 
-    def __init__(self, world, slots, period=0.1):
+    def __init__(self, sandbox, slots, period=0.1):
         self.histories = {}
         self.asked = []  # the moments at which a round of questions began
         self._slots = slots
         self._period = period
         self._connection = socket.socket(socket.AF_UNIX)
         self._connection.settimeout(WATCHDOG)
-        self._connection.connect(str(world.path(CONTROL)))
+        self._connection.connect(str(sandbox.path(CONTROL)))
         self._lines = self._connection.makefile("rw", encoding="utf-8")
         self._ends = threading.Event()
         self._failure = None

@@ -10,10 +10,10 @@ import time
 
 import pytest
 
-from harness.blocked import fill
+from harness.blocked_output import fill
 from harness.ioc import arguments
 from harness.process import until
-from harness.world import environment
+from harness.sandbox import environment
 
 # Seconds in which the process must be gone though it cannot print.
 BOUNDED = 15
@@ -25,7 +25,7 @@ def _spawn(site):
     children = []
 
     def spawn(*options, **streams):
-        child = subprocess.Popen(site.world.inside(arguments(*options)), env=environment(),
+        child = subprocess.Popen(site.sandbox.inside(arguments(*options)), env=environment(),
                                  start_new_session=True, **streams)
         children.append(child)
         return child

@@ -22,7 +22,7 @@ sys.stdin.read()
 """
 
 
-def test_silent_connections_give_way_and_the_crates_goes_on(site):
+def test_the_oldest_silent_connections_are_closed(site):
     crate = site.reduced_crate()
     ioc = site.ioc("-D", "10").wait_running()
     crate.wait(eventConnections=1)
@@ -30,11 +30,11 @@ def test_silent_connections_give_way_and_the_crates_goes_on(site):
     crate.set("VSet", 43, 2, 3)
     site.clients.camonitor("ZC16:02:003:VSet:RBV").wait_for("ZC16:02:003:VSet:RBV", "43")
     held = FOLLOWED - 1  # besides the crate's own
-    crowd = site.world.start("crowd", ["/usr/bin/python3", "-c", CROWD, str(held), str(SURPLUS)],
-                             stdin=subprocess.PIPE)
+    crowd = site.sandbox.start("crowd", ["/usr/bin/python3", "-c", CROWD, str(held), str(SURPLUS)],
+                               stdin=subprocess.PIPE)
     closed = crowd.stdout.wait_for(r"^closed(.*)\n").group(1)
     assert [int(word) for word in closed.split()] == list(range(SURPLUS)), "the oldest"
-    until(lambda: site.world.connections(5180) == FOLLOWED, "the others stay")
+    until(lambda: site.sandbox.connections(5180) == FOLLOWED, "the others stay")
     # The clients' servers have what they need, and the crate's events arrive.
     crate.set("VSet", 44, 2, 3)
     site.clients.camonitor("ZC16:02:003:VSet:RBV").wait_for("ZC16:02:003:VSet:RBV", "44")
@@ -42,11 +42,11 @@ def test_silent_connections_give_way_and_the_crates_goes_on(site):
     assert site.clients.caput("ZC16:02:003:VSet", 45) == ""
     crate.wait(name="VSet", slot=2, channel=3, value=45)
     crowd.kill()
-    until(lambda: site.world.connections(5180) == 1, "room again")
+    until(lambda: site.sandbox.connections(5180) == 1, "room again")
     accepted = ioc.stdout.text.count(ACCEPTED)
-    late = site.world.start("late", ["/usr/bin/python3", "-c", CROWD, "1", "0"],
-                            stdin=subprocess.PIPE)
+    late = site.sandbox.start("late", ["/usr/bin/python3", "-c", CROWD, "1", "0"],
+                              stdin=subprocess.PIPE)
     late.stdout.wait_for(r"^closed\n")
     until(lambda: ioc.stdout.text.count(ACCEPTED) == accepted + 1, "served again")
-    assert site.world.connections(5180) == 2
+    assert site.sandbox.connections(5180) == 2
     assert "Too many event connections" not in ioc.stdout.text

@@ -5,8 +5,8 @@ import time
 
 import pytest
 
-from harness.blocked import FullPipe, MuteIoc, StoppedTerminal, UnreadTerminal
-from harness.endings import BY_SIGTERM, PROMPT, ends, gone, logged_out_once
+from harness.blocked_output import FullPipe, BlockableIoc, StoppedTerminal, UnreadTerminal
+from harness.shutdown import BY_SIGTERM, PROMPT, ends, gone, logged_out_once
 
 each_outlet = pytest.mark.parametrize("outlet", [FullPipe, UnreadTerminal, StoppedTerminal])
 each_level = pytest.mark.parametrize("level", [0, 1, 2, 8, 10])
@@ -15,7 +15,10 @@ each_level = pytest.mark.parametrize("level", [0, 1, 2, 8, 10])
 @pytest.fixture(name="mute")
 def _mute(site):
     """Starts servers with outlets."""
-    return lambda outlet, level, **more: MuteIoc(site.world, outlet(), "-D", str(level), **more)
+    def start(outlet, level, **more):
+        return BlockableIoc(site.sandbox, outlet(), "-D", str(level), **more)
+
+    return start
 
 
 def gone_and_logged_out(ioc, crate, begin):

@@ -1,7 +1,7 @@
 """A private user, mount and network namespace: loopback alone, and a /tmp of its own.
 
 Fixed ports (3180, 5180, 5064, 5075) and fixed files (/tmp/ZANTO.db) then belong to one test,
-and any number of worlds runs side by side.
+and any number of sandboxes runs side by side.
 """
 
 import os
@@ -15,14 +15,14 @@ from pathlib import Path
 from . import places
 from .process import Process, until, WATCHDOG
 
-# Below the real /tmp, as seen before the world's own covers it: what is named after the first
+# Below the real /tmp, as seen before the sandbox's own covers it: what is named after the first
 # two arguments stays visible.
 SETUP = """
 set -e
 ip link set lo up
 stage=$1 size=$2
 shift 2
-mount -t tmpfs -o size="$size",mode=1777 world "$stage"
+mount -t tmpfs -o size="$size",mode=1777 sandbox "$stage"
 for kept; do
     mkdir -p "$stage${kept#/tmp}"
     mount --rbind "$kept" "$stage${kept#/tmp}"
@@ -52,7 +52,7 @@ EPICS = {
 
 
 def refusal():
-    """Why this system does not let us have worlds, or None."""
+    """Why this system does not let us have sandboxes, or None."""
     try:
         probe = subprocess.run(["unshare", "-rmn", "sh", "-c", "ip link set lo up"],
                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
@@ -71,7 +71,7 @@ def sockets(table):
 
 
 def environment(more=()):
-    """What a process of a world sees: nothing of EPICS or of the loader from outside."""
+    """What a process of a sandbox sees: nothing of EPICS or of the loader from outside."""
     env = {name: value for name, value in os.environ.items()
            if not name.startswith(("EPICS_", "LD_")) and name not in ("TOP", "IOCSH_PS1")}
     env.update(EPICS, LC_ALL="C", TERM="dumb")
@@ -79,28 +79,28 @@ def environment(more=()):
     return env
 
 
-class World:
+class Sandbox:
     def __init__(self, tmp_size="64m"):
         self._processes = []
         self._repeater = None
-        self._stage = tempfile.mkdtemp(prefix="zanto-world-")
+        self._stage = tempfile.mkdtemp(prefix="zanto-sandbox-")
         kept = [str(path) for path in (places.top(), places.epics_base())
                 if str(path).startswith("/tmp/")]
-        self._holder = Process("world", ["unshare", "-rmn", "sh", "-c", SETUP, "world",
-                                         self._stage, tmp_size, *kept],
+        self._holder = Process("sandbox", ["unshare", "-rmn", "sh", "-c", SETUP, "sandbox",
+                                           self._stage, tmp_size, *kept],
                                environment(), stdin=subprocess.PIPE)
         self._holder.stdout.wait_for("^ready$")
         self._net = os.stat(f"/proc/{self._holder.pid}/ns/net").st_ino
 
     def path(self, path):
-        """A file of the world, as a path that can be opened from outside."""
+        """A file of the sandbox, as a path that can be opened from outside."""
         return Path(f"/proc/{self._holder.pid}/root{path}")
 
     def read(self, path):
         return self.path(path).read_bytes().decode("utf-8", "surrogateescape")
 
     def inside(self, argv):
-        """The command that runs `argv` in the world, under the same process number, and not
+        """The command that runs `argv` in the sandbox, under the same process number, and not
         longer than this process lives."""
         return ["nsenter", "-t", str(self._holder.pid), "-U", "-m", "-n", "--preserve-credentials",
                 "--", "setpriv", "--pdeathsig", "KILL", "--", *map(str, argv)]
@@ -150,7 +150,7 @@ class World:
                 for title, text in process.logs().items()}
 
     def reports(self):
-        """What sanitizers had to say in any process of the world."""
+        """What sanitizers had to say in any process of the sandbox."""
         return [f"{title}: {found.group(0)}" for title, text in self.logs().items()
                 for found in SANITIZER.finditer(text)]
 
@@ -164,7 +164,7 @@ class World:
         return self.reports() + [f"left over: {text}" for text in left]
 
     def _left_over(self):
-        """Kills, by number, whatever else lives in this world's network; says what it was."""
+        """Kills, by number, whatever else lives in this sandbox's network; says what it was."""
         found = []
         for entry in Path("/proc").iterdir():
             if not entry.name.isdigit() or int(entry.name) == self._holder.pid:

@@ -4,8 +4,8 @@ import time
 
 import pytest
 
-from harness.endings import (BY_SIGTERM, DEADLINE, SHELL_LEFT, ends, gone, logged_out_once,
-                             printed, running, slow)
+from harness.shutdown import (BY_SIGTERM, DEADLINE, SHELL_LEFT, ends, gone, logged_out_once,
+                              printed, running, slow)
 
 
 def withdrawals(crate):

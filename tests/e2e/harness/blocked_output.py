@@ -12,7 +12,7 @@ from pathlib import Path
 
 from .ioc import RUNNING, arguments
 from .process import WATCHDOG, Output, until
-from .world import environment
+from .sandbox import environment
 
 
 def fill(descriptor):
@@ -96,23 +96,23 @@ class StoppedTerminal(UnreadTerminal):
         super().close()
 
 
-class MuteIoc:
-    """A server with an outlet for its output. World ends both."""
+class BlockableIoc:
+    """A server with an outlet for its output. Sandbox ends both."""
 
     name = "mute zantoioc"
 
-    def __init__(self, world, outlet, *options, shell=False, env=()):
+    def __init__(self, sandbox, outlet, *options, shell=False, env=()):
         self.outlet = outlet
         options = options if shell else (*options, "-d")
         self._child = subprocess.Popen(
-            world.inside(arguments(*options)), env=environment(env), start_new_session=True,
+            sandbox.inside(arguments(*options)), env=environment(env), start_new_session=True,
             stdin=subprocess.PIPE if shell else subprocess.DEVNULL, stdout=outlet.writer,
             stderr=subprocess.PIPE)
         self.stdin = self._child.stdin
         self.stderr = Output(os.dup(self._child.stderr.fileno()))
         self._child.stderr.close()
         self.send = self._child.send_signal
-        world.adopt(self)
+        sandbox.adopt(self)
 
     def wait_running(self):
         self.stderr.wait_for(RUNNING)

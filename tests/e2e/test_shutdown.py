@@ -8,8 +8,8 @@ import time
 import pytest
 
 from harness import places
-from harness.endings import (BY_SIGTERM, DEADLINE, PROMPT, SHELL_LEFT, ends, gone,
-                             logged_out_once, printed, slow)
+from harness.shutdown import (BY_SIGTERM, DEADLINE, PROMPT, SHELL_LEFT, ends, gone,
+                              logged_out_once, printed, slow)
 from harness.terminal import PROMPT as SHELL_PROMPT, Terminal
 
 # Else the shell prints its prompt and the echo of what it reads letter by letter, and messages
@@ -27,11 +27,11 @@ NOT_SUBSCRIBED = re.compile(r"^Error subscribing .*\n", re.MULTILINE)
 BANNER = re.compile(r"^#.*\n", re.MULTILINE)
 
 
-def said_in_the_script(ioc):
+def printed_by_the_script(ioc):
     return NOT_SUBSCRIBED.sub("", printed(ioc))
 
 
-def said_behind_the_prompt(ioc):
+def printed_after_the_prompt(ioc):
     return NOT_SUBSCRIBED.sub("", printed(ioc, ioc.mark))
 
 
@@ -96,7 +96,7 @@ def setting_up():
 
 
 def write_script(site, *lines):
-    site.world.path("/tmp/st.cmd").write_text("".join(f"{line}\n" for line in lines))
+    site.sandbox.path("/tmp/st.cmd").write_text("".join(f"{line}\n" for line in lines))
 
 
 @each_library
@@ -120,7 +120,7 @@ def test_signal_in_the_last_calls_of_the_build_keeps_the_script_from_being_read(
 
 
 @pytest.mark.parametrize("level", [0, 2])
-def test_script_stops_where_the_end_begins(site, level):
+def test_script_stops_when_the_shutdown_begins(site, level):
     crate = site.reduced_crate()
     lines = [f"echo line-{number}-of-the-script" for number in range(20000)]
     write_script(site, *lines, *setting_up(), "iocInit")
@@ -130,21 +130,21 @@ def test_script_stops_where_the_end_begins(site, level):
         ioc.stdout.wait_for(f"^line-{100 * round_ + 10}-of-the-script$")
         ends(ioc)
         said = BY_SIGTERM if level > 1 else ""
-        assert said_in_the_script(ioc).endswith(f"-of-the-script\n{said}")
+        assert printed_by_the_script(ioc).endswith(f"-of-the-script\n{said}")
         assert "line-19999-" not in ioc.stdout.text
         assert "Starting VEXA ZANTO driver" not in ioc.stdout.text
         assert "iocRun" not in ioc.stderr.to_end()
         logged_out_once(crate)
 
 
-def test_script_that_pauses_is_not_gone_on_with(site):
+def test_a_paused_script_is_not_resumed(site):
     crate = site.reduced_crate()
     pauses = ["echo it-pauses", *["epicsThreadSleep 0.05", "echo it-goes-on"] * 200]
     write_script(site, *pauses, *setting_up(), "iocInit")
     ioc = site.ioc("-D", "2", script="/tmp/st.cmd", env=slow(DeinitSystem=1))
     ioc.stdout.wait_for("^it-pauses$")
     ends(ioc)
-    assert said_in_the_script(ioc).endswith(BY_SIGTERM)
+    assert printed_by_the_script(ioc).endswith(BY_SIGTERM)
     logged_out_once(crate)
 
 
@@ -172,7 +172,7 @@ def test_signal_in_a_subscription_of_a_typed_ioc_init(site, at_prompt, operation
     ioc.command("iocInit")
     site.the_crate.wait(fault="delay")
     ends(ioc)
-    said = BANNER.sub("", said_behind_the_prompt(ioc))
+    said = BANNER.sub("", printed_after_the_prompt(ioc))
     assert said == "Starting VEXA ZANTO driver\n" + BY_SIGTERM
     assert "iocRun" not in ioc.stderr.to_end()
     logged_out_once(site.the_crate)
@@ -186,7 +186,7 @@ def test_signal_in_a_subscription_of_a_typed_ioc_init_that_gets_no_answer(site, 
     ioc.command("iocInit")
     site.the_crate.wait(fault="hang")
     ends(ioc, DEADLINE)
-    assert said_behind_the_prompt(ioc).endswith(BY_SIGTERM)
+    assert printed_after_the_prompt(ioc).endswith(BY_SIGTERM)
     assert "iocRun" not in ioc.stderr.to_end()
 
 
@@ -199,7 +199,7 @@ def test_signal_after_a_typed_ioc_init(site, at_prompt, pause, library):
         ioc.command("iocInit")
         time.sleep(pause)
         ends(ioc)
-        text = BANNER.sub("", said_behind_the_prompt(ioc))
+        text = BANNER.sub("", printed_after_the_prompt(ioc))
         assert text.removesuffix(BY_SIGTERM) in (
             "", "Starting VEXA ZANTO driver\n",
             "Starting VEXA ZANTO driver\n\nVEXA ZANTO driver ready\n")
@@ -214,14 +214,14 @@ def test_ioc_init_typed_after_a_signal_is_not_executed(site, at_prompt):
         ioc.send(signal.SIGTERM)
         type_late(ioc, "iocInit")
         assert ioc.wait() == 0
-        assert said_behind_the_prompt(ioc) == BY_SIGTERM
+        assert printed_after_the_prompt(ioc) == BY_SIGTERM
         logged_out_once(site.the_crate)
 
 
 def test_signal_in_a_subscription_of_an_ioc_init_typed_at_a_terminal(site):
     crate = site.reduced_crate()
     write_script(site, *setting_up())
-    terminal = Terminal(site.world, "-D", "2", script="/tmp/st.cmd", env=INTERRUPTIBLE)
+    terminal = Terminal(site.sandbox, "-D", "2", script="/tmp/st.cmd", env=INTERRUPTIBLE)
     terminal.expect("Attempt to connect to firmware..")
     untouched = terminal.settings()
     terminal.expect(SHELL_PROMPT)
@@ -266,7 +266,7 @@ def test_script_that_stops_at_an_error_ends_by_a_signal(site, stop):
     ioc.stdout.wait_for("^before-the-error$")
     ioc.stderr.wait_for("no-such-command")
     ends(ioc)
-    assert said_in_the_script(ioc).endswith(BY_SIGTERM)
+    assert printed_by_the_script(ioc).endswith(BY_SIGTERM)
     assert "behind-the-error" not in ioc.stdout.text
     logged_out_once(crate)
 
@@ -306,7 +306,7 @@ def test_exit_and_a_signal_at_the_same_moment_are_one_end(small, first, pause, l
             time.sleep(pause)
             type_late(ioc, "exit")
         assert ioc.wait() == 0
-        assert said_behind_the_prompt(ioc) in (SHELL_LEFT, BY_SIGTERM)
+        assert printed_after_the_prompt(ioc) in (SHELL_LEFT, BY_SIGTERM)
         logged_out_once(small.the_crate)
 
 
@@ -320,7 +320,7 @@ def test_signal_while_the_shell_is_being_left_changes_nothing(small, library):
         begin = time.monotonic()
         ioc.send(signal.SIGTERM)
         gone(ioc, PROMPT, begin)
-        assert said_behind_the_prompt(ioc) == SHELL_LEFT
+        assert printed_after_the_prompt(ioc) == SHELL_LEFT
         logged_out_once(small.the_crate)
 
 
@@ -331,5 +331,5 @@ def test_exit_while_a_signal_ends_the_server_changes_nothing(small):
         ioc.stdout.wait_for("^Shutting down crate$")
         type_late(ioc, "exit")
         assert ioc.wait() == 0
-        assert said_behind_the_prompt(ioc) == BY_SIGTERM
+        assert printed_after_the_prompt(ioc) == BY_SIGTERM
         logged_out_once(small.the_crate)

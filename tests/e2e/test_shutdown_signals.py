@@ -23,7 +23,7 @@ PROMPT = 5
 LOGOUT = "VEXAHV_DeinitSystem()"
 
 
-def said_at_the_end(number, level):
+def shutdown_messages(number, level):
     text = ["\nCaught a termination signal (%s).\n" % DESCRIPTIONS[number],
             "\nShutting down crate\n", "\nCrate disconnected\n"]
     return "".join(text if level > 1 else text[1:] if level == 1 else [])
@@ -61,7 +61,7 @@ def test_each_signal_ends_the_wait_for_the_firmware(site):
         ends(ioc, number, PROMPT)
         assert ioc.stdout.to_end().replace("error\n", "") == (
             "Waiting for firmware to start..\n\nAttempt to connect to firmware..\n"
-            + said_at_the_end(number, 2))
+            + shutdown_messages(number, 2))
 
 
 def test_each_signal_ends_a_login_that_gets_no_answer(site):
@@ -74,7 +74,7 @@ def test_each_signal_ends_a_login_that_gets_no_answer(site):
         ioc.send(number)
     for number, ioc in iocs.items():
         assert ioc.wait(timeout=BOUNDED) == 0
-        assert ioc.stdout.to_end().endswith(said_at_the_end(number, 2))
+        assert ioc.stdout.to_end().endswith(shutdown_messages(number, 2))
     crate.release()
     crate.wait(sessions=0)
 
@@ -105,7 +105,7 @@ def test_end_of_the_endless_retry_in_the_tree_build(site, number):
     ends(ioc, number, PROMPT)
     assert crate.log()[-1] == LOGOUT
     crate.wait(sessions=0)
-    assert ioc.stdout.to_end().endswith(said_at_the_end(number, 2))
+    assert ioc.stdout.to_end().endswith(shutdown_messages(number, 2))
 
 
 def test_end_while_the_tree_build_gets_no_answer(site):
@@ -114,7 +114,7 @@ def test_end_while_the_tree_build_gets_no_answer(site):
     crate.wait(call="VEXAHV_GetChParamProp", count=500)
     crate.hang()
     ends(ioc, signal.SIGTERM, BOUNDED)
-    assert ioc.stdout.to_end().endswith(said_at_the_end(signal.SIGTERM, 1))
+    assert ioc.stdout.to_end().endswith(shutdown_messages(signal.SIGTERM, 1))
 
 
 # ---- start-up script
@@ -122,7 +122,7 @@ def test_end_while_the_tree_build_gets_no_answer(site):
 @each_signal
 def test_end_while_the_start_up_script_runs(site, number):
     crate = site.reduced_crate()
-    site.world.path("/tmp/st.cmd").write_text("echo now-it-sleeps\nepicsThreadSleep 1000\n")
+    site.sandbox.path("/tmp/st.cmd").write_text("echo now-it-sleeps\nepicsThreadSleep 1000\n")
     ioc = site.ioc("-D", "1", script="/tmp/st.cmd")
     ioc.stdout.wait_for("^now-it-sleeps$")
     crate.clear()
@@ -130,7 +130,7 @@ def test_end_while_the_start_up_script_runs(site, number):
     ends(ioc, number, PROMPT)
     # The names that are withdrawn had not been subscribed yet.
     said = re.sub("^Error subscribing .*\n", "", said_since(ioc, mark), flags=re.MULTILINE)
-    assert said.endswith(said_at_the_end(number, 1))
+    assert said.endswith(shutdown_messages(number, 1))
     assert crate.log()[-1] == LOGOUT
 
 
@@ -166,7 +166,7 @@ def end_of_a_running_server(site, number, level, shell):
     mark = len(ioc.stdout.text)
     ends(ioc, number, PROMPT)
     assert crate.log() == wanted
-    assert said_since(ioc, mark) == said_at_the_end(number, level)
+    assert said_since(ioc, mark) == shutdown_messages(number, level)
     crate.wait(sessions=0)
     crate.wait(eventConnections=0)
 
@@ -192,8 +192,8 @@ def test_end_under_a_storm_of_events_and_clients(site):
         crate.set("VSet", 8000, 2, channel)
         crate.set("Pw", 1, 2, channel)
     write_on = 'while :; do "$1" -t "$2" 1 "$2" 2; done'
-    writers = [site.world.start("writer", ["sh", "-c", write_on, "sh", places.client("caput"),
-                                           f"ZC16:02:{channel:03d}:RUp"])
+    writers = [site.sandbox.start("writer", ["sh", "-c", write_on, "sh", places.client("caput"),
+                                             f"ZC16:02:{channel:03d}:RUp"])
                for channel in range(2)]
     for writer in writers:
         writer.stdout.wait_for("(.*\n){10}")
@@ -208,7 +208,7 @@ def test_end_with_a_write_that_gets_no_answer(site):
     ioc = site.ioc().wait_running()
     assert site.clients.caput("ZC16:00:000:VSet", 5) == ""
     crate.hang()
-    put = site.world.start("pvput", [places.client("pvput"), "-w", "20", "ZC16:00:000:VSet", "6"])
+    put = site.sandbox.start("pvput", [places.client("pvput"), "-w", "20", "ZC16:00:000:VSet", "6"])
     put.stdout.wait_for("^Old")
     ends(ioc, signal.SIGTERM, BOUNDED)
     put.kill()

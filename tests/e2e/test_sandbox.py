@@ -1,6 +1,6 @@
-"""What the harness itself sees of a world."""
+"""What the harness itself sees of a sandbox."""
 
-from harness.world import sockets
+from harness.sandbox import sockets
 
 TABLE = """\
   sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout inode
