@@ -29,7 +29,7 @@ LOG_TAIL = 3000
 
 def pytest_addoption(parser):
     parser.addoption(golden.ACCEPT, action="store_true",
-                     help="make the golden files what the server makes now; see tests/accept")
+                     help="update the golden files to the present output; see tests/accept")
 
 
 def pytest_configure(config):
@@ -67,8 +67,8 @@ def pytest_sessionstart(session):
         return
     why = refusal()
     if why:
-        pytest.exit("end-to-end tests need user, mount and network namespaces of their own "
-                    f"(unshare -rmn), and this system refuses them: {why}", 1)
+        pytest.exit("the end-to-end tests need their own user, mount and network namespaces "
+                    f"(unshare -rmn), which this system refuses: {why}", 1)
     missing = places.what_is_missing()
     if missing:
         pytest.exit(f"not built: {missing}", 1)
@@ -88,7 +88,7 @@ class Site:
         return self.crates[-1]
 
     def reduced_crate(self, *options):
-        """For tests to which the number of channels is all the same."""
+        """For tests in which the number of channels does not matter."""
         write_reduced(self.sandbox, "/tmp/reduced.yaml")
         return self.crate("/tmp/reduced.yaml", *options)
 

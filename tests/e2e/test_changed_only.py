@@ -1,4 +1,4 @@
-"""Events that make only the records process that show what changed: an option for large crates."""
+"""Events that process only the records that show what changed: an option for large crates."""
 
 import re
 
@@ -20,7 +20,7 @@ RUN = 'dbLoadRecords("/tmp/ZANTO.db")\niocInit()\n'
 
 
 def served(site, shell=False, **more):
-    """A crate in which nothing moves by itself, and a server of it."""
+    """A crate in which nothing changes by itself, and its server."""
     site.the_crate = site.reduced_crate()
     site.the_crate.control("pause")
     site.the_ioc = site.ioc(shell=shell, **more).wait_running()
@@ -35,7 +35,7 @@ def stamp(site, name):
 
 
 def report(site, value):
-    """Changes the set-point of channel 0 at the front panel and has the crate tell it at once."""
+    """Changes the set-point of channel 0 at the front panel; the crate reports it at once."""
     site.the_crate.set("VSet", value, 0, 0)
     site.the_crate.control("step", seconds=1e-6)
 

@@ -69,7 +69,7 @@ CRATES = {
 
 @pytest.fixture(name="closed_crate", scope="module")
 def _closed_crate(shared):
-    """Takes connections on every address and lets nobody in."""
+    """Accepts connections on every address and refuses all logins."""
     shared.the_crate = shared.crate(address="0.0.0.0")
     shared.the_crate.fault("refuse-logins", count=1000000)
     return shared

@@ -1,4 +1,4 @@
-"""More event connections than the server follows."""
+"""More event connections than the server serves."""
 
 import subprocess
 
@@ -28,7 +28,7 @@ def test_the_oldest_silent_connections_are_closed(site):
     crate.wait(eventConnections=1)
     # From here on the crate's connection has delivered something.
     crate.set("VSet", 43, 2, 3)
-    site.clients.camonitor("ZC16:02:003:VSet:RBV").wait_for("ZC16:02:003:VSet:RBV", "43")
+    site.clients.wait_for_value("ZC16:02:003:VSet:RBV", "43")
     held = FOLLOWED - 1  # besides the crate's own
     crowd = site.sandbox.start("crowd", ["/usr/bin/python3", "-c", CROWD, str(held), str(SURPLUS)],
                                stdin=subprocess.PIPE)
@@ -37,7 +37,7 @@ def test_the_oldest_silent_connections_are_closed(site):
     until(lambda: site.sandbox.connections(5180) == FOLLOWED, "the others stay")
     # The clients' servers have what they need, and the crate's events arrive.
     crate.set("VSet", 44, 2, 3)
-    site.clients.camonitor("ZC16:02:003:VSet:RBV").wait_for("ZC16:02:003:VSet:RBV", "44")
+    site.clients.wait_for_value("ZC16:02:003:VSet:RBV", "44")
     assert site.clients.pvget("ZC16:02:003:VSet:RBV") == "44"
     assert site.clients.caput("ZC16:02:003:VSet", 45) == ""
     crate.wait(name="VSet", slot=2, channel=3, value=45)

@@ -23,9 +23,7 @@ def _running(site):
     site.the_ioc = site.ioc("-D", "1").wait_running()
     site.the_crate.wait(eventConnections=1)
     assert site.clients.caput(RECORD, 321) == ""
-    monitor = site.clients.camonitor(f"{RECORD}:RBV")
-    monitor.wait_for(f"{RECORD}:RBV", "321")
-    monitor.close()
+    site.clients.wait_for_value(f"{RECORD}:RBV", "321")
     return site
 
 
@@ -134,7 +132,7 @@ def test_new_server_serves_the_crate_that_came_back(running):
     running.ioc().wait_running()
     crate.wait(eventConnections=1)
     crate.set("VSet", 55, 0, 0)
-    running.clients.camonitor(f"{RECORD}:RBV").wait_for(f"{RECORD}:RBV", "55")
+    running.clients.wait_for_value(f"{RECORD}:RBV", "55")
 
 
 FAILING = {
@@ -168,5 +166,5 @@ def test_refused_subscription_leaves_values_from_the_start(site):
     crate.wait(eventConnections=1)
     crate.set("HVMax", 1, 0)
     crate.set("HVMax", 2, 2)
-    site.clients.camonitor("ZC16:02:HVMax").wait_for("ZC16:02:HVMax", "2")
+    site.clients.wait_for_value("ZC16:02:HVMax", "2")
     assert site.clients.caget("ZC16:00:HVMax") == "3000"

@@ -1,11 +1,11 @@
-"""The port on which the mainframe connects: on every address, and back at once."""
+"""The port to which the mainframe connects: on every address, and free again at once."""
 
 import signal
 import subprocess
 
 from harness.process import until
 
-# Of documentation: routed nowhere, and here on the sandbox's own interface.
+# Reserved for documentation: routed nowhere, and here on the sandbox's own interface.
 ADDRESS = "192.0.2.7"
 
 HOLD = """

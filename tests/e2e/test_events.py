@@ -1,4 +1,4 @@
-"""From a change at the crate to the monitors of clients."""
+"""Events: from a change at the crate to the monitors of clients."""
 
 import glob
 import re
@@ -145,7 +145,7 @@ def test_live_insertion_raises_the_flag(make_site):
     until(lambda: flag.read_text() == "1\n", "flag after the insertion")
     # The rest of the crate goes on.
     crate.set("VSet", 12, 0, 0)
-    site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "12")
+    site.clients.wait_for_value("ZC16:00:000:VSet:RBV", "12")
 
 
 def test_traces_follow_an_event(make_site):
@@ -189,7 +189,7 @@ def test_taken_port_is_passed_over_and_the_next_announced(site, taken):
     assert {line.split("(")[1].split(",")[0] for line in calls} == {str(port)}
     assert [link["port"] for link in crate.control("subscriptions")["subscribers"]] == [port]
     crate.set("VSet", 21, 0, 0)
-    site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "21")
+    site.clients.wait_for_value("ZC16:00:000:VSet:RBV", "21")
 
 
 def test_servers_that_start_together_get_ports_of_their_own(site):
@@ -211,7 +211,7 @@ def test_connection_before_there_is_a_tree_waits_for_it(site):
     assert early.wait() == 0
     crate.wait(eventConnections=1)
     crate.set("VSet", 13, 0, 0)
-    site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "13")
+    site.clients.wait_for_value("ZC16:00:000:VSet:RBV", "13")
 
 
 def test_connection_before_there_is_a_tree_does_not_hold_up_the_end(site):
@@ -263,9 +263,7 @@ def _stranger(request, live):
 
 def sees_updates(live, value):
     live.the_crate.set("VSet", value, 2, 9)
-    monitor = live.clients.camonitor("ZC16:02:009:VSet:RBV")
-    monitor.wait_for("ZC16:02:009:VSet:RBV", str(value))
-    monitor.close()
+    live.clients.wait_for_value("ZC16:02:009:VSet:RBV", str(value))
 
 
 def test_foreign_connections_on_the_event_port_do_no_harm(live, stranger, request):

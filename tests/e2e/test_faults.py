@@ -15,9 +15,7 @@ def shows_crate_values(site, crate, slot=0, channel=2, value=41):
     """A change and some values from the start, in the records and at the crate."""
     record = f"ZC16:{slot:02d}:{channel:03d}:VSet:RBV"
     crate.set("VSet", value, slot, channel)
-    monitor = site.clients.camonitor(record)
-    monitor.wait_for(record, str(value))
-    monitor.close()
+    site.clients.wait_for_value(record, str(value))
     assert site.clients.caget("ZC16:02:HVMax") == f"{crate.get('HVMax', 2):g}"
 
 
@@ -87,9 +85,7 @@ def test_unknown_events(running, count):
     crate.fault("unknown-events", count=count)
     crate.wait(fault="unknown-events", count=before + count)
     shows_crate_values(running, crate, value=70 + count)
-    monitor = running.clients.camonitor("ZC16:00:002:Comment:RBV")
-    monitor.wait_for("ZC16:00:002:Comment:RBV", "true")
-    monitor.close()
+    running.clients.wait_for_value("ZC16:00:002:Comment:RBV", "true")
     # The first items of each shape are lied about.
     for name, where in (("VSet", (0, 0)), ("Status", (0, 0)), ("Pw", (0, 0))):
         record = f"ZC16:00:000:{name}" + ("" if name == "Status" else ":RBV")

@@ -1,4 +1,4 @@
-"""The three files in /tmp: what they hold, and what is planted in their place."""
+"""The three files in /tmp: their contents, and what is planted in their place."""
 
 import os
 import re

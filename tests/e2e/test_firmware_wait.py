@@ -1,4 +1,4 @@
-"""Before there is a crate to talk to: the firmware is not up yet, or nobody may log in."""
+"""Before there is a crate to talk to: the firmware is not up yet, or the login is refused."""
 
 from harness.ioc import CONNECTING, WAITING
 

@@ -1,4 +1,4 @@
-"""What the server makes of the simulator's own crate, whole: texts and calls.
+"""All that the server makes of the built-in crate: texts and calls.
 
 A wanted change is taken with tests/accept, and then looked at with git.
 """
@@ -59,7 +59,7 @@ def test_an_unwanted_change_fails_and_is_not_taken(monkeypatch, tmp_path):
     (tmp_path / "file").write_text("golden\n", encoding="utf-8")
     with pytest.raises(AssertionError, match="-golden"):
         golden.check("file", "now\n")
-    with pytest.raises(AssertionError, match="there is no"):
+    with pytest.raises(AssertionError, match="does not exist"):
         golden.check("new", "now\n")
     assert (tmp_path / "file").read_text(encoding="utf-8") == "golden\n"
     assert not (tmp_path / "new").exists()

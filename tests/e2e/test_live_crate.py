@@ -1,4 +1,4 @@
-"""About a minute in the life of a crate, seen by two servers and four clients at once.
+"""About a minute of a running crate, watched by two servers and four clients at once.
 
 Whatever happens - a hundred channels ramp, three of them trip, a board is pulled and put back,
 alarms are cleared, everything is killed - each client shows what the control port says, not

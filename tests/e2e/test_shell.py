@@ -112,7 +112,7 @@ def test_daemon_needs_none_of_the_standard_streams(site, redirection):
     ioc = site.ioc(argv=["sh", "-c", f'exec "$@" {redirection}', "sh", *arguments("-d")])
     crate.wait(eventConnections=1)
     crate.set("VSet", 14, 0, 0)
-    site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "14")
+    site.clients.wait_for_value("ZC16:00:000:VSet:RBV", "14")
     assert ioc.process.status is None
     assert "epics> " not in ioc.stdout.text
     assert ioc.stop() == 0

@@ -1,4 +1,4 @@
-"""The end of the process: one cause of it, and nothing goes on behind it."""
+"""Shutdown: it has one cause, and nothing goes on after it."""
 
 import contextlib
 import re
@@ -8,13 +8,10 @@ import time
 import pytest
 
 from harness import places
+from harness.ioc import NO_EDITOR
 from harness.shutdown import (BY_SIGTERM, DEADLINE, PROMPT, SHELL_LEFT, ends, gone,
                               logged_out_once, printed, slow)
 from harness.terminal import PROMPT as SHELL_PROMPT, Terminal
-
-# Else the shell prints its prompt and the echo of what it reads letter by letter, and messages
-# come in between.
-NO_ECHO = {"IOCSH_HISTEDIT_DISABLE": "1"}
 
 # The access library gives a call up when a signal interrupts it.
 INTERRUPTIBLE = {"ZANTOCRATE_FAIL_INTERRUPTED": "1"}
@@ -156,7 +153,7 @@ def _at_prompt(site):
     def start(name="zantoioc", env=()):
         write_script(site, *setting_up())
         ioc = site.ioc("-D", "2", shell=True, script="/tmp/st.cmd", name=name,
-                       env={**NO_ECHO, **dict(env)})
+                       env={**NO_EDITOR, **dict(env)})
         ioc.stdout.wait_for("^epics> ")
         ioc.mark = len(ioc.stdout.text)
         return ioc
@@ -244,7 +241,7 @@ def test_signal_in_a_subscription_of_an_ioc_init_typed_at_a_terminal(site):
 def test_exit_in_the_script_ends_the_script_alone(site, shell):
     crate = site.reduced_crate()
     write_script(site, *setting_up(), "iocInit", "exit", "echo behind-the-exit")
-    ioc = site.ioc("-D", "2", script="/tmp/st.cmd", shell=shell, env=NO_ECHO).wait_running()
+    ioc = site.ioc("-D", "2", script="/tmp/st.cmd", shell=shell, env=NO_EDITOR).wait_running()
     crate.wait(eventConnections=1)
     if shell:
         ioc.stdout.wait_for("^epics> ")
@@ -284,7 +281,7 @@ def _small(make_shared_site):
 def at_shell(small, name, env=()):
     small.the_crate.clear()
     ioc = small.ioc("-D", "2", shell=True, name=name,
-                    env={**NO_ECHO, **dict(env)}).wait_running()
+                    env={**NO_EDITOR, **dict(env)}).wait_running()
     small.the_crate.wait(eventConnections=1)
     ioc.stdout.wait_for("^epics> ")
     ioc.mark = len(ioc.stdout.text)

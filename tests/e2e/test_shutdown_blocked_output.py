@@ -1,11 +1,12 @@
-"""The end of the process while nobody takes what it prints."""
+"""Shutdown while nobody reads what the server prints."""
 
 import signal
 import time
 
 import pytest
 
-from harness.blocked_output import FullPipe, BlockableIoc, StoppedTerminal, UnreadTerminal
+from harness.blocked_output import BlockableIoc, FullPipe, StoppedTerminal, UnreadTerminal
+from harness.ioc import NO_EDITOR
 from harness.shutdown import BY_SIGTERM, PROMPT, ends, gone, logged_out_once
 
 each_outlet = pytest.mark.parametrize("outlet", [FullPipe, UnreadTerminal, StoppedTerminal])
@@ -70,8 +71,7 @@ def _mute_shell(site, mute):
     site.the_crate = site.reduced_crate()
 
     def start(outlet, level, env=()):
-        # The prompt comes in one piece: the messages of other threads cannot split it.
-        ioc = mute(outlet, level, shell=True, env={"IOCSH_HISTEDIT_DISABLE": "1", **dict(env)})
+        ioc = mute(outlet, level, shell=True, env={**NO_EDITOR, **dict(env)})
         site.the_crate.wait(eventConnections=1)
         ioc.outlet.wait_for("epics> ")
         ioc.wait_until_it_reads()

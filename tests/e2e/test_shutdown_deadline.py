@@ -1,4 +1,4 @@
-"""The end of the process: one deadline for it, however slow the access library is."""
+"""Shutdown: it keeps its deadline however slow the access library is."""
 
 import time
 

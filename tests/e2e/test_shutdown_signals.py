@@ -1,47 +1,25 @@
-"""The end of the process: by each termination signal, in each phase of its life."""
+"""Shutdown by each termination signal, in each phase of the server's life."""
 
 import re
 import signal
-import time
 
 import pytest
 
 from harness import places
+from harness.ioc import NO_EDITOR
 from harness.process import until
+from harness.shutdown import DEADLINE, LOGOUT, PROMPT, ends, printed
 
 SIGNALS = [signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM]
 DESCRIPTIONS = {signal.SIGHUP: "Hangup", signal.SIGINT: "Interrupt", signal.SIGQUIT: "Quit",
                 signal.SIGTERM: "Terminated"}
 each_signal = pytest.mark.parametrize("number", SIGNALS, ids=lambda number: number.name)
 
-# Seconds in which an end must come although a call of the access library does not return: the
-# end has ten.
-BOUNDED = 11
-# Nothing hinders this end.
-PROMPT = 5
-
-LOGOUT = "VEXAHV_DeinitSystem()"
-
 
 def shutdown_messages(number, level):
     text = ["\nCaught a termination signal (%s).\n" % DESCRIPTIONS[number],
             "\nShutting down crate\n", "\nCrate disconnected\n"]
     return "".join(text if level > 1 else text[1:] if level == 1 else [])
-
-
-# What records say that cannot find their node; only before the end has begun.
-EARLIER = re.compile(r"\A(\[\w+\] - error getting node .*\n)+")
-
-
-def said_since(ioc, mark):
-    return EARLIER.sub("", ioc.stdout.to_end()[mark:])
-
-
-def ends(ioc, number, within):
-    begin = time.monotonic()
-    ioc.send(number)
-    assert ioc.wait() == 0
-    assert time.monotonic() - begin < within
 
 
 def mirrored(crate):
@@ -58,7 +36,7 @@ def test_each_signal_ends_the_wait_for_the_firmware(site):
     for ioc in iocs.values():
         ioc.stdout.wait_for("^error$")
     for number, ioc in iocs.items():
-        ends(ioc, number, PROMPT)
+        ends(ioc, PROMPT, number)
         assert ioc.stdout.to_end().replace("error\n", "") == (
             "Waiting for firmware to start..\n\nAttempt to connect to firmware..\n"
             + shutdown_messages(number, 2))
@@ -73,7 +51,7 @@ def test_each_signal_ends_a_login_that_gets_no_answer(site):
     for number, ioc in iocs.items():
         ioc.send(number)
     for number, ioc in iocs.items():
-        assert ioc.wait(timeout=BOUNDED) == 0
+        assert ioc.wait(timeout=DEADLINE) == 0
         assert ioc.stdout.to_end().endswith(shutdown_messages(number, 2))
     crate.release()
     crate.wait(sessions=0)
@@ -86,7 +64,7 @@ def test_end_while_the_tree_is_built(site, number):
     crate = site.crate()
     ioc = site.ioc("-D", "0")
     crate.wait(call="VEXAHV_GetChParamProp", count=500)
-    ends(ioc, number, PROMPT)
+    ends(ioc, PROMPT, number)
     assert crate.log()[-1] == LOGOUT
     assert crate.log("SubscribeSystemParams") == crate.log("UnSubscribeSystemParams") == []
     assert "Starting VEXA ZANTO driver" not in ioc.stdout.to_end()
@@ -102,7 +80,7 @@ def test_end_of_the_endless_retry_in_the_tree_build(site, number):
     ioc = site.ioc("-D", "2")
     found = ioc.stdout.wait_for(FETCH_FAILED)
     ioc.stdout.wait_for(re.escape(found.group(0)), found.end())
-    ends(ioc, number, PROMPT)
+    ends(ioc, PROMPT, number)
     assert crate.log()[-1] == LOGOUT
     crate.wait(sessions=0)
     assert ioc.stdout.to_end().endswith(shutdown_messages(number, 2))
@@ -113,7 +91,7 @@ def test_end_while_the_tree_build_gets_no_answer(site):
     ioc = site.ioc("-D", "1")
     crate.wait(call="VEXAHV_GetChParamProp", count=500)
     crate.hang()
-    ends(ioc, signal.SIGTERM, BOUNDED)
+    ends(ioc, DEADLINE)
     assert ioc.stdout.to_end().endswith(shutdown_messages(signal.SIGTERM, 1))
 
 
@@ -127,9 +105,9 @@ def test_end_while_the_start_up_script_runs(site, number):
     ioc.stdout.wait_for("^now-it-sleeps$")
     crate.clear()
     mark = len(ioc.stdout.text)
-    ends(ioc, number, PROMPT)
+    ends(ioc, PROMPT, number)
     # The names that are withdrawn had not been subscribed yet.
-    said = re.sub("^Error subscribing .*\n", "", said_since(ioc, mark), flags=re.MULTILINE)
+    said = re.sub("^Error subscribing .*\n", "", printed(ioc, mark), flags=re.MULTILINE)
     assert said.endswith(shutdown_messages(number, 1))
     assert crate.log()[-1] == LOGOUT
 
@@ -138,7 +116,7 @@ def test_end_between_the_subscriptions(site):
     crate = site.crate()
     ioc = site.ioc()
     crate.wait(call="VEXAHV_SubscribeChannelParams", count=3)
-    ends(ioc, signal.SIGTERM, PROMPT)
+    ends(ioc)
     assert crate.log()[-1] == LOGOUT
     crate.wait(eventConnections=0)
 
@@ -148,25 +126,23 @@ def test_end_while_a_subscription_gets_no_answer(site):
     ioc = site.ioc()
     crate.wait(call="VEXAHV_SubscribeSystemParams")
     crate.hang()
-    ends(ioc, signal.SIGTERM, BOUNDED)
+    ends(ioc, DEADLINE)
 
 
 # ---- running
 
 def end_of_a_running_server(site, number, level, shell):
     crate = site.reduced_crate()
-    # The prompt comes in one piece: the messages of other threads cannot split it.
-    ioc = site.ioc("-D", str(level), shell=shell,
-                   env={"IOCSH_HISTEDIT_DISABLE": "1"}).wait_running()
+    ioc = site.ioc("-D", str(level), shell=shell, env=NO_EDITOR).wait_running()
     crate.wait(eventConnections=1)
     if shell:
         ioc.stdout.wait_for("^epics> ")
     wanted = mirrored(crate)
     crate.clear()
     mark = len(ioc.stdout.text)
-    ends(ioc, number, PROMPT)
+    ends(ioc, PROMPT, number)
     assert crate.log() == wanted
-    assert said_since(ioc, mark) == shutdown_messages(number, level)
+    assert printed(ioc, mark) == shutdown_messages(number, level)
     crate.wait(sessions=0)
     crate.wait(eventConnections=0)
 
@@ -198,7 +174,7 @@ def test_end_under_a_storm_of_events_and_clients(site):
     for writer in writers:
         writer.stdout.wait_for("(.*\n){10}")
     monitor.wait_for(names[-1], r"[5-9]\d\d.*|\d{4}.*")
-    ends(ioc, signal.SIGTERM, PROMPT)
+    ends(ioc)
     for writer in writers:
         writer.kill()
 
@@ -210,7 +186,7 @@ def test_end_with_a_write_that_gets_no_answer(site):
     crate.hang()
     put = site.sandbox.start("pvput", [places.client("pvput"), "-w", "20", "ZC16:00:000:VSet", "6"])
     put.stdout.wait_for("^Old")
-    ends(ioc, signal.SIGTERM, BOUNDED)
+    ends(ioc, DEADLINE)
     put.kill()
 
 
@@ -241,5 +217,5 @@ def test_signals_that_are_not_for_the_end_change_nothing(site):
     ioc.send(signal.SIGCHLD)
     ioc.send(signal.SIGWINCH)
     crate.set("VSet", 9, 0, 0)
-    site.clients.camonitor("ZC16:00:000:VSet:RBV").wait_for("ZC16:00:000:VSet:RBV", "9")
+    site.clients.wait_for_value("ZC16:00:000:VSet:RBV", "9")
     assert ioc.process.status is None

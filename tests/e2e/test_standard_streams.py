@@ -1,4 +1,4 @@
-"""What must not keep the server from its end, and what its end must leave alone."""
+"""Standard streams: a full pipe does not hold up the shutdown, a terminal keeps its settings."""
 
 import fcntl
 import os

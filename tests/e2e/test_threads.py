@@ -1,4 +1,4 @@
-"""Which threads the server starts, told by a library that is loaded in front of EPICS'."""
+"""Which threads the server starts, reported by a library that is preloaded."""
 
 import os
 import subprocess

@@ -1,4 +1,4 @@
-"""The tutorial's commands, word by word and in their order, do what it says."""
+"""The tutorial's commands, word for word and in their order, do what it says."""
 
 import re
 import shlex

@@ -1,11 +1,11 @@
-"""From a client's put to the crate and back."""
+"""Writes: from a client's put to the crate and back."""
 
 import pytest
 
 
 @pytest.fixture(name="put", params=["caput", "pvput"])
 def _put(request, live):
-    """Puts through Channel Access or pvAccess; the complaint or an empty text."""
+    """Puts through Channel Access or pvAccess; the error message or an empty text."""
     return getattr(live.clients, request.param)
 
 
@@ -115,7 +115,7 @@ def test_name_with_a_blank_has_records_that_fail(live, put, slot_channel):
     assert live.the_crate.get("Fan Speed", slot) == 2400
     live.the_crate.set("Fan Speed", 2500, slot)
     live.the_crate.set("HVMax", 99, slot)
-    live.clients.camonitor(f"ZC16:{slot:02d}:HVMax").wait_for(f"ZC16:{slot:02d}:HVMax", "99")
+    live.clients.wait_for_value(f"ZC16:{slot:02d}:HVMax", "99")
     assert live.clients.caget(f"{record}:RBV") == "0"
 
 

@@ -1,1 +1,1 @@
-"""What the end-to-end tests start and look with: sandboxes, crates, servers, clients."""
+"""What the end-to-end tests run: sandboxes, crates, servers, clients."""

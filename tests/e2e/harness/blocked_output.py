@@ -1,4 +1,4 @@
-"""Outputs that take nothing more: a full pipe, a terminal that is stopped or that nobody reads."""
+"""Blocked outputs: a full pipe, a terminal that is stopped or that nobody reads."""
 
 import fcntl
 import os
@@ -99,7 +99,7 @@ class StoppedTerminal(UnreadTerminal):
 class BlockableIoc:
     """A server with an outlet for its output. Sandbox ends both."""
 
-    name = "mute zantoioc"
+    name = "zantoioc with blocked output"
 
     def __init__(self, sandbox, outlet, *options, shell=False, env=()):
         self.outlet = outlet
@@ -142,7 +142,7 @@ class BlockableIoc:
         try:
             return self._child.wait(timeout)
         except subprocess.TimeoutExpired:
-            raise AssertionError(f"the server has not ended within {timeout} s") from None
+            raise AssertionError(f"the server did not exit within {timeout} s") from None
 
     def close(self):
         self._child.kill()

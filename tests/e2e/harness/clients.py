@@ -44,6 +44,12 @@ class Clients:
     def exists(self, name):
         return self._run("cainfo", name).returncode == 0
 
+    def wait_for_value(self, name, value):
+        """Until a monitor of the record shows what matches the pattern."""
+        monitor = self.camonitor(name)
+        monitor.wait_for(name, value)
+        monitor.close()
+
     # Read-backs of on/off parameters have no state names, so both show numbers.
     def camonitor(self, *names):
         return Monitor(self._sandbox, "camonitor", names, ["-t", "n", "-n"])

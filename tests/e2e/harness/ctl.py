@@ -8,8 +8,8 @@ import pyte
 
 from . import places
 from .crate import CONTROL
-from .process import WATCHDOG, until
-from .sandbox import environment
+from .process import until
+from .terminal import AtTerminal
 
 
 class Ctl:
@@ -41,21 +41,16 @@ class Ctl:
         return terminal
 
 
-class Terminal:
-    """The program at a terminal, with the screen as its user sees it. Sandbox ends it."""
-
-    name = "zantocratectl at a terminal"
+class Terminal(AtTerminal):
+    """The program with the screen as its user sees it."""
 
     def __init__(self, argv, rows=24, columns=100, term="xterm-256color"):
         self._screen = pyte.Screen(columns, rows)
         self._stream = pyte.Stream(self._screen)
         # It starts once its terminal has been looked at.
-        held = ["-c", 'read -r go && exec "$@"', "sh", *argv]
-        self._child = pexpect.spawn(
-            "/bin/sh", held, timeout=WATCHDOG, encoding="utf-8", dimensions=(rows, columns),
-            env=environment({"ZANTOCRATE_CONTROL": CONTROL, "TERM": term, "LC_ALL": "C.UTF-8"}))
-        self.pid = self._child.pid
-        self.shown = ""
+        held = ["/bin/sh", "-c", 'read -r go && exec "$@"', "sh", *argv]
+        env = {"ZANTOCRATE_CONTROL": CONTROL, "TERM": term, "LC_ALL": "C.UTF-8"}
+        super().__init__("zantocratectl", held, env, dimensions=(rows, columns))
         self.untouched = termios.tcgetattr(self._child.fileno())
         self._child.sendline()
 
@@ -99,19 +94,11 @@ class Terminal:
         self._screen.resize(rows, columns)
         self._child.setwinsize(rows, columns)
 
-    def kill_by(self, number):
-        self._child.kill(number)
-
     def ended(self):
         """The exit status, or minus the number of the signal; the terminal is as it was."""
         until(lambda: not self._read(), "the program ends")
         assert termios.tcgetattr(self._child.fileno()) == self.untouched
-        self._child.wait()
-        return (-self._child.signalstatus if self._child.exitstatus is None
-                else self._child.exitstatus)
-
-    def close(self):
-        self._child.close(force=True)
+        return self._exit_status()
 
     def logs(self):
         return {self.name: "\n".join(self.lines())}

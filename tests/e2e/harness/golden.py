@@ -30,12 +30,12 @@ def check(name, text):
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text, encoding="utf-8")
         return
-    assert path.exists(), f"there is no {path}: tests/accept makes it"
+    assert path.exists(), f"{path} does not exist: tests/accept creates it"
     difference = list(difflib.unified_diff(
         path.read_text(encoding="utf-8").splitlines(), text.splitlines(), str(path), "now",
         lineterm=""))
     assert not difference, (
-        "\n".join(difference[:SHOWN]) + f"\n({len(difference)} lines; tests/accept takes them)")
+        "\n".join(difference[:SHOWN]) + f"\n({len(difference)} lines; tests/accept accepts them)")
     assert path.read_text(encoding="utf-8") == text
 
 

@@ -9,6 +9,9 @@ from .sandbox import LOOPBACK
 NAME = "ZC16"
 RUNNING = r"^iocRun: All initialization complete$"
 WAITING = "Waiting for firmware to start..\n\n"
+# Without its line editor the shell prints no echo, and its prompt in one piece, which messages of
+# other threads cannot split.
+NO_EDITOR = {"IOCSH_HISTEDIT_DISABLE": "1"}
 CONNECTING = f"Connecting to crate {NAME} at {LOOPBACK}\n"
 
 

@@ -1,4 +1,4 @@
-"""Processes with their output at hand, and waits that are for an event, never for a time."""
+"""Processes and their output, and waits for an event, never for a time."""
 
 import contextlib
 import os
@@ -14,10 +14,10 @@ WATCHDOG = float(os.environ.get("ZANTO_E2E_WATCHDOG", "40"))
 
 
 def until(condition, what, timeout=WATCHDOG):
-    """Waits for what nobody announces."""
+    """Polls until the condition holds."""
     deadline = time.monotonic() + timeout
     while not condition():
-        assert time.monotonic() < deadline, f"not within {timeout} s: {what}"
+        assert time.monotonic() < deadline, f"timed out after {timeout} s: {what}"
         time.sleep(0.01)
 
 
@@ -83,7 +83,7 @@ class Output:
     def to_end(self, timeout=WATCHDOG):
         """The whole text, once the process has closed the stream."""
         self._thread.join(timeout)
-        assert not self._thread.is_alive(), "the stream stays open: a process is left over"
+        assert not self._thread.is_alive(), "the stream stays open: a process is still running"
         return self.text
 
 
@@ -115,7 +115,7 @@ class Process:
         try:
             return self._child.wait(timeout)
         except subprocess.TimeoutExpired:
-            raise AssertionError(f"{self.name} has not ended within {timeout} s") from None
+            raise AssertionError(f"{self.name} did not exit within {timeout} s") from None
 
     def kill(self):
         """And the children that it may have."""

@@ -161,7 +161,7 @@ class Sandbox:
         left = self._left_over()
         self._holder.close()
         shutil.rmtree(self._stage, ignore_errors=True)
-        return self.reports() + [f"left over: {text}" for text in left]
+        return self.reports() + [f"still running: {text}" for text in left]
 
     def _left_over(self):
         """Kills, by number, whatever else lives in this sandbox's network; says what it was."""

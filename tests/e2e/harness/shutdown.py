@@ -1,4 +1,4 @@
-"""What the tests of the process's end have in common."""
+"""What the tests of the shutdown have in common."""
 
 import re
 import signal
@@ -32,9 +32,9 @@ def gone(ioc, within, begin):
     assert time.monotonic() - begin < within
 
 
-def ends(ioc, within=PROMPT):
+def ends(ioc, within=PROMPT, number=signal.SIGTERM):
     begin = time.monotonic()
-    ioc.send(signal.SIGTERM)
+    ioc.send(number)
     gone(ioc, within, begin)
 
 

@@ -1,4 +1,4 @@
-"""The server at a terminal, as an operator has it."""
+"""Programs at a terminal, as an operator has them."""
 
 import termios
 from pathlib import Path
@@ -12,17 +12,36 @@ from .sandbox import environment
 PROMPT = "epics> "
 
 
-class Terminal:
-    """Ended by Sandbox like its other processes."""
+class AtTerminal:
+    """A program with a terminal of its own. Sandbox ends it like its other processes."""
 
-    def __init__(self, sandbox, *options, env=(), **more):
-        argv = sandbox.inside(arguments(*options, **more))
-        self.name = "zantoioc at a terminal"
+    def __init__(self, name, argv, env, **more):
+        self.name = f"{name} at a terminal"
         self._child = pexpect.spawn(argv[0], argv[1:], env=environment(env), timeout=WATCHDOG,
-                                    encoding="utf-8", codec_errors="replace")
-        self._child.delaybeforesend = None
+                                    encoding="utf-8", **more)
         self.pid = self._child.pid
         self.shown = ""
+
+    def kill_by(self, number):
+        self._child.kill(number)
+
+    def _exit_status(self):
+        """That, or minus the number of the signal; once its output has ended."""
+        self._child.wait()
+        return (-self._child.signalstatus if self._child.exitstatus is None
+                else self._child.exitstatus)
+
+    def close(self):
+        self._child.close(force=True)
+
+
+class Terminal(AtTerminal):
+    """The server's shell."""
+
+    def __init__(self, sandbox, *options, env=(), **more):
+        super().__init__("zantoioc", sandbox.inside(arguments(*options, **more)), env,
+                         codec_errors="replace")
+        self._child.delaybeforesend = None
         sandbox.adopt(self)
 
     def expect(self, text):
@@ -47,23 +66,15 @@ class Terminal:
         """What stty would show."""
         return termios.tcgetattr(self._child.fileno())
 
-    def kill_by(self, number):
-        self._child.kill(number)
-
     def wait(self):
         """The exit status, or minus the number of the signal."""
         self._child.expect(pexpect.EOF)
         self.shown += self._child.before
-        self._child.wait()
-        return (-self._child.signalstatus if self._child.exitstatus is None
-                else self._child.exitstatus)
+        return self._exit_status()
 
     @property
     def status(self):
         return None if self._child.isalive() else 0
-
-    def close(self):
-        self._child.close(force=True)
 
     def logs(self):
         return {self.name: self.shown + (self._child.buffer or "")}
