@@ -52,9 +52,11 @@ def _workers():
     return WORKERS_PER_CORE * len(os.sched_getaffinity(0))
 
 
-# Tests that share a crate stay together.
+# Tests that share a crate stay together. Those that let a deadline pass come first: at the end
+# they would be waited for.
 @pytest.hookimpl(tryfirst=True)
 def pytest_collection_modifyitems(config, items):
+    items.sort(key=lambda item: "deadline" not in item.path.stem)
     if not config.pluginmanager.hasplugin("xdist"):
         return
     for item in items:

@@ -62,7 +62,7 @@ def test_loads_are_estimated_from_the_current(site):
 
 
 def test_a_failed_call_is_reported_and_skipped(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.control("fault", kind="fail", operation="GetBdParamProp", code=9)
     done = site.sandbox.run(command())
     text = 'VEXAHV_GetBdParamProp (slot 0, "BdStatus", Type) failed with code 9'
@@ -97,7 +97,7 @@ def test_arguments(site):
 
 def delayed_capture(site):
     """One that waits for an answer for a while, with its login done."""
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.control("fault", kind="delay", operation="GetExecCommList", milliseconds=1500)
     process = site.sandbox.start("zantocrate-capture", command(password="admin"))
     crate.wait(fault="delay")

@@ -143,7 +143,7 @@ def test_wait_ends_when_it_holds_or_time_is_up(bench):
 # ---- clients
 
 def test_statistics_log_and_subscriptions(site):
-    crate = site.crate()
+    crate = site.reduced_crate()
     ctl = Ctl(site.sandbox)
     ioc = site.ioc().wait_running()
     crate.wait(eventConnections=1)

@@ -198,10 +198,11 @@ def test_server_serves_in_spite_of_a_broken_answer(site, case):
 def test_crate_map_without_slots(site):
     crate = site.reduced_crate()
     crate.fault("answer", operation="GetCrateMap", answer="empty-list")
-    site.ioc().wait_running()
+    ioc = site.ioc(shell=True).wait_running()
     assert applied(crate, "answer") == 1
     assert site.clients.caget("ZC16:SwRelease")
-    assert not site.clients.exists("ZC16:00:000:VSet")
+    ioc.command("dbgf ZC16:00:000:VSet")
+    ioc.stdout.wait_for("^PV 'ZC16:00:000:VSet' not found$")
 
 
 # A name that the crate has never had cannot be read; the build asks again until it can be.

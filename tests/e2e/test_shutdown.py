@@ -45,9 +45,9 @@ BUILD_CALLS = [("InitSystem", 0), ("GetExecCommList", 0), ("GetSysPropList", 0),
                ("GetSysPropInfo", 0), ("GetSysPropInfo", 14), ("GetSysProp", 0), ("GetSysProp", 14),
                ("GetCrateMap", 0), ("GetBdParamInfo", 0), ("GetBdParamInfo", 4),
                ("GetBdParamProp", 0), ("GetBdParamProp", 319), ("GetBdParam", 0),
-               ("GetBdParam", 54), ("GetChName", 0), ("GetChName", 39), ("GetChParamInfo", 0),
-               ("GetChParamInfo", 19), ("GetChParamProp", 0), ("GetChParamProp", 2239),
-               ("GetChParam", 0), ("GetChParam", 359)]
+               ("GetBdParam", 54), ("GetChName", 0), ("GetChName", 21), ("GetChParamInfo", 0),
+               ("GetChParamInfo", 10), ("GetChParamProp", 0), ("GetChParamProp", 1231),
+               ("GetChParam", 0), ("GetChParam", 197)]
 ROUNDS = 3
 
 
@@ -97,7 +97,7 @@ def write_script(site, *lines):
 
 
 @each_library
-@pytest.mark.parametrize("before", [2237, 2238, 2239])
+@pytest.mark.parametrize("before", [1229, 1230, 1231])
 def test_signal_in_the_last_calls_of_the_build_keeps_the_script_from_being_read(
         site, undisturbed, before, library):
     crate = site.reduced_crate()
