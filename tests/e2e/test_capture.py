@@ -47,10 +47,10 @@ def test_a_captured_crate_is_equivalent(make_site, name):
     assert (checked.stderr, checked.returncode) == ("", 0)
     copy.crate("/tmp/crate.yaml")
     assert capture(copy) == first
-    written = []
-    for site in (original, copy):
-        site.ioc().wait_running()
-        written.append([site.sandbox.read(path) for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt")])
+    for ioc in [site.ioc() for site in (original, copy)]:
+        ioc.wait_running()
+    written = [[site.sandbox.read(path) for path in ("/tmp/ZANTO.db", "/tmp/pvlist.txt")]
+               for site in (original, copy)]
     assert written[0] == written[1]
 
 
