@@ -103,7 +103,7 @@ def test_conditions_come_and_go(bench, raise_it, drop_it, word):
 
 
 def test_a_pulled_board_is_shown_as_such(bench):
-    bench.ctl("remove", "15")
+    bench.ctl("remove", "015")
     assert re.search(r"^ *15 .* pulled out$", bench.ctl("show"), re.MULTILINE)
     assert "pulled out" in bench.ctl.error("get", "15", "Temp")
     bench.ctl("insert", "15")
