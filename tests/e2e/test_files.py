@@ -21,7 +21,7 @@ def run_to_end(site):
 
 
 def test_an_ordinary_start_writes_three_plain_files(site):
-    site.crate()
+    site.reduced_crate()
     ioc = site.ioc("-D", "1").wait_running()
     printed = ioc.stdout.text
     assert "Live insertion event flag reset into file [/tmp/lievnt.txt]\n" in printed

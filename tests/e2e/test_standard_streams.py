@@ -55,7 +55,7 @@ def test_output_that_nobody_reads_does_not_hold_up_the_end(site, spawn, number):
 
 
 def test_output_that_nobody_reads_does_not_hold_up_the_end_of_a_running_server(site, spawn):
-    crate = site.crate()
+    crate = site.reduced_crate()
     reader, writer = os.pipe()
     fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 1 << 20)  # for all that the start says
     ioc = spawn("-D", "2", "-d", stdin=subprocess.DEVNULL, stdout=writer,
@@ -77,7 +77,7 @@ def test_daemon_leaves_the_settings_of_its_terminal_alone(site, spawn):
     ours, terminal = pty.openpty()
     ioc = spawn("-d", stdin=terminal, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                 preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
-    crate = site.crate()
+    crate = site.reduced_crate()
     crate.wait(eventConnections=1)
     changed = termios.tcgetattr(terminal)
     changed[3] &= ~(termios.ECHO | termios.ICANON)
