@@ -24,29 +24,14 @@ volatile std::sig_atomic_t endingSignal = 0;
 
 extern "C" void noteSignal(int number) { endingSignal = number; }
 
-// Has the signals that end a program noted, for as long as it lives.
-class EndingSignals {
-public:
-    EndingSignals()
-    {
-        endingSignal = 0;
-        struct sigaction action {};
-        action.sa_handler = noteSignal; // no SA_RESTART: waiting for a key ends
-        for (size_t index = 0; index < std::size(numbers); ++index)
-            sigaction(numbers[index], &action, &m_before[index]);
-    }
-    ~EndingSignals()
-    {
-        for (size_t index = 0; index < std::size(numbers); ++index)
-            sigaction(numbers[index], &m_before[index], nullptr);
-    }
-    EndingSignals(const EndingSignals &) = delete;
-    EndingSignals &operator=(const EndingSignals &) = delete;
-
-private:
-    static constexpr int numbers[] = {SIGINT, SIGTERM, SIGHUP};
-    struct sigaction m_before[std::size(numbers)]{};
-};
+// From now on the signals that end a program are noted: the terminal is restored first.
+void noteEndingSignals()
+{
+    struct sigaction action {};
+    action.sa_handler = noteSignal; // no SA_RESTART: waiting for a key ends
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(number, &action, nullptr);
+}
 
 // The terminal while curses has it.
 class Terminal {
@@ -254,7 +239,7 @@ int runLive(const std::function<View()> &look)
     if (isatty(STDOUT_FILENO) == 0 || isatty(STDIN_FILENO) == 0)
         throw Problem("--live needs a terminal as standard input and output;"
                       " without --live the table is printed once");
-    const EndingSignals signals;
+    noteEndingSignals();
     watch(look);
     return endingSignal;
 }

@@ -216,17 +216,11 @@ View channelView(const Json &shown)
 
 // ---- Counters
 
-void addCounters(Table &table, const Json &counters)
+void addCounters(Table &table, const Json &counters, const std::string &prefix = "")
 {
     for (const auto &[name, value] : counters.items())
         if (!value.is_structured())
-            table.rows.push_back({{name, textOf(value)}, Tone::Plain});
-}
-
-void addNested(Table &table, const std::string &prefix, const Json &counters)
-{
-    for (const auto &[name, value] : counters.items())
-        table.rows.push_back({{fmt::format("{} {}", prefix, name), textOf(value)}, Tone::Plain});
+            table.rows.push_back({{prefix + name, textOf(value)}, Tone::Plain});
 }
 
 } // namespace
@@ -266,7 +260,7 @@ View statisticsView(const Json &statistics)
     addCounters(view.main, counters);
     for (const char *group : {"storm", "faults", "calls", "failures"})
         if (counters.contains(group))
-            addNested(view.main, group, counters[group]);
+            addCounters(view.main, counters[group], std::string(group) + " ");
     return view;
 }
 
