@@ -201,30 +201,28 @@ public:
     std::string getOffString() const { return m_offString.get(); }
     void setOffString(const std::string &text);
 
-    // lockSem for a scope.
-    class SemGuard {
+private:
+    void lockMembers();
+    void unlockMembers();
+
+    template <void (ZANTONode::*lock)(), void (ZANTONode::*unlock)()> class Guard {
     public:
-        explicit SemGuard(ZANTONode &node) : m_node(node) { m_node.lockSem(); }
-        ~SemGuard() { m_node.unlockSem(); }
-        SemGuard(const SemGuard &) = delete;
-        SemGuard &operator=(const SemGuard &) = delete;
+        explicit Guard(ZANTONode &node) : m_node(node) { (m_node.*lock)(); }
+        ~Guard() { (m_node.*unlock)(); }
+        Guard(const Guard &) = delete;
+        Guard &operator=(const Guard &) = delete;
 
     private:
         ZANTONode &m_node;
     };
+
+public:
+    // lockSem for a scope.
+    using SemGuard = Guard<&ZANTONode::lockSem, &ZANTONode::unlockSem>;
 
 private:
     // m_serializer for a scope.
-    class MemberGuard {
-    public:
-        explicit MemberGuard(ZANTONode &node) : m_node(node) { m_node.lockMembers(); }
-        ~MemberGuard() { m_node.unlockMembers(); }
-        MemberGuard(const MemberGuard &) = delete;
-        MemberGuard &operator=(const MemberGuard &) = delete;
-
-    private:
-        ZANTONode &m_node;
-    };
+    using MemberGuard = Guard<&ZANTONode::lockMembers, &ZANTONode::unlockMembers>;
 
     // What systems, boards and channels have and parameters do not.
     struct Branch {
@@ -263,8 +261,6 @@ private:
         std::unique_ptr<Branch> m_own;
     };
 
-    void lockMembers();
-    void unlockMembers();
     void unlock(ZANTONodeLock::Part part);
     void settle();
     bool applyAtOnce(ZANTONodeValue &value, uint64_t connection);
