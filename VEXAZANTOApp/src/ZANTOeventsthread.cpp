@@ -68,7 +68,7 @@ std::atomic<bool> socketFound{false};
 bool takeSocket(int32_t &socket)
 {
     const ZANTOTreeUse use;
-    ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
+    ZANTONode *root = use.root();
     if (root != nullptr)
         socket = root->getSysSocket();
     socketFound = root != nullptr;
@@ -125,7 +125,7 @@ void keepAlive(int socket)
 bool storeSocket(int socket)
 {
     const ZANTOTreeUse use;
-    ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
+    ZANTONode *root = use.root();
     if (root != nullptr)
         root->setSysSocket(socket);
     return root != nullptr;
@@ -150,7 +150,7 @@ bool startEventThread(int socket)
 bool isCratesAddress(in_addr address)
 {
     const ZANTOTreeUse use;
-    ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
+    ZANTONode *root = use.root();
     in_addr crates = {};
     return root != nullptr && inet_pton(AF_INET, root->getInitParam().c_str(), &crates) == 1 &&
            crates.s_addr == address.s_addr;

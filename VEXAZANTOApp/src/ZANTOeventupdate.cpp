@@ -36,7 +36,7 @@ int32_t ZANTOUpdateItem(int32_t boardIndex, int32_t channelIndex, const char *it
                         const IDValue_t &value, uint64_t connection, ZANTOEventTarget *target)
 {
     const ZANTOTreeUse use;
-    ZANTONode *root = use ? static_cast<ZANTONode *>(systemNode) : nullptr;
+    ZANTONode *root = use.root();
     if (root == nullptr) {
         ZANTO_TRACE(7, "\nError finding tree while updating item [%s]\n", itemName);
         return -1;

@@ -1,6 +1,8 @@
 // Who uses the tree, so that it is deleted only when nobody does.
 #pragma once
 
+#include "ZANTOtypes.h"
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -44,6 +46,11 @@ public:
     ZANTOTreeUse &operator=(const ZANTOTreeUse &) = delete;
 
     explicit operator bool() const noexcept { return m_open; }
+    // Null also where there is none.
+    ZANTONode *root() const noexcept
+    {
+        return m_open ? static_cast<ZANTONode *>(systemNode) : nullptr;
+    }
 
     // Allows uses, as before the first close().
     static void open() noexcept { s_closed = false; }
