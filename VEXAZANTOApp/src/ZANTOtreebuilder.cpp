@@ -12,7 +12,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace {
 
@@ -74,13 +73,8 @@ private:
     void addCommands()
     {
         Nodes commands(ZANTOConfig::ZANTOConfigCreateSystemExecComm(m_handle));
-        for (size_t i = 0; i < commands.size(); ++i) {
-            ZANTONode &command = commands[i];
-            command.setPlaceNames(m_crateName, ZANTOSharedText(), ZANTOSharedText());
-            m_root.addParameter(&command);
-            commands.release(i);
-            m_files.add(command, -1, -1);
-        }
+        for (size_t i = 0; i < commands.size(); ++i)
+            addWithRecords(commands, i);
     }
 
     void addProperties()
@@ -88,16 +82,22 @@ private:
         Nodes properties(ZANTOConfig::ZANTOConfigCreateSystemProps(m_handle));
         for (size_t i = 0; i < properties.size(); ++i) {
             ZANTONode &property = properties[i];
-            property.setPlaceNames(m_crateName, ZANTOSharedText(), ZANTOSharedText());
             if (property.nodeName().get() == "IPAddr") {
                 variant address;
                 address.setValue(m_host);
                 property.setNodeValue(ZANTONodeValue(address, nodeValueQualityGood, ZANTONow()));
             }
-            m_root.addParameter(&property);
-            properties.release(i);
-            m_files.add(property, -1, -1);
+            addWithRecords(properties, i);
         }
+    }
+
+    void addWithRecords(Nodes &nodes, size_t i)
+    {
+        ZANTONode &node = nodes[i];
+        node.setPlaceNames(m_crateName, ZANTOSharedText(), ZANTOSharedText());
+        m_root.addParameter(&node);
+        nodes.release(i);
+        m_files.add(node, -1, -1);
     }
 
     void addBoards()
