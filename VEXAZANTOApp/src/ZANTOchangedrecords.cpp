@@ -1,8 +1,8 @@
 #include "ZANTOchangedrecords.h"
 
-#include "ZANTOlife.h"
 #include "ZANTOscantimer.h"
 #include "ZANTOstatic.h"
+#include "ZANTOtreeuse.h"
 #include "ZANTOtypes.h"
 #include "ZANTOutils.h"
 

@@ -8,11 +8,11 @@
 #include "ZANTOeventconnections.h"
 #include "ZANTOeventupdate.h"
 #include "ZANTOfile.h"
-#include "ZANTOlife.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
 #include "ZANTOscanlist.h"
+#include "ZANTOtreeuse.h"
 #include "ZANTOtypes.h"
 #include "vexahvwrapper.h"
 

@@ -1,9 +1,9 @@
 #include "ZANTOeventupdate.h"
 
-#include "ZANTOlife.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
+#include "ZANTOtreeuse.h"
 #include "ZANTOtypes.h"
 #include "ZANTOutils.h"
 #include "ZANTOwirevalue.h"

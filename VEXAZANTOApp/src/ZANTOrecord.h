@@ -1,11 +1,11 @@
 // What the device supports of all record types share: from a record to its node and back.
 #pragma once
 
-#include "ZANTOlife.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
 #include "ZANTOnumeric.h"
 #include "ZANTOscanlist.h"
+#include "ZANTOtreeuse.h"
 #include "ZANTOtypes.h"
 
 #include <alarm.h>
