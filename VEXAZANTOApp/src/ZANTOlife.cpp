@@ -20,6 +20,7 @@ struct Life {
     std::atomic<bool> hasEnder{false};
     pthread_t ender{};                       // written before hasEnder is set
     std::atomic<int64_t> session{noSession}; // a handle until the logout
+    std::atomic<bool> treeUnfinished{false}; // a build of it has begun and not ended
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -33,9 +34,6 @@ Life &life()
     static ZANTONeverDestroyed<Life> instance;
     return instance.get();
 }
-
-// A build of the tree has begun and not ended.
-std::atomic<bool> treeUnfinished{false};
 
 // Until its verdict has been put into place.
 ZANTOLot happen(ZANTOHappening happening, uint16_t signal, bool byTheEnder) noexcept
@@ -185,17 +183,17 @@ bool ZANTOAwaitStartup(std::chrono::milliseconds limit)
 
 // ---- completeness of the tree ----
 
-void ZANTOBeginTree() { treeUnfinished = true; }
+void ZANTOBeginTree() { life().treeUnfinished = true; }
 
 void ZANTOOpenTree()
 {
     std::lock_guard<std::mutex> lock(life().mutex);
     ZANTOTreeUse::open();
-    treeUnfinished = false;
+    life().treeUnfinished = false;
     life().changed.notify_all();
 }
 
-bool ZANTOTreeIsComplete() noexcept { return systemNode != nullptr && !treeUnfinished; }
+bool ZANTOTreeIsComplete() noexcept { return systemNode != nullptr && !life().treeUnfinished; }
 
 void ZANTOWaitForTree()
 {

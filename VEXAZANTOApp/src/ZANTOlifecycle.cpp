@@ -20,25 +20,25 @@ constexpr Cell parks = {Phase::ending, Lot::park};
 constexpr Cell table[ZANTOPhaseCount][ZANTOHappeningCount] = {
     // probeBegins, loginBegins, loggedIn, treeComplete, scriptEnded,
     // signalled, shellLeft, startFailed, exitBegun
-    /* arguments */
+    // arguments
     {to(Phase::probing), to(Phase::loggingIn), stay(Phase::arguments), stay(Phase::arguments),
      stay(Phase::arguments), ends, ends, ends, ends},
-    /* probing */
+    // probing
     {stay(Phase::probing), to(Phase::loggingIn), stay(Phase::probing), stay(Phase::probing),
      stay(Phase::probing), ends, ends, ends, ends},
-    /* loggingIn */
+    // loggingIn
     {stay(Phase::loggingIn), stay(Phase::loggingIn), to(Phase::building), stay(Phase::loggingIn),
      stay(Phase::loggingIn), ends, ends, ends, ends},
-    /* building */
+    // building
     {stay(Phase::building), stay(Phase::building), stay(Phase::building), to(Phase::script),
      stay(Phase::building), ends, ends, ends, ends},
-    /* script */
+    // script
     {stay(Phase::script), stay(Phase::script), stay(Phase::script), stay(Phase::script),
      to(Phase::running), ends, ends, ends, ends},
-    /* running */
+    // running
     {stay(Phase::running), stay(Phase::running), stay(Phase::running), stay(Phase::running),
      stay(Phase::running), ends, ends, ends, ends},
-    /* ending */
+    // ending
     {parks, parks, parks, parks, parks, parks, parks, parks, parks},
 };
 

@@ -66,10 +66,6 @@ ZANTONode *holderOf(ZANTONode &root, int32_t board, int32_t channel)
     return boardNode->childAt(channel);
 }
 
-} // namespace
-
-namespace {
-
 // An index with what tells whether it still counts.
 struct TreeIndex {
     explicit TreeIndex(const ZANTONode &tree)
@@ -82,12 +78,14 @@ struct TreeIndex {
     ZANTOItemIndex items;
 };
 
+// That of the thread that builds the tree, and then of the one that frees it.
 std::unique_ptr<const TreeIndex> &ownedIndex()
 {
     static ZANTONeverDestroyed<std::unique_ptr<const TreeIndex>> index;
     return index.get();
 }
 
+// Written with ownedIndex and read by all: an index is freed only when nobody uses its tree.
 std::atomic<const TreeIndex *> presentIndex{nullptr};
 
 } // namespace

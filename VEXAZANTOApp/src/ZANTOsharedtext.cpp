@@ -22,7 +22,7 @@ Pool &pool()
 }
 
 // What was asked for lately, so that the build of a tree, which asks for the same few texts for
-// each channel, does without the lock and the hash.
+// each channel, does without the lock and the hash. Each place changes by itself.
 constexpr std::size_t recentCount = 256;
 std::array<std::atomic<const std::string *>, recentCount> recent;
 
