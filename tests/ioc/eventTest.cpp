@@ -2,10 +2,7 @@
 #include "iocSupport.h"
 
 #include "ZANTOAio.h"
-#include "ZANTOBio.h"
 #include "ZANTOMBBio.h"
-#include "ZANTOMBBioDirect.h"
-#include "ZANTOStringio.h"
 
 using ::testing::IsEmpty;
 

@@ -16,7 +16,6 @@
 
 #include <cstdlib>
 #include <set>
-#include <unistd.h>
 
 extern "C" {
 int ZANTO_registerRecordDeviceDriver(dbBase *base);

@@ -3,7 +3,6 @@
 
 #include "ZANTOlife.h"
 
-#include <dbAccess.h>
 #include <stringinRecord.h>
 #include <stringoutRecord.h>
 

@@ -4,8 +4,6 @@
 #include "ZANTOitemindex.h"
 #include "ZANTOlookup.h"
 
-#include <functional>
-
 namespace {
 
 using Names = std::vector<std::string>;

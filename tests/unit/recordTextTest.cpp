@@ -3,7 +3,6 @@
 
 #include "ZANTOutils.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <limits>

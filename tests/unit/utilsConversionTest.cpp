@@ -3,8 +3,6 @@
 
 #include "ZANTOutils.h"
 
-#include <limits>
-
 TEST(Conversion, UnitCodesHaveALongAndAShortName)
 {
     const struct {
