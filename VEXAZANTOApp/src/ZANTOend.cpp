@@ -31,6 +31,7 @@ namespace {
 constexpr milliseconds watchPeriod{50};
 
 struct End {
+    std::atomic<void (*)(int status)> exit{epicsExit};
     std::atomic<bool> watched{false};
     std::atomic<bool> iocInitRunning{false};
     // Set once, by the ender.
@@ -157,6 +158,8 @@ bool outputIsStuck()
 
 } // namespace
 
+void ZANTOSetExit(void (*exit)(int status)) noexcept { end().exit = exit; }
+
 void ZANTOStartEndWatch()
 {
     if (end().watched.exchange(true))
@@ -219,7 +222,7 @@ void ZANTOExit()
     const bool building =
         e.mainStraggles || e.iocInitRunning || !ZANTOPlanEnd(ZANTOPresentLife()).runsExitHooks;
     if (!building && !e.recordsStraggle && prints)
-        epicsExit(0);
+        e.exit.load()(0);
     if (!building)
         epicsExitCallAtExits();
     if (prints)

@@ -3,6 +3,10 @@
 
 #include "ZANTOlifecycle.h"
 
+// What ends the process when all is done, EPICS' exit at first; for tests, which leave out the
+// pause that it makes.
+void ZANTOSetExit(void (*exit)(int status)) noexcept;
+
 // Starts the watchdog of the end, which sleeps until the end begins; more than once is harmless.
 // Without a thread to be had the end goes on unwatched.
 void ZANTOStartEndWatch();

@@ -9,9 +9,6 @@
 using ::testing::Eq;
 using ::testing::ExitedWithCode;
 
-// EPICS pauses before each exit.
-extern "C" void epicsThreadSleep(double) {}
-
 // ---- shutdown ----
 
 TEST_F(ShutdownDeathTest, UnsubscribesLogsOutAndEndsWithStatus0)

@@ -4,6 +4,8 @@
 #include "ZANTOlife.h"
 #include "ZANTOutils.h"
 
+#include <epicsExit.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -138,6 +140,17 @@ void expectPrintedFrom(int16_t from, const std::string &text, const std::functio
 
 // ---- fixture ----
 
+namespace {
+
+// As EPICS' own but for its pause.
+void exitAtOnce(int status)
+{
+    epicsExitCallAtExits();
+    std::exit(status);
+}
+
+} // namespace
+
 void beginNewLife()
 {
     ZANTOBeginLife();
@@ -149,6 +162,7 @@ void ZantoTest::SetUp()
 {
     m_nodesBefore = liveNodes();
     beginNewLife();
+    ZANTOSetExit(exitAtOnce);
     fake.reset();
     DEBUG = 0;
     tcpPort = 5180;
