@@ -10,9 +10,9 @@ namespace {
 constexpr int openFlags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 // Nobody but this user can have opened it for writing.
-bool isOursAlone(const struct stat &status)
+bool onlyWriterIs(uid_t user, const struct stat &status)
 {
-    return status.st_uid == geteuid() && status.st_nlink == 1 &&
+    return status.st_uid == user && status.st_nlink == 1 &&
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
@@ -32,7 +32,7 @@ bool isRegularFile(const char *path)
 
 // Without O_CREAT, with which the system refuses files of others in a sticky folder, and without
 // O_TRUNC, which would empty what is not ours.
-int openEmpty(const char *path)
+int openEmpty(const char *path, uid_t user)
 {
     const int fd = open(path, openFlags);
     if (fd < 0) {
@@ -43,7 +43,7 @@ int openEmpty(const char *path)
     }
     struct stat status = {};
     const bool regular = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-    if (regular && isOursAlone(status) && ftruncate(fd, 0) == 0)
+    if (regular && onlyWriterIs(user, status) && ftruncate(fd, 0) == 0)
         return fd;
     ::close(fd);
     return regular ? replace(path) : -1;
@@ -51,9 +51,9 @@ int openEmpty(const char *path)
 
 } // namespace
 
-ZANTOOutputFile::ZANTOOutputFile(const char *path)
+ZANTOOutputFile::ZANTOOutputFile(const char *path, uid_t user)
 {
-    const int fd = openEmpty(path);
+    const int fd = openEmpty(path, user);
     if (fd < 0)
         return;
     m_file.reset(fdopen(fd, "w"));

@@ -1,6 +1,8 @@
 // Output files in a folder that anybody may write to.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <memory>
 #include <string_view>
@@ -10,9 +12,9 @@ class ZANTOOutputFile {
 public:
     // Creates or empties the file. Never follows a symbolic link, never waits for a reader of
     // a FIFO and takes nothing but a regular file: somebody may have planted them there. One
-    // that others could hold open for writing (of another user, with another name, writable by
-    // others) is replaced by a fresh one, or not opened if it cannot be replaced.
-    explicit ZANTOOutputFile(const char *path);
+    // that others could hold open for writing (of another user than `user`, with another name,
+    // writable by others) is replaced by a fresh one, or not opened if it cannot be replaced.
+    explicit ZANTOOutputFile(const char *path, uid_t user = geteuid());
 
     bool isOpen() const { return m_file != nullptr; }
     void write(std::string_view text);

@@ -5,31 +5,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
-
-namespace {
-
-bool otherUser = false;
-
-// Files made by this process belong to another user than the one it runs as, for a scope. No
-// privilege is needed for it.
-class OtherUser {
-public:
-    OtherUser() { otherUser = true; }
-    ~OtherUser() { otherUser = false; }
-    OtherUser(const OtherUser &) = delete;
-    OtherUser &operator=(const OtherUser &) = delete;
-};
-
-} // namespace
-
-// Instead of the C library's.
-extern "C" uid_t geteuid() noexcept
-{
-    const auto user = static_cast<uid_t>(syscall(SYS_geteuid));
-    return otherUser ? user + 1 : user;
-}
 
 namespace {
 
@@ -66,9 +42,9 @@ protected:
     }
 
     // Writes to the file at `name` and expects that one whom `old` reached is left behind.
-    static void expectReplaced(const std::string &name, int old)
+    static void expectReplaced(const std::string &name, int old, uid_t user = geteuid())
     {
-        ZANTOOutputFile file(name.c_str());
+        ZANTOOutputFile file(name.c_str(), user);
         ASSERT_TRUE(file.isOpen());
         struct stat before = {};
         ASSERT_EQ(fstat(old, &before), 0);
@@ -80,6 +56,9 @@ protected:
         EXPECT_EQ(contents(name), "ours");
         EXPECT_EQ(modeOf(name) & ~0644U, 0U);
     }
+
+    // What this process makes is not that user's.
+    static uid_t someOtherUser() { return geteuid() + 1; }
 
     std::string path(const std::string &name)
     {
@@ -277,10 +256,7 @@ TEST_F(OutputFile, ReplacesAFileOfAnotherUser)
     put(name, "old");
     ASSERT_EQ(chmod(name.c_str(), 0644), 0);
     const int old = open(name.c_str(), O_RDWR | O_CLOEXEC);
-    {
-        const OtherUser stranger;
-        expectReplaced(name, old);
-    }
+    expectReplaced(name, old, someOtherUser());
     close(old);
 }
 
@@ -326,12 +302,9 @@ TEST_F(OutputFile, RefusesAFileThatItCannotReplace)
     // Regular and writable, and nobody can remove it.
     const char *name = "/proc/self/comm";
     const std::string before = contents(name);
-    {
-        const OtherUser stranger;
-        ZANTOOutputFile file(name);
-        EXPECT_FALSE(file.isOpen());
-        file.write("new");
-        EXPECT_FALSE(file.close());
-    }
+    ZANTOOutputFile file(name, someOtherUser());
+    EXPECT_FALSE(file.isOpen());
+    file.write("new");
+    EXPECT_FALSE(file.close());
     EXPECT_EQ(contents(name), before);
 }
