@@ -186,7 +186,8 @@ void atExit(void *) { ZANTOCloseCrateInExit(); }
 // IOC runs, or after its end, exit hooks would take apart what it puts together.
 void atTurnOfIocInit(initHookState state)
 {
-    if (state == initHookAtIocBuild)
+    // Not at the build's own turn: behind that iocInit gives up where no definition is loaded.
+    if (state == initHookAtBeginning)
         ZANTOSetIocInitRunning(true);
     if (state == initHookAfterIocRunning)
         ZANTOSetIocInitRunning(false);

@@ -7,6 +7,8 @@
 
 #include <epicsExit.h>
 #include <epicsStdio.h>
+#include <errlog.h>
+#include <iocInit.h>
 
 #include <atomic>
 #include <chrono>
@@ -189,6 +191,23 @@ TEST_F(EndDeathTest, AnExitHookThatDoesNotReturnEndsTheProcessWithStatus0)
             Shutdown();
         },
         ExitedWithCode(0), Eq(loggedOut));
+}
+
+// iocInit gives up before it has put anything together.
+TEST_F(EndDeathTest, AnIocInitWithoutADefinitionLeavesTheExitHooksToTheEnd)
+{
+    EXPECT_EXIT(
+        {
+            prepare(0);
+            ZANTOWatchEpics();
+            reach(ZANTOPhase::running);
+            eltc(0); // what EPICS says of it
+            const bool refused = iocInit() != 0;
+            std::atexit([] { dprintf(STDERR_FILENO, "exit hook\n"); });
+            if (refused)
+                Shutdown();
+        },
+        ExitedWithCode(0), Eq("DeinitSystem(7)\nexit hook\n"));
 }
 
 // ---- output ----
