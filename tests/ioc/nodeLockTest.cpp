@@ -1,38 +1,23 @@
 // A record access and an event's update each wait for whoever holds the node.
 #include "iocSupport.h"
 
+#include "Contender.h"
 #include "ZANTOeventsthread.h"
 #include "ZANTOrecord.h"
-
-#include <atomic>
 
 namespace {
 
 class NodeLock : public IocTest {
 protected:
-    // The action is through in far less time than this unless it waits.
-    static constexpr int yields = 20000;
-
     // Runs an action on another thread while this one holds the node: whether it ended before
     // the node was released.
     static bool endsWhileHeld(ZANTONode *node, const std::function<void()> &action)
     {
-        std::atomic<bool> begun{false};
-        std::atomic<bool> ended{false};
         node->lockSem();
-        std::thread other([&] {
-            begun = true;
-            action();
-            ended = true;
-        });
-        while (!begun)
-            std::this_thread::yield();
-        for (int i = 0; i < yields && !ended; ++i)
-            std::this_thread::yield();
-        const bool early = ended;
+        Contender other(action);
+        const bool waits = other.waits();
         node->unlockSem();
-        other.join();
-        return early;
+        return !waits;
     }
 
     static void read(const std::string &type)
@@ -72,10 +57,9 @@ TEST_F(NodeLock, AReadShowsWhatTheHolderLeaves)
         give(node, variantOf(int32_t{1}));
         setVal(name, 0);
         node->lockSem();
-        std::thread reader([type] { read(type); });
+        Contender reader([type] { read(type); });
         node->setNodeValue(ZANTONodeValue(variantOf(int32_t{5}), nodeValueQualityGood, 0));
-        for (int i = 0; i < yields; ++i)
-            std::this_thread::yield();
+        EXPECT_TRUE(reader.waits()) << type;
         node->setNodeValue(ZANTONodeValue(variantOf(int32_t{2}), nodeValueQualityGood, 0));
         node->unlockSem();
         reader.join();

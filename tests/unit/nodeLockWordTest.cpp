@@ -1,4 +1,5 @@
 // The two locks of a node, and the mark of a value that waits for them.
+#include "Contender.h"
 #include "ZANTOnodelock.h"
 
 #include <gtest/gtest.h>
@@ -109,12 +110,11 @@ TEST(NodeLockWord, AHeldNodeIsSettledAndWaitedForLikeALockedOne)
     EXPECT_FALSE(lock.unlock(both));
 
     ASSERT_TRUE(lock.tryHold());
-    std::thread sleeper([&] {
+    Contender sleeper([&] {
         lock.lock(record);
         lock.unlock(record);
     });
-    for (int i = 0; i < 1000; ++i)
-        std::this_thread::yield();
+    EXPECT_TRUE(sleeper.waits());
     EXPECT_FALSE(lock.letHoldGo());
     sleeper.join();
 }

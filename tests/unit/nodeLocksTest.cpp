@@ -1,8 +1,7 @@
 // Locks, invalidation, subscription and edited values of a node.
 #include "unitSupport.h"
 
-#include <atomic>
-#include <thread>
+#include "Contender.h"
 
 namespace {
 
@@ -263,40 +262,6 @@ TEST_F(NodeLocks, AGoodConnectionChangesNoQuality)
 
 // ---- locks ----
 
-namespace {
-
-// Runs an action on another thread.
-class Contender {
-public:
-    explicit Contender(std::function<void()> action)
-        : m_thread([this, action] {
-              m_begun = true;
-              action();
-              m_done = true;
-          })
-    {
-    }
-    ~Contender() { m_thread.join(); }
-
-    // Gives the other thread every chance to run. An action that does not wait for a lock is
-    // through by then; one that does makes this false always.
-    bool isDoneSoon() const
-    {
-        while (!m_begun)
-            std::this_thread::yield();
-        for (int i = 0; i < 1000 && !m_done; ++i)
-            std::this_thread::yield();
-        return m_done;
-    }
-
-private:
-    std::atomic<bool> m_begun{false};
-    std::atomic<bool> m_done{false};
-    std::thread m_thread;
-};
-
-} // namespace
-
 TEST_F(NodeLocks, TheRecordLockKeepsOtherThreadsOutUntilItIsReleasedAsOftenAsTaken)
 {
     ZANTONode node;
@@ -304,7 +269,7 @@ TEST_F(NodeLocks, TheRecordLockKeepsOtherThreadsOutUntilItIsReleasedAsOftenAsTak
     node.lockSem();
     node.unlockSem();
     const Contender other([&] { const ZANTONode::SemGuard guard(node); });
-    EXPECT_FALSE(other.isDoneSoon());
+    EXPECT_TRUE(other.waits());
     node.unlockSem();
 }
 
@@ -328,16 +293,16 @@ TEST_F(NodeLocks, AnUpdateOfAnotherThreadWaitsForTheWriteInProgress)
     fake.setCrate(crateWithVSet());
     const NodePtr node = valuedNode(nodeTypeChannelParam);
     std::unique_ptr<Contender> update;
-    bool updatedDuringWrite = true;
+    bool updateWaited = false;
     fake.setHook([&](const std::string &) {
         update = std::make_unique<Contender>([&] {
             node->setNodeValue(ZANTONodeValue(variantOf(9.0F), nodeValueQualityGood, longAgo));
         });
-        updatedDuringWrite = update->isDoneSoon();
+        updateWaited = update->waits();
     });
     node->setNodeEditedValue(variantOf(2.5F));
     update.reset();
-    EXPECT_FALSE(updatedDuringWrite);
+    EXPECT_TRUE(updateWaited);
     EXPECT_EQ(node->getNodeValue().ZANTOGetValue().toFloat(), 9.0F);
 }
 
@@ -347,14 +312,14 @@ TEST_F(NodeLocks, ASetterOfAnotherThreadWaitsForTheSubscriptionInProgress)
         for (const nodeType type : {nodeTypeSystemProp, nodeTypeBoardParam, nodeTypeChannelParam}) {
             const NodePtr node = valuedNode(type);
             std::unique_ptr<Contender> setter;
-            bool setDuringCall = true;
+            bool setterWaited = false;
             fake.setHook([&](const std::string &) {
                 setter = std::make_unique<Contender>([&] { node->setNodeDecimals(3); });
-                setDuringCall = setter->isDoneSoon();
+                setterWaited = setter->waits();
             });
             node->ZANTOSubscriptionForNode(subscribe);
             setter.reset();
-            EXPECT_FALSE(setDuringCall) << type;
+            EXPECT_TRUE(setterWaited) << type;
             EXPECT_EQ(node->getNodeDecimals(), 3);
         }
     }

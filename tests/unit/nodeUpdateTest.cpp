@@ -1,6 +1,8 @@
 // How an event's value gets into a node that somebody else may hold.
 #include "unitSupport.h"
 
+#include "Contender.h"
+
 #include "vexahvwrapper.h"
 
 #include <atomic>
@@ -153,20 +155,12 @@ TEST_F(NodeUpdate, DuringASubscriptionDoesNotWait)
 TEST_F(NodeUpdate, WithoutMemoryToKeepItWaits)
 {
     node->lockSem();
-    std::atomic<bool> begun{false};
-    std::atomic<bool> ended{false};
-    std::thread other([&] {
+    Contender other([&] {
         const ZANTONodeValue brought = good(1.5F);
         const AllocationFailure shortage(1, 1000);
-        begun = true;
         node->updateValue(brought, 0);
-        ended = true;
     });
-    while (!begun)
-        std::this_thread::yield();
-    for (int i = 0; i < 1000; ++i)
-        std::this_thread::yield();
-    EXPECT_FALSE(ended);
+    EXPECT_TRUE(other.waits());
     node->unlockSem();
     other.join();
     EXPECT_EQ(value(), 1.5F);
