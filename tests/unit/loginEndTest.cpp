@@ -1,11 +1,14 @@
 // Ends of a process that is logging in, or whose tree build fails.
 #include "fileSupport.h"
 
+#include "Contender.h"
 #include "ZANTO.h"
+#include "ZANTOclock.h"
 #include "ZANTOend.h"
 #include "ZANTOlife.h"
 #include "ZANTOsignals.h"
 
+#include <atomic>
 #include <csignal>
 #include <stdio_ext.h>
 #include <thread>
@@ -15,6 +18,21 @@ using ::testing::Eq;
 using ::testing::ExitedWithCode;
 
 namespace {
+
+// How often the thread that ends the process has looked at the clock: when it begins, and
+// before each step that has a limit.
+std::atomic<int> looks{0};
+std::atomic<pid_t> ender{0};
+
+const ZANTOClock watched = {ZANTOSystemClock.now,
+                            [] {
+                                if (ZANTOIsEnder()) {
+                                    ender = gettid();
+                                    ++looks;
+                                }
+                                return std::chrono::steady_clock::now();
+                            },
+                            ZANTOSystemClock.pause};
 
 // Each scenario in a child whose standard error tells the logins and logouts.
 class LoginEndDeathTest : public StartupFilesTest {
@@ -58,11 +76,15 @@ protected:
     }
 
     // Returns when the end of the process waits for the start-up work of the calling thread.
-    static void signalAndWaitForTheEndToBegin()
+    static void signalAndWaitForTheEndToWait()
     {
+        ZANTOPresentClock = &watched;
         raise(SIGTERM);
-        // The pause of a thread that does no such work is only cut short.
-        std::thread([] { ZANTOStartupPause(std::chrono::hours(1)); }).join();
+        while (looks < 2 || !sleeps(ender)) {
+            if (looks > 2)
+                _exit(94); // it has gone beyond
+            std::this_thread::yield();
+        }
     }
 
     [[noreturn]] static void waitForTheEnd()
@@ -84,7 +106,7 @@ TEST_F(LoginEndDeathTest, ALoginThatIsAnsweredAfterTheSignalIsLoggedOut)
 {
     EXPECT_EXIT(
         {
-            buildFrom(smallFakeCrate(), "InitSystem", signalAndWaitForTheEndToBegin);
+            buildFrom(smallFakeCrate(), "InitSystem", signalAndWaitForTheEndToWait);
             waitForTheEnd();
         },
         ExitedWithCode(0), Eq(loginAndLogout));
@@ -95,7 +117,7 @@ TEST_F(LoginEndDeathTest, ALoginThatFailsAfterTheSignalIsNotLoggedOut)
     EXPECT_EXIT(
         {
             fake.failCalls("InitSystem", 5);
-            buildFrom(smallFakeCrate(), "InitSystem", signalAndWaitForTheEndToBegin);
+            buildFrom(smallFakeCrate(), "InitSystem", signalAndWaitForTheEndToWait);
             waitForTheEnd();
         },
         ExitedWithCode(0), Eq(login));
@@ -126,7 +148,7 @@ TEST_F(LoginEndDeathTest, ASignalBeforeABuildFailsLogsOutOnce)
 {
     EXPECT_EXIT(
         {
-            buildFrom(brokenCrate(), "GetCrateMap", signalAndWaitForTheEndToBegin);
+            buildFrom(brokenCrate(), "GetCrateMap", signalAndWaitForTheEndToWait);
             waitForTheEnd();
         },
         ExitedWithCode(0), Eq(loginAndLogout));
