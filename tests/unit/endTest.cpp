@@ -273,6 +273,10 @@ TEST_F(EndDeathTest, AMessageBehindTheLoginIsNoGap)
         ExitedWithCode(0), Eq("DeinitSystem(7)\n"));
 }
 
+namespace {
+const std::string lastWords = "\nCaught a termination signal (Terminated).\n" + withMessages("");
+}
+
 // Reads on once the logout has come; what it got goes to standard error.
 TEST_F(EndDeathTest, AReaderThatIsLateStillGetsAllMessagesWhole)
 {
@@ -282,27 +286,27 @@ TEST_F(EndDeathTest, AReaderThatIsLateStillGetsAllMessagesWhole)
             prepare(2);
             std::setvbuf(stdout, nullptr, _IOLBF, 0);
             plantTree();
-            static int reading = fillOutput();
+            static const int reading = fillOutput();
+            static std::promise<void> readAll;
             m_onCall = [](const std::string &call) {
                 if (!startsWith(call, "DeinitSystem"))
                     return;
                 std::thread([] {
+                    std::string text;
                     char c = 0;
-                    while (read(reading, &c, 1) == 1) {
+                    while (text != lastWords && read(reading, &c, 1) == 1) {
                         if (c != 'x')
-                            dprintf(STDERR_FILENO, "%c", c);
+                            text += c;
                     }
+                    dprintf(STDERR_FILENO, "%s", text.c_str());
+                    readAll.set_value();
                 }).detach();
             };
-            std::atexit([] { // for the reader
-                std::this_thread::sleep_for(milliseconds(100));
-            });
+            std::atexit([] { readAll.get_future().wait(); });
             raise(SIGTERM);
             waitForTheEnd();
         },
-        ExitedWithCode(0),
-        Eq(std::string(loggedOut) + "\nCaught a termination signal (Terminated).\n" +
-           withMessages("")));
+        ExitedWithCode(0), Eq(loggedOut + lastWords));
 }
 
 TEST_F(EndDeathTest, NobodyButTheEnderPrints)
