@@ -6,9 +6,9 @@
 #include "ZANTOMBBioDirect.h"
 #include "ZANTOStringio.h"
 #include "ZANTOchangedrecords.h"
+#include "ZANTOclock.h"
 #include "ZANTOepics.h"
 
-#include <epicsThread.h>
 #include <initHooks.h>
 
 #include <algorithm>
@@ -31,10 +31,10 @@ void stopScans()
     ZANTOChangedRecords &changed = ZANTOChangedRecords::instance();
     changed.stop();
     const auto runs = [](const ZANTOScanList *list) { return list->passRuns(); };
-    const auto end = std::chrono::steady_clock::now() + limit;
+    const auto end = ZANTOSteadyNow() + limit;
     while ((changed.passRuns() || std::any_of(std::begin(lists), std::end(lists), runs)) &&
-           std::chrono::steady_clock::now() < end)
-        epicsThreadSleep(0.01);
+           ZANTOSteadyNow() < end)
+        ZANTOPause(std::chrono::milliseconds(10));
 }
 
 #endif

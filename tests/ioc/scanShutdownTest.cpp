@@ -6,6 +6,7 @@
 #include "ZANTOBio.h"
 #include "ZANTOMBBioDirect.h"
 #include "ZANTOStringio.h"
+#include "ZANTOclock.h"
 
 #include <initHooks.h>
 #include <iocInit.h>
@@ -16,7 +17,8 @@
 namespace {
 
 constexpr int repetitions = 10;
-constexpr std::chrono::milliseconds slowPass{200};
+// More than any pass that is queued takes to begin.
+constexpr std::chrono::milliseconds aWhile{100};
 
 template <typename Condition> bool comesTrue(const Condition &condition)
 {
@@ -84,15 +86,25 @@ private:
     }
 };
 
-void letGoAfterAWhile(initHookState state)
-{
-    if (state != initHookAtShutdown)
-        return;
-    std::thread([] {
-        std::this_thread::sleep_for(slowPass);
-        StandingPass::letGo();
-    }).detach();
-}
+// Of a clock that stands still but for the server's pauses.
+std::atomic<int> pauses{0};
+std::atomic<int64_t> paused{0}; // milliseconds
+
+const ZANTOClock pausing = {
+    ZANTOSystemClock.now,
+    [] { return std::chrono::steady_clock::time_point(std::chrono::milliseconds(paused)); },
+    [](std::chrono::milliseconds time) {
+        ++pauses;
+        paused += time.count();
+    }};
+
+// Its third pause of the shutdown lets the pass go.
+const ZANTOClock lettingGo = {ZANTOSystemClock.now, ZANTOSystemClock.steadyNow,
+                              [](std::chrono::milliseconds time) {
+                                  if (++pauses == 3)
+                                      StandingPass::letGo();
+                                  ZANTOSystemClock.pause(time);
+                              }};
 
 std::atomic<bool> ranAtTheClosingOfLinks{true}; // until it is known
 
@@ -124,12 +136,13 @@ protected:
 TEST_F(ScanShutdownDeathTest, TakesNothingApartUnderAPassThatRuns)
 {
     inFreshProcess([] {
-        initHookRegister(letGoAfterAWhile); // called before the server's own
         startIoc(generatedRecords("VMon") + generatedRecords("IMon"));
         ASSERT_TRUE(comesTrue([] { return !ioscanpvt_ai.passRuns(); }));
         initHookRegister(seeWhatRuns);
         const StandingPass pass;
+        ZANTOPresentClock = &lettingGo;
         EXPECT_EQ(iocShutdown(), 0);
+        EXPECT_GE(pauses, 3);
         EXPECT_FALSE(ranAtTheClosingOfLinks);
     });
 }
@@ -139,9 +152,10 @@ TEST_F(ScanShutdownDeathTest, DoesNotWaitForEverForAPassThatHangs)
     inFreshProcess([] {
         startIoc(generatedRecords("VMon") + generatedRecords("IMon"));
         const StandingPass pass;
-        const auto begin = std::chrono::steady_clock::now();
+        ZANTOPresentClock = &pausing;
         initHookAnnounce(initHookAtShutdown);
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+        EXPECT_GE(paused, 1000);
+        EXPECT_LT(paused, 5000);
         EXPECT_TRUE(ioscanpvt_ai.passRuns());
     });
 }
@@ -157,11 +171,12 @@ TEST_F(ScanShutdownDeathTest, BeginsNoPassThatWasQueued)
         const double before = number("scans");
         const StandingPass pass;
         ioscanpvt_ai.request(); // queued behind it
+        ZANTOPresentClock = &pausing;
         initHookAnnounce(initHookAtShutdown);
         StandingPass::letGo();
         EXPECT_TRUE(comesTrue([] { return !ioscanpvt_ai.passRuns(); }));
         ioscanpvt_ai.request();
-        std::this_thread::sleep_for(slowPass);
+        std::this_thread::sleep_for(aWhile);
         EXPECT_EQ(number("scans"), before + 1);
     });
 }
