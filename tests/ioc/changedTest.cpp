@@ -275,7 +275,7 @@ TEST_F(ChangedOnlyDeathTest, APausedIocShowsNothingUntilItGoesOn)
         CallCount freed("FreeEventData");
         mainframe.send({event("VMon", 1.5F)});
         EXPECT_TRUE(freed.reaches(1));
-        std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // many a pass's time
         EXPECT_EQ(counts(), before);
         EXPECT_EQ(iocRun(), 0);
         EXPECT_TRUE(shows("CRATE:00:001:VMon", 1.5));
