@@ -35,10 +35,27 @@ bool iocQueuePass(ZANTOScanList *scanList, ZANTOScanThread *thread, int prio)
 
 void iocScanPriority(IOSCANPVT list, int prio) { scanIoImmediate(list, prio); }
 
+constexpr void (*iocQueueMark)(ZANTOScanList *, CALLBACK *, int) = nullptr;
+
 #else
 
 constexpr bool (*iocQueuePass)(ZANTOScanList *, ZANTOScanThread *, int) = nullptr;
 constexpr void (*iocScanPriority)(IOSCANPVT, int) = nullptr;
+
+void markReturns(CALLBACK *mark)
+{
+    static_cast<ZANTOScanList *>(mark->user)->passIsOver(mark->priority);
+}
+
+void iocQueueMark(ZANTOScanList *scanList, CALLBACK *mark, int prio)
+{
+    if (mark->callback == nullptr) { // else it may be in the queue still
+        mark->user = scanList;
+        mark->priority = prio;
+        mark->callback = markReturns;
+    }
+    callbackRequest(mark);
+}
 
 #endif
 
@@ -53,8 +70,8 @@ bool iocLater(ZANTOScanList *scanList, void **timer, double delay)
 
 } // namespace
 
-const ZANTOScanServices ZANTOIocScanServices = {iocInitList, iocQueuePass, iocScanPriority,
-                                                iocRequestAll, iocLater};
+const ZANTOScanServices ZANTOIocScanServices = {iocInitList,   iocQueuePass, iocScanPriority,
+                                                iocRequestAll, iocQueueMark, iocLater};
 
 void ZANTOScanList::init()
 {
@@ -93,7 +110,7 @@ void ZANTOScanList::recordMoves(int prio, int joining, bool scannedAlone)
         makeDue(priority);
 }
 
-// Where its end is not told it may always be.
+// Where only a mark tells of its end it may always be: threads that share a queue overtake it.
 bool ZANTOScanList::passIsUnderWay(const Priority &priority) const
 {
     return m_passesRun > 0 || priority.queued > 0 || priority.due ||
@@ -181,8 +198,9 @@ void ZANTOScanList::pass(int prio)
     --m_passesRun;
 }
 
-// Where scans can only be requested for all priorities together, and their end is not told: one
-// request at once, what is asked for in the interval after it once at its end.
+// Where scans can only be requested for all priorities together, and by way of a queue that they
+// share with all others: one request at once, what is asked for until the interval after it is over
+// and its passes are done once at the end.
 void ZANTOScanList::requestAll()
 {
     if (m_timerArmed) {
@@ -191,7 +209,45 @@ void ZANTOScanList::requestAll()
         return;
     }
     m_services.requestAll(m_list);
+    for (size_t prio = 0; prio < m_priorities.size(); ++prio) {
+        Priority &priority = m_priorities[prio];
+        priority.queued = std::min(priority.records, 1);
+        if (priority.queued > 0)
+            m_services.queueMark(this, &priority.mark, static_cast<int>(prio));
+    }
+    m_intervals = 0;
     armTimer(interval);
+}
+
+bool ZANTOScanList::awaitsMarks() const
+{
+    return std::any_of(m_priorities.begin(), m_priorities.end(),
+                       [](const Priority &priority) { return priority.queued > 0; });
+}
+
+void ZANTOScanList::passIsOver(int prio)
+{
+    if (!isPriority(prio))
+        return;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_priorities[static_cast<size_t>(prio)].queued = 0;
+    m_patience = firstPatience;
+}
+
+// A pass that stands at a write that hangs would otherwise have one request after the other queued
+// behind it, until the queue is full for everybody.
+void ZANTOScanList::intervalIsOver()
+{
+    if (awaitsMarks() && ++m_intervals < m_patience) {
+        armTimer(interval);
+        return;
+    }
+    if (awaitsMarks()) {
+        m_patience = std::min(2 * m_patience, longestPatience);
+        m_allDue = true;
+    }
+    if (std::exchange(m_allDue, false))
+        requestAll();
 }
 
 // ---- timer ----
@@ -235,11 +291,9 @@ void ZANTOScanList::timeIsUp()
     m_timerArmed = false;
     if (!m_started)
         return;
-    if (m_services.queuePass != nullptr) {
+    if (m_services.queuePass != nullptr)
         queueDuePasses();
-    } else if (m_allDue) {
-        m_allDue = false;
-        requestAll();
-    }
+    else
+        intervalIsOver();
     makeMovedDue();
 }

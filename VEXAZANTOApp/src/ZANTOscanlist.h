@@ -25,6 +25,10 @@ struct ZANTOScanServices {
     // Queues a scan of every priority that has records; what it refuses is not told. Used where
     // there is no queuePass.
     void (*requestAll)(IOSCANPVT list);
+    // Has `scanList->passIsOver(prio)` called once what was requested of this priority before is
+    // worked off; never when the IOC has no room for it, which is not told. `mark` is the list's
+    // own to keep. Goes with requestAll.
+    void (*queueMark)(ZANTOScanList *scanList, CALLBACK *mark, int prio);
     // Has `scanList->timeIsUp()` called after `delay` seconds, on another thread; `timer` is the
     // list's own to keep. False when there is no memory for it.
     bool (*later)(ZANTOScanList *scanList, void **timer, double delay);
@@ -86,6 +90,8 @@ public:
     void pass(int prio);
     // For the timer.
     void timeIsUp();
+    // For the IOC's callback thread of that priority, where the base scans all at once.
+    void passIsOver(int prio);
 
     // Passes of one priority that are queued and have not begun.
     static constexpr int maxQueued = 2;
@@ -94,6 +100,10 @@ public:
     static constexpr double retryDelay = 0.05;
     // Seconds between two requests where a base scans all priorities at once.
     static constexpr double interval = 0.04;
+    // So many of them without the mark of the request, which may have been refused, and it is
+    // made again; then twice as many.
+    static constexpr int firstPatience = 250;
+    static constexpr int longestPatience = firstPatience << 10;
 
 private:
     struct Priority {
@@ -102,6 +112,7 @@ private:
         bool due = false;   // when the time is up
         bool moved = false; // since the timer was armed: due the next time it is up
         ZANTOScanThread thread;
+        CALLBACK mark{}; // instead of the thread, where the base scans all priorities at once
     };
 
     bool isPriority(int prio) const;
@@ -112,6 +123,8 @@ private:
     void queueDuePasses();
     void makeMovedDue();
     void requestAll();
+    bool awaitsMarks() const;
+    void intervalIsOver();
     bool armTimer(double delay);
 
     const ZANTOScanServices &m_services;
@@ -129,7 +142,10 @@ private:
     int m_passesRun = 0;
     bool m_started = false;
     bool m_iocRuns = false;
-    bool m_allDue = false; // of a base that scans all priorities at once
+    // Of a base that scans all priorities at once.
+    bool m_allDue = false;
+    int m_intervals = 0; // since the last request
+    int m_patience = firstPatience;
     bool m_timerArmed = false;
     void *m_timer = nullptr; // of the timer queue, kept for ever once made
 };

@@ -36,6 +36,66 @@ TEST_F(OlderScanList, WithNothingChangedNothingIsRequested)
     EXPECT_EQ(ioc.requestsForAll(), 2);
 }
 
+TEST_F(OlderScanList, BehindAPassThatHangsNothingMoreIsRequested)
+{
+    ioc.letPassesHang(true);
+    for (int i = 1; i < ZANTOScanList::firstPatience; ++i) {
+        change(older);
+        EXPECT_TRUE(ioc.letTimePass());
+    }
+    EXPECT_EQ(ioc.requestsForAll(), 1);
+    ioc.letPassesHang(false);
+    drain();
+    EXPECT_EQ(ioc.requestsForAll(), 2);
+    EXPECT_EQ(ioc.seenByAll(), ioc.version);
+}
+
+TEST_F(OlderScanList, OnePassThatHangsIsEnough)
+{
+    older.recordJoins(high);
+    ioc.letPassesHang(true);
+    change(older);
+    older.passIsOver(high);
+    change(older);
+    EXPECT_TRUE(ioc.letTimePass());
+    EXPECT_EQ(ioc.requestsForAll(), 1);
+    older.passIsOver(low);
+    EXPECT_TRUE(ioc.letTimePass());
+    EXPECT_EQ(ioc.requestsForAll(), 2);
+}
+
+TEST_F(OlderScanList, ARequestThatMayHaveBeenRefusedIsMadeAgainMoreAndMoreSeldom)
+{
+    ioc.loseMarks(true);
+    change(older);
+    int patience = ZANTOScanList::firstPatience;
+    for (int requests = 1; requests < 5; ++requests, patience *= 2) {
+        for (int i = 0; i < patience; ++i) {
+            EXPECT_EQ(ioc.requestsForAll(), requests);
+            ASSERT_TRUE(ioc.letTimePass());
+        }
+    }
+    EXPECT_EQ(ioc.requestsForAll(), 5);
+    older.passIsOver(low);
+    EXPECT_FALSE(ioc.letTimePass() && ioc.letTimePass()) << "the last one was taken";
+}
+
+TEST_F(OlderScanList, OnceAMarkIsBackPatienceIsShortAgain)
+{
+    ioc.loseMarks(true);
+    change(older);
+    for (int i = 0; i < ZANTOScanList::firstPatience; ++i)
+        ASSERT_TRUE(ioc.letTimePass());
+    EXPECT_EQ(ioc.requestsForAll(), 2);
+    older.passIsOver(low);
+    change(older);
+    ASSERT_TRUE(ioc.letTimePass());
+    EXPECT_EQ(ioc.requestsForAll(), 3);
+    for (int i = 0; i < ZANTOScanList::firstPatience; ++i)
+        ASSERT_TRUE(ioc.letTimePass());
+    EXPECT_EQ(ioc.requestsForAll(), 4);
+}
+
 TEST_F(OlderScanList, WithoutMemoryForATimerEveryRequestGoesThrough)
 {
     ioc.breakTimer();

@@ -12,6 +12,7 @@
 #include <functional>
 #include <random>
 #include <thread>
+#include <utility>
 
 inline constexpr int low = 0;
 inline constexpr int medium = 1;
@@ -36,6 +37,8 @@ public:
         m_delay = 0;
         m_timerUsers = {};
         m_timerWorks = true;
+        m_marks = {};
+        m_passesHang = m_marksAreLost = false;
         version = 0;
         duringPass = nullptr;
     }
@@ -46,6 +49,10 @@ public:
         m_queues.at(static_cast<std::size_t>(prio)).capacity = capacity;
     }
     void breakTimer() { m_timerWorks = false; }
+    // Of a base that scans all priorities at once: whether what it was asked for is worked off, and
+    // whether its queue is full.
+    void letPassesHang(bool hang) { m_passesHang = hang; }
+    void loseMarks(bool lose) { m_marksAreLost = lose; }
 
     // Takes the oldest pass off the queue and runs it on this thread.
     bool runPass(int prio)
@@ -63,10 +70,16 @@ public:
         return true;
     }
 
-    // The time is up for the list that wanted to be told; false when none did.
+    // The time is up for the list that wanted to be told; false when none did. The passes that it
+    // requested of all priorities are over by then, unless they hang.
     bool letTimePass()
     {
         ZANTOScanList *list;
+        while (!m_passesHang && !m_marks.empty()) {
+            const auto [scanned, prio] = m_marks.front();
+            m_marks.pop_front();
+            scanned->passIsOver(prio);
+        }
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             if (m_timerUsers.empty())
@@ -149,6 +162,12 @@ private:
         return true;
     }
 
+    void queueMark(ZANTOScanList *list, int prio)
+    {
+        if (!m_marksAreLost)
+            m_marks.emplace_back(list, prio);
+    }
+
     static void init(IOSCANPVT *list);
 
     mutable std::mutex m_mutex;
@@ -161,6 +180,9 @@ private:
     double m_delay = 0;
     std::deque<ZANTOScanList *> m_timerUsers;
     std::atomic<bool> m_timerWorks{true};
+    std::deque<std::pair<ZANTOScanList *, int>> m_marks;
+    bool m_passesHang = false;
+    bool m_marksAreLost = false;
 };
 
 // Each init hands out another list: any distinct addresses will do, nobody looks behind them.
@@ -178,6 +200,7 @@ inline const ZANTOScanServices FakeIoc::services = {
     },
     [](IOSCANPVT, int prio) { instance().scan(prio); },
     [](IOSCANPVT) { ADD_FAILURE() << "all priorities were requested"; },
+    nullptr,
     [](ZANTOScanList *list, void **, double delay) { return instance().later(list, delay); },
 };
 
@@ -189,6 +212,7 @@ inline const ZANTOScanServices FakeIoc::olderServices = {
         ++instance().m_requestsForAll;
         instance().m_seenByAll = instance().version;
     },
+    [](ZANTOScanList *list, CALLBACK *, int prio) { instance().queueMark(list, prio); },
     [](ZANTOScanList *list, void **, double delay) { return instance().later(list, delay); },
 };
 
