@@ -2,6 +2,7 @@
 
 import functools
 import os
+import re
 import subprocess
 from pathlib import Path
 
@@ -30,6 +31,12 @@ def arch():
         ["perl", script], check=True, stdout=subprocess.PIPE, text=True).stdout.strip()
 
 
+def has_pvaccess():
+    """It comes with base from 7 on."""
+    version = (epics_base() / "configure/CONFIG_BASE_VERSION").read_text(encoding="utf-8")
+    return int(re.search(r"^EPICS_VERSION *= *(\d+)", version, re.MULTILINE).group(1)) >= 7
+
+
 def program(name):
     return str(top() / "bin" / arch() / name)
 
@@ -50,5 +57,5 @@ def what_is_missing():
     """The first program under test that is not there, or None."""
     wanted = [lambda: top() / "tools/epics-base", lambda: program("zantoioc"),
               lambda: program("zantocrate"), library, start_script,
-              lambda: client("caget"), lambda: client("pvget")]
+              lambda: client("caget"), lambda: client("pvget" if has_pvaccess() else "caput")]
     return next((path() for path in wanted if not os.path.exists(path())), None)

@@ -1,0 +1,127 @@
+"""What the server does on every EPICS base, over Channel Access alone: tools/check-bases runs this
+file with the programs and clients of older bases too."""
+
+import pytest
+
+from harness import places
+from harness.endings import BY_SIGTERM, ends, logged_out_once, printed, running
+from harness.process import until
+
+STORM = {"numeric": 6, "status": 1, "on-off": 1, "integer": 1, "text": 1, "property": 1}
+# What a base says that is asked for more scans than its callback queue takes,
+QUEUE_FULL = "ring buffer full"
+# which has room for 2000: a small one shows sooner what piles up.
+SMALL_QUEUE = 60
+
+EXTERNAL_TRIP = "64" # bit of the status
+
+
+def record(channel, item):
+    return f"ZC16:00:{channel:03d}:{item}"
+
+
+# Item, what is put, and what crate and read-back show then.
+SET_POINTS = {
+    "numeric": ("VSet", "123.5", 123.5, r"123\.5"),
+    "on_off": ("POn", "Enabled", 1, "1"),
+    "bits": ("TripExt", "32769", 32769, "32769"),
+}
+
+
+@pytest.mark.parametrize("kind", SET_POINTS)
+def test_set_point_and_read_back(live, kind):
+    item, value, at_crate, shown = SET_POINTS[kind]
+    monitor = live.clients.camonitor(record(1, f"{item}:RBV"))
+    assert live.clients.caput(record(1, item), value) == ""
+    assert live.the_crate.get(item, 0, 1) == at_crate
+    monitor.wait_for(record(1, f"{item}:RBV"), shown)
+    assert live.clients.caget(record(1, item), "-n") == value.replace("Enabled", "1")
+
+
+CHANGES = {
+    "numeric": ("VSet", 250.5, "VSet:RBV", r"250\.5"),
+    "on_off": ("POn", 1, "POn:RBV", "1"),
+    "bits": ("Inputs", 40961, "Inputs", "40961"),
+    "text": ("Comment", "kept dry", "Comment:RBV", "kept dry"),
+}
+
+
+@pytest.mark.parametrize("kind", CHANGES)
+def test_event(live, kind):
+    item, value, name, shown = CHANGES[kind]
+    monitor = live.clients.camonitor(record(2, name))
+    live.the_crate.set(item, value, 0, 2)
+    monitor.wait_for(record(2, name), shown)
+
+
+def test_trip(live):
+    status, power = record(3, "Status"), record(3, "Pw:RBV")
+    monitor = live.clients.camonitor(status, power)
+    assert live.clients.caput(record(3, "VSet"), 10) == ""
+    assert live.clients.caput(record(3, "Pw"), "On") == ""
+    monitor.wait_for(power, "1")
+    mark = monitor.mark()
+    live.the_crate.control("trip", slot=0, channel=3, external=True)
+    monitor.wait_for(power, "0", mark)
+    monitor.wait_for(status, EXTERNAL_TRIP, mark)
+    cause = live.the_crate.get("LastTrip", 0, 3)
+    until(lambda: live.clients.caget(record(3, "LastTrip")) == cause != "", "the cause")
+
+
+# ---- scans
+
+@pytest.fixture(name="small")
+def _small(site):
+    """A server with small callback queues, its crate and a client that watches it."""
+    site.world.path("/tmp/small.cmd").write_text(
+        f"callbackSetQueueSize({SMALL_QUEUE})\n< {places.start_script()}\n", encoding="utf-8")
+    site.the_crate = site.crate()
+    site.the_ioc = site.ioc(script="/tmp/small.cmd").wait_running()
+    site.the_crate.wait(eventConnections=1)
+    return site
+
+
+def storms(site):
+    return site.the_crate.statistics()["storm"]["running"]
+
+
+def shows_the_truth(site):
+    """The last of what the storm told, and what changes behind it, with no scan refused."""
+    site.the_crate.set("RUp", 33, 0, 4)
+    for item, name in (("VMon", "VMon"), ("Comment", "Comment:RBV"), ("RUp", "RUp:RBV")):
+        wanted = str(site.the_crate.get(item, 0, 4))
+        until(lambda name=name, wanted=wanted:
+              site.clients.caget(record(4, name)) in (wanted, wanted.removesuffix(".0")),
+              f"{name} is {wanted}")
+    site.the_ioc.stop()
+    said = site.the_ioc.stdout.to_end() + site.the_ioc.stderr.to_end()
+    assert QUEUE_FULL not in said, said[-4000:]
+
+
+def test_storm_does_not_fill_the_callback_queue(small):
+    small.the_crate.control("storm", rate=20000, seconds=3, mix=STORM)
+    assert storms(small)
+    until(lambda: not storms(small), "the end of the storm")
+    assert small.the_crate.statistics()["storm"]["sent"] > 1000
+    shows_the_truth(small)
+
+
+def test_storm_behind_a_write_that_hangs_does_not_fill_it_either(small):
+    assert small.clients.caput(record(4, "VSet"), 5) == ""
+    small.the_crate.hang()
+    put = small.world.start("caput", [*small.clients.command("caput", record(4, "VSet"), "6")])
+    put.stdout.wait_for("^Old")
+    small.the_crate.control("storm", rate=1000, seconds=4, mix=STORM)
+    until(lambda: not storms(small), "the end of the storm")
+    small.the_crate.release()
+    assert put.wait() == 0
+    shows_the_truth(small)
+
+
+# ---- the end
+
+def test_orderly_end(site):
+    crate, ioc = running(site, "-D", "2")
+    ends(ioc)
+    logged_out_once(crate)
+    assert printed(ioc, ioc.mark) == BY_SIGTERM
