@@ -1,5 +1,6 @@
 #include "ZANTOMBBioDirect.h"
 
+#include "ZANTObitfields.h"
 #include "ZANTOrecord.h"
 
 #include <mbbiDirectRecord.h>
@@ -30,7 +31,11 @@ struct MBBoDirect : ZANTOBitsTrait<mbboDirectRecord> {
 constexpr auto init_record_mbbiDirect = ZANTOInitInput<MBBiDirect>;
 constexpr auto get_ioint_info = ZANTOGetScanList<MBBiDirect>;
 constexpr auto read_mbbiDirect = ZANTOReadNumber<MBBiDirect>;
-constexpr auto init_record_mbboDirect = ZANTOInitOutput<MBBoDirect>;
+long init_record_mbboDirect(mbboDirectRecord *record)
+{
+    ZANTOKeepBits(record);
+    return ZANTOInitOutput<MBBoDirect>(record);
+}
 constexpr auto write_mbboDirect = ZANTOWriteNumber<MBBoDirect>;
 
 auto devVEXAZANTOMBBiDirect =

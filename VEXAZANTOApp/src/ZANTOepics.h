@@ -13,6 +13,14 @@
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 0
 #endif
 
+// Before base 7 an mbboDirect record makes its value from its bits, not the other way round: 3.15
+// always, 3.14 once it was invalid.
+#if EPICS_VERSION < 7
+#define ZANTO_BASE_REBUILDS_BITS 1
+#else
+#define ZANTO_BASE_REBUILDS_BITS 0
+#endif
+
 // From 7.0.3.1 on what is told of the IOC's start is told of its shutdown too. Base 3.14 cannot
 // compare whole versions.
 #if EPICS_VERSION < 7

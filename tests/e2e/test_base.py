@@ -38,6 +38,29 @@ def test_set_point_and_read_back(live, kind):
     assert live.clients.caget(record(1, item), "-n") == value.replace("Enabled", "1")
 
 
+def test_bits_follow_value_and_value_follows_bits(live):
+    name = record(5, "TripExt")
+    assert live.clients.caput(name, 5) == ""
+    assert live.clients.caput(f"{name}.B1", 1) == ""
+    assert live.the_crate.get("TripExt", 0, 5) == 7
+    # What changed at the crate is in the set-point when the next bit is put.
+    monitor = live.clients.camonitor(f"{name}:Sync")
+    live.the_crate.set("TripExt", 256, 0, 5)
+    monitor.wait_for(f"{name}:Sync", "256")
+    assert live.clients.caput(f"{name}.B0", 1) == ""
+    assert live.the_crate.get("TripExt", 0, 5) == 257
+
+
+@pytest.mark.parametrize("kind", ["numeric", "bits"])
+def test_set_point_after_one_that_failed(live, kind):
+    item, value, at_crate, _ = SET_POINTS[kind]
+    live.the_crate.fault("fail", operation="VEXAHV_SetChParam", code=9)
+    assert live.clients.caput(record(6, item), value) != ""
+    assert live.the_crate.get(item, 0, 6) != at_crate
+    assert live.clients.caput(record(6, item), value) == ""
+    assert live.the_crate.get(item, 0, 6) == at_crate
+
+
 CHANGES = {
     "numeric": ("VSet", 250.5, "VSet:RBV", r"250\.5"),
     "on_off": ("POn", 1, "POn:RBV", "1"),
