@@ -97,7 +97,7 @@ void complain(const std::string &text)
 int write(const Described &described)
 {
     for (const auto &problem : sim::findProblems(described.file.crate))
-        complain("not in order: " + problem.text);
+        complain("not valid: " + problem.text);
     const std::string text = sim::writeCrate(described.file, described.comment);
     if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0)
         return 0;

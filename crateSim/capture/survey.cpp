@@ -27,7 +27,7 @@ public:
     {
         const auto [slots, isCut] = m_session.crateMap();
         if (isCut)
-            leaveOut("VEXAHV_GetCrateMap: a text has no end, it and those behind it are empty");
+            leaveOut("VEXAHV_GetCrateMap: a text has no end; it and those after it are empty");
         readProperties();
         attempt([&] { takeCommands(m_session.commandNames()); });
         m_seen.slots.resize(slots.size());
@@ -51,7 +51,7 @@ private:
     {
         if (text.size() <= longest)
             return text;
-        leaveOut(what + " is too long, cut");
+        leaveOut(what + " is too long, truncated");
         return slotText(text.c_str(), longest);
     }
 
@@ -117,7 +117,7 @@ private:
         if (checkValue(item, value) == Result::Ok)
             property.start = std::move(value);
         else
-            leaveOut("property \"" + property.name + "\": its value is beyond its type");
+            leaveOut("property \"" + property.name + "\": its value is out of range");
     }
 
     void takeCommands(const std::vector<std::string> &names)
@@ -191,7 +191,7 @@ private:
         p.minimum = limit(place, p, VEXAHV_PROP_MINVAL, -largest);
         p.maximum = limit(place, p, VEXAHV_PROP_MAXVAL, largest);
         if (p.minimum > p.maximum) {
-            leaveOut(about(place, p) + ": limits the wrong way round, exchanged");
+            leaveOut(about(place, p) + ": limits are reversed, exchanged");
             std::swap(p.minimum, p.maximum);
         }
         p.unit =
@@ -205,7 +205,7 @@ private:
         const auto number = m_session.numberProperty<float>(place, p.name, property);
         if (std::isfinite(number))
             return number;
-        leaveOut(about(place, p) + ": " + property + " is no finite number, replaced");
+        leaveOut(about(place, p) + ": " + property + " is not a finite number, replaced");
         return instead;
     }
 
@@ -226,7 +226,7 @@ private:
         const Item item{{}, p.name, p.mode, shapeOf(p.type), &p, nullptr};
         if (checkValue(item, value) == Result::Ok)
             return value;
-        leaveOut(about(place, p) + ": value " + toText(value) + " is beyond its limits");
+        leaveOut(about(place, p) + ": value " + toText(value) + " is outside its limits");
         return std::nullopt;
     }
 

@@ -28,7 +28,7 @@ int checkFile(const std::string &path)
 {
     const auto file = readFile(path);
     if (file)
-        std::printf("%s: in order: %s\n", path.c_str(), sim::crateSummary(file->crate).c_str());
+        std::printf("%s: OK: %s\n", path.c_str(), sim::crateSummary(file->crate).c_str());
     return file ? 0 : 1;
 }
 

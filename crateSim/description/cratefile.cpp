@@ -155,7 +155,7 @@ private:
                                name + " does not exist, the crate has " +
                                    std::to_string(crate.slots.size()));
             else if (crate.slots[*read.slot])
-                m_findings.add(m_findings.lineOf(path), path, name + " has a board already");
+                m_findings.add(m_findings.lineOf(path), path, name + " already has a board");
             else
                 crate.slots[*read.slot] = std::move(read.board);
         }
@@ -183,7 +183,7 @@ CrateReading readCrate(const std::string &yaml)
             reading.file =
                 CrateReader({*root, lineOf(root->Mark()), "the document", "", findings}).run();
     } catch (const TooMuchToRead &) {
-        findings.add(0, "", "its aliases make it too large");
+        findings.add(0, "", "aliases make it too large");
     }
     reading.findings = findings.take();
     return reading;

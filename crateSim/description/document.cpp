@@ -73,7 +73,7 @@ private:
                                return tag == "tag:yaml.org,2002:" + name;
                            });
         if (!known)
-            m_findings.add(lineOf(mark), "", "tag \"" + tag + "\" means nothing here");
+            m_findings.add(lineOf(mark), "", "tag \"" + tag + "\" is not supported");
     }
 
     Findings &m_findings;
@@ -95,7 +95,7 @@ bool isReadable(const std::string &text, Findings &findings)
         const bool control = (byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r');
         if (length == 0 || control || byte == 0x7f) {
             findings.add(line, "",
-                         length == 0 ? "holds what is not UTF-8" : "holds a control character");
+                         length == 0 ? "is not valid UTF-8" : "contains a control character");
             return false;
         }
         line += byte == '\n' ? 1 : 0;
@@ -114,8 +114,7 @@ std::optional<YAML::Node> load(const std::string &text, Findings &findings)
         return std::nullopt;
     }
     if (parser.HandleNextDocument(inspector))
-        findings.add(inspector.documentLine(), "",
-                     "a second document begins; one is all that is read");
+        findings.add(inspector.documentLine(), "", "a second document begins; only one is read");
     return YAML::Load(text);
 }
 

@@ -54,7 +54,7 @@ private:
         else if (m_keys.insert(key.Scalar()).second)
             add(line, key.Scalar(), value);
         else
-            report(line, "key " + quoted(key.Scalar()) + " is there twice");
+            report(line, "key " + quoted(key.Scalar()) + " appears twice");
     }
 
     void add(int line, const std::string &key, const YAML::Node &value)
@@ -161,7 +161,7 @@ template <class Real> std::optional<Real> Field::real() const
     Real number = 0;
     if (YAML::convert<Real>::decode(m_node, number))
         return number;
-    report(quoted(m_name) + " is no number: " + quoted(written()));
+    report(quoted(m_name) + " is not a number: " + quoted(written()));
     return std::nullopt;
 }
 
@@ -174,7 +174,7 @@ std::optional<int64_t> Field::integerWithin(int64_t low, int64_t high) const
     if (number && *number >= low && *number <= high)
         return number;
     if (isPresent())
-        report(quoted(m_name) + " is no integer from " + std::to_string(low) + " to " +
+        report(quoted(m_name) + " is not an integer from " + std::to_string(low) + " to " +
                std::to_string(high));
     return std::nullopt;
 }
@@ -248,7 +248,7 @@ void Fields::finish()
     for (const auto &entry : m_entries)
         if (std::find(m_asked.begin(), m_asked.end(), entry.name()) == m_asked.end())
             m_map.findings().add(entry.line(), m_map.path(),
-                                 quoted(entry.name()) + " is no key of " + m_kind +
+                                 m_kind + " has no key " + quoted(entry.name()) +
                                      " (known: " + known + ")");
 }
 

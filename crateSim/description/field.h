@@ -64,7 +64,7 @@ public:
         if (number && *number >= 0 && *number <= std::numeric_limits<Number>::max() &&
             wordOf(static_cast<Code>(*number)).empty())
             return static_cast<Code>(*number);
-        return wordOr<Code>(", nor a code that has no word");
+        return wordOr<Code>(", nor the number of another code");
     }
 
     // Of a scalar: a number or word as the plain text means it; other texts stay texts.
@@ -85,7 +85,7 @@ private:
             return std::nullopt;
         if (const auto code = findWord<Code>(*word))
             return code;
-        report("\"" + *word + "\" is none of " + allWords<Code>() + alternative);
+        report("\"" + *word + "\" is not one of " + allWords<Code>() + alternative);
         return std::nullopt;
     }
 

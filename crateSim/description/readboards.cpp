@@ -42,7 +42,7 @@ void takeRange(const ChannelRange &range, const Field &field, int32_t position,
             taken.push_back(static_cast<uint16_t>(channel));
         } else if (!clash) {
             clash = true;
-            field.report(channelText(channel) + " is named before");
+            field.report(channelText(channel) + " is named twice");
         }
     }
 }
@@ -214,8 +214,8 @@ void readChannelNames(const Field &field, std::vector<ChannelDescription> &chann
     const NamePattern pattern = patternIn(field);
     if (!pattern.nameOf(0)) {
         field.report(
-            "\"names\" is neither a list nor a text with # in place of the number, in quotes "
-            "where a blank stands before it");
+            "\"names\" is neither a list nor a text with # for the number, in quotes where a "
+            "blank comes before it");
         return;
     }
     // Far beyond any name, and all channels would have a copy.

@@ -74,7 +74,7 @@ private:
         if (name.size() > limit)
             report(named, "name is longer than " + std::to_string(limit) + " characters");
         if (name.find(':') != std::string::npos || name.find('\0') != std::string::npos)
-            report(named, "name holds a colon or a NUL");
+            report(named, "name contains a colon or a NUL");
         if (!seen.insert(name).second)
             report(named, "name is used twice");
     }
@@ -85,7 +85,7 @@ private:
         if (text.size() > maxText)
             report(place, "text is longer than " + std::to_string(maxText) + " bytes");
         if (text.find('\0') != std::string::npos)
-            report(place, "text holds a NUL");
+            report(place, "text contains a NUL");
     }
 
     void checkProperties()
@@ -105,7 +105,7 @@ private:
     void checkProperty(const Place &place, const PropertyDescription &property)
     {
         if (!fits(property.role, shapeOf(property.type)))
-            report(place.at("role"), "role does not go with the type");
+            report(place.at("role"), "role does not fit the type");
         if (shapeOf(property.type) != shapeOf(property.start))
             report(place.at("start"), "start value does not fit the type");
         else if (checkValue(
@@ -172,7 +172,7 @@ private:
             if (parameter.role != Role::None && channelRole != ofChannel)
                 report(place.at("role"), "role belongs to the other level");
             if (!fits(parameter.role, shapeOf(parameter.type)))
-                report(place.at("role"), "role does not go with the type");
+                report(place.at("role"), "role does not fit the type");
             if (parameter.role != Role::None && !roles.insert(parameter.role).second)
                 report(place.at("role"), "role is used twice");
         }
@@ -181,9 +181,9 @@ private:
     void checkParameter(const Place &place, const ParameterDescription &parameter)
     {
         if (!std::isfinite(parameter.minimum))
-            report(place.at("minimum"), "limit is no finite number");
+            report(place.at("minimum"), "limit is not a finite number");
         if (!std::isfinite(parameter.maximum))
-            report(place.at("maximum"), "limit is no finite number");
+            report(place.at("maximum"), "limit is not a finite number");
         if (parameter.minimum > parameter.maximum)
             report(place.at("minimum"), "limits are reversed");
         checkText(place.at("on-label"), parameter.onLabel);
@@ -228,7 +228,7 @@ private:
     {
         checkText(place.at("description"), board.description);
         if (board.channels.empty() || board.channels.size() > UINT16_MAX)
-            report(place.at("channels"), "number of channels is not within 1 and 65535");
+            report(place.at("channels"), "number of channels is not from 1 to 65535");
         const ModelDescription *model = m_description.findModel(board.model);
         if (model == nullptr)
             report(place.at("model"), "model \"" + board.model + "\" is not described");
@@ -247,7 +247,7 @@ private:
             report(place.at("name"),
                    "name is longer than " + std::to_string(maxChannelName) + " characters");
         if (channel.name.find('\0') != std::string::npos)
-            report(place.at("name"), "name holds a NUL");
+            report(place.at("name"), "name contains a NUL");
         if (const auto *model = m_description.channelModel(board, channel))
             checkStartValues(place, model->channel, channel.start);
         else
@@ -260,9 +260,9 @@ private:
         if (!(load.ohm > 0))
             report(place.at("ohm"), "load is not above 0 ohm");
         if (!(load.farad >= 0) || std::isinf(load.farad))
-            report(place.at("farad"), "capacitance is not a number from 0 up");
+            report(place.at("farad"), "capacitance is negative or not finite");
         if (!(load.noise >= 0) || std::isinf(load.noise))
-            report(place.at("noise"), "noise is not a number from 0 up");
+            report(place.at("noise"), "noise is negative or not finite");
     }
 
     const CrateDescription &m_description;

@@ -22,7 +22,7 @@ def test_check_passes_the_examples(zantocrate, name):
     path = CRATES / f"{name}.yaml"
     done = zantocrate("--check", path)
     assert (done.stdout, done.stderr, done.returncode) == (
-        f"{path}: in order: {EXAMPLES[name]}\n", "", 0)
+        f"{path}: OK: {EXAMPLES[name]}\n", "", 0)
 
 
 def test_check_says_what_is_wrong_and_where(zantocrate, shared):
@@ -55,7 +55,7 @@ def test_the_printed_crate_passes_the_check(zantocrate, shared):
     path = "/tmp/default.yaml"
     shared.sandbox.path(path).write_text(printed.stdout, encoding="utf-8")
     done = zantocrate("--check", path)
-    assert (done.stdout, done.returncode) == (f"{path}: in order: 5 boards, 120 channels\n", 0)
+    assert (done.stdout, done.returncode) == (f"{path}: OK: 5 boards, 120 channels\n", 0)
 
 
 def test_the_printed_crate_serves_what_the_built_in_one_serves(zantocrate, make_site):

@@ -270,7 +270,7 @@ TEST(Capture, LimitsThatAreNoneAreReplacedAndTold)
     RunningCrate crate(shortCrate());
     crate.order({{"kind", "answer"}, {"operation", "GetBdParamProp"}, {"answer", "nan-limits"}});
     const auto seen = surveyOf(crate);
-    EXPECT_THAT(seen.leftOut, Contains(HasSubstr("is no finite number, replaced")));
+    EXPECT_THAT(seen.leftOut, Contains(HasSubstr("is not a finite number, replaced")));
 }
 
 TEST(Capture, TextsEndWithTheirSlot)

@@ -76,30 +76,33 @@ struct Case {
 };
 
 const Case cases[] = {
-    {"unknown key", 19, "    colour: red", "F:19: \"colour\" is no key of a board (known: slot, "},
-    {"unknown key on top", 1, "name: A\nNAME: B", "F:2: \"NAME\" is no key of a crate description"},
-    {"unknown key of a user", 3, "  - {name: a, password: b, x: 1}", "F:3: \"x\" is no key of a u"},
+    {"unknown key", 19, "    colour: red", "F:19: a board has no key \"colour\" (known: slot, "},
+    {"unknown key on top", 1, "name: A\nNAME: B", "F:2: a crate description has no key \"NAME\""},
+    {"unknown key of a user", 3, "  - {name: a, password: b, x: 1}",
+     "F:3: a user has no key \"x\""},
     {"unknown key of a load", 27, "      - {channels: 2, omh: 5}",
-     "F:27: \"omh\" is no key of a l"},
-    {"unknown key of a setting", 29, "      - {channels: 1, ohm: 5}", "F:29: \"ohm\" is no key of"},
-    {"unknown key of a model", 9, "  M:\n    colour: red", "F:10: \"colour\" is no key of a model"},
-    {"duplicate key", 20, "    model: M", "F:20: key \"model\" is there twice"},
+     "F:27: a load has no key \"omh\""},
+    {"unknown key of a setting", 29, "      - {channels: 1, ohm: 5}",
+     "F:29: a setting has no key \"ohm\""},
+    {"unknown key of a model", 9, "  M:\n    colour: red", "F:10: a model has no key \"colour\""},
+    {"duplicate key", 20, "    model: M", "F:20: key \"model\" appears twice"},
     {"duplicate key in a flow map", 26, "      - {channels: 0, ohm: 1, ohm: 2}",
-     "F:26: key \"ohm\" is there twice"},
+     "F:26: key \"ohm\" appears twice"},
     {"key that is no text", 19, "    [a]: b", "F:19: key is a list, not a text"},
     {"list for a text", 1, "name: [a]", "F:1: \"name\" is a list, not a text"},
     {"nothing for a text", 1, "name:", "F:1: \"name\" is empty, not a text"},
     {"map for a list", 4, "properties: {a: b}\nx:", "F:4: \"properties\" is a map, not a list"},
     {"text for a number", 20, "    serial: \"1\"",
-     "F:20: \"serial\" is no integer from 0 to 65535"},
-    {"fraction for an integer", 20, "    serial: 1.5", "F:20: \"serial\" is no integer from 0"},
-    {"number too wide", 20, "    serial: 65536", "F:20: \"serial\" is no integer from 0 to 65535"},
+     "F:20: \"serial\" is not an integer from 0 to 65535"},
+    {"fraction for an integer", 20, "    serial: 1.5", "F:20: \"serial\" is not an integer from 0"},
+    {"number too wide", 20, "    serial: 65536",
+     "F:20: \"serial\" is not an integer from 0 to 65535"},
     {"text for a limit", 13,
      "      - {name: VSet, type: numeric, mode: read, minimum: low, maximum: 9, unit: volt}",
-     "F:13: \"minimum\" is no number: \"low\""},
+     "F:13: \"minimum\" is not a number: \"low\""},
     {"limit that is none", 13,
      "      - {name: VSet, type: numeric, mode: read, minimum: -.inf, maximum: 9, unit: volt}",
-     "F:13: model \"M\", channel parameter \"VSet\": limit is no finite number"},
+     "F:13: model \"M\", channel parameter \"VSet\": limit is not a finite number"},
     {"limits reversed", 13,
      "      - {name: VSet, type: numeric, mode: read, minimum: 9, maximum: 0, unit: volt}",
      "F:13: model \"M\", channel parameter \"VSet\": limits are reversed"},
@@ -125,10 +128,10 @@ const Case cases[] = {
     {"names with two numbers", 23, "    names: a#b#", "F:23: \"names\" is neither a list nor a te"},
     {"type missing", 14, "      - {name: Pw, mode: read}", "F:14: \"type\" is missing in a para"},
     {"type unknown", 14, "      - {name: Pw, mode: read, type: float}",
-     "F:14: \"float\" is none of numeric, on-off, channel-status, board-status, integer, text, "
-     "enumeration, nor a code that has no word"},
+     "F:14: \"float\" is not one of numeric, on-off, channel-status, board-status, integer, text, "
+     "enumeration, nor the number of another code"},
     {"type by the code of a word", 14, "      - {name: Pw, mode: read, type: 5}",
-     "F:14: \"5\" is none of numeric,"},
+     "F:14: \"5\" is not one of numeric,"},
     {"numeric without limits", 13, "      - {name: VSet, type: numeric, mode: read, unit: volt}",
      "F:13: \"minimum\" is missing in a parameter"},
     {"numeric without unit", 13,
@@ -151,25 +154,26 @@ const Case cases[] = {
     {"unknown type with limits", 14, "      - {name: Pw, type: 9, mode: read, minimum: 0}",
      "F:14: \"minimum\" does not belong to the type 9"},
     {"mode unknown", 14, "      - {name: Pw, type: text, mode: rw}",
-     "F:14: \"rw\" is none of read,"},
+     "F:14: \"rw\" is not one of read,"},
     {"mode missing", 14, "      - {name: Pw, type: text}", "F:14: \"mode\" is missing in a param"},
     {"unit beyond 16 bits", 13,
      "      - {name: VSet, type: numeric, mode: read, minimum: 0, maximum: 9, unit: 65536}",
-     "F:13: \"65536\" is none of none, ampere, volt"},
+     "F:13: \"65536\" is not one of none, ampere, volt"},
     {"role unknown", 14, "      - {name: Pw, type: text, mode: read, role: boss}",
-     "F:14: \"boss\" is none of none, voltage-set"},
+     "F:14: \"boss\" is not one of none, voltage-set"},
     {"role of the other level", 11,
      "      - {name: Temp, type: numeric, mode: read, role: current, minimum: 0, maximum: 9, "
      "unit: none}",
      "F:11: model \"M\", board parameter \"Temp\": role belongs to the other level"},
     {"role of another type", 14, "      - {name: Pw, type: text, mode: read, role: power}",
-     "F:14: model \"M\", channel parameter \"Pw\": role does not go with the type"},
+     "F:14: model \"M\", channel parameter \"Pw\": role does not fit the type"},
     {"property role of another type", 5,
      "  - {name: Prop, type: real, mode: read, role: host-address}",
-     "F:5: property \"Prop\": role does not go with the type"},
-    {"action unknown", 7, "  - {name: Kill, action: kill}", "F:7: \"kill\" is none of none, kill-"},
+     "F:5: property \"Prop\": role does not fit the type"},
+    {"action unknown", 7, "  - {name: Kill, action: kill}",
+     "F:7: \"kill\" is not one of none, kill-"},
     {"start of another type", 5, "  - {name: Prop, type: uint16, mode: read, start: x}",
-     "F:5: \"start\" is no integer from 0 to 4294967295"},
+     "F:5: \"start\" is not an integer from 0 to 4294967295"},
     {"start out of range", 5, "  - {name: Prop, type: uint16, mode: read, start: 65536}",
      "F:5: property \"Prop\": start value is out of range"},
     {"start that is no label", 14,
@@ -183,15 +187,16 @@ const Case cases[] = {
      "F:29: slot 0, channel 0, start value of \"VSet\": start value is out of range (and 2 more "
      "like it)"},
     {"slots missing", 15, "", "F:1: \"slots\" is missing in a crate description"},
-    {"slots beyond 16 bits", 15, "slots: 65536", "F:15: \"slots\" is no integer from 0 to 65535"},
-    {"slot twice", 17, "  - slot: 1", "F:30: slot 1 has a board already"},
+    {"slots beyond 16 bits", 15, "slots: 65536",
+     "F:15: \"slots\" is not an integer from 0 to 65535"},
+    {"slot twice", 17, "  - slot: 1", "F:30: slot 1 already has a board"},
     {"slot beyond the crate", 17, "  - slot: 4", "F:17: slot 4 does not exist, the crate has 4"},
-    {"negative slot", 17, "  - slot: -1", "F:17: \"slot\" is no integer from 0 to 65535"},
+    {"negative slot", 17, "  - slot: -1", "F:17: \"slot\" is not an integer from 0 to 65535"},
     {"slot missing", 30, "  - {model: M, channels: 1}", "F:30: \"slot\" is missing in a board"},
     {"no channels", 30, "  - {slot: 1, model: M, channels: 0}",
-     "F:30: \"channels\" is no integer from 1 to 65535"},
+     "F:30: \"channels\" is not an integer from 1 to 65535"},
     {"channels beyond 16 bits", 30, "  - {slot: 1, model: M, channels: 65536}",
-     "F:30: \"channels\" is no integer from 1 to 65535"},
+     "F:30: \"channels\" is not an integer from 1 to 65535"},
     {"model unknown", 18, "    model: N", "F:18: slot 0: model \"N\" is not described"},
     {"model missing", 30, "  - {slot: 1, channels: 1}", "F:30: \"model\" is missing in a board"},
     {"firmware without a point", 21, "    firmware: 104", "F:21: \"firmware\" is not two numbers"},
@@ -199,9 +204,9 @@ const Case cases[] = {
     {"firmware with a sign", 21, "    firmware: -1.4", "F:21: \"firmware\" is not two numbers"},
     {"load beyond the board", 27, "      - {channels: 2-4, ohm: 5}",
      "F:27: channel 4 does not exist, the board has 4"},
-    {"loads overlap", 27, "      - {channels: 1-2, ohm: 5}", "F:27: channel 1 is named before"},
+    {"loads overlap", 27, "      - {channels: 1-2, ohm: 5}", "F:27: channel 1 is named twice"},
     {"range overlaps itself", 27, "      - {channels: [2, 2-3], ohm: 5}",
-     "F:27: channel 2 is named before"},
+     "F:27: channel 2 is named twice"},
     {"range reversed", 27, "      - {channels: 3-2, ohm: 5}",
      "F:27: \"3-2\" is neither \"all\" nor channels like 3 or 0-11"},
     {"range of words", 27, "      - {channels: most, ohm: 5}", "F:27: \"most\" is neither \"all\""},
@@ -227,11 +232,11 @@ const Case cases[] = {
     {"alias inside of itself", 7, "  - &c {name: Kill, action: *c}",
      "F:7: \"action\" is a map, not a text"},
     {"merge of a text", 19, "    <<: abc", "F:19: \"<<\" takes a map or a list of maps"},
-    {"tag", 1, "name: !secret abc", "F:1: tag \"!secret\" means nothing here"},
+    {"tag", 1, "name: !secret abc", "F:1: tag \"!secret\" is not supported"},
     {"tab", 19, "\tdescription: one", "F:19: is not YAML: "},
     {"bracket left open", 26, "      - {channels: 0, ohm: 5", "F:"},
-    {"not UTF-8", 19, "    description: \xff", "F:19: holds what is not UTF-8"},
-    {"end of transmission", 19, "    description: \x04", "F:19: holds a control character"},
+    {"not UTF-8", 19, "    description: \xff", "F:19: is not valid UTF-8"},
+    {"end of transmission", 19, "    description: \x04", "F:19: contains a control character"},
 };
 
 std::string testName(const testing::TestParamInfo<Case> &info)
@@ -276,9 +281,10 @@ TEST(CrateCheck, EverythingIsFoundAtOnceByLine)
     lines[19] = "    colour: red";
     lines[2] = "  - {name: a}";
     EXPECT_THAT(check(joined(lines)),
-                testing::ElementsAre(HasSubstr("F:3: \"password\""), HasSubstr("F:20: \"colour\""),
+                testing::ElementsAre(HasSubstr("F:3: \"password\""),
+                                     HasSubstr("F:20: a board has no key \"colour\""),
                                      HasSubstr("F:21: \"firmware\""),
-                                     HasSubstr("F:27: channel 1 is named before")));
+                                     HasSubstr("F:27: channel 1 is named twice")));
 }
 
 TEST(CrateCheck, TextsThatAreNoDescription)
@@ -292,7 +298,7 @@ TEST(CrateCheck, TextsThatAreNoDescription)
     EXPECT_THAT(check(std::string("\x7f"
                                   "ELF\0\0",
                                   6)),
-                testing::ElementsAre("F:1: holds a control character"));
+                testing::ElementsAre("F:1: contains a control character"));
     EXPECT_THAT(check("{\"name\": \"a\", "), testing::ElementsAre(HasSubstr("is not YAML")));
     EXPECT_THAT(check("<xml>\n  <a>: </b>\n</xml>\n"), testing::Not(testing::IsEmpty()));
     EXPECT_THAT(check(std::string(maxYamlSize + 1, ' ')),
@@ -326,12 +332,12 @@ TEST(CrateCheck, AliasesCannotMakeItEndless)
     const auto findings = check(text);
     ASSERT_FALSE(findings.empty());
     EXPECT_LE(findings.size(), 1001u);
-    EXPECT_THAT(findings, testing::Contains("F: its aliases make it too large"));
+    EXPECT_THAT(findings, testing::Contains("F: aliases make it too large"));
 }
 
 TEST(CrateCheck, MergesCannotMakeItEndless)
 {
-    const auto tooLarge = testing::Contains("F: its aliases make it too large");
+    const auto tooLarge = testing::Contains("F: aliases make it too large");
     EXPECT_THAT(check("&a\nname: x\n<<: *a\n"), tooLarge) << "merges itself";
     std::string text = "x0: &x0 {a: 1}\n";
     for (int level = 1; level < 60; ++level) {
