@@ -16,41 +16,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <sys/mman.h>
 #include <unistd.h>
 
 extern "C" {
 int ZANTO_registerRecordDeviceDriver(dbBase *base);
 extern int *const pvar_int_ZANTOScanChangedOnly;
-}
-
-// ---- output ----
-
-std::string printedAt(int16_t level, const std::function<void()> &action)
-{
-    std::fflush(stdout);
-    const int memory = memfd_create("stdout", MFD_CLOEXEC);
-    const int before = dup(STDOUT_FILENO);
-    dup2(memory, STDOUT_FILENO);
-    DEBUG = level;
-    action();
-    DEBUG = 0;
-    std::fflush(stdout);
-    dup2(before, STDOUT_FILENO);
-    close(before);
-    std::string text;
-    char part[4096];
-    ssize_t length;
-    while ((length = pread(memory, part, sizeof(part), static_cast<off_t>(text.size()))) > 0)
-        text.append(part, static_cast<std::size_t>(length));
-    close(memory);
-    return text;
-}
-
-void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action)
-{
-    EXPECT_EQ(printedAt(static_cast<int16_t>(from - 1), action), "") << "below level " << from;
-    EXPECT_EQ(printedAt(from, action), text) << "at level " << from;
 }
 
 // ---- tree ----

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "FakeAccessLibrary.h"
+#include "StdoutCapture.h"
 #include "ZANTOnode.h"
 #include "ZANTOtypes.h"
 
@@ -33,11 +34,6 @@ template <typename T> variant variantOf(const T &value)
     v.setValue(value);
     return v;
 }
-
-// What `action` prints at this debug level. Other threads' output is caught with it.
-std::string printedAt(int16_t level, const std::function<void()> &action);
-// `action` prints exactly `text` at debug level `from` and nothing at the level below.
-void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action);
 
 // ---- tree ----
 

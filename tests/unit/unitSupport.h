@@ -2,6 +2,7 @@
 #pragma once
 
 #include "FakeAccessLibrary.h"
+#include "StdoutCapture.h"
 #include "ZANTOnode.h"
 #include "ZANTOtypes.h"
 
@@ -18,29 +19,6 @@ using NodePtr = std::unique_ptr<ZANTONode>;
 using Lines = std::vector<std::string>;
 
 constexpr int32_t crateHandle = FakeAccessLibrary::handle;
-
-// Standard output for a scope, into memory: no file is made anywhere.
-class StdoutCapture {
-public:
-    StdoutCapture();
-    ~StdoutCapture();
-    StdoutCapture(const StdoutCapture &) = delete;
-    StdoutCapture &operator=(const StdoutCapture &) = delete;
-
-    // Ends the capture.
-    std::string text();
-
-private:
-    void restore();
-
-    int m_memory;
-    int m_stdout;
-};
-
-// What `action` prints at this debug level.
-std::string printedAt(int16_t level, const std::function<void()> &action);
-// `action` prints exactly `text` at debug level `from` and nothing at the level below.
-void expectPrintedFrom(int16_t from, const std::string &text, const std::function<void()> &action);
 
 // How many ZANTONode or ZANTONodeProperty objects live on the heap, told by their size: right
 // as a difference around code that makes and deletes them.
