@@ -31,16 +31,16 @@ done
 @pytest.fixture(name="run")
 def _run(tmp_path):
     """Runs one suite in a checkout of its own; each of its processes gives the named report."""
-    def run(report, suite="unit", program="zantoUnitTest", **variables):
+    def run(report, suite="crate", program="unit/crateSim/zantocrateUnitTest", **variables):
         (tmp_path / "tools").mkdir(exist_ok=True)
         shutil.copy(places.TESTS.parent.parent / "tools/run-tests", tmp_path / "tools/run-tests")
         (tmp_path / "tools/environment").write_text("top=$PWD arch=any bin=$PWD/bin\n")
-        folder = tmp_path / "tests" / suite / "O.any"
+        folder = (tmp_path / "tests" / program).parent / "O.any"
         folder.mkdir(parents=True, exist_ok=True)
         (folder / "report.xml").write_text(REPORTS[report])
-        program = folder / program
-        program.write_text(PROGRAM.replace("REPORT", str(folder / "report.xml")))
-        program.chmod(0o755)
+        file = folder / os.path.basename(program)
+        file.write_text(PROGRAM.replace("REPORT", str(folder / "report.xml")))
+        file.chmod(0o755)
         environment = {name: value for name, value in os.environ.items() if name != "CI"}
         return subprocess.run([tmp_path / "tools/run-tests", suite],
                               env={**environment, **variables}, stdout=subprocess.PIPE,
@@ -74,7 +74,7 @@ def test_no_variable_skips_a_test(run):
 
 
 def test_a_suite_in_several_processes_is_summed_up(run):
-    done = run("passed", suite="ioc", program="zantoIocTest")
+    done = run("passed", suite="ioc", program="ioc/zantoIocTest")
     shares = [line for line in done.stdout.splitlines() if line.startswith("sees:")]
     assert shares == [f"sees:{i}." for i in range(6)]
     assert "12 passed, 0 failed" in done.stdout
@@ -82,6 +82,6 @@ def test_a_suite_in_several_processes_is_summed_up(run):
 
 
 def test_a_process_of_several_that_ends_badly_fails_the_run(run):
-    done = run("passed", suite="ioc", program="zantoIocTest", FAILS="2")
+    done = run("passed", suite="ioc", program="ioc/zantoIocTest", FAILS="2")
     assert "ended with status" in done.stdout
     assert done.returncode != 0

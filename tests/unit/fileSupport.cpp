@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <list>
 #include <sched.h>
 #include <set>
 #include <sstream>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -126,10 +128,28 @@ bool mountTmp()
                        [](const KeptFolder &folder) { return folder.putBack(); });
 }
 
+// Without a /tmp of its own one program runs after the other; what death tests start belongs to
+// the program that starts it.
+void waitForOtherPrograms()
+{
+    constexpr const char *isHad = "ZANTO_UNIT_TEST_HAS_TMP";
+    if (getenv(isHad) != nullptr)
+        return;
+    const int lock =
+        open("/tmp/zantoUnitTest.lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    flock(lock, LOCK_EX); // until the process ends
+    setenv(isHad, "1", 1);
+}
+
 // Runs before the first test, while the process has one thread, as namespaces demand.
 class PrivateTmp : public ::testing::Environment {
 public:
-    void SetUp() override { tmpIsPrivate = enterNamespaces() && mountTmp(); }
+    void SetUp() override
+    {
+        tmpIsPrivate = enterNamespaces() && mountTmp();
+        if (!tmpIsPrivate)
+            waitForOtherPrograms();
+    }
 };
 
 ::testing::Environment *const privateTmp =

@@ -27,8 +27,9 @@ constexpr const char *pvListPath = "/tmp/pvlist.txt";
 constexpr const char *liveInsertionPath = "/tmp/lievnt.txt";
 
 // For tests of the start-up files, whose paths are fixed. Before the first test the process
-// gets a /tmp of its own where the system allows it; where it does not, a test fails if one of
-// the files exists already, since a server that runs would lose it.
+// gets a /tmp of its own where the system allows it; where it does not, it waits for other
+// processes of this program, and a test fails if one of the files exists already, since a
+// server that runs would lose it.
 class StartupFilesTest : public ZantoTest {
 protected:
     void SetUp() override;
