@@ -1,6 +1,7 @@
 #include "dispatch.h"
 
 #include <array>
+#include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
 #include "handlers.h"
@@ -53,7 +54,8 @@ std::string dispatchTo(Outcome<Answer> (*handler)(const Request &, Parts &...),
 {
     const auto operation = call.operation;
     const auto request = wire::convert<Request>(call.body);
-    context.statistics.countCall(operation, callText(context.crate, operation, request));
+    context.statistics.countCall(operation, fmt::format("{}({})", wire::operationName(operation),
+                                                        argumentText(context.crate, request)));
     spdlog::trace("{}", context.statistics.log().back());
     if (code) {
         spdlog::debug("{} fails as ordered", wire::operationName(operation));

@@ -1,43 +1,27 @@
 #include "text.h"
 
-#include "model/crate.h"
+#include <fmt/format.h>
+
 #include "bytes.h"
+#include "model/crate.h"
 
 namespace sim::calls {
 
+using fmt::format;
+
 namespace {
-
-std::string quoted(const std::string &text) { return '"' + text + '"'; }
-
-using Texts = std::vector<std::string>;
-
-std::string joined(const Texts &texts)
-{
-    std::string all;
-    for (const auto &text : texts)
-        all.append(all.empty() ? "" : ", ").append(text);
-    return all;
-}
-
-std::string number(int64_t value) { return std::to_string(value); }
 
 std::string listed(const std::vector<uint16_t> &numbers)
 {
-    Texts texts;
-    for (const uint16_t each : numbers)
-        texts.push_back(number(each));
-    return '[' + joined(texts) + ']';
+    return format("[{}]", fmt::join(numbers, ", "));
 }
 
-// slot and channel, as far as they apply.
-Texts place(int32_t slot, int32_t channel)
+// slot and channel, as far as they apply, with a comma before the next argument.
+std::string place(int32_t slot, int32_t channel, const char *end = ", ")
 {
-    Texts texts;
-    if (slot >= 0)
-        texts.push_back(number(slot));
-    if (channel >= 0)
-        texts.push_back(number(channel));
-    return texts;
+    if (slot < 0)
+        return {};
+    return channel < 0 ? format("{}{}", slot, end) : format("{}, {}{}", slot, channel, end);
 }
 
 // The value as the item takes it; unknown items show the bare word.
@@ -46,7 +30,7 @@ std::string wordText(const Crate &crate, Address address, const std::string &par
 {
     ItemId id = 0;
     if (crate.find(address, parameter, id) != Result::Ok)
-        return "word " + number(word);
+        return format("word {}", word);
     return toText(parameterValue(crate.items().item(id).shape, word));
 }
 
@@ -59,99 +43,78 @@ std::string propertyText(const Crate &crate, const wire::SetPropertyRequest &req
     const auto value = propertyValue(type, request.bytes);
     if (!value)
         return "?";
-    return type == PropertyType::Text ? quoted(toText(*value)) : toText(*value);
+    return format(type == PropertyType::Text ? "\"{}\"" : "{}", toText(*value));
 }
 
-Address firstPlace(const std::vector<uint16_t> &slots)
+int32_t firstOf(const std::vector<uint16_t> &indexes)
 {
-    return slots.empty() ? Address{} : Address{slots.front(), -1};
-}
-
-Address firstPlace(uint16_t slot, const std::vector<uint16_t> &channels)
-{
-    return {slot, channels.empty() ? -1 : channels.front()};
-}
-
-std::string called(wire::Operation op, const Texts &arguments)
-{
-    return std::string(wire::operationName(op)) + '(' + joined(arguments) + ')';
+    return indexes.empty() ? -1 : indexes.front();
 }
 
 } // namespace
 
-std::string callText(const Crate &, wire::Operation op, const wire::LoginRequest &r)
+std::string argumentText(const Crate &, const wire::LoginRequest &r)
 {
-    return called(
-        op, {number(r.systemType), number(r.linkType), quoted(r.linkArgument), quoted(r.user)});
+    return format("{}, {}, \"{}\", \"{}\"", r.systemType, r.linkType, r.linkArgument, r.user);
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::Nothing &)
+std::string argumentText(const Crate &, const wire::Nothing &) { return {}; }
+
+std::string argumentText(const Crate &, const wire::NameRequest &r)
 {
-    return called(op, {});
+    return format("\"{}\"", r.name);
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::NameRequest &r)
+std::string argumentText(const Crate &crate, const wire::SetPropertyRequest &r)
 {
-    return called(op, {quoted(r.name)});
+    return format("\"{}\", {}", r.name, propertyText(crate, r));
 }
 
-std::string callText(const Crate &crate, wire::Operation op, const wire::SetPropertyRequest &r)
+std::string argumentText(const Crate &, const wire::PlaceRequest &r)
 {
-    return called(op, {quoted(r.name), propertyText(crate, r)});
+    return place(r.slot, r.channel, "");
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::PlaceRequest &r)
+std::string argumentText(const Crate &, const wire::ParameterPropertyRequest &r)
 {
-    return called(op, place(r.slot, r.channel));
+    return format("{}\"{}\", \"{}\"", place(r.slot, r.channel), r.parameter, r.property);
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::ParameterPropertyRequest &r)
+std::string argumentText(const Crate &, const wire::BoardParameterRequest &r)
 {
-    Texts arguments = place(r.slot, r.channel);
-    arguments.insert(arguments.end(), {quoted(r.parameter), quoted(r.property)});
-    return called(op, arguments);
+    return format("{}, \"{}\"", listed(r.slots), r.parameter);
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::BoardParameterRequest &r)
+std::string argumentText(const Crate &crate, const wire::SetBoardParameterRequest &r)
 {
-    return called(op, {listed(r.slots), quoted(r.parameter)});
+    return format("{}, \"{}\", {}", listed(r.slots), r.parameter,
+                  wordText(crate, {firstOf(r.slots), -1}, r.parameter, r.word));
 }
 
-std::string callText(const Crate &crate, wire::Operation op,
-                     const wire::SetBoardParameterRequest &r)
+std::string argumentText(const Crate &, const wire::ChannelNameRequest &r)
 {
-    return called(op, {listed(r.slots), quoted(r.parameter),
-                       wordText(crate, firstPlace(r.slots), r.parameter, r.word)});
+    return format("{}, {}", r.slot, listed(r.channels));
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::ChannelNameRequest &r)
+std::string argumentText(const Crate &, const wire::SetChannelNameRequest &r)
 {
-    return called(op, {number(r.slot), listed(r.channels)});
+    return format("{}, {}, \"{}\"", r.slot, listed(r.channels), r.name);
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::SetChannelNameRequest &r)
+std::string argumentText(const Crate &, const wire::ChannelParameterRequest &r)
 {
-    return called(op, {number(r.slot), listed(r.channels), quoted(r.name)});
+    return format("{}, \"{}\", {}", r.slot, r.parameter, listed(r.channels));
 }
 
-std::string callText(const Crate &, wire::Operation op, const wire::ChannelParameterRequest &r)
+std::string argumentText(const Crate &crate, const wire::SetChannelParameterRequest &r)
 {
-    return called(op, {number(r.slot), quoted(r.parameter), listed(r.channels)});
+    return format("{}, \"{}\", {}, {}", r.slot, r.parameter, listed(r.channels),
+                  wordText(crate, {r.slot, firstOf(r.channels)}, r.parameter, r.word));
 }
 
-std::string callText(const Crate &crate, wire::Operation op,
-                     const wire::SetChannelParameterRequest &r)
+std::string argumentText(const Crate &, const wire::SubscriptionRequest &r)
 {
-    return called(op, {number(r.slot), quoted(r.parameter), listed(r.channels),
-                       wordText(crate, firstPlace(r.slot, r.channels), r.parameter, r.word)});
-}
-
-std::string callText(const Crate &, wire::Operation op, const wire::SubscriptionRequest &r)
-{
-    Texts arguments = place(r.slot, r.channel);
-    arguments.insert(arguments.begin(), number(r.port));
-    arguments.insert(arguments.end(), {quoted(r.names), number(r.count)});
-    return called(op, arguments);
+    return format("{}, {}\"{}\", {}", r.port, place(r.slot, r.channel), r.names, r.count);
 }
 
 } // namespace sim::calls
