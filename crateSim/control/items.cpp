@@ -3,6 +3,7 @@
 
 #include "command.h"
 #include "editdistance.h"
+#include "model/words.h"
 #include "placeitems.h"
 
 namespace sim::control {

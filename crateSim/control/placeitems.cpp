@@ -1,7 +1,5 @@
 #include "placeitems.h"
 
-#include <array>
-
 #include "editdistance.h"
 
 namespace sim::control {
@@ -73,23 +71,6 @@ std::string reasonAt(const Crate &crate, Address address, Result result, std::st
         return std::string(resultText(result)) + ": \"" + std::string(name) + "\"" +
                suggestion(name, namesAt(crate, address));
     return resultText(result);
-}
-
-std::string unitSymbol(Unit unit, int16_t exponent)
-{
-    constexpr std::array<const char *, 11> symbols = {"",    "A",   "V", "W",   "\u00b0C", "Hz",
-                                                      "bar", "V/s", "s", "rpm", "counts"};
-    const auto index = static_cast<size_t>(unit);
-    std::string symbol = index < symbols.size() ? symbols[index] : "";
-    switch (exponent) {
-    case 0: return symbol;
-    case 6: return "M" + symbol;
-    case 3: return "k" + symbol;
-    case -3: return "m" + symbol;
-    case -6: return "u" + symbol;
-    case -9: return "n" + symbol;
-    default: return "e" + std::to_string(exponent) + " " + symbol;
-    }
 }
 
 } // namespace sim::control

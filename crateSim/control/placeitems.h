@@ -18,7 +18,4 @@ std::vector<std::string_view> namesAt(const Crate &crate, Address address);
 std::string reasonAt(const Crate &crate, Address address, Result result,
                      std::string_view name = {});
 
-// Symbol with the prefix for the exponent, as in "uA"; empty without a unit.
-std::string unitSymbol(Unit unit, int16_t exponent);
-
 } // namespace sim::control

@@ -28,13 +28,24 @@ constexpr Row<Mode> modes[] = {
     {Mode::None, "none"},
 };
 
-constexpr Row<Unit> units[] = {
-    {Unit::None, "none"},       {Unit::Ampere, "ampere"},
-    {Unit::Volt, "volt"},       {Unit::Watt, "watt"},
-    {Unit::Celsius, "celsius"}, {Unit::Hertz, "hertz"},
-    {Unit::Bar, "bar"},         {Unit::VoltPerSecond, "volt-per-second"},
-    {Unit::Second, "second"},   {Unit::Rpm, "rpm"},
-    {Unit::Count, "count"},
+struct UnitRow {
+    Unit code;
+    std::string_view word;
+    const char *symbol;
+};
+
+constexpr UnitRow units[] = {
+    {Unit::None, "none", ""},
+    {Unit::Ampere, "ampere", "A"},
+    {Unit::Volt, "volt", "V"},
+    {Unit::Watt, "watt", "W"},
+    {Unit::Celsius, "celsius", "\u00b0C"},
+    {Unit::Hertz, "hertz", "Hz"},
+    {Unit::Bar, "bar", "bar"},
+    {Unit::VoltPerSecond, "volt-per-second", "V/s"},
+    {Unit::Second, "second", "s"},
+    {Unit::Rpm, "rpm", "rpm"},
+    {Unit::Count, "count", "counts"},
 };
 
 constexpr Row<Role> roles[] = {
@@ -130,5 +141,22 @@ INSTANTIATE(PropertyRole)
 INSTANTIATE(Action)
 
 #undef INSTANTIATE
+
+std::string unitSymbol(Unit unit, int16_t exponent)
+{
+    std::string symbol;
+    for (const auto &row : units)
+        if (row.code == unit)
+            symbol = row.symbol;
+    switch (exponent) {
+    case 0: return symbol;
+    case 6: return "M" + symbol;
+    case 3: return "k" + symbol;
+    case -3: return "m" + symbol;
+    case -6: return "u" + symbol;
+    case -9: return "n" + symbol;
+    default: return "e" + std::to_string(exponent) + " " + symbol;
+    }
+}
 
 } // namespace sim

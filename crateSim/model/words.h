@@ -20,6 +20,9 @@ template <class Code> std::optional<Code> findWord(std::string_view word);
 // All of them, separated by commas, for messages.
 template <class Code> std::string allWords();
 
+// Symbol with the prefix for the exponent, as in "uA"; empty without a unit.
+std::string unitSymbol(Unit unit, int16_t exponent);
+
 struct StatusWord {
     uint32_t bit;
     std::string_view word;

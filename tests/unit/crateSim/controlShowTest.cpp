@@ -160,7 +160,7 @@ TEST_F(ControlShow, ConditionsByTheirNames)
 
 TEST(UnitSymbol, HasThePrefixOfItsExponent)
 {
-    using sim::control::unitSymbol;
+    using sim::unitSymbol;
     EXPECT_EQ(unitSymbol(sim::Unit::Ampere, -6), "uA");
     EXPECT_EQ(unitSymbol(sim::Unit::Volt, 3), "kV");
     EXPECT_EQ(unitSymbol(sim::Unit::None, 0), "");
