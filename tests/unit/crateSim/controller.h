@@ -6,6 +6,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "control/fields.h"
 #include "runningCrate.h"
 
 namespace crateTest {
