@@ -4,7 +4,7 @@
 #include <map>
 #include <set>
 
-#include "model/defaultcrate.h"
+#include "description/defaultcrate.h"
 #include "runningCrate.h"
 
 using namespace crateTest;
