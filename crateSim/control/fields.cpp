@@ -106,11 +106,7 @@ Value fromJson(Shape shape, const Json &value)
     if (!value.is_number())
         throw ControlError("the value is not a number");
     const auto number = value.get<double>();
-    const bool isReal = shape == Shape::Real;
-    const bool isSigned = shape == Shape::Signed;
-    const auto most = static_cast<double>(std::numeric_limits<float>::max());
-    const double low = isReal ? -most : isSigned ? INT32_MIN : 0;
-    const double high = isReal ? most : isSigned ? INT32_MAX : UINT32_MAX;
+    const auto [low, high] = rangeOf(shape);
     if (!(number >= low && number <= high))
         throw ControlError(resultText(Result::OutOfRange));
     return fromNumber(shape, number);

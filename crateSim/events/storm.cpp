@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace sim {
@@ -57,10 +56,7 @@ std::optional<StormKind> kindOf(const Item &item)
 // What lies within the limits of the item and those of its shape.
 std::pair<double, double> rangeOf(const Item &item)
 {
-    const bool isReal = item.shape == Shape::Real;
-    const auto most = static_cast<double>(std::numeric_limits<float>::max());
-    const double low = isReal ? -most : item.shape == Shape::Signed ? INT32_MIN : 0;
-    const double high = isReal ? most : item.shape == Shape::Signed ? INT32_MAX : UINT32_MAX;
+    const auto [low, high] = rangeOf(item.shape);
     return {std::clamp<double>(item.parameter->minimum, low, high),
             std::clamp<double>(item.parameter->maximum, low, high)};
 }

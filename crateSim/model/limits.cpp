@@ -1,7 +1,5 @@
 #include "limits.h"
 
-#include <cmath>
-
 namespace sim {
 
 namespace {
@@ -13,17 +11,10 @@ bool within(double number, double low, double high)
 
 bool fits(const PropertyDescription &property, const Value &value)
 {
-    const double number = toNumber(value);
-    switch (property.type) {
-    case PropertyType::UInt16: return within(number, 0, UINT16_MAX);
-    case PropertyType::Int16: return within(number, INT16_MIN, INT16_MAX);
-    case PropertyType::Boolean: return within(number, 0, 1);
-    case PropertyType::Real: return std::isfinite(number);
-    case PropertyType::Text: return std::get<std::string>(value).size() <= maxText;
-    case PropertyType::UInt32:
-    case PropertyType::Int32: break;
-    }
-    return true;
+    if (property.type == PropertyType::Text)
+        return std::get<std::string>(value).size() <= maxText;
+    const auto [low, high] = rangeOf(property.type);
+    return within(toNumber(value), low, high);
 }
 
 bool fits(const ParameterDescription &parameter, const Value &value)

@@ -2,39 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace sim {
-
-namespace {
-
-using Range = std::pair<double, double>;
-
-Range rangeOf(Shape shape)
-{
-    if (shape == Shape::Signed)
-        return {INT32_MIN, INT32_MAX};
-    if (shape == Shape::Unsigned)
-        return {0, UINT32_MAX};
-    const double most = static_cast<double>(std::numeric_limits<float>::max());
-    return {-most, most};
-}
-
-Range rangeOf(PropertyType type)
-{
-    switch (type) {
-    case PropertyType::UInt16: return {0, UINT16_MAX};
-    case PropertyType::Int16: return {INT16_MIN, INT16_MAX};
-    case PropertyType::Boolean: return {0, 1};
-    case PropertyType::Text:
-    case PropertyType::Real:
-    case PropertyType::UInt32:
-    case PropertyType::Int32: break;
-    }
-    return rangeOf(shapeOf(type));
-}
-
-} // namespace
 
 ReadBack::ReadBack(ItemId id, const ParameterDescription &parameter)
     : m_id(id), m_shape(shapeOf(parameter.type)), m_factor(unitFactor(parameter)),

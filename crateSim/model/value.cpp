@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace sim {
 
@@ -31,6 +32,30 @@ Shape shapeOf(PropertyType type)
     case PropertyType::Boolean: break;
     }
     return Shape::Signed;
+}
+
+std::pair<double, double> rangeOf(Shape shape)
+{
+    constexpr double most = std::numeric_limits<float>::max();
+    switch (shape) {
+    case Shape::Signed: return {INT32_MIN, INT32_MAX};
+    case Shape::Unsigned: return {0, UINT32_MAX};
+    default: return {-most, most};
+    }
+}
+
+std::pair<double, double> rangeOf(PropertyType type)
+{
+    switch (type) {
+    case PropertyType::UInt16: return {0, UINT16_MAX};
+    case PropertyType::Int16: return {INT16_MIN, INT16_MAX};
+    case PropertyType::Boolean: return {0, 1};
+    case PropertyType::Text:
+    case PropertyType::Real:
+    case PropertyType::UInt32:
+    case PropertyType::Int32: break;
+    }
+    return rangeOf(shapeOf(type));
 }
 
 double toNumber(const Value &value)

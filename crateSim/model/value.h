@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "codes.h"
@@ -18,6 +19,10 @@ Shape shapeOf(ParamType type);
 Shape shapeOf(PropertyType type);
 
 inline Shape shapeOf(const Value &value) { return static_cast<Shape>(value.index()); }
+
+// The lowest and the highest number that fits.
+std::pair<double, double> rangeOf(Shape shape);
+std::pair<double, double> rangeOf(PropertyType type);
 
 // The value as a number; a text counts as 0.
 double toNumber(const Value &value);
