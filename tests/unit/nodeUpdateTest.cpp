@@ -228,7 +228,7 @@ TEST_F(NodeUpdate, AWriteIsNoConnection)
 // in place without anybody taking the lock once more.
 TEST_F(NodeUpdate, IsNeitherMissedNorStrandedBetweenThreads)
 {
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 50; ++round) {
         ZANTONode busy;
         busy.updateValue(good(0.0F), 2);
         std::atomic<int> published{0};
