@@ -4,7 +4,7 @@ file with the programs and clients of older bases too."""
 import pytest
 
 from harness import places
-from harness.endings import BY_SIGTERM, ends, logged_out_once, printed, running
+from harness.shutdown import BY_SIGTERM, ends, logged_out_once, printed, running
 from harness.process import until
 
 STORM = {"numeric": 6, "status": 1, "on-off": 1, "integer": 1, "text": 1, "property": 1}
@@ -96,7 +96,7 @@ def test_trip(live):
 @pytest.fixture(name="small")
 def _small(site):
     """A server with small callback queues, its crate and a client that watches it."""
-    site.world.path("/tmp/small.cmd").write_text(
+    site.sandbox.path("/tmp/small.cmd").write_text(
         f"callbackSetQueueSize({SMALL_QUEUE})\n< {places.start_script()}\n", encoding="utf-8")
     site.the_crate = site.crate()
     site.the_ioc = site.ioc(script="/tmp/small.cmd").wait_running()
@@ -132,7 +132,7 @@ def test_storm_does_not_fill_the_callback_queue(small):
 def test_storm_behind_a_write_that_hangs_does_not_fill_it_either(small):
     assert small.clients.caput(record(4, "VSet"), 5) == ""
     small.the_crate.hang()
-    put = small.world.start("caput", [*small.clients.command("caput", record(4, "VSet"), "6")])
+    put = small.sandbox.start("caput", [*small.clients.command("caput", record(4, "VSet"), "6")])
     put.stdout.wait_for("^Old")
     small.the_crate.control("storm", rate=1000, seconds=4, mix=STORM)
     until(lambda: not storms(small), "the end of the storm")

@@ -25,7 +25,7 @@ def shutdown_messages(number, level):
 def mirrored(crate):
     """What withdraws all subscriptions that were made, in the same order, and logs out."""
     made = crate.log("SubscribeSystemParams", "SubscribeBoardParams", "SubscribeChannelParams")
-    assert len(made) == 1 + 5 + 11
+    assert len(made) == 1 + 5 + 14
     return [line.replace("VEXAHV_", "VEXAHV_Un", 1) for line in made] + [LOGOUT]
 
 
