@@ -19,7 +19,7 @@ from harness.ioc import Ioc
 from harness.sandbox import Sandbox, refusal
 
 # Most of a test's time passes in waiting for processes.
-WORKERS_PER_CORE = 3
+WORKERS_PER_CORE = 4
 
 # SIGQUIT is sent on purpose.
 resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
