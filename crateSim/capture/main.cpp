@@ -9,12 +9,11 @@
 #include "describe.h"
 #include "interruption.h"
 #include "model/problems.h"
+#include "version.h"
 
 namespace {
 
 using namespace sim::capture;
-
-constexpr const char *version = "zantocrate-capture 0.1";
 
 // Parts of the crate are missing in what was written.
 constexpr int incomplete = 2;
@@ -52,7 +51,8 @@ void declare(CLI::App &app, Arguments &arguments)
         ->type_name("SECONDS")
         ->check(CLI::Range(1u, 86400u).description(""))
         ->capture_default_str();
-    app.set_version_flag("--version", version, "Print the version and end");
+    app.set_version_flag("--version", std::string("zantocrate-capture ") + zantoVersion,
+                         "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and end");
     app.footer("Example: zantocrate-capture -c LAB1@192.168.0.10 -u admin -p admin > lab1.yaml\n\n"
                "Reads only, so that nothing at the mainframe changes. Bytes of its texts that\n"

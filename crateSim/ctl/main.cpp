@@ -4,14 +4,13 @@
 #include <optional>
 
 #include "../protocol/controlpath.h"
+#include "version.h"
 #include "declare.h"
 #include "problem.h"
 
 namespace {
 
 using namespace sim::ctl;
-
-constexpr const char *version = "zantocratectl 0.1";
 
 constexpr const char *footer =
     "PLACE is SLOT:CHANNEL, SLOT or \"system\"; 3:7 and 3:007 are the same channel.\n"
@@ -53,7 +52,8 @@ void declareOptions(CLI::App &app, Settings &settings)
         ->check(CLI::Range(0.001, 3600.0).description(""))
         ->capture_default_str()
         ->type_name("SECONDS");
-    app.set_version_flag("--version", version, "Print the version and exit");
+    app.set_version_flag("--version", std::string("zantocratectl ") + zantoVersion,
+                         "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
 }
 

@@ -3,12 +3,11 @@
 #include <CLI/CLI.hpp>
 
 #include "protocol/controlpath.h"
+#include "version.h"
 
 namespace sim::daemon {
 
 namespace {
-
-constexpr const char *version = "zantocrate 0.1";
 
 constexpr const char *footer =
     "Once it can be used it prints \"ready on\" and its address; SIGINT and SIGTERM end it.\n"
@@ -102,7 +101,9 @@ void declareMessages(CLI::App &app, Arguments &arguments)
         ->capture_default_str()
         ->type_name("LEVEL")
         ->group(group);
-    app.set_version_flag("--version", version, "Print the version and end")->group(group);
+    app.set_version_flag("--version", std::string("zantocrate ") + zantoVersion,
+                         "Print the version and exit")
+        ->group(group);
     app.set_help_flag("-h,--help", "Print this help and end")->group(group);
 }
 
