@@ -63,6 +63,7 @@ std::string dispatchTo(Outcome<Answer> (*handler)(const Request &, Parts &...),
     }
     if (!context.caller.isLoggedIn() && operation != Operation::InitSystem)
         return failure(context, operation, static_cast<int32_t>(Result::NotLoggedIn));
+    // cppcheck-suppress uselessAssignmentPtrArg  # these are references
     Outcome<Answer> outcome = handler(request, static_cast<Parts &>(context)...);
     if (outcome.result != Result::Ok)
         return failure(context, operation, static_cast<int32_t>(outcome.result));

@@ -18,9 +18,9 @@ namespace sim {
 
 class SimulationState {
 public:
-    SimulationState(CrateDescription description, uint64_t seed, std::chrono::milliseconds tick,
+    SimulationState(CrateDescription description, uint64_t seed, std::chrono::milliseconds period,
                     const LinkSettings &linkSettings)
-        : crate(std::move(description), seed), clock(tick),
+        : crate(std::move(description), seed), clock(period),
           links({shown, faults, statistics.faults, statistics.events, linkSettings,
                  [this] { notify(); }}),
           storm(crate, shown, seed)
