@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <new>
 #include <vector>
@@ -14,10 +15,14 @@
 
 namespace sim::accesslib {
 
-// Runs the body of an operation; its result is 0 or the failure's code.
-template <class Body> VEXAHVRESULT guarded(Body body) noexcept
+// Runs the body of an operation when no argument is missing; its result is 0 or
+// the failure's code.
+template <class Body>
+VEXAHVRESULT guarded(std::initializer_list<const void *> arguments, Body body) noexcept
 {
     try {
+        if (std::find(arguments.begin(), arguments.end(), nullptr) != arguments.end())
+            return failure::badArgument;
         body();
         return VEXAHV_OK;
     } catch (const CallFailure &failed) {
@@ -27,12 +32,6 @@ template <class Body> VEXAHVRESULT guarded(Body body) noexcept
     } catch (...) {
         return failure::notUnderstood;
     }
-}
-
-template <class... Pointers> void requireArguments(const Pointers *...pointers)
-{
-    if (((pointers == nullptr) || ...))
-        throw CallFailure{failure::badArgument};
 }
 
 inline void requireUnderstood(bool condition)

@@ -16,10 +16,7 @@ wire::Header readHeader(int32_t socket)
     wire::Header header{};
     size_t received = 0;
     while (received < header.size()) {
-        const size_t part = receiveSome(socket, header.data() + received, header.size() - received);
-        received += part;
-        if (part == 0)
-            throw CallFailure{failure::connectionLost};
+        received += receiveSome(socket, header.data() + received, header.size() - received);
         if (!wire::isHeaderStart(header, received))
             throw CallFailure{failure::notUnderstood};
     }
@@ -30,13 +27,8 @@ std::string readPayload(int32_t socket, uint32_t length)
 {
     std::string payload(length, '\0');
     size_t received = 0;
-    while (received < payload.size()) {
-        const size_t part =
-            receiveSome(socket, payload.data() + received, payload.size() - received);
-        if (part == 0)
-            throw CallFailure{failure::connectionLost};
-        received += part;
-    }
+    while (received < payload.size())
+        received += receiveSome(socket, payload.data() + received, payload.size() - received);
     return payload;
 }
 
@@ -86,8 +78,7 @@ extern "C" {
 VEXAHVRESULT VEXAHV_GetEventData(int32_t socket, VEXAHVSystemStatus_t *status,
                                  VEXAHVEventData_t **events, uint32_t *count)
 {
-    return guarded([&] {
-        requireArguments(events, count);
+    return guarded({events, count}, [&] {
         const std::string payload = readPayload(socket, wire::payloadLength(readHeader(socket)));
         const wire::Unpacked unpacked = wire::unpackPayload(payload);
         const wire::BatchReader batch(unpacked);

@@ -5,6 +5,7 @@
 
 using namespace sim;
 using namespace sim::accesslib;
+using wire::Operation;
 
 namespace {
 
@@ -29,18 +30,28 @@ size_t propertyWidth(std::string_view property)
 }
 
 // "Enum" goes to the crate like any other name, which refuses it.
-void getProperty(int32_t handle, wire::Operation operation,
-                 const wire::ParameterPropertyRequest &request, void *value)
+void getProperty(int32_t handle, Operation operation, const wire::ParameterPropertyRequest &request,
+                 void *value)
 {
-    const auto bytes = call(handle, operation, request).body<wire::BytesAnswer>().bytes;
+    const auto bytes = call<wire::BytesAnswer>(handle, operation, request).bytes;
     copyValue(bytes, propertyWidth(request.property), value);
 }
 
-void copyElements(const Reply &reply, size_t count, size_t size, void *values)
+template <class Request>
+void getElements(int32_t handle, Operation operation, const Request &request, size_t bytes,
+                 void *values)
 {
-    const auto bytes = reply.body<wire::BytesAnswer>().bytes;
-    requireUnderstood(bytes.size() == count * size);
-    std::memcpy(values, bytes.data(), bytes.size());
+    const auto answer = call<wire::BytesAnswer>(handle, operation, request);
+    requireUnderstood(answer.bytes.size() == bytes);
+    std::memcpy(values, answer.bytes.data(), bytes);
+}
+
+wire::NameTableAnswer getNameTable(int32_t handle, Operation operation,
+                                   const wire::PlaceRequest &place, char **nameTable)
+{
+    auto answer = call<wire::NameTableAnswer>(handle, operation, place);
+    *nameTable = wholeTable(answer.table).release();
+    return answer;
 }
 
 } // namespace
@@ -49,41 +60,34 @@ extern "C" {
 
 VEXAHVRESULT VEXAHV_GetBdParamInfo(int32_t handle, uint16_t slot, char **nameTable)
 {
-    return guarded([&] {
-        requireArguments(nameTable);
-        const auto answer =
-            call(handle, wire::Operation::GetBdParamInfo, wire::PlaceRequest{slot, -1})
-                .body<wire::NameTableAnswer>();
-        *nameTable = wholeTable(answer.table).release();
+    return guarded({nameTable}, [&] {
+        getNameTable(handle, Operation::GetBdParamInfo, {slot, -1}, nameTable);
     });
 }
 
 VEXAHVRESULT VEXAHV_GetBdParamProp(int32_t handle, uint16_t slot, const char *param,
                                    const char *property, void *value)
 {
-    return guarded([&] {
-        requireArguments(param, property, value);
-        getProperty(handle, wire::Operation::GetBdParamProp, {slot, -1, param, property}, value);
+    return guarded({param, property, value}, [&] {
+        getProperty(handle, Operation::GetBdParamProp, {slot, -1, param, property}, value);
     });
 }
 
 VEXAHVRESULT VEXAHV_GetBdParam(int32_t handle, uint16_t count, const uint16_t *slots,
                                const char *param, void *values)
 {
-    return guarded([&] {
-        requireArguments(slots, param, values);
-        const wire::BoardParameterRequest request{indexes(slots, count), param};
-        copyElements(call(handle, wire::Operation::GetBdParam, request), count, elementSize,
-                     values);
+    return guarded({slots, param, values}, [&] {
+        getElements(handle, Operation::GetBdParam,
+                    wire::BoardParameterRequest{indexes(slots, count), param}, count * elementSize,
+                    values);
     });
 }
 
 VEXAHVRESULT VEXAHV_SetBdParam(int32_t handle, uint16_t count, const uint16_t *slots,
                                const char *param, const void *value)
 {
-    return guarded([&] {
-        requireArguments(slots, param, value);
-        call(handle, wire::Operation::SetBdParam,
+    return guarded({slots, param, value}, [&] {
+        call(handle, Operation::SetBdParam,
              wire::SetBoardParameterRequest{indexes(slots, count), param, wordAt(value)});
     });
 }
@@ -91,20 +95,18 @@ VEXAHVRESULT VEXAHV_SetBdParam(int32_t handle, uint16_t count, const uint16_t *s
 VEXAHVRESULT VEXAHV_GetChName(int32_t handle, uint16_t slot, uint16_t count,
                               const uint16_t *channels, char (*names)[VEXAHV_CHANNEL_NAME_SLOT])
 {
-    return guarded([&] {
-        requireArguments(channels, names);
-        const wire::ChannelNameRequest request{slot, indexes(channels, count)};
-        copyElements(call(handle, wire::Operation::GetChName, request), count,
-                     VEXAHV_CHANNEL_NAME_SLOT, names);
+    return guarded({channels, names}, [&] {
+        getElements(handle, Operation::GetChName,
+                    wire::ChannelNameRequest{slot, indexes(channels, count)},
+                    count * size_t{VEXAHV_CHANNEL_NAME_SLOT}, names);
     });
 }
 
 VEXAHVRESULT VEXAHV_SetChName(int32_t handle, uint16_t slot, uint16_t count,
                               const uint16_t *channels, const char *name)
 {
-    return guarded([&] {
-        requireArguments(channels, name);
-        call(handle, wire::Operation::SetChName,
+    return guarded({channels, name}, [&] {
+        call(handle, Operation::SetChName,
              wire::SetChannelNameRequest{slot, indexes(channels, count), name});
     });
 }
@@ -112,44 +114,35 @@ VEXAHVRESULT VEXAHV_SetChName(int32_t handle, uint16_t slot, uint16_t count,
 VEXAHVRESULT VEXAHV_GetChParamInfo(int32_t handle, uint16_t slot, uint16_t channel,
                                    char **nameTable, int32_t *count)
 {
-    return guarded([&] {
-        requireArguments(nameTable, count);
-        const auto answer =
-            call(handle, wire::Operation::GetChParamInfo, wire::PlaceRequest{slot, channel})
-                .body<wire::NameTableAnswer>();
-        *nameTable = wholeTable(answer.table).release();
-        *count = answer.count;
+    return guarded({nameTable, count}, [&] {
+        *count = getNameTable(handle, Operation::GetChParamInfo, {slot, channel}, nameTable).count;
     });
 }
 
 VEXAHVRESULT VEXAHV_GetChParamProp(int32_t handle, uint16_t slot, uint16_t channel,
                                    const char *param, const char *property, void *value)
 {
-    return guarded([&] {
-        requireArguments(param, property, value);
-        getProperty(handle, wire::Operation::GetChParamProp, {slot, channel, param, property},
-                    value);
+    return guarded({param, property, value}, [&] {
+        getProperty(handle, Operation::GetChParamProp, {slot, channel, param, property}, value);
     });
 }
 
 VEXAHVRESULT VEXAHV_GetChParam(int32_t handle, uint16_t slot, const char *param, uint16_t count,
                                const uint16_t *channels, void *values)
 {
-    return guarded([&] {
-        requireArguments(param, channels, values);
-        const wire::ChannelParameterRequest request{slot, param, indexes(channels, count)};
-        copyElements(call(handle, wire::Operation::GetChParam, request), count, elementSize,
-                     values);
+    return guarded({param, channels, values}, [&] {
+        getElements(handle, Operation::GetChParam,
+                    wire::ChannelParameterRequest{slot, param, indexes(channels, count)},
+                    count * elementSize, values);
     });
 }
 
 VEXAHVRESULT VEXAHV_SetChParam(int32_t handle, uint16_t slot, const char *param, uint16_t count,
                                const uint16_t *channels, const void *value)
 {
-    return guarded([&] {
-        requireArguments(param, channels, value);
+    return guarded({param, channels, value}, [&] {
         call(
-            handle, wire::Operation::SetChParam,
+            handle, Operation::SetChParam,
             wire::SetChannelParameterRequest{slot, param, indexes(channels, count), wordAt(value)});
     });
 }

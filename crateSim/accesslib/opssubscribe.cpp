@@ -8,21 +8,17 @@ namespace {
 
 using wire::Operation;
 
-constexpr int32_t none = -1;
-
-VEXAHVRESULT change(Operation operation, int32_t handle, int16_t port, int32_t slot,
-                    int32_t channel, const char *names, uint32_t count, char *results)
+VEXAHVRESULT change(Operation operation, int32_t handle, int16_t port, const char *names,
+                    uint32_t count, char *results, int32_t slot = -1, int32_t channel = -1)
 {
-    return guarded([&] {
-        requireArguments(names);
+    return guarded({names}, [&] {
         if (results == nullptr && count > 0)
             throw CallFailure{failure::badArgument};
         const wire::SubscriptionRequest request{static_cast<uint16_t>(port), slot, channel, names,
                                                 count};
-        const auto bytes = call(handle, operation, request).body<wire::BytesAnswer>().bytes;
+        const auto bytes = call<wire::BytesAnswer>(handle, operation, request).bytes;
         requireUnderstood(bytes.size() == count);
-        if (count > 0)
-            std::memcpy(results, bytes.data(), count);
+        bytes.copy(results, count);
     });
 }
 
@@ -33,44 +29,41 @@ extern "C" {
 VEXAHVRESULT VEXAHV_SubscribeSystemParams(int32_t handle, int16_t port, const char *names,
                                           uint32_t count, char *results)
 {
-    return change(Operation::SubscribeSystemParams, handle, port, none, none, names, count,
-                  results);
+    return change(Operation::SubscribeSystemParams, handle, port, names, count, results);
 }
 
 VEXAHVRESULT VEXAHV_UnSubscribeSystemParams(int32_t handle, int16_t port, const char *names,
                                             uint32_t count, char *results)
 {
-    return change(Operation::UnSubscribeSystemParams, handle, port, none, none, names, count,
-                  results);
+    return change(Operation::UnSubscribeSystemParams, handle, port, names, count, results);
 }
 
 VEXAHVRESULT VEXAHV_SubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,
                                          const char *names, uint32_t count, char *results)
 {
-    return change(Operation::SubscribeBoardParams, handle, port, slot, none, names, count, results);
+    return change(Operation::SubscribeBoardParams, handle, port, names, count, results, slot);
 }
 
 VEXAHVRESULT VEXAHV_UnSubscribeBoardParams(int32_t handle, int16_t port, uint16_t slot,
                                            const char *names, uint32_t count, char *results)
 {
-    return change(Operation::UnSubscribeBoardParams, handle, port, slot, none, names, count,
-                  results);
+    return change(Operation::UnSubscribeBoardParams, handle, port, names, count, results, slot);
 }
 
 VEXAHVRESULT VEXAHV_SubscribeChannelParams(int32_t handle, int16_t port, uint16_t slot,
                                            uint16_t channel, const char *names, uint32_t count,
                                            char *results)
 {
-    return change(Operation::SubscribeChannelParams, handle, port, slot, channel, names, count,
-                  results);
+    return change(Operation::SubscribeChannelParams, handle, port, names, count, results, slot,
+                  channel);
 }
 
 VEXAHVRESULT VEXAHV_UnSubscribeChannelParams(int32_t handle, int16_t port, uint16_t slot,
                                              uint16_t channel, const char *names, uint32_t count,
                                              char *results)
 {
-    return change(Operation::UnSubscribeChannelParams, handle, port, slot, channel, names, count,
-                  results);
+    return change(Operation::UnSubscribeChannelParams, handle, port, names, count, results, slot,
+                  channel);
 }
 
 } // extern "C"

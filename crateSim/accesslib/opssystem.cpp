@@ -3,15 +3,17 @@
 
 using namespace sim;
 using namespace sim::accesslib;
+using wire::Operation;
 
 namespace {
 
-void packedList(int32_t handle, wire::Operation operation, uint16_t *count, char **list)
+VEXAHVRESULT packedList(int32_t handle, Operation operation, uint16_t *count, char **list)
 {
-    requireArguments(count, list);
-    const auto answer = call(handle, operation, wire::Nothing()).body<wire::PackedListAnswer>();
-    *list = wholeTexts(answer.list, answer.count).release();
-    *count = answer.count;
+    return guarded({count, list}, [&] {
+        const auto answer = call<wire::PackedListAnswer>(handle, operation, wire::Nothing());
+        *list = wholeTexts(answer.list, answer.count).release();
+        *count = answer.count;
+    });
 }
 
 // The width of a system property's value; 0 for a text, nothing for a property
@@ -39,20 +41,19 @@ extern "C" {
 
 VEXAHVRESULT VEXAHV_GetSysPropList(int32_t handle, uint16_t *count, char **list)
 {
-    return guarded([&] { packedList(handle, wire::Operation::GetSysPropList, count, list); });
+    return packedList(handle, Operation::GetSysPropList, count, list);
 }
 
 VEXAHVRESULT VEXAHV_GetExecCommList(int32_t handle, uint16_t *count, char **list)
 {
-    return guarded([&] { packedList(handle, wire::Operation::GetExecCommList, count, list); });
+    return packedList(handle, Operation::GetExecCommList, count, list);
 }
 
 VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *mode, uint32_t *type)
 {
-    return guarded([&] {
-        requireArguments(name, mode, type);
-        const auto answer = call(handle, wire::Operation::GetSysPropInfo, wire::NameRequest{name})
-                                .body<wire::PropertyInfoAnswer>();
+    return guarded({name, mode, type}, [&] {
+        const auto answer = call<wire::PropertyInfoAnswer>(handle, Operation::GetSysPropInfo,
+                                                           wire::NameRequest{name});
         *mode = answer.mode;
         *type = answer.type;
     });
@@ -60,11 +61,9 @@ VEXAHVRESULT VEXAHV_GetSysPropInfo(int32_t handle, const char *name, uint32_t *m
 
 VEXAHVRESULT VEXAHV_GetSysProp(int32_t handle, const char *name, void *value)
 {
-    return guarded([&] {
-        requireArguments(name, value);
-        const auto bytes = call(handle, wire::Operation::GetSysProp, wire::NameRequest{name})
-                               .body<wire::BytesAnswer>()
-                               .bytes;
+    return guarded({name, value}, [&] {
+        const auto bytes =
+            call<wire::BytesAnswer>(handle, Operation::GetSysProp, wire::NameRequest{name}).bytes;
         const auto width = propertyWidth(handle, name);
         requireUnderstood(width.has_value());
         copyValue(bytes, *width, value);
@@ -73,48 +72,44 @@ VEXAHVRESULT VEXAHV_GetSysProp(int32_t handle, const char *name, void *value)
 
 VEXAHVRESULT VEXAHV_SetSysProp(int32_t handle, const char *name, const void *value)
 {
-    return guarded([&] {
-        requireArguments(name, value);
+    return guarded({name, value}, [&] {
         const auto *text = static_cast<const char *>(value);
         // Of an unknown property nothing can be sent; the crate refuses it.
         const auto width = propertyWidth(handle, name);
         const size_t length = width == 0u ? strnlen(text, VEXAHV_TEXT_SIZE) : width.value_or(0);
-        call(handle, wire::Operation::SetSysProp,
+        call(handle, Operation::SetSysProp,
              wire::SetPropertyRequest{name, std::string(text, length)});
     });
 }
 
 VEXAHVRESULT VEXAHV_ExecComm(int32_t handle, const char *name)
 {
-    return guarded([&] {
-        requireArguments(name);
-        call(handle, wire::Operation::ExecComm, wire::NameRequest{name});
-    });
+    return guarded({name}, [&] { call(handle, Operation::ExecComm, wire::NameRequest{name}); });
 }
 
 VEXAHVRESULT VEXAHV_GetCrateMap(int32_t handle, uint16_t *slotCount, uint16_t **channelCounts,
                                 char **models, char **descriptions, uint16_t **serialNumbers,
                                 uint8_t **firmwareMinor, uint8_t **firmwareMajor)
 {
-    return guarded([&] {
-        requireArguments(slotCount, channelCounts, models, descriptions, serialNumbers,
-                         firmwareMinor, firmwareMajor);
-        const auto map = call(handle, wire::Operation::GetCrateMap, wire::Nothing())
-                             .body<wire::CrateMapAnswer>();
-        auto counts = wholeNumbers(map.channelCounts, map.slotCount);
-        auto modelList = wholeTexts(map.models, map.slotCount);
-        auto descriptionList = wholeTexts(map.descriptions, map.slotCount);
-        auto serials = wholeNumbers(map.serialNumbers, map.slotCount);
-        auto minors = wholeNumbers(map.firmwareMinor, map.slotCount);
-        auto majors = wholeNumbers(map.firmwareMajor, map.slotCount);
-        *slotCount = map.slotCount;
-        *channelCounts = counts.release();
-        *models = modelList.release();
-        *descriptions = descriptionList.release();
-        *serialNumbers = serials.release();
-        *firmwareMinor = minors.release();
-        *firmwareMajor = majors.release();
-    });
+    return guarded({slotCount, channelCounts, models, descriptions, serialNumbers, firmwareMinor,
+                    firmwareMajor},
+                   [&] {
+                       const auto map = call<wire::CrateMapAnswer>(handle, Operation::GetCrateMap,
+                                                                   wire::Nothing());
+                       auto counts = wholeNumbers(map.channelCounts, map.slotCount);
+                       auto modelList = wholeTexts(map.models, map.slotCount);
+                       auto descriptionList = wholeTexts(map.descriptions, map.slotCount);
+                       auto serials = wholeNumbers(map.serialNumbers, map.slotCount);
+                       auto minors = wholeNumbers(map.firmwareMinor, map.slotCount);
+                       auto majors = wholeNumbers(map.firmwareMajor, map.slotCount);
+                       *slotCount = map.slotCount;
+                       *channelCounts = counts.release();
+                       *models = modelList.release();
+                       *descriptions = descriptionList.release();
+                       *serialNumbers = serials.release();
+                       *firmwareMinor = minors.release();
+                       *firmwareMajor = majors.release();
+                   });
 }
 
 } // extern "C"

@@ -6,24 +6,15 @@
 
 namespace sim::accesslib {
 
-namespace {
-
-void require(Transfer transfer)
-{
-    if (transfer == Transfer::TimedOut)
-        throw CallFailure{failure::timedOut};
-    if (transfer == Transfer::Lost)
-        throw CallFailure{failure::connectionLost};
-    if (transfer == Transfer::Interrupted)
-        throw CallFailure{failure::interrupted};
-}
-
-} // namespace
-
 Tuning &tuning()
 {
     static Tuning values;
     return values;
+}
+
+Session::Session(const std::string &host)
+    : m_socket(host, tuning().port, std::chrono::steady_clock::now() + tuning().timeout)
+{
 }
 
 wire::Unpacked Session::exchange(wire::Operation operation, const std::string &frame)
@@ -31,15 +22,10 @@ wire::Unpacked Session::exchange(wire::Operation operation, const std::string &f
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_invalid)
         throw CallFailure{failure::connectionLost};
-    auto answer = exchangeOrInvalidate(frame);
-    misbehaviour().delay(operation);
-    return answer;
-}
-
-wire::Unpacked Session::exchangeOrInvalidate(const std::string &frame)
-{
     try {
-        return tryExchange(frame);
+        auto answer = tryExchange(frame);
+        misbehaviour().delay(operation);
+        return answer;
     } catch (const CallFailure &failed) {
         // Nothing can follow a call that has not gone out whole.
         if (failed.code != failure::interrupted || m_sending)
@@ -74,7 +60,7 @@ wire::Unpacked Session::tryExchange(const std::string &frame)
 void Session::send(const std::string &frame, Deadline deadline)
 {
     m_sending = true;
-    require(m_socket.send(frame.data(), frame.size(), deadline));
+    m_socket.send(frame.data(), frame.size(), deadline);
     m_sending = false;
     ++m_awaited;
 }
@@ -86,10 +72,8 @@ void Session::receiveFrame(Deadline deadline)
     constexpr size_t initialInput = 4096;
     while (!hasFrame()) {
         m_input.resize(std::max(m_frame, initialInput));
-        size_t received = 0;
-        require(m_socket.receive(m_input.data() + m_filled, m_input.size() - m_filled, received,
-                                 deadline));
-        m_filled += received;
+        m_filled +=
+            m_socket.receive(m_input.data() + m_filled, m_input.size() - m_filled, deadline);
     }
 }
 

@@ -16,23 +16,6 @@
 
 namespace sim::accesslib {
 
-// Failures found on this side; the crate's own codes are positive.
-namespace failure {
-constexpr int32_t badArgument = -1;
-constexpr int32_t noSession = -2;
-constexpr int32_t cannotConnect = -3;
-constexpr int32_t timedOut = -4;
-constexpr int32_t connectionLost = -5;
-constexpr int32_t notUnderstood = -6;
-constexpr int32_t noMemory = -7;
-constexpr int32_t interrupted = -8;
-} // namespace failure
-
-// Carries a failure to the C boundary.
-struct CallFailure {
-    int32_t code;
-};
-
 // Where and how long; other values serve tests. Not to be changed while calls
 // are under way.
 struct Tuning {
@@ -41,31 +24,15 @@ struct Tuning {
 };
 Tuning &tuning();
 
-class Reply {
-public:
-    explicit Reply(wire::Unpacked unpacked)
-        : m_unpacked(std::move(unpacked)), m_answer(wire::readAnswer(m_unpacked))
-    {
-        if (m_answer.result != 0)
-            throw CallFailure{m_answer.result};
-    }
-
-    template <class Body> Body body() const { return wire::convert<Body>(m_answer.body); }
-
-private:
-    wire::Unpacked m_unpacked;
-    wire::Answer m_answer;
-};
-
 // Thread-safe: calls follow one another. After the first call that got no
 // proper answer in time the session is invalid and every later call fails at once.
 // A call that a signal ends while it waits for its answer leaves the session
 // alive: that answer is passed over when it comes.
 class Session {
 public:
-    explicit Session(Socket socket) : m_socket(std::move(socket)) {}
+    // Connects. Throws CallFailure, as exchange() does.
+    explicit Session(const std::string &host);
 
-    // Throws CallFailure.
     wire::Unpacked exchange(wire::Operation operation, const std::string &frame);
 
     // Set once, before the session is shared.
@@ -74,7 +41,6 @@ public:
     std::optional<uint32_t> propertyType(const std::string &name) const;
 
 private:
-    wire::Unpacked exchangeOrInvalidate(const std::string &frame);
     wire::Unpacked tryExchange(const std::string &frame);
     void send(const std::string &frame, Deadline deadline);
     void receiveFrame(Deadline deadline);
@@ -111,13 +77,23 @@ private:
     std::unordered_map<int32_t, std::shared_ptr<Session>> m_sessions;
 };
 
-// One call of a session that is logged in. Throws CallFailure or
-// wire::BadFrame.
-template <class Request>
-Reply call(int32_t handle, wire::Operation operation, const Request &request)
+// One call. Throws CallFailure, for the crate's refusal too, or wire::BadFrame.
+template <class Answer = void, class Request>
+Answer call(Session &session, wire::Operation operation, const Request &request)
 {
-    const auto session = SessionTable::instance().find(handle);
-    return Reply(session->exchange(operation, wire::makeCall(operation, request)));
+    const auto unpacked = session.exchange(operation, wire::makeCall(operation, request));
+    const wire::Answer answer = wire::readAnswer(unpacked);
+    if (answer.result != 0)
+        throw CallFailure{answer.result};
+    if constexpr (!std::is_void_v<Answer>)
+        return wire::convert<Answer>(answer.body);
+}
+
+// Of a session that is logged in.
+template <class Answer = void, class Request>
+Answer call(int32_t handle, wire::Operation operation, const Request &request)
+{
+    return call<Answer>(*SessionTable::instance().find(handle), operation, request);
 }
 
 } // namespace sim::accesslib

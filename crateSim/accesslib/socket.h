@@ -6,44 +6,42 @@
 #include <cstdint>
 #include <string>
 
+#include "failure.h"
+
 struct addrinfo;
 
 namespace sim::accesslib {
 
 using Deadline = std::chrono::steady_clock::time_point;
 
-// Interrupted: by a signal, if such misbehaviour is asked for.
-enum class Transfer : uint8_t { Done, TimedOut, Lost, Interrupted };
-
-// Owns its descriptor.
+// Owns its descriptor. Whatever fails throws CallFailure; it is interrupted by
+// signals if such misbehaviour is asked for.
 class Socket {
 public:
-    Socket() = default;
-    explicit Socket(int descriptor) : m_descriptor(descriptor) {}
-    Socket(Socket &&other) noexcept;
-    Socket &operator=(Socket &&other) noexcept;
+    // Connects.
+    Socket(const std::string &host, uint16_t port, Deadline deadline);
+    Socket(const Socket &) = delete;
+    Socket &operator=(const Socket &) = delete;
     ~Socket() { close(); }
 
-    bool isOpen() const { return m_descriptor >= 0; }
     void close();
 
-    Transfer connect(const std::string &host, uint16_t port, Deadline deadline);
-    Transfer send(const void *data, size_t size, Deadline deadline);
+    void send(const void *data, size_t size, Deadline deadline);
     // Waits for data and takes what there is, at most size bytes.
-    Transfer receive(void *data, size_t size, size_t &received, Deadline deadline);
+    size_t receive(void *data, size_t size, Deadline deadline);
 
 private:
-    Transfer waitFor(short events, Deadline deadline) const;
-    Transfer waitForAnswer(Deadline deadline) const;
-    Transfer connectTo(const addrinfo &address, Deadline deadline);
+    void waitFor(short events, Deadline deadline) const;
+    void waitForAnswer(Deadline deadline) const;
+    void connectTo(const addrinfo &address, Deadline deadline);
 
     int m_descriptor = -1;
 };
 
 // Reads from a descriptor that belongs to somebody else, for as long as it
-// takes, at most size bytes. Returns the number of bytes, 0 at the end of the
-// stream, on an error, or when a signal ends the wait. Blocking or not, the
-// descriptor's mode is kept.
+// takes, at least 1 byte and at most size. The connection counts as lost at the
+// end of the stream, on an error, and when a signal ends the wait. Blocking or
+// not, the descriptor's mode is kept.
 size_t receiveSome(int descriptor, void *data, size_t size);
 
 } // namespace sim::accesslib
