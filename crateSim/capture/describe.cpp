@@ -28,46 +28,36 @@ bool sameKind(const Parameters &one, const Parameters &other)
                       [](const auto &a, const auto &b) { return kindOf(a) == kindOf(b); });
 }
 
-// The value seen most often, of several the first seen.
-class Votes {
-public:
-    void add(const Value &value)
-    {
-        const auto found = std::find_if(m_votes.begin(), m_votes.end(),
-                                        [&](const auto &each) { return each.first == value; });
-        if (found == m_votes.end())
-            m_votes.emplace_back(value, 1);
-        else
-            ++found->second;
-    }
+// The first one of those that most are like; the end when there are none.
+template <class Elements, class Same> auto commonest(const Elements &all, Same same)
+{
+    const auto countLike = [&](const auto &one) {
+        return std::count_if(all.begin(), all.end(),
+                             [&](const auto &other) { return same(one, other); });
+    };
+    return std::max_element(all.begin(), all.end(), [&](const auto &one, const auto &other) {
+        return countLike(one) < countLike(other);
+    });
+}
 
-    std::optional<Value> winner() const
-    {
-        const auto best =
-            std::max_element(m_votes.begin(), m_votes.end(),
-                             [](const auto &a, const auto &b) { return a.second < b.second; });
-        return best == m_votes.end() ? std::nullopt : std::optional(best->first);
-    }
-
-private:
-    std::vector<std::pair<Value, size_t>> m_votes;
-};
+// Those who have a model's parameters, and where their own start values go.
+using Users = std::vector<std::pair<const SeenLevel *, StartValues *>>;
 
 // Gives the parameters of a model the commonest values of those who have it, and
 // them what differs.
-void share(Parameters &parameters,
-           const std::vector<std::pair<const SeenLevel *, StartValues *>> &all)
+void share(Parameters &parameters, const Users &users)
 {
     for (size_t index = 0; index < parameters.size(); ++index) {
         auto &parameter = parameters[index];
         if (isLive(parameter.role))
             continue;
-        Votes votes;
-        for (const auto &[level, start] : all)
+        std::vector<Value> values;
+        for (const auto &[level, start] : users)
             if (level->values[index])
-                votes.add(*level->values[index]);
-        parameter.start = votes.winner().value_or(parameter.start);
-        for (const auto &[level, start] : all)
+                values.push_back(*level->values[index]);
+        if (const auto best = commonest(values, std::equal_to<>()); best != values.end())
+            parameter.start = *best;
+        for (const auto &[level, start] : users)
             if (level->values[index] && *level->values[index] != parameter.start)
                 (*start)[parameter.name] = *level->values[index];
     }
@@ -112,16 +102,11 @@ public:
         for (const auto &command : m_seen.commands)
             m_crate.commands.push_back({command, guessAction(command)});
         m_crate.users = {{"admin", "admin"}};
-        m_crate.slots.resize(m_seen.slots.size());
-        // Whole boards first, so that a channel unlike its board finds its like.
-        for (size_t slot = 0; slot < m_crate.slots.size(); ++slot)
-            if (m_seen.slots[slot])
-                m_crate.slots[slot] = boardOf(*m_seen.slots[slot]);
-        for (size_t slot = 0; slot < m_crate.slots.size(); ++slot)
-            if (m_seen.slots[slot])
-                modelChannels(*m_seen.slots[slot], *m_crate.slots[slot]);
-        shareValues();
-        estimateLoads();
+        for (const auto &seen : m_seen.slots)
+            m_crate.slots.push_back(seen ? std::optional(boardOf(*seen)) : std::nullopt);
+        // All boards' own models first, so that a channel unlike its board finds its like.
+        forEachBoard([&](const auto &seen, auto &board) { modelChannels(seen, board); });
+        describeState();
         auto lines = comment();
         return {{std::move(m_crate), {}}, std::move(lines)};
     }
@@ -137,40 +122,25 @@ private:
         m_crate.properties.push_back(std::move(property));
     }
 
-    // The set of parameters that most of the board's channels have.
-    static const Parameters &commonestChannel(const SeenBoard &board)
+    // Calls it with each board seen and its description.
+    template <class Function> void forEachBoard(Function function)
     {
-        const Parameters *best = &board.channels.front().level.parameters;
-        size_t most = 0;
-        for (const auto &candidate : board.channels) {
-            const auto &parameters = candidate.level.parameters;
-            if (most > 0 && sameKind(parameters, *best))
-                continue;
-            const auto like = [&](const auto &other) {
-                return sameKind(parameters, other.level.parameters);
-            };
-            const auto count = static_cast<size_t>(
-                std::count_if(board.channels.begin(), board.channels.end(), like));
-            if (count > most) {
-                best = &parameters;
-                most = count;
-            }
-        }
-        return *best;
+        for (size_t slot = 0; slot < m_crate.slots.size(); ++slot)
+            if (m_seen.slots[slot])
+                function(*m_seen.slots[slot], *m_crate.slots[slot]);
     }
 
     BoardDescription boardOf(const SeenBoard &seen)
     {
-        const auto &channel = commonestChannel(seen);
-        const auto known =
-            std::find_if(m_crate.models.begin(), m_crate.models.end(), [&](const auto &model) {
-                return model.name == seen.slot.model &&
-                       sameKind(model.board, seen.level.parameters) &&
-                       sameKind(model.channel, channel);
-            });
-        BoardDescription board{known != m_crate.models.end()
-                                   ? known->key
-                                   : addModel(seen.slot.model, seen.level.parameters, channel),
+        const auto &own = seen.level.parameters;
+        const auto &channel = commonest(seen.channels, [](const auto &one, const auto &other) {
+                                  return sameKind(one.level.parameters, other.level.parameters);
+                              })->level.parameters;
+        const auto fits = [&](const auto &model) {
+            return model.name == seen.slot.model && sameKind(model.board, own) &&
+                   sameKind(model.channel, channel);
+        };
+        BoardDescription board{modelKey(fits, seen.slot.model, own, channel),
                                seen.slot.description,
                                seen.slot.serialNumber,
                                seen.slot.firmwareMajor,
@@ -182,9 +152,14 @@ private:
         return board;
     }
 
-    std::string addModel(const std::string &name, const Parameters &board,
+    // Of the first model that fits, or of a new one.
+    template <class Fits>
+    std::string modelKey(Fits fits, const std::string &name, const Parameters &board,
                          const Parameters &channel)
     {
+        const auto known = std::find_if(m_crate.models.begin(), m_crate.models.end(), fits);
+        if (known != m_crate.models.end())
+            return known->key;
         // A key has to stay within what YAML takes for one.
         constexpr size_t longestKey = 60;
         const std::string base = name.empty() ? "model" : slotText(name.c_str(), longestKey);
@@ -203,57 +178,42 @@ private:
             const auto &parameters = seen.channels[index].level.parameters;
             if (sameKind(m_crate.findModel(board.model)->channel, parameters))
                 continue;
-            const auto known =
-                std::find_if(m_crate.models.begin(), m_crate.models.end(), [&](const auto &model) {
-                    return sameKind(model.channel, parameters);
-                });
-            board.channels[index].model = known != m_crate.models.end()
-                                              ? known->key
-                                              : addModel(seen.slot.model, {}, parameters);
+            const auto fits = [&](const auto &model) {
+                return sameKind(model.channel, parameters);
+            };
+            board.channels[index].model = modelKey(fits, seen.slot.model, {}, parameters);
         }
     }
 
-    void shareValues()
+    // Start values and loads.
+    void describeState()
     {
-        using Users = std::vector<std::pair<const SeenLevel *, StartValues *>>;
         std::map<std::string, Users> boards;
         std::map<std::string, Users> channels;
-        for (size_t slot = 0; slot < m_crate.slots.size(); ++slot) {
-            if (!m_crate.slots[slot])
-                continue;
-            auto &board = *m_crate.slots[slot];
-            const auto &seen = *m_seen.slots[slot];
+        forEachBoard([&](const SeenBoard &seen, BoardDescription &board) {
             boards[board.model].emplace_back(&seen.level, &board.start);
             for (size_t index = 0; index < board.channels.size(); ++index) {
                 auto &channel = board.channels[index];
-                channels[m_crate.channelModel(board, channel)->key].emplace_back(
-                    &seen.channels[index].level, &channel.start);
+                const auto &level = seen.channels[index].level;
+                const auto &model = *m_crate.channelModel(board, channel);
+                channels[model.key].emplace_back(&level, &channel.start);
+                estimateLoad(channel.load, model.channel, level);
             }
-        }
+        });
         for (auto &model : m_crate.models) {
             share(model.board, boards[model.key]);
             share(model.channel, channels[model.key]);
         }
     }
 
-    void estimateLoads()
+    void estimateLoad(Load &load, const Parameters &parameters, const SeenLevel &level)
     {
-        for (size_t slot = 0; slot < m_crate.slots.size(); ++slot) {
-            if (!m_crate.slots[slot])
-                continue;
-            auto &board = *m_crate.slots[slot];
-            for (size_t index = 0; index < board.channels.size(); ++index) {
-                auto &channel = board.channels[index];
-                const auto &parameters = m_crate.channelModel(board, channel)->channel;
-                const auto &level = m_seen.slots[slot]->channels[index].level;
-                const double volts = std::abs(measured(parameters, level, Role::Voltage));
-                const double amperes = std::abs(measured(parameters, level, Role::Current));
-                ++m_channels;
-                if (volts > 0 && amperes > 0) {
-                    channel.load.ohm = threeDigits(volts / amperes);
-                    ++m_loads;
-                }
-            }
+        const double volts = std::abs(measured(parameters, level, Role::Voltage));
+        const double amperes = std::abs(measured(parameters, level, Role::Current));
+        ++m_channels;
+        if (volts > 0 && amperes > 0) {
+            load.ohm = threeDigits(volts / amperes);
+            ++m_loads;
         }
     }
 
