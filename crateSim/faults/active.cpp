@@ -22,15 +22,7 @@ void clearFaults(ActiveFaults &faults, std::optional<FaultKind> kind)
 
 bool isOfEvents(FaultKind kind)
 {
-    switch (kind) {
-    case FaultKind::DropEvents:
-    case FaultKind::ResetEvents:
-    case FaultKind::HalfCloseEvents:
-    case FaultKind::SplitEvents:
-    case FaultKind::GarbageEvents:
-    case FaultKind::UnknownEvents: return true;
-    default: return false;
-    }
+    return kind >= FaultKind::DropEvents && kind <= FaultKind::UnknownEvents;
 }
 
 bool isOfAllConnections(const FaultOrder &order)

@@ -82,11 +82,14 @@ std::optional<int64_t> integerIn(const FaultFieldValue &value)
     return static_cast<int64_t>(*real);
 }
 
-template <class Names> std::string listed(const Names &names)
+std::string_view nameOf(std::string_view name) { return name; }
+std::string_view nameOf(const KindRow &row) { return row.name; }
+
+template <class Named> std::string listed(const Named &all)
 {
     std::string text;
-    for (const auto &name : names)
-        text.append(text.empty() ? "" : ", ").append(name);
+    for (const auto &each : all)
+        text.append(text.empty() ? "" : ", ").append(nameOf(each));
     return text;
 }
 
@@ -154,10 +157,7 @@ private:
             return nullptr;
         if (const auto kind = findFaultKind(*name))
             return &rowOf(*kind);
-        std::vector<std::string_view> names;
-        for (const auto &row : kindRows())
-            names.push_back(row.name);
-        report("kind", "\"kind\" is not one of " + listed(names));
+        report("kind", "\"kind\" is not one of " + listed(kindRows()));
         return nullptr;
     }
 
@@ -217,10 +217,7 @@ private:
 
 bool FaultOrder::operator==(const FaultOrder &other) const
 {
-    return kind == other.kind && operation == other.operation && answer == other.answer &&
-           code == other.code && count == other.count && after == other.after &&
-           milliseconds == other.milliseconds && offset == other.offset && chunk == other.chunk &&
-           bytes == other.bytes;
+    return faultFields(*this) == faultFields(other);
 }
 
 std::optional<FaultOrder> readFaultOrder(const FaultFields &fields,

@@ -19,12 +19,14 @@ enum class FaultKind : uint8_t {
     Fail,
     Delay,
     Hang,
+    // of event connections
     DropEvents,
     ResetEvents,
     HalfCloseEvents,
     SplitEvents,
     GarbageEvents,
     UnknownEvents,
+    // of answers
     Answer,
     Count_
 };
@@ -37,7 +39,7 @@ struct FaultOrder {
     Corruption answer = Corruption::NoNul;
     // Within the ranges of the table of fields, whatever the order was read from.
     int64_t code = 0;  // never 0 where the kind has it
-    int64_t count = 0; // 0: for good
+    int64_t count = 1; // 0: for good
     int64_t after = 0; // calls that pass before the first one hit
     int64_t milliseconds = 0;
     int64_t offset = 0; // bytes of the event stream from the order on
@@ -45,7 +47,6 @@ struct FaultOrder {
     int64_t bytes = 0;
 
     bool operator==(const FaultOrder &other) const;
-    bool operator!=(const FaultOrder &other) const { return !(*this == other); }
 };
 
 using FaultFieldValue = std::variant<bool, int64_t, double, std::string>;

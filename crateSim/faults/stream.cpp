@@ -14,7 +14,7 @@ bool isEnd(FaultKind kind)
 
 auto ofKind(FaultKind kind)
 {
-    return [kind](const ActiveFault &each) { return each.order.kind == kind; };
+    return [kind](const FaultOrder &order) { return order.kind == kind; };
 }
 
 } // namespace
@@ -27,38 +27,28 @@ void StreamFaults::add(const ActiveFault &fault)
         m_active.push_back(fault);
 }
 
-ActiveFaults::iterator StreamFaults::find(FaultKind kind)
+template <class Condition> std::optional<FaultOrder> StreamFaults::take(Condition applies)
 {
-    return std::find_if(m_active.begin(), m_active.end(), ofKind(kind));
-}
-
-ActiveFaults::const_iterator StreamFaults::find(FaultKind kind) const
-{
-    return std::find_if(m_active.begin(), m_active.end(), ofKind(kind));
-}
-
-bool StreamFaults::take(FaultKind kind)
-{
-    const auto found = find(kind);
+    const auto found = std::find_if(m_active.begin(), m_active.end(),
+                                    [&](const auto &each) { return applies(each.order); });
     if (found == m_active.end())
-        return false;
-    m_counts.add(kind);
+        return std::nullopt;
+    const FaultOrder taken = found->order;
+    m_counts.add(taken.kind);
     consume(m_active, found);
-    return true;
+    return taken;
 }
 
 size_t StreamFaults::takeGarbage()
 {
-    const auto found = find(FaultKind::GarbageEvents);
-    if (found == m_active.end())
-        return 0;
-    const auto bytes = static_cast<size_t>(found->order.bytes);
-    m_counts.add(FaultKind::GarbageEvents);
-    m_active.erase(found);
-    return bytes;
+    const auto taken = take(ofKind(FaultKind::GarbageEvents));
+    return taken ? static_cast<size_t>(taken->bytes) : 0;
 }
 
-bool StreamFaults::takeMalformedEvents() { return take(FaultKind::UnknownEvents); }
+bool StreamFaults::takeMalformedEvents()
+{
+    return take(ofKind(FaultKind::UnknownEvents)).has_value();
+}
 
 size_t StreamFaults::piece(size_t bytes) const
 {
@@ -72,7 +62,11 @@ size_t StreamFaults::piece(size_t bytes) const
     return static_cast<size_t>(piece);
 }
 
-bool StreamFaults::isSplit() const { return find(FaultKind::SplitEvents) != m_active.end(); }
+bool StreamFaults::isSplit() const
+{
+    return std::any_of(m_active.begin(), m_active.end(),
+                       [](const auto &each) { return each.order.kind == FaultKind::SplitEvents; });
+}
 
 void StreamFaults::noteSent(size_t bytes)
 {
@@ -81,19 +75,13 @@ void StreamFaults::noteSent(size_t bytes)
             order.offset -= static_cast<int64_t>(bytes);
 }
 
-void StreamFaults::noteBatchSent() { take(FaultKind::SplitEvents); }
+void StreamFaults::noteBatchSent() { take(ofKind(FaultKind::SplitEvents)); }
 
 std::optional<FaultKind> StreamFaults::takeEnd()
 {
-    const auto found = std::find_if(m_active.begin(), m_active.end(), [](const auto &each) {
-        return isEnd(each.order.kind) && each.order.offset == 0;
-    });
-    if (found == m_active.end())
-        return std::nullopt;
-    const FaultKind kind = found->order.kind;
-    m_counts.add(kind);
-    m_active.erase(found);
-    return kind;
+    const auto taken =
+        take([](const FaultOrder &order) { return isEnd(order.kind) && order.offset == 0; });
+    return taken ? std::optional(taken->kind) : std::nullopt;
 }
 
 } // namespace sim

@@ -37,9 +37,7 @@ public:
     std::optional<FaultKind> takeEnd();
 
 private:
-    ActiveFaults::iterator find(FaultKind kind);
-    ActiveFaults::const_iterator find(FaultKind kind) const;
-    bool take(FaultKind kind);
+    template <class Condition> std::optional<FaultOrder> take(Condition applies);
 
     FaultCounts &m_counts;
     ActiveFaults m_active;
