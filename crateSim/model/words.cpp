@@ -1,97 +1,42 @@
 #include "words.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace sim {
 
 namespace {
 
-template <class Code> struct Row {
-    Code code;
-    std::string_view word;
-};
+// The words of each kind of code by its number: all of them count from 0.
+constexpr std::string_view paramTypes[] = {"numeric", "on-off", "channel-status", "board-status",
+                                           "integer", "text",   "enumeration"};
+constexpr std::string_view modes[] = {"read", "write", "read-write", "none"};
+constexpr std::string_view units[] = {"none",    "ampere", "volt", "watt",
+                                      "celsius", "hertz",  "bar",  "volt-per-second",
+                                      "second",  "rpm",    "count"};
+constexpr std::string_view unitSymbols[] = {"",    "A",   "V", "W",   "\u00b0C", "Hz",
+                                            "bar", "V/s", "s", "rpm", "counts"};
+constexpr std::string_view roles[] = {"none",          "voltage-set", "current-set",
+                                      "ramp-up",       "ramp-down",   "trip-time",
+                                      "voltage-limit", "power",       "power-down",
+                                      "voltage",       "current",     "status",
+                                      "trip-cause",    "clear-trip",  "current-minimum",
+                                      "board-status",  "temperature", "board-voltage-limit",
+                                      "board-enable"};
+constexpr std::string_view propertyTypes[] = {"text",  "real",  "uint16", "uint32",
+                                              "int16", "int32", "boolean"};
+constexpr std::string_view propertyRoles[] = {"none", "host-address", "output-power",
+                                              "uptime-minutes", "trip-count"};
+constexpr std::string_view actions[] = {"none", "kill-all", "switch-all-off", "clear-alarms"};
 
-constexpr Row<ParamType> paramTypes[] = {
-    {ParamType::Numeric, "numeric"},
-    {ParamType::OnOff, "on-off"},
-    {ParamType::ChannelStatus, "channel-status"},
-    {ParamType::BoardStatus, "board-status"},
-    {ParamType::Integer, "integer"},
-    {ParamType::Text, "text"},
-    {ParamType::Enumeration, "enumeration"},
-};
-
-constexpr Row<Mode> modes[] = {
-    {Mode::Read, "read"},
-    {Mode::Write, "write"},
-    {Mode::ReadWrite, "read-write"},
-    {Mode::None, "none"},
-};
-
-struct UnitRow {
-    Unit code;
-    std::string_view word;
-    const char *symbol;
-};
-
-constexpr UnitRow units[] = {
-    {Unit::None, "none", ""},
-    {Unit::Ampere, "ampere", "A"},
-    {Unit::Volt, "volt", "V"},
-    {Unit::Watt, "watt", "W"},
-    {Unit::Celsius, "celsius", "\u00b0C"},
-    {Unit::Hertz, "hertz", "Hz"},
-    {Unit::Bar, "bar", "bar"},
-    {Unit::VoltPerSecond, "volt-per-second", "V/s"},
-    {Unit::Second, "second", "s"},
-    {Unit::Rpm, "rpm", "rpm"},
-    {Unit::Count, "count", "counts"},
-};
-
-constexpr Row<Role> roles[] = {
-    {Role::None, "none"},
-    {Role::VoltageSet, "voltage-set"},
-    {Role::CurrentSet, "current-set"},
-    {Role::RampUp, "ramp-up"},
-    {Role::RampDown, "ramp-down"},
-    {Role::TripTime, "trip-time"},
-    {Role::VoltageLimit, "voltage-limit"},
-    {Role::Power, "power"},
-    {Role::PowerDown, "power-down"},
-    {Role::Voltage, "voltage"},
-    {Role::Current, "current"},
-    {Role::Status, "status"},
-    {Role::TripCause, "trip-cause"},
-    {Role::ClearTrip, "clear-trip"},
-    {Role::CurrentMinimum, "current-minimum"},
-    {Role::BoardStatus, "board-status"},
-    {Role::Temperature, "temperature"},
-    {Role::BoardVoltageLimit, "board-voltage-limit"},
-    {Role::BoardEnable, "board-enable"},
-};
-static_assert(std::size(roles) == static_cast<size_t>(Role::Count_), "a role without a word");
-
-constexpr Row<PropertyType> propertyTypes[] = {
-    {PropertyType::Text, "text"},       {PropertyType::Real, "real"},
-    {PropertyType::UInt16, "uint16"},   {PropertyType::UInt32, "uint32"},
-    {PropertyType::Int16, "int16"},     {PropertyType::Int32, "int32"},
-    {PropertyType::Boolean, "boolean"},
-};
-
-constexpr Row<PropertyRole> propertyRoles[] = {
-    {PropertyRole::None, "none"},
-    {PropertyRole::HostAddress, "host-address"},
-    {PropertyRole::OutputPower, "output-power"},
-    {PropertyRole::UptimeMinutes, "uptime-minutes"},
-    {PropertyRole::TripCount, "trip-count"},
-};
-
-constexpr Row<Action> actions[] = {
-    {Action::None, "none"},
-    {Action::KillAll, "kill-all"},
-    {Action::SwitchAllOff, "switch-all-off"},
-    {Action::ClearAlarms, "clear-alarms"},
-};
+static_assert(std::size(paramTypes) == static_cast<size_t>(ParamType::Enumeration) + 1);
+static_assert(std::size(modes) == static_cast<size_t>(Mode::None) + 1);
+static_assert(std::size(units) == static_cast<size_t>(Unit::Count) + 1);
+static_assert(std::size(unitSymbols) == std::size(units));
+static_assert(std::size(roles) == static_cast<size_t>(Role::Count_));
+static_assert(std::size(propertyTypes) == static_cast<size_t>(PropertyType::Boolean) + 1);
+static_assert(std::size(propertyRoles) == static_cast<size_t>(PropertyRole::TripCount) + 1);
+static_assert(std::size(actions) == static_cast<size_t>(Action::ClearAlarms) + 1);
 
 const auto &tableOf(ParamType) { return paramTypes; }
 const auto &tableOf(Mode) { return modes; }
@@ -105,25 +50,24 @@ const auto &tableOf(Action) { return actions; }
 
 template <class Code> std::string_view wordOf(Code code)
 {
-    for (const auto &row : tableOf(code))
-        if (row.code == code)
-            return row.word;
-    return {};
+    const auto &words = tableOf(code);
+    const auto number = static_cast<size_t>(code);
+    return number < std::size(words) ? words[number] : std::string_view();
 }
 
 template <class Code> std::optional<Code> findWord(std::string_view word)
 {
-    for (const auto &row : tableOf(Code()))
-        if (row.word == word)
-            return row.code;
-    return std::nullopt;
+    const auto &words = tableOf(Code());
+    const auto found = std::find(std::begin(words), std::end(words), word);
+    return found == std::end(words) ? std::nullopt
+                                    : std::optional(static_cast<Code>(found - std::begin(words)));
 }
 
 template <class Code> std::string allWords()
 {
     std::string all;
-    for (const auto &row : tableOf(Code()))
-        all.append(all.empty() ? "" : ", ").append(row.word);
+    for (const auto word : tableOf(Code()))
+        all.append(all.empty() ? "" : ", ").append(word);
     return all;
 }
 
@@ -144,10 +88,8 @@ INSTANTIATE(Action)
 
 std::string unitSymbol(Unit unit, int16_t exponent)
 {
-    std::string symbol;
-    for (const auto &row : units)
-        if (row.code == unit)
-            symbol = row.symbol;
+    const auto number = static_cast<size_t>(unit);
+    const std::string symbol(number < std::size(unitSymbols) ? unitSymbols[number] : "");
     switch (exponent) {
     case 0: return symbol;
     case 6: return "M" + symbol;
