@@ -60,35 +60,27 @@ std::pair<double, double> rangeOf(PropertyType type)
 
 double toNumber(const Value &value)
 {
-    struct Visitor {
-        double operator()(const std::string &) const { return 0.0; }
-        double operator()(float number) const { return static_cast<double>(number); }
-        double operator()(int32_t number) const { return number; }
-        double operator()(uint32_t number) const { return number; }
+    const auto numberOf = [](const auto &each) {
+        if constexpr (std::is_arithmetic_v<std::decay_t<decltype(each)>>)
+            return static_cast<double>(each);
+        else
+            return 0.0;
     };
-    return std::visit(Visitor(), value);
+    return std::visit(numberOf, value);
 }
-
-namespace {
-
-template <class Number> std::string numberText(Number number)
-{
-    char buffer[64];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, number).ptr;
-    return std::string(buffer, end);
-}
-
-} // namespace
 
 std::string toText(const Value &value)
 {
-    struct Visitor {
-        std::string operator()(const std::string &text) const { return text; }
-        std::string operator()(float number) const { return numberText(number); }
-        std::string operator()(int32_t number) const { return numberText(number); }
-        std::string operator()(uint32_t number) const { return numberText(number); }
+    if (const auto *text = std::get_if<std::string>(&value))
+        return *text;
+    char buffer[64];
+    const auto write = [&buffer](const auto &number) {
+        if constexpr (std::is_arithmetic_v<std::decay_t<decltype(number)>>)
+            return std::to_chars(buffer, std::end(buffer), number).ptr;
+        else
+            return buffer;
     };
-    return std::visit(Visitor(), value);
+    return std::string(buffer, std::visit(write, value));
 }
 
 Value fromNumber(Shape shape, double number)
