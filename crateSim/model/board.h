@@ -23,6 +23,10 @@ public:
     // The board's own item that has the role, if any.
     std::optional<ItemId> itemOf(Role role) const;
     size_t channelCount() const { return m_channels.size(); }
+    bool hasChannel(int32_t index) const
+    {
+        return index >= 0 && static_cast<size_t>(index) < m_channels.size();
+    }
     // For acting on the channel.
     Channel &channel(size_t index)
     {

@@ -77,34 +77,31 @@ void Crate::addBoards()
     }
 }
 
-const Board *Crate::board(int32_t slot) const
-{
-    Board *found = nullptr;
-    return findBoard(slot, found) == Result::Ok ? found : nullptr;
-}
-
-const Board *Crate::boardOf(int32_t slot) const
-{
-    const bool exists = slot >= 0 && static_cast<size_t>(slot) < m_boards.size();
-    return exists ? m_boards[static_cast<size_t>(slot)].get() : nullptr;
-}
-
-Result Crate::findBoard(int32_t slot, Board *&board) const
+Board *Crate::boardIn(int32_t slot, bool pulledToo) const
 {
     if (slot < 0 || static_cast<size_t>(slot) >= m_boards.size())
-        return Result::NoSlot;
-    board = m_boards[static_cast<size_t>(slot)].get();
-    return board != nullptr && board->isPresent() ? Result::Ok : Result::NoSlot;
+        return nullptr;
+    Board *board = m_boards[static_cast<size_t>(slot)].get();
+    return board != nullptr && (pulledToo || board->isPresent()) ? board : nullptr;
 }
 
-Result Crate::findChannel(Address address, Channel *&channel) const
+template <class Action> Result Crate::onBoard(int32_t slot, Action action)
 {
-    Board *board = nullptr;
-    if (const Result result = findBoard(address.slot, board); result != Result::Ok)
-        return result;
-    if (address.channel < 0 || static_cast<size_t>(address.channel) >= board->channelCount())
+    Board *board = boardIn(slot);
+    if (board == nullptr)
+        return Result::NoSlot;
+    action(*board);
+    return Result::Ok;
+}
+
+template <class Action> Result Crate::onChannel(Address address, Action action)
+{
+    Board *board = boardIn(address.slot);
+    if (board == nullptr)
+        return Result::NoSlot;
+    if (!board->hasChannel(address.channel))
         return Result::NoChannel;
-    channel = &board->channel(static_cast<size_t>(address.channel));
+    action(board->channel(static_cast<size_t>(address.channel)));
     return Result::Ok;
 }
 
@@ -119,15 +116,15 @@ Result Crate::find(Address address, std::string_view name, ItemId &id) const
     };
     if (address.slot < 0)
         return look(m_properties, 0);
-    Board *board = nullptr;
-    if (const Result result = findBoard(address.slot, board); result != Result::Ok)
-        return result;
+    const Board *board = boardIn(address.slot);
+    if (board == nullptr)
+        return Result::NoSlot;
     if (address.channel < 0)
         return look(m_modelIndex.at(board->model().key).board, board->firstItem());
-    Channel *channel = nullptr;
-    if (const Result result = findChannel(address, channel); result != Result::Ok)
-        return result;
-    return look(m_modelIndex.at(channel->model().key).channel, channel->nameItem());
+    if (!board->hasChannel(address.channel))
+        return Result::NoChannel;
+    const Channel &channel = board->channel(static_cast<size_t>(address.channel));
+    return look(m_modelIndex.at(channel.model().key).channel, channel.nameItem());
 }
 
 Result Crate::read(Address address, std::string_view name, Value &value) const
@@ -209,52 +206,35 @@ Result Crate::tripChannel(Address address, uint32_t tripBit)
 {
     if (!isOneOf(tripBit, channelbit::trips))
         return Result::BadRequest;
-    Channel *channel = nullptr;
-    const Result result = findChannel(address, channel);
-    if (result == Result::Ok)
-        channel->trip(tripBit);
-    return result;
+    return onChannel(address, [&](Channel &channel) { channel.trip(tripBit); });
 }
 
 Result Crate::setChannelCondition(Address address, uint32_t bit, bool present)
 {
     if (!isOneOf(bit, channelbit::conditions))
         return Result::BadRequest;
-    Channel *channel = nullptr;
-    const Result result = findChannel(address, channel);
-    if (result == Result::Ok)
-        channel->setCondition(bit, present);
-    return result;
+    return onChannel(address, [&](Channel &channel) { channel.setCondition(bit, present); });
 }
 
 Result Crate::setBoardCondition(int32_t slot, uint32_t bit, bool present)
 {
     if (!isOneOf(bit, boardbit::conditions))
         return Result::BadRequest;
-    Board *board = nullptr;
-    const Result result = findBoard(slot, board);
-    if (result == Result::Ok)
-        board->setCondition(bit, present);
-    return result;
+    return onBoard(slot, [&](Board &board) { board.setCondition(bit, present); });
 }
 
 Result Crate::removeBoard(int32_t slot)
 {
-    Board *board = nullptr;
-    const Result result = findBoard(slot, board);
-    if (result == Result::Ok) {
-        board->remove();
+    return onBoard(slot, [&](Board &board) {
+        board.remove();
         m_insertions.push_back(slot);
-    }
-    return result;
+    });
 }
 
 Result Crate::insertBoard(int32_t slot)
 {
-    if (slot < 0 || static_cast<size_t>(slot) >= m_boards.size())
-        return Result::NoSlot;
-    auto &board = m_boards[static_cast<size_t>(slot)];
-    if (!board)
+    Board *board = boardIn(slot, true);
+    if (board == nullptr)
         return Result::NoSlot;
     if (board->isPresent())
         return Result::Refused;

@@ -42,9 +42,9 @@ public:
 
     size_t slotCount() const { return m_boards.size(); }
     // The board in a slot; null when there is none or it has been pulled.
-    const Board *board(int32_t slot) const;
+    const Board *board(int32_t slot) const { return boardIn(slot); }
     // The board that belongs in a slot, pulled or not; null when there is none.
-    const Board *boardOf(int32_t slot) const;
+    const Board *boardOf(int32_t slot) const { return boardIn(slot, true); }
 
     // The number of an item, with the reason when there is none. A pulled
     // board has no items.
@@ -79,8 +79,10 @@ private:
     void buildIndex();
     void addProperties();
     void addBoards();
-    Result findBoard(int32_t slot, Board *&board) const;
-    Result findChannel(Address address, Channel *&channel) const;
+    Board *boardIn(int32_t slot, bool pulledToo = false) const;
+    // NoSlot or NoChannel when there is nothing to act on.
+    template <class Action> Result onBoard(int32_t slot, Action action);
+    template <class Action> Result onChannel(Address address, Action action);
     Result beforeWrite(const Item &item, const Value &value);
     void afterWrite(const Item &item);
     bool isSettled() const;
