@@ -5,32 +5,6 @@ namespace sim::control {
 
 namespace {
 
-Waits::Condition callCondition(SimulationState &state, const Json &request)
-{
-    const auto operation = operationField(request, "call");
-    const auto count = static_cast<uint64_t>(countField(request, "count", 1));
-    return [&state, operation, count] { return state.statistics.calls.count(operation) >= count; };
-}
-
-Waits::Condition connectionCondition(SimulationState &state, const Json &request)
-{
-    const auto count = static_cast<size_t>(countField(request, "eventConnections", 1));
-    return [&state, count] { return state.links.connectedCount() == count; };
-}
-
-Waits::Condition sessionCondition(SimulationState &state, const Json &request)
-{
-    const auto count = static_cast<size_t>(countField(request, "sessions", 1));
-    return [&state, count] { return state.sessions == count; };
-}
-
-Waits::Condition faultCondition(SimulationState &state, const Json &request)
-{
-    const FaultKind kind = faultKindField(request, "fault");
-    const auto count = static_cast<uint64_t>(countField(request, "count", 1));
-    return [&state, kind, count] { return state.statistics.faults.of(kind) >= count; };
-}
-
 bool matches(const Value &value, const Json &wanted, double tolerance)
 {
     if (wanted.is_string())
@@ -63,16 +37,26 @@ Waits::Condition valueCondition(SimulationState &state, const Json &request)
     };
 }
 
+// Of calls and faults there may be more than wanted by the time anybody looks.
 Waits::Condition conditionOf(SimulationState &state, const Json &request)
 {
+    const auto wanted = [&request](const char *name) {
+        return static_cast<uint64_t>(countField(request, name, 1));
+    };
     if (request.contains("call"))
-        return callCondition(state, request);
+        return [&state, operation = operationField(request, "call"), count = wanted("count")] {
+            return state.statistics.calls.count(operation) >= count;
+        };
     if (request.contains("fault"))
-        return faultCondition(state, request);
+        return [&state, kind = faultKindField(request, "fault"), count = wanted("count")] {
+            return state.statistics.faults.of(kind) >= count;
+        };
     if (request.contains("eventConnections"))
-        return connectionCondition(state, request);
+        return [&state, count = wanted("eventConnections")] {
+            return state.links.connectedCount() == count;
+        };
     if (request.contains("sessions"))
-        return sessionCondition(state, request);
+        return [&state, count = wanted("sessions")] { return state.sessions == count; };
     return valueCondition(state, request);
 }
 
