@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utf8.h>
 
-#include "../description/utf8.h"
 #include "vexahvwrapper.h"
 
 namespace sim::capture {
@@ -83,12 +83,15 @@ Value propertyValue(const Answer &answer, PropertyType type)
 
 std::string slotText(const char *bytes, size_t size)
 {
-    std::string_view rest(bytes, strnlen(bytes, size));
+    const char *const end = bytes + strnlen(bytes, size);
     std::string text;
-    while (!rest.empty()) {
-        const size_t length = utf8Length(rest);
-        text += length > 0 ? std::string(rest.substr(0, length)) : "?";
-        rest.remove_prefix(std::max<size_t>(length, 1));
+    while (bytes < end) {
+        const char *const invalid = utf8::find_invalid(bytes, end);
+        text.append(bytes, invalid);
+        if (invalid == end)
+            break;
+        text += '?';
+        bytes = invalid + 1;
     }
     return text;
 }

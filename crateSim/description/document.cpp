@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <sstream>
+#include <utf8.h>
 #include <yaml-cpp/eventhandler.h>
-
-#include "utf8.h"
 
 namespace sim {
 
@@ -88,20 +87,16 @@ bool isReadable(const std::string &text, Findings &findings)
         findings.add(0, "", "is larger than " + std::to_string(maxYamlSize >> 20) + " MiB");
         return false;
     }
-    int line = 1;
-    for (size_t at = 0; at < text.size();) {
-        const size_t length = utf8Length(std::string_view(text).substr(at));
-        const auto byte = static_cast<unsigned char>(text[at]);
-        const bool control = (byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r');
-        if (length == 0 || control || byte == 0x7f) {
-            findings.add(line, "",
-                         length == 0 ? "is not valid UTF-8" : "contains a control character");
-            return false;
-        }
-        line += byte == '\n' ? 1 : 0;
-        at += length;
-    }
-    return true;
+    const auto isControl = [](unsigned char byte) {
+        return (byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
+    };
+    const auto invalid = utf8::find_invalid(text.begin(), text.end());
+    const auto bad = std::find_if(text.begin(), invalid, isControl);
+    if (bad == text.end())
+        return true;
+    findings.add(1 + static_cast<int>(std::count(text.begin(), bad, '\n')), "",
+                 bad == invalid ? "is not valid UTF-8" : "contains a control character");
+    return false;
 }
 
 std::optional<YAML::Node> load(const std::string &text, Findings &findings)
