@@ -28,9 +28,9 @@ public:
         CrateFile file;
         auto &crate = file.crate;
         crate.name = m_fields.required("name").text().value_or("");
-        crate.users = readUsers(m_fields.required("users"));
-        crate.properties = readProperties(m_fields.optional("properties"));
-        crate.commands = readCommands(m_fields.optional("commands"));
+        crate.users = readEach(m_fields.required("users"), readUser);
+        crate.properties = readEach(m_fields.optional("properties"), readProperty);
+        crate.commands = readEach(m_fields.optional("commands"), readCommand);
         ReadModels models = readModels(m_fields.optional("models"));
         const auto slots = m_fields.required("slots").integer<uint16_t>();
         readBoards(models);

@@ -43,9 +43,18 @@ ReadBoard readBoard(const Field &field, const ReadModels &models);
 // Names the channels: by a list with as many names, or all after one pattern.
 void readChannelNames(const Field &field, std::vector<ChannelDescription> &channels);
 
-std::vector<PropertyDescription> readProperties(const Field &field);
-std::vector<CommandDescription> readCommands(const Field &field);
-std::vector<User> readUsers(const Field &field);
+PropertyDescription readProperty(const Field &field);
+CommandDescription readCommand(const Field &field);
+User readUser(const Field &field);
 std::vector<FaultOrder> readFaults(const Field &field);
+
+template <class Described>
+std::vector<Described> readEach(const Field &list, Described (*read)(const Field &))
+{
+    std::vector<Described> all;
+    for (const auto &item : list.items())
+        all.push_back(read(item));
+    return all;
+}
 
 } // namespace sim

@@ -29,6 +29,28 @@ std::optional<Value> propertyValue(const Field &field, PropertyType type)
     return shapedValue(field, shapeOf(type));
 }
 
+std::optional<FaultOrder> readFault(const Field &field)
+{
+    FaultFields fields;
+    bool readable = field.isMap();
+    for (const auto &entry : field.entries("a fault")) {
+        if (entry.isScalar())
+            fields.emplace(entry.name(), entry.scalar());
+        else
+            entry.reportKind("a single value");
+        readable = readable && entry.isScalar();
+    }
+    std::vector<FaultProblem> problems;
+    const auto order = readable ? readFaultOrder(fields, problems) : std::nullopt;
+    for (const auto &problem : problems) {
+        const std::string path = field.path() + "/" + problem.field;
+        field.findings().add(field.findings().lineOf(path), path, problem.text);
+    }
+    return order;
+}
+
+} // namespace
+
 PropertyDescription readProperty(const Field &field)
 {
     Fields fields(field, "a property");
@@ -65,49 +87,6 @@ User readUser(const Field &field)
     fields.finish();
     return user;
 }
-
-std::optional<FaultOrder> readFault(const Field &field)
-{
-    FaultFields fields;
-    bool readable = field.isMap();
-    for (const auto &entry : field.entries("a fault")) {
-        if (entry.isScalar())
-            fields.emplace(entry.name(), entry.scalar());
-        else
-            entry.reportKind("a single value");
-        readable = readable && entry.isScalar();
-    }
-    std::vector<FaultProblem> problems;
-    const auto order = readable ? readFaultOrder(fields, problems) : std::nullopt;
-    for (const auto &problem : problems) {
-        const std::string path = field.path() + "/" + problem.field;
-        field.findings().add(field.findings().lineOf(path), path, problem.text);
-    }
-    return order;
-}
-
-template <class Described>
-std::vector<Described> readEach(const Field &list, Described (*read)(const Field &))
-{
-    std::vector<Described> all;
-    for (const auto &item : list.items())
-        all.push_back(read(item));
-    return all;
-}
-
-} // namespace
-
-std::vector<PropertyDescription> readProperties(const Field &field)
-{
-    return readEach(field, readProperty);
-}
-
-std::vector<CommandDescription> readCommands(const Field &field)
-{
-    return readEach(field, readCommand);
-}
-
-std::vector<User> readUsers(const Field &field) { return readEach(field, readUser); }
 
 std::vector<FaultOrder> readFaults(const Field &field)
 {
