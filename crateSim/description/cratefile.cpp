@@ -64,7 +64,7 @@ private:
         std::map<std::pair<std::string, std::string>, size_t> known;
         std::vector<std::pair<Problem, size_t>> firsts;
         for (auto &problem : findProblems(judged)) {
-            problem.path = filePath(problem.path);
+            relate(problem);
             if (m_findings.isReported(problem.path))
                 continue;
             const auto [first, isNew] =
@@ -77,7 +77,7 @@ private:
         for (const auto &[problem, more] : firsts)
             m_findings.add(
                 m_findings.lineOf(problem.path), problem.path,
-                titled(problem) +
+                problem.text +
                     (more == 0 ? "" : " (and " + std::to_string(more) + " more like it)"));
     }
 
@@ -88,21 +88,25 @@ private:
         return colon == std::string::npos ? text : text.substr(colon);
     }
 
-    // Where in the file something of the description comes from.
-    std::string filePath(const std::string &path) const
+    // The model knows a board by its position in the file: to a reader of the file it
+    // is an entry there, or the slot that this names.
+    void relate(Problem &problem) const
     {
         constexpr std::string_view slots = "slots/";
-        if (path.compare(0, slots.size(), slots) != 0)
-            return path;
-        const auto [index, rest] = numberAndRest(path.substr(slots.size()));
-        if (index >= m_boards.size())
-            return path;
-        const ReadBoard &read = m_boards[index];
+        if (problem.path.compare(0, slots.size(), slots) != 0)
+            return;
+        const auto [index, rest] = numberAndRest(problem.path.substr(slots.size()));
+        const ReadBoard &read = m_boards.at(index);
         constexpr std::string_view channels = "channels/";
-        if (rest.compare(0, channels.size(), channels) != 0)
-            return read.path + "/" + rest;
-        const auto [channel, member] = numberAndRest(rest.substr(channels.size()));
-        return read.path + "/" + channelPath(read, channel, member);
+        std::string member = rest;
+        if (rest.compare(0, channels.size(), channels) == 0) {
+            const auto [channel, ofChannel] = numberAndRest(rest.substr(channels.size()));
+            member = channelPath(read, channel, ofChannel);
+        }
+        problem.path = read.path + "/" + member;
+        const std::string position = "slot " + std::to_string(index);
+        problem.text.replace(0, position.size(),
+                             read.slot ? "slot " + std::to_string(*read.slot) : "board");
     }
 
     std::string channelPath(const ReadBoard &read, size_t channel, const std::string &member) const
@@ -123,23 +127,6 @@ private:
         const auto slash = std::min(path.find('/'), path.size());
         const auto number = parseInteger(path.substr(0, slash)).value_or(0);
         return {static_cast<size_t>(number), path.substr(std::min(slash + 1, path.size()))};
-    }
-
-    // The problem's text begins with the board's position, which says nothing to
-    // a reader of the file.
-    std::string titled(const Problem &problem) const
-    {
-        constexpr std::string_view boards = "boards/";
-        if (problem.path.compare(0, boards.size(), boards) != 0)
-            return problem.text;
-        const size_t index = numberAndRest(problem.path.substr(boards.size())).first;
-        const std::string position = "slot " + std::to_string(index);
-        if (index < m_boards.size() && problem.text.compare(0, position.size(), position) == 0) {
-            const auto &slot = m_boards[index].slot;
-            return (slot ? "slot " + std::to_string(*slot) : "board") +
-                   problem.text.substr(position.size());
-        }
-        return problem.text;
     }
 
     void placeBoards(CrateDescription &crate, std::optional<uint16_t> slots)
