@@ -22,8 +22,6 @@ std::optional<std::string> NamePattern::nameOf(size_t channel) const
 
 namespace {
 
-bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
-
 bool hold(const NamePattern &pattern, const std::vector<ChannelDescription> &channels)
 {
     for (size_t index = 0; index < channels.size(); ++index)
@@ -35,22 +33,18 @@ bool hold(const NamePattern &pattern, const std::vector<ChannelDescription> &cha
 // Every number in the first name may be the channel's.
 std::vector<NamePattern> candidates(const std::string &name)
 {
+    constexpr const char *digits = "0123456789";
+    constexpr size_t mostDigits = 9;
     std::vector<NamePattern> found;
-    for (size_t begin = 0; begin < name.size();) {
-        if (!isDigit(name[begin])) {
-            ++begin;
-            continue;
-        }
-        const auto end =
-            std::find_if_not(name.begin() + static_cast<ptrdiff_t>(begin), name.end(), isDigit) -
-            name.begin();
-        const size_t length = static_cast<size_t>(end) - begin;
-        const auto number = parseInteger(name.substr(begin, std::min<size_t>(length, 9)));
-        if (length <= 9 && number)
+    auto begin = name.find_first_of(digits);
+    while (begin != std::string::npos) {
+        const auto end = std::min(name.find_first_not_of(digits, begin), name.size());
+        const auto number = parseInteger(name.substr(begin, end - begin));
+        if (number && end - begin <= mostDigits)
             found.push_back(
-                {name.substr(0, begin) + std::string(length, '#') + name.substr(begin + length),
+                {name.substr(0, begin) + std::string(end - begin, '#') + name.substr(end),
                  static_cast<uint32_t>(*number)});
-        begin += length;
+        begin = name.find_first_of(digits, end);
     }
     return found;
 }
