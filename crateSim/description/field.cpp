@@ -119,8 +119,9 @@ std::optional<int64_t> parseInteger(std::string_view text)
     return negative ? -number : number;
 }
 
-Field::Field(YAML::Node node, int line, std::string name, std::string path, Findings &findings)
-    : m_node(std::move(node)), m_line(line), m_name(std::move(name)), m_path(std::move(path)),
+Field::Field(const YAML::Node &node, int line, std::string name, std::string path,
+             Findings &findings)
+    : m_node(node), m_line(line), m_name(std::move(name)), m_path(std::move(path)),
       m_findings(findings)
 {
 }

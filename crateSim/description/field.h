@@ -20,7 +20,7 @@ std::optional<int64_t> parseInteger(std::string_view text);
 // absent, and after the reason has been reported.
 class Field {
 public:
-    Field(YAML::Node node, int line, std::string name, std::string path, Findings &findings);
+    Field(const YAML::Node &node, int line, std::string name, std::string path, Findings &findings);
 
     bool isPresent() const { return m_node.IsDefined(); }
     bool isList() const { return m_node.IsSequence(); }
