@@ -22,7 +22,7 @@ sys.path[:0] = [str(BENCH), str(BENCH.parent / "tests/e2e")]
 # pylint: disable=wrong-import-position
 import pairs
 from harness import places
-from harness.sandbox import refusal, Sandbox as World
+from harness.sandbox import refusal, Sandbox
 
 LIMIT = "limit"
 ALONE = ("build", "memory")
@@ -60,15 +60,15 @@ class Load:
 
 
 class Site:
-    """A world of its own for a program: both use the same ports and files."""
+    """A sandbox of its own for a program: both use the same ports and files."""
 
     def __init__(self, program):
-        self.world = World(tmp_size="256m")
+        self.sandbox = Sandbox(tmp_size="256m")
         self.program = program
         self._process = None
 
     def start(self, options):
-        self._process = self.world.start(self.program.name, [self.program, "--turns", *options],
+        self._process = self.sandbox.start(self.program.name, [self.program, "--turns", *options],
                                          stdin=subprocess.PIPE)
         self._process.stdout.wait_for("^ready$", timeout=PATIENCE)
 
@@ -80,7 +80,7 @@ class Site:
         return pairs.results(self._process.stdout.text[start:])[name]
 
     def measure_alone(self, options, names):
-        done = self.world.run([self.program, *options, *names], timeout=PATIENCE)
+        done = self.sandbox.run([self.program, *options, *names], timeout=PATIENCE)
         assert done.returncode == 0, (self.program, names, done.stderr[-1000:])
         return pairs.results(done.stdout)
 
@@ -197,8 +197,8 @@ def parse():
     return parser.parse_args()
 
 
-def close(world):
-    print(*world.close(), sep="\n", end="", file=sys.stderr)
+def close(sandbox):
+    print(*sandbox.close(), sep="\n", end="", file=sys.stderr)
 
 
 def main():
@@ -213,8 +213,8 @@ def main():
         sites = {}
         for name, path in programs.items():
             sites[name] = Site(path)
-            ends.callback(close, sites[name].world)
-            sites[name].world.repeater()
+            ends.callback(close, sites[name].sandbox)
+            sites[name].sandbox.repeater()
         driver = Driver(sites, options)
         driver.measure()
         driver.show_load()

@@ -26,7 +26,7 @@ from harness.clients import Clients
 from harness.crate import CONTROL, Crate
 from harness.ioc import Ioc, LOOPBACK
 from harness.tracker import Tracker
-from harness.sandbox import Sandbox as World
+from harness.sandbox import Sandbox
 
 NAME = "FULL"
 MIX = {"numeric": 580, "status": 100, "on-off": 100, "integer": 100, "text": 116, "property": 4}
@@ -61,10 +61,10 @@ SETTLED = 3.0
 class Control:
     """One connection to the crate's control port."""
 
-    def __init__(self, world):
+    def __init__(self, sandbox):
         self._connection = socket.socket(socket.AF_UNIX)
         self._connection.settimeout(60)
-        self._connection.connect(str(world.path(CONTROL)))
+        self._connection.connect(str(sandbox.path(CONTROL)))
         self._lines = self._connection.makefile("rw", encoding="utf-8")
 
     def ask(self, cmd, **fields):
@@ -117,19 +117,19 @@ def same(kind, shown, true):
 
 
 class Bench:
-    def __init__(self, world, script, boards):
-        self.world = world
-        world.path("/tmp/storms.yaml").write_text(description(boards))
-        Crate(world, ["/tmp/storms.yaml"]).wait(sessions=0)
-        self.control = Control(world)
+    def __init__(self, sandbox, script, boards):
+        self.sandbox = sandbox
+        sandbox.path("/tmp/storms.yaml").write_text(description(boards))
+        Crate(sandbox, ["/tmp/storms.yaml"]).wait(sessions=0)
+        self.control = Control(sandbox)
         # What moves is the storm's alone.
         self.control.ask("pause")
-        self.ioc = Ioc(world, crate=f"{NAME}@{LOOPBACK}", script=script).wait_running()
-        self.clients = Clients(world)
+        self.ioc = Ioc(sandbox, crate=f"{NAME}@{LOOPBACK}", script=script).wait_running()
+        self.clients = Clients(sandbox)
         self.control.ask("wait", eventConnections=1, timeout=30)
-        found = RECORD.findall(world.read("/tmp/ZANTO.db"))
+        found = RECORD.findall(sandbox.read("/tmp/ZANTO.db"))
         self.kinds = {name: kind for kind, name in found if kind in INPUTS}
-        self.probe = Tracker(world, "camonitor", [PROBE])
+        self.probe = Tracker(sandbox, "camonitor", [PROBE])
         self.probe.wait_connected()
         self._value = 0
 
@@ -137,7 +137,7 @@ class Bench:
         """Text and time stamp of every input record."""
         command = [places.client("caget"), "-w", "30", "-a", "-n", "-g", "9", "-F", "|",
                    *self.kinds]
-        done = self.world.run(command)
+        done = self.sandbox.run(command)
         assert done.returncode == 0, done.stderr[-500:]
         rows = [line.split("|") for line in done.stdout.splitlines()]
         return {row[0]: (row[2], seconds_of(row[1])) for row in rows}
@@ -196,7 +196,7 @@ class Bench:
         self._value = 0
         self.change()
         time.sleep(0.3)
-        reader = self.world.start("caget", ["bash", "-c", READER, "bash", places.client("caget"),
+        reader = self.sandbox.start("caget", ["bash", "-c", READER, "bash", places.client("caget"),
                                             f"{NAME}:03:005:VMon"])
         before = time.monotonic(), self.processor_time()
         self.control.ask("storm", rate=rate, batch=batch, seconds=seconds, mix=MIX)
@@ -265,9 +265,9 @@ def show(cells):
     print("| " + " | ".join(map(str, cells)) + " |", flush=True)
 
 
-def measure(world, options, changed_only):
+def measure(sandbox, options, changed_only):
     script = places.start_script("st-large.cmd" if changed_only else "st.cmd")
-    bench = Bench(world, script, options.boards)
+    bench = Bench(sandbox, script, options.boards)
     if changed_only:
         calm = "events make the records process that show what changed"
     else:
@@ -286,8 +286,8 @@ def measure(world, options, changed_only):
     print(flush=True)
 
 
-def print_complaints(world):
-    print(*world.close(), sep="\n", end="", file=sys.stderr)
+def print_complaints(sandbox):
+    print(*sandbox.close(), sep="\n", end="", file=sys.stderr)
 
 
 def main():
@@ -305,9 +305,9 @@ def main():
     options = parser.parse_args()
     for changed_only in options.servers:
         with contextlib.ExitStack() as ends:
-            world = World(tmp_size="512m")
-            ends.callback(print_complaints, world)
-            measure(world, options, changed_only)
+            sandbox = Sandbox(tmp_size="512m")
+            ends.callback(print_complaints, sandbox)
+            measure(sandbox, options, changed_only)
 
 
 if __name__ == "__main__":

@@ -44,8 +44,8 @@ struct End {
     TimePoint deadline = TimePoint::max();
 
     // The ender's own: threads that did not come back from the access library.
-    bool mainStraggles = false;
-    bool recordsStraggle = false;
+    bool mainIsStuck = false;
+    bool recordsAreStuck = false;
 };
 
 End &end()
@@ -106,7 +106,7 @@ bool closeTree()
 void freeTree(ZANTONode *root)
 {
     systemNode = nullptr;
-    if (end().mainStraggles || end().recordsStraggle)
+    if (end().mainIsStuck || end().recordsAreStuck)
         return;
     ZANTOIndexTree();
     delete root;
@@ -115,11 +115,11 @@ void freeTree(ZANTONode *root)
 void logOut(const ZANTOEndPlan &plan)
 {
     End &e = end();
-    e.mainStraggles = !stopStartup(plan);
+    e.mainIsStuck = !stopStartup(plan);
     ZANTONode *root = systemNode;
     if (plan.unsubscribes && root != nullptr)
         ZANTOWatchTree(*root, false, static_cast<int16_t>(tcpPort), ZANTOTimeToUnsubscribe);
-    e.recordsStraggle = !closeTree();
+    e.recordsAreStuck = !closeTree();
     int32_t handle = -1;
     if (ZANTOTakeSession(handle))
         VEXAHV_DeinitSystem(handle);
@@ -220,8 +220,8 @@ void ZANTOExit()
     ZANTORestoreTerminal();
     const bool prints = limitExit();
     const bool building =
-        e.mainStraggles || e.iocInitRunning || !ZANTOPlanEnd(ZANTOPresentLife()).runsExitHooks;
-    if (!building && !e.recordsStraggle && prints)
+        e.mainIsStuck || e.iocInitRunning || !ZANTOPlanEnd(ZANTOPresentLife()).runsExitHooks;
+    if (!building && !e.recordsAreStuck && prints)
         e.exit.load()(0);
     if (!building)
         epicsExitCallAtExits();
@@ -236,7 +236,7 @@ void ZANTOForgetEnd()
 {
     End &e = end();
     e.begun = false;
-    e.mainStraggles = e.recordsStraggle = false;
+    e.mainIsStuck = e.recordsAreStuck = false;
     std::lock_guard<std::mutex> lock(e.mutex);
     e.deadline = TimePoint::max();
 }
