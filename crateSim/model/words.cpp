@@ -89,7 +89,7 @@ INSTANTIATE(Action)
 std::string unitSymbol(Unit unit, int16_t exponent)
 {
     const auto number = static_cast<size_t>(unit);
-    const std::string symbol(number < std::size(unitSymbols) ? unitSymbols[number] : "");
+    std::string symbol(number < std::size(unitSymbols) ? unitSymbols[number] : "");
     switch (exponent) {
     case 0: return symbol;
     case 6: return "M" + symbol;
