@@ -8,7 +8,9 @@ void pauseThread(std::chrono::milliseconds time)
 {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
     const std::chrono::nanoseconds rest = time - seconds;
-    const timespec duration = {seconds.count(), rest.count()};
+    timespec duration = {};
+    duration.tv_sec = static_cast<decltype(duration.tv_sec)>(seconds.count());
+    duration.tv_nsec = static_cast<decltype(duration.tv_nsec)>(rest.count());
     nanosleep(&duration, nullptr);
 }
 
