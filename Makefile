@@ -79,7 +79,7 @@ endif
 # Removing goes through the tests whether or not they are built.
 REMOVING = $(filter clean% realclean% distclean% archclean% cvsclean% depclean%,$(MAKECMDGOALS))
 
-PARTS = crateSim VEXAZANTOApp bench iocBoot
+PARTS = crateSim site VEXAZANTOApp bench iocBoot
 PARTS += $(if $(filter YES,$(BUILD_TESTS))$(REMOVING),tests)
 
 DIRS = configure $(foreach part,$(PARTS),$(patsubst %/Makefile,%,$(wildcard $(part)/Makefile)))
@@ -87,8 +87,9 @@ DIRS = configure $(foreach part,$(PARTS),$(patsubst %/Makefile,%,$(wildcard $(pa
 # The server links the access library that is built beside the simulated crate.
 $(foreach dir,$(filter-out configure,$(DIRS)),$(eval $(dir)_DEPEND_DIRS += configure))
 VEXAZANTOApp_DEPEND_DIRS += $(filter crateSim,$(DIRS))
+site_DEPEND_DIRS += $(filter crateSim,$(DIRS))
 $(foreach dir,$(filter tests bench iocBoot,$(DIRS)), \
-    $(eval $(dir)_DEPEND_DIRS += $(filter crateSim VEXAZANTOApp,$(DIRS))))
+    $(eval $(dir)_DEPEND_DIRS += $(filter crateSim site VEXAZANTOApp,$(DIRS))))
 
 include $(TOP)/configure/RULES_TOP
 

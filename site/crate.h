@@ -1,0 +1,62 @@
+// A crate as its records show it: what a PV list or a captured crate tells.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace site {
+
+// One line of a PV list, with what the record database says of it when that is at hand.
+struct Parameter {
+    std::string record; // "HV:03:007:VSet"
+    std::string name;   // "VSet"
+    std::string type; // "ai", "ao", "bi", "bo", "mbbiDirect", "mbboDirect", "stringin", "stringout"
+    int line = 0;     // of the PV list, from 1; 0: from elsewhere
+    bool readable = false;
+    bool writable = false;
+    std::optional<double> low; // the hardware's limits; nothing: unknown or without limits
+    std::optional<double> high;
+    std::string unit;
+
+    bool isNumeric() const { return type == "ai" || type == "ao"; }
+    bool isSetPoint() const { return readable && writable; }
+    // The record that follows the hardware: ":RBV" of what can be written too. Empty when
+    // nothing can be read.
+    std::string readBack() const;
+    // That record's type: "ai" of an "ao".
+    std::string readBackType() const;
+};
+
+using Parameters = std::vector<Parameter>;
+
+// The one of that name, or null.
+const Parameter *find(const Parameters &parameters, const std::string &name);
+
+struct Channel {
+    int number = 0;
+    Parameters parameters;
+};
+
+struct Board {
+    int slot = 0;
+    Parameters parameters;
+    std::vector<Channel> channels; // ascending; there may be gaps
+
+    const Channel *find(int number) const;
+};
+
+struct Crate {
+    std::string name; // with which every record begins
+    std::string file; // from which it was read, for messages
+    Parameters parameters;
+    std::vector<Board> boards; // ascending; there may be gaps
+
+    const Board *find(int slot) const;
+
+    // "HV:03:007"
+    std::string recordOf(int slot) const;
+    std::string recordOf(int slot, int channel) const;
+};
+
+} // namespace site

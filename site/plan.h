@@ -1,0 +1,189 @@
+// What the site file makes of its crates: everything that the written files say, looked up and
+// checked. Writers only format it.
+#pragma once
+
+#include <array>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "crate.h"
+
+namespace site {
+
+// What a channel's status word means, in the order of the record's states.
+enum class State {
+    Off,
+    On,
+    RampingUp,
+    RampingDown,
+    OverCurrent,
+    OverVoltage,
+    UnderVoltage,
+    Tripped,
+    ExternalTrip,
+    Disabled,
+    VoltageLimit,
+    OverVoltageProtection,
+    PowerFailure,
+    OverTemperature,
+    NotCalibrated,
+    Unplugged,
+    Count_
+};
+
+constexpr size_t stateCount = static_cast<size_t>(State::Count_);
+
+enum class Severity { None, Minor, Major, Invalid };
+
+// As EPICS writes it: "NO_ALARM", "MINOR", ...
+const char *severityText(Severity severity);
+
+using StateSeverities = std::array<Severity, stateCount>;
+
+struct StateWords {
+    const char *key;   // in the site file: "ramping-up"
+    const char *text;  // in the record: "Ramping up"
+    Severity severity; // unless the site file says otherwise
+};
+
+const std::array<StateWords, stateCount> &stateWords();
+
+// One threshold of an analog record.
+struct Threshold {
+    double limit = 0;
+    Severity severity = Severity::None;
+};
+
+struct AlarmLimits {
+    std::optional<Threshold> hihi, high, low, lolo;
+    std::optional<double> hysteresis;
+
+    bool any() const { return hihi || high || low || lolo; }
+};
+
+struct DriveLimits {
+    double low = 0;
+    double high = 0;
+};
+
+struct ArchivePolicy {
+    bool scan = false;   // or on change
+    double period = 1.0; // seconds
+};
+
+// How the alarm server treats the alarms of a channel or board.
+struct AlarmHandling {
+    std::string guidance; // empty: none
+    double delay = 0;     // seconds
+    bool latching = true;
+    bool annunciating = false;
+};
+
+// One parameter with what the site adds to it.
+struct PlannedParameter {
+    const Parameter *parameter = nullptr; // of the plan's crate
+    std::string alias;                    // empty: none
+    std::string description;              // empty: the record keeps its own
+    AlarmLimits limits;                   // of the read-back
+    std::optional<DriveLimits> drive;     // of the set-point
+    std::string access;                   // access security group; empty: reading only
+    std::optional<ArchivePolicy> archive;
+
+    // The name that people use: the alias or the record's.
+    std::string shownName() const { return alias.empty() ? parameter->record : alias; }
+    std::string shownReadBack() const;
+};
+
+// The parameters by what they do, whatever the crate calls them. Null: the crate has none.
+struct ChannelRoles {
+    const PlannedParameter *voltageSet = nullptr;
+    const PlannedParameter *currentSet = nullptr;
+    const PlannedParameter *voltage = nullptr;
+    const PlannedParameter *current = nullptr;
+    const PlannedParameter *voltageLimit = nullptr;
+    const PlannedParameter *rampUp = nullptr;
+    const PlannedParameter *rampDown = nullptr;
+    const PlannedParameter *tripTime = nullptr;
+    const PlannedParameter *power = nullptr;
+    const PlannedParameter *status = nullptr;
+    const PlannedParameter *tripCause = nullptr;
+    const PlannedParameter *clearTrip = nullptr;
+};
+
+struct PlannedChannel {
+    int slot = 0;
+    int number = 0;
+    std::string record;      // "HV:03:007"
+    std::string name;        // "DC:S1:W07"; empty: the site has none for it
+    std::string description; // empty: none
+    std::vector<PlannedParameter> parameters;
+    ChannelRoles roles; // into parameters
+    bool hasState = false;
+    StateSeverities severities{};
+    AlarmHandling alarm;
+
+    const std::string &shownName() const { return name.empty() ? record : name; }
+    std::string stateRecord() const { return record + ":State"; }
+    // By the name that people use. Meaningless unless hasState.
+    std::string shownState() const { return shownName() + ":State"; }
+};
+
+struct PlannedBoard {
+    int slot = 0;
+    std::string record; // "HV:03"
+    std::string description;
+    std::vector<PlannedParameter> parameters;
+    std::vector<PlannedChannel> channels;
+    AlarmHandling alarm;
+
+    bool hasStates() const;
+};
+
+// Summary records of a board or crate stand under these names: "HV:03:ChannelsOn".
+// They exist where hasStates() holds.
+constexpr const char *channelsOn = "ChannelsOn";
+constexpr const char *channelsRamping = "ChannelsRamping";
+constexpr const char *channelsTripped = "ChannelsTripped";
+constexpr const char *worstSeverity = "WorstSeverity"; // of all States: NO_ALARM, MINOR, ...
+
+struct PlannedCrate {
+    const Crate *crate = nullptr;
+    std::string name; // "HV"
+    std::string description;
+    std::vector<PlannedParameter> parameters;
+    std::vector<PlannedBoard> boards;
+    AlarmHandling alarm;
+    bool hasHealth = false; // the server's health records are loaded too
+
+    bool hasStates() const;
+};
+
+// A list of people or of hosts, by name.
+using NameLists = std::map<std::string, std::vector<std::string>>;
+
+struct AccessGroup {
+    std::vector<std::string> users; // names of lists; empty: whoever it is
+    std::vector<std::string> hosts;
+    bool allFields = false; // or only values
+};
+
+struct Plan {
+    std::string title;
+    bool stale = false; // read-backs become INVALID when the event connection is lost
+    NameLists users;
+    NameLists hosts;
+    std::map<std::string, AccessGroup> groups;
+    std::vector<PlannedCrate> crates;
+};
+
+// A file of the folder that is written.
+struct OutputFile {
+    std::string path; // relative, with "/"
+    std::string text;
+};
+
+using OutputFiles = std::vector<OutputFile>;
+
+} // namespace site
