@@ -25,7 +25,7 @@ enum class State {
     ExternalTrip,
     Disabled,
     VoltageLimit,
-    OverVoltageProtection,
+    UnderCurrent,
     PowerFailure,
     OverTemperature,
     NotCalibrated,

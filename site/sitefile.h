@@ -31,6 +31,10 @@ enum class Role {
 
 constexpr size_t roleCount = static_cast<size_t>(Role::Count_);
 
+// Its key in the site file, and what the crate calls it unless that says otherwise.
+const char *roleKey(Role role);
+const char *usualParameter(Role role);
+
 // Something of the file and the line where it stands, from 1.
 template <class Value> struct Placed {
     Value value{};
@@ -42,21 +46,32 @@ template <class Value> using ByParameter = std::map<std::string, Placed<Value>>;
 
 constexpr const char *allParameters = "all";
 
-// Which positions an entry speaks of.
+// The last number of "all".
+constexpr int openEnd = 65535;
+
+// Numbers in ascending order, both ends included.
+struct Numbers {
+    int first = 0;
+    int last = openEnd;
+
+    bool hold(int number) const { return number >= first && number <= last; }
+};
+
+// Positions that an entry speaks of. Of entries for boards the channels mean nothing.
 struct Range {
-    int firstSlot = -1; // -1: the crate itself
-    int lastSlot = -1;
-    int firstChannel = -1; // -1: the board itself
-    int lastChannel = -1;
+    Numbers slots;
+    Numbers channels;
 };
 
 // One entry of "channels", "boards" or "system".
 struct Entry {
     int line = 0;
-    Placed<std::string> crate; // empty: the only one
-    Placed<std::vector<Range>> ranges;
+    Placed<std::string> crate;               // empty: the only one
+    Placed<std::vector<Range>> ranges;       // none in "system" and "defaults"
     std::optional<Placed<std::string>> name; // pattern
-    std::optional<int> first;                // number of the range's first channel
+    // What the pattern gives the first channel of the ranges, counting on through all of them;
+    // nothing: each channel its own number.
+    std::optional<int> first;
     std::optional<Placed<std::string>> description;
     ByParameter<AlarmLimits> limits;
     ByParameter<DriveLimits> drive;
@@ -78,7 +93,8 @@ struct CrateEntry {
 struct SiteFile {
     std::string title;
     bool stale = false;
-    std::array<std::string, roleCount> parameters; // the crate's names for the roles
+    // By role; empty: no parameter does that.
+    std::array<std::string, roleCount> parameters;
     std::vector<CrateEntry> crates;
     NameLists users;
     NameLists hosts;

@@ -1,0 +1,186 @@
+#include "folder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace site {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Tells the next run which files are ours.
+constexpr const char *manifest = "zantosite.files";
+constexpr const char *unfinished = ".zantosite-new";
+
+[[noreturn]] void fail(const fs::path &path, int error)
+{
+    throw FolderError(path.string() + ": " + std::strerror(error));
+}
+
+class OpenFile {
+public:
+    explicit OpenFile(const fs::path &path)
+        : m_path(path),
+          m_descriptor(
+              open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666))
+    {
+        if (m_descriptor < 0)
+            fail(path, errno);
+    }
+    OpenFile(const OpenFile &) = delete;
+    OpenFile &operator=(const OpenFile &) = delete;
+    ~OpenFile()
+    {
+        if (m_descriptor >= 0)
+            close(m_descriptor);
+    }
+
+    void write(const std::string &text)
+    {
+        for (size_t done = 0; done < text.size();) {
+            const ssize_t count = ::write(m_descriptor, text.data() + done, text.size() - done);
+            if (count >= 0)
+                done += static_cast<size_t>(count);
+            else if (errno != EINTR)
+                fail(m_path, errno);
+        }
+    }
+
+    // What is renamed over an older file must be on the disk before it.
+    void finish()
+    {
+        if (fsync(m_descriptor) != 0 && errno != EINVAL)
+            fail(m_path, errno);
+        const int closed = close(m_descriptor);
+        m_descriptor = -1;
+        if (closed != 0)
+            fail(m_path, errno);
+    }
+
+private:
+    const fs::path m_path;
+    int m_descriptor;
+};
+
+// Files beside their places; those that are not put in place are removed.
+class Unfinished {
+public:
+    explicit Unfinished(fs::path folder) : m_folder(std::move(folder)) {}
+    Unfinished(const Unfinished &) = delete;
+    Unfinished &operator=(const Unfinished &) = delete;
+    ~Unfinished()
+    {
+        std::error_code ignored;
+        for (const auto &path : m_waiting)
+            fs::remove(beside(path), ignored);
+    }
+
+    void write(const OutputFile &file)
+    {
+        const fs::path path = beside(file.path);
+        fs::create_directories(path.parent_path());
+        // What a killed run left behind.
+        std::error_code ignored;
+        fs::remove(path, ignored);
+        OpenFile out(path);
+        m_waiting.insert(file.path);
+        out.write(file.text);
+        out.finish();
+    }
+
+    void putInPlace()
+    {
+        while (!m_waiting.empty()) {
+            const std::string path = *m_waiting.begin();
+            if (std::rename(beside(path).c_str(), (m_folder / path).c_str()) != 0)
+                fail(m_folder / path, errno);
+            m_waiting.erase(m_waiting.begin());
+        }
+    }
+
+private:
+    fs::path beside(const std::string &path) const { return m_folder / (path + unfinished); }
+
+    const fs::path m_folder;
+    std::set<std::string> m_waiting;
+};
+
+// A path that a run of ours can have written below the folder.
+bool isBelow(const std::string &path)
+{
+    const fs::path parts(path);
+    return !path.empty() && parts.is_relative() &&
+           std::none_of(parts.begin(), parts.end(),
+                        [](const fs::path &each) { return each == ".."; });
+}
+
+void removeOld(const fs::path &folder, const std::set<std::string> &kept)
+{
+    std::ifstream list(folder / manifest);
+    for (std::string path; std::getline(list, path);)
+        if (isBelow(path) && kept.count(path) == 0) {
+            std::error_code ignored;
+            fs::remove(folder / path, ignored);
+        }
+}
+
+void checkPlaces(const fs::path &folder, const OutputFiles &files)
+{
+    for (const auto &file : files)
+        if (fs::is_directory(fs::symlink_status(folder / file.path)))
+            fail(folder / file.path, EISDIR);
+}
+
+} // namespace
+
+void writeFolder(const std::string &folder, const OutputFiles &files)
+{
+    try {
+        OutputFiles all = files;
+        std::string names;
+        std::set<std::string> kept{manifest};
+        for (const auto &file : files) {
+            names += file.path + "\n";
+            kept.insert(file.path);
+        }
+        all.push_back({manifest, names});
+        fs::create_directories(folder);
+        checkPlaces(folder, all);
+        Unfinished unfinishedFiles(folder);
+        for (const auto &file : all)
+            unfinishedFiles.write(file);
+        removeOld(folder, kept);
+        unfinishedFiles.putInPlace();
+    } catch (const fs::filesystem_error &error) {
+        throw FolderError(error.path1().string() + ": " + error.code().message());
+    }
+}
+
+std::string readFile(const std::string &path)
+{
+    std::error_code code;
+    if (fs::is_directory(path, code))
+        fail(path, EISDIR);
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    if (!file)
+        fail(path, errno != 0 ? errno : EIO);
+    text << file.rdbuf();
+    // An empty file sets the fail bit of the text, not that of the file.
+    if (file.bad())
+        fail(path, EIO);
+    return text.str();
+}
+
+} // namespace site

@@ -1,0 +1,107 @@
+#include "inputs.h"
+
+#include <filesystem>
+
+#include "access.h"
+#include "alarmtree.h"
+#include "database.h"
+#include "description/cratefile.h"
+#include "folder.h"
+#include "lists.h"
+#include "names.h"
+#include "pvlist.h"
+#include "saveset.h"
+#include "screens.h"
+
+namespace site {
+
+namespace {
+
+void addErrors(Messages &messages, const std::string &path, const std::vector<sim::Finding> &findings)
+{
+    for (const auto &finding : findings)
+        messages.errors.push_back(sim::findingText(path, finding));
+}
+
+CrateReading readDescription(const std::string &path)
+{
+    const auto reading = sim::readCrateFile(path);
+    CrateReading made;
+    made.findings = reading.findings;
+    const auto &crate = reading.file.crate;
+    if (made.findings.empty() && !isRecordName(crate.name))
+        made.findings.push_back({0, "\"" + crate.name + "\" cannot be the name of a crate"});
+    if (made.findings.empty())
+        made.crate = describedCrate(crate, crate.name);
+    return made;
+}
+
+CrateReading readList(const std::string &path, Messages &messages)
+{
+    auto reading = readPvList(readFile(path));
+    const auto database = std::filesystem::path(path).replace_filename("ZANTO.db");
+    std::error_code code;
+    if (std::filesystem::exists(database, code))
+        addDatabase(reading.crate, readFile(database));
+    else
+        messages.notes.push_back(path + ": no ZANTO.db lies beside it, so limits are not compared "
+                                        "with those of the hardware");
+    return reading;
+}
+
+} // namespace
+
+std::vector<Crate> readCrates(const std::vector<std::string> &paths, Messages &messages)
+{
+    std::vector<Crate> crates;
+    for (const auto &path : paths) {
+        try {
+            const auto extension = std::filesystem::path(path).extension();
+            auto reading = extension == ".yaml" || extension == ".yml" ? readDescription(path)
+                                                                       : readList(path, messages);
+            addErrors(messages, path, reading.findings);
+            reading.crate.file = path;
+            crates.push_back(std::move(reading.crate));
+        } catch (const FolderError &error) {
+            messages.errors.push_back(error.what());
+        }
+    }
+    return crates;
+}
+
+SiteFile readSiteFile(const std::string &path, Messages &messages)
+{
+    try {
+        auto reading = readSite(readFile(path));
+        addErrors(messages, path, reading.findings);
+        return std::move(reading.file);
+    } catch (const FolderError &error) {
+        messages.errors.push_back(error.what());
+        return {};
+    }
+}
+
+OutputFiles makeFiles(const SiteFile &file, const std::string &path,
+                      const std::vector<Crate> &crates, bool olderBase, Messages &messages)
+{
+    const auto planning = makePlan(file, crates);
+    addErrors(messages, path, planning.findings);
+    messages.notes.insert(messages.notes.end(), planning.notes.begin(), planning.notes.end());
+    if (!messages.errors.empty())
+        return {};
+    const Plan &plan = planning.plan;
+    OutputFiles files = screens(plan);
+    const auto link = olderBase ? StaleLink::Database : StaleLink::State;
+    // Each server loads its own; one alone needs no folder.
+    for (const PlannedCrate &crate : plan.crates)
+        files.push_back({(plan.crates.size() > 1 ? crate.name + "/" : "") + "site.db",
+                         databaseText(crate, plan, link)});
+    files.push_back({"site.acf", accessText(plan)});
+    files.push_back({"alarms.xml", alarmTree(plan)});
+    files.push_back({"archive.json", archiveText(plan)});
+    files.push_back({"channelfinder.json", channelFinderText(plan)});
+    files.push_back({"save-set.csv", saveSetText(plan)});
+    return files;
+}
+
+} // namespace site

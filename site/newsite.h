@@ -1,0 +1,14 @@
+// The first site file of a crate, to be completed by the people who know the detector.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "crate.h"
+
+namespace site {
+
+// Accepted as it is by check and make.
+std::string newSite(const std::vector<Crate> &crates);
+
+} // namespace site

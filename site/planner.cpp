@@ -1,0 +1,86 @@
+#include "planner.h"
+
+#include <algorithm>
+
+#include "crateplanner.h"
+
+namespace site {
+
+namespace {
+
+const Crate *crateOf(const std::vector<Crate> &crates, const std::string &name)
+{
+    const auto found = std::find_if(crates.begin(), crates.end(),
+                                    [&](const Crate &each) { return each.name == name; });
+    return found == crates.end() ? nullptr : &*found;
+}
+
+std::string namesOf(const std::vector<Crate> &crates)
+{
+    std::string names;
+    for (const Crate &crate : crates)
+        names += (names.empty() ? "" : ", ") + crate.name;
+    return names;
+}
+
+void checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
+{
+    for (const CrateEntry &entry : file.crates)
+        if (crateOf(crates, entry.name) == nullptr)
+            findings.add(entry.line, "",
+                         "no PV list is that of crate \"" + entry.name +
+                             "\"; given: " + namesOf(crates));
+    for (const Crate &crate : crates) {
+        const bool isKnown = std::any_of(file.crates.begin(), file.crates.end(),
+                                         [&](const auto &each) { return each.name == crate.name; });
+        if (!isKnown)
+            findings.add(0, "",
+                         "has no crate \"" + crate.name + "\", of which " + crate.file + " is");
+        if (crateOf(crates, crate.name) != &crate)
+            findings.add(0, "",
+                         "two lists are of a crate \"" + crate.name +
+                             "\": " + crateOf(crates, crate.name)->file + " and " + crate.file);
+    }
+}
+
+// Which crate the entries speak of.
+void checkEntries(const SiteFile &file, sim::Findings &findings)
+{
+    for (const auto *entries : {&file.channels, &file.boards, &file.system})
+        for (const Entry &entry : *entries) {
+            const auto &name = entry.crate.value;
+            if (name.empty() && file.crates.size() > 1)
+                findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
+            const bool isKnown = std::any_of(file.crates.begin(), file.crates.end(),
+                                             [&](const auto &each) { return each.name == name; });
+            if (!name.empty() && !isKnown)
+                findings.add(entry.crate.line, "", "no crate is called \"" + name + "\"");
+        }
+}
+
+} // namespace
+
+Planning makePlan(const SiteFile &file, const std::vector<Crate> &crates)
+{
+    Planning planning;
+    sim::Findings findings;
+    checkCrates(file, crates, findings);
+    checkEntries(file, findings);
+    planning.plan.title = file.title;
+    planning.plan.stale = file.stale;
+    planning.plan.users = file.users;
+    planning.plan.hosts = file.hosts;
+    for (const auto &[name, group] : file.groups)
+        planning.plan.groups[name] = group.value;
+    planning.findings = findings.take();
+    if (!planning.findings.empty())
+        return planning;
+    sim::Findings more;
+    CratePlanner planner(file, crates, more, planning.notes);
+    for (const CrateEntry &entry : file.crates)
+        planning.plan.crates.push_back(planner.plan(*crateOf(crates, entry.name), entry));
+    planning.findings = more.take();
+    return planning;
+}
+
+} // namespace site

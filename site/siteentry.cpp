@@ -1,0 +1,302 @@
+#include "siteentry.h"
+
+#include <cmath>
+
+#include "description/channelset.h"
+
+namespace site {
+
+namespace {
+
+using sim::Field;
+using sim::Fields;
+
+template <class Value>
+std::optional<Placed<Value>> placed(const Field &field, std::optional<Value> value)
+{
+    return value ? std::optional(Placed<Value>{std::move(*value), field.line()}) : std::nullopt;
+}
+
+std::optional<Placed<std::string>> placedText(const Field &field)
+{
+    return placed(field, field.text());
+}
+
+// A number that can be a limit.
+std::optional<double> finite(const Field &field)
+{
+    const auto number = field.real<double>();
+    if (!number || std::isfinite(*number))
+        return number;
+    field.report("\"" + field.name() + "\" is not a finite number");
+    return std::nullopt;
+}
+
+std::optional<Placed<bool>> placedFlag(const Field &field)
+{
+    if (!field.isPresent())
+        return std::nullopt;
+    const auto value = field.scalar();
+    const bool *flag = std::get_if<bool>(&value);
+    if (flag == nullptr)
+        field.report("\"" + field.name() + "\" is neither true nor false");
+    return Placed<bool>{flag != nullptr && *flag, field.line()};
+}
+
+std::optional<std::vector<Numbers>> numbers(const std::string &text)
+{
+    if (text == "all")
+        return std::vector<Numbers>{Numbers()};
+    const auto ranges = sim::readChannelRanges(text);
+    if (!ranges)
+        return std::nullopt;
+    std::vector<Numbers> all;
+    for (const auto &range : *ranges)
+        all.push_back({range.first, range.last});
+    return all;
+}
+
+// "3:0-11", "3:all", "3" or "all"; slots stand before the colon.
+std::optional<std::vector<Range>> ranges(const std::string &text)
+{
+    const auto colon = text.find(':');
+    const auto slots = numbers(text.substr(0, colon));
+    const auto channels = numbers(colon == std::string::npos ? "all" : text.substr(colon + 1));
+    if (!slots || !channels)
+        return std::nullopt;
+    std::vector<Range> all;
+    for (const auto &slot : *slots)
+        for (const auto &channel : *channels)
+            all.push_back({slot, channel});
+    return all;
+}
+
+void readRanges(const Field &field, const std::string &example, std::vector<Range> &all)
+{
+    const auto text = field.text();
+    if (!text)
+        return;
+    const auto read = ranges(*text);
+    if (read)
+        all.insert(all.end(), read->begin(), read->end());
+    else
+        field.report("\"" + *text + "\" is not a range like " + example);
+}
+
+// One range or a list of them.
+Placed<std::vector<Range>> readPositions(const Field &field, const std::string &example)
+{
+    Placed<std::vector<Range>> all;
+    all.line = field.line();
+    if (!field.isList())
+        readRanges(field, example, all.value);
+    for (const auto &item : field.items())
+        readRanges(item, example, all.value);
+    return all;
+}
+
+std::optional<Severity> readSeverity(const Field &field)
+{
+    const auto word = field.text();
+    for (const Severity severity :
+         {Severity::None, Severity::Minor, Severity::Major, Severity::Invalid})
+        if (word == severityText(severity))
+            return severity;
+    if (word)
+        field.report("\"" + *word + "\" is not one of NO_ALARM, MINOR, MAJOR, INVALID");
+    return std::nullopt;
+}
+
+// A number, or a number and its severity: [1900, MAJOR].
+std::optional<Threshold> readThreshold(const Field &field, Severity usual)
+{
+    if (!field.isPresent())
+        return std::nullopt;
+    if (!field.isList()) {
+        const auto limit = finite(field);
+        return limit ? std::optional(Threshold{*limit, usual}) : std::nullopt;
+    }
+    const auto items = field.items();
+    if (items.size() != 2) {
+        field.report("\"" + field.name() +
+                     "\" is not a limit with its severity, as in [100, MAJOR]");
+        return std::nullopt;
+    }
+    const auto limit = finite(items[0]);
+    const auto severity = readSeverity(items[1]);
+    return limit && severity ? std::optional(Threshold{*limit, *severity}) : std::nullopt;
+}
+
+void checkOrder(const Field &field, const AlarmLimits &limits)
+{
+    std::optional<double> last;
+    for (const auto *each : {&limits.lolo, &limits.low, &limits.high, &limits.hihi}) {
+        if (*each && last && (*each)->limit < *last)
+            return field.report("the limits of \"" + field.name() +
+                                "\" are not in the order lolo, low, high, hihi");
+        if (*each)
+            last = (*each)->limit;
+    }
+}
+
+std::optional<AlarmLimits> readLimits(const Field &field)
+{
+    AlarmLimits limits;
+    Fields fields(field, "alarm limits");
+    limits.hihi = readThreshold(fields.optional("hihi"), Severity::Major);
+    limits.high = readThreshold(fields.optional("high"), Severity::Minor);
+    limits.low = readThreshold(fields.optional("low"), Severity::Minor);
+    limits.lolo = readThreshold(fields.optional("lolo"), Severity::Major);
+    const Field hysteresis = fields.optional("hysteresis");
+    if (hysteresis.isPresent())
+        limits.hysteresis = finite(hysteresis);
+    fields.finish();
+    if (limits.hysteresis && *limits.hysteresis < 0)
+        hysteresis.report("\"hysteresis\" is negative");
+    checkOrder(field, limits);
+    return limits;
+}
+
+std::optional<DriveLimits> readDrive(const Field &field)
+{
+    const auto items = field.items();
+    if (items.size() != 2) {
+        field.report("\"" + field.name() + "\" is not two drive limits, as in [0, 1800]");
+        return std::nullopt;
+    }
+    const auto low = finite(items[0]);
+    const auto high = finite(items[1]);
+    if (!low || !high)
+        return std::nullopt;
+    // To EPICS two equal limits are none.
+    if (*low >= *high)
+        field.report("the drive limits of \"" + field.name() + "\" are not in ascending order");
+    return DriveLimits{*low, *high};
+}
+
+// "monitor", "monitor 0.5", "scan 60": seconds behind the word.
+std::optional<ArchivePolicy> parsePolicy(const std::string &text)
+{
+    const auto blank = text.find(' ');
+    const auto word = text.substr(0, blank);
+    ArchivePolicy policy;
+    policy.scan = word == "scan";
+    if (!policy.scan && word != "monitor")
+        return std::nullopt;
+    if (blank == std::string::npos)
+        return policy;
+    try {
+        size_t end = 0;
+        const auto rest = text.substr(blank + 1);
+        policy.period = std::stod(rest, &end);
+        const bool isPeriod = policy.period >= 0.1 && policy.period <= 86400;
+        return end == rest.size() && isPeriod ? std::optional(policy) : std::nullopt;
+    } catch (const std::exception &) {
+        return std::nullopt;
+    }
+}
+
+std::optional<ArchivePolicy> readPolicy(const Field &field)
+{
+    const auto text = field.text();
+    const auto policy = text ? parsePolicy(*text) : std::nullopt;
+    if (text && !policy)
+        field.report("\"" + *text +
+                     "\" is not an archive policy like \"monitor\", \"monitor 1\" or \"scan 60\"");
+    return policy;
+}
+
+template <class Value, class Read> ByParameter<Value> byParameter(const Field &field, Read read)
+{
+    ByParameter<Value> all;
+    for (const auto &entry : field.entries()) {
+        const auto value = read(entry);
+        if (value)
+            all[entry.name()] = {*value, entry.line()};
+    }
+    return all;
+}
+
+// A single value stands for all parameters.
+template <class Value, class Read>
+ByParameter<Value> oneOrByParameter(const Field &field, Read read)
+{
+    if (!field.isScalar())
+        return byParameter<Value>(field, read);
+    ByParameter<Value> all;
+    const auto value = read(field);
+    if (value)
+        all[allParameters] = {*value, field.line()};
+    return all;
+}
+
+std::map<State, Placed<Severity>> readStates(const Field &field)
+{
+    std::map<State, Placed<Severity>> all;
+    if (!field.isPresent())
+        return all;
+    Fields fields(field, "the states' severities");
+    for (size_t state = 0; state < stateCount; ++state) {
+        const Field one = fields.optional(stateWords().at(state).key);
+        const auto severity = one.isPresent() ? readSeverity(one) : std::nullopt;
+        if (severity)
+            all[static_cast<State>(state)] = {*severity, one.line()};
+    }
+    fields.finish();
+    return all;
+}
+
+void readAlarm(Fields &fields, Entry &entry)
+{
+    entry.guidance = placedText(fields.optional("guidance"));
+    const Field delay = fields.optional("delay");
+    if (delay.isPresent()) {
+        entry.delay = placed(delay, finite(delay));
+        if (entry.delay && (entry.delay->value < 0 || entry.delay->value > 3600))
+            delay.report("\"delay\" is not from 0 to 3600 s");
+    }
+    entry.latching = placedFlag(fields.optional("latching"));
+    entry.annunciating = placedFlag(fields.optional("annunciating"));
+}
+
+void readWhere(Fields &fields, Entry &entry, EntryKind kind)
+{
+    if (kind == EntryKind::Defaults)
+        return;
+    const Field crate = fields.optional("crate");
+    entry.crate = {crate.isPresent() ? crate.text().value_or("") : "", crate.line()};
+    if (kind == EntryKind::Boards)
+        entry.ranges = readPositions(fields.required("slots"), "0-15");
+    if (kind != EntryKind::Channels)
+        return;
+    entry.ranges = readPositions(fields.required("channels"), "3:0-11");
+    entry.name = placedText(fields.optional("name"));
+    const Field first = fields.optional("first");
+    if (first.isPresent())
+        entry.first = first.integer<int32_t>(0, 1000000);
+}
+
+} // namespace
+
+Entry readEntry(const Field &field, EntryKind kind)
+{
+    const char *kinds[] = {"the defaults", "an entry for channels", "an entry for boards",
+                           "an entry for the crate"};
+    Entry entry;
+    entry.line = field.line();
+    Fields fields(field, kinds[static_cast<size_t>(kind)]);
+    readWhere(fields, entry, kind);
+    entry.description = placedText(fields.optional("description"));
+    entry.limits = byParameter<AlarmLimits>(fields.optional("limits"), readLimits);
+    entry.drive = byParameter<DriveLimits>(fields.optional("drive"), readDrive);
+    const auto text = [](const Field &one) { return one.text(); };
+    entry.access = oneOrByParameter<std::string>(fields.optional("access"), text);
+    entry.archive = oneOrByParameter<ArchivePolicy>(fields.optional("archive"), readPolicy);
+    if (kind == EntryKind::Channels || kind == EntryKind::Defaults)
+        entry.states = readStates(fields.optional("states"));
+    readAlarm(fields, entry);
+    fields.finish();
+    return entry;
+}
+
+} // namespace site

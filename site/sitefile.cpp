@@ -1,0 +1,224 @@
+#include "sitefile.h"
+
+#include <algorithm>
+
+#include "description/channelset.h"
+#include "description/document.h"
+#include "names.h"
+#include "siteentry.h"
+
+namespace site {
+
+namespace {
+
+using sim::Field;
+using sim::Fields;
+
+struct RoleName {
+    const char *key;
+    const char *usual;
+};
+
+constexpr std::array<RoleName, roleCount> roleNames{{
+    {"voltage-set", "VSet"},
+    {"current-set", "ISet"},
+    {"voltage", "VMon"},
+    {"current", "IMon"},
+    {"voltage-limit", "SVMax"},
+    {"ramp-up", "RUp"},
+    {"ramp-down", "RDwn"},
+    {"trip-time", "Trip"},
+    {"power", "Pw"},
+    {"status", "Status"},
+    {"trip-cause", "LastTrip"},
+    {"clear-trip", "ClrTrip"},
+}};
+
+std::string textOr(const Field &field, const std::string &otherwise)
+{
+    return field.isPresent() ? field.text().value_or(otherwise) : otherwise;
+}
+
+std::array<std::string, roleCount> readRoles(const Field &field)
+{
+    std::array<std::string, roleCount> names;
+    std::optional<Fields> fields;
+    if (field.isPresent())
+        fields.emplace(field, "the parameters");
+    for (size_t role = 0; role < roleCount; ++role) {
+        const auto &[key, usual] = roleNames.at(role);
+        names.at(role) = fields ? textOr(fields->optional(key), usual) : usual;
+    }
+    if (fields)
+        fields->finish();
+    return names;
+}
+
+// In an access file nothing can be escaped.
+bool isAccessName(const std::string &text)
+{
+    return !text.empty() && text.size() <= longestGroupName &&
+           text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                                  "0123456789_-+:.[]<>;") == std::string::npos;
+}
+
+std::vector<std::string> readNames(const Field &list)
+{
+    std::vector<std::string> names;
+    if (!list.isList())
+        list.reportKind("a list");
+    for (const auto &item : list.items()) {
+        const auto name = item.text();
+        if (!name)
+            continue;
+        if (!isAccessName(*name))
+            item.report("\"" + *name + "\" cannot be a name in an access file");
+        names.push_back(*name);
+    }
+    return names;
+}
+
+NameLists readLists(const Field &field)
+{
+    NameLists lists;
+    for (const auto &entry : field.entries()) {
+        if (!isAccessName(entry.name()))
+            entry.report("\"" + entry.name() + "\" cannot be a name in an access file");
+        lists[entry.name()] = readNames(entry);
+    }
+    return lists;
+}
+
+void checkKnown(const Field &field, const std::vector<std::string> &names, const NameLists &known,
+                const std::string &what)
+{
+    for (const auto &name : names)
+        if (known.count(name) == 0)
+            field.report("no list of " + what + " is called \"" + name + "\"");
+}
+
+AccessGroup readGroup(const Field &field, const SiteFile &file)
+{
+    AccessGroup group;
+    Fields fields(field, "an access group");
+    const Field users = fields.optional("users");
+    const Field hosts = fields.optional("hosts");
+    const Field extent = fields.optional("fields");
+    fields.finish();
+    if (users.isPresent())
+        checkKnown(users, group.users = readNames(users), file.users, "users");
+    if (hosts.isPresent())
+        checkKnown(hosts, group.hosts = readNames(hosts), file.hosts, "hosts");
+    const std::string written = textOr(extent, "values");
+    if (written != "values" && written != "all")
+        extent.report("\"fields\" is neither values nor all");
+    group.allFields = written == "all";
+    return group;
+}
+
+void readAccess(const Field &field, SiteFile &file)
+{
+    if (!field.isPresent())
+        return;
+    Fields fields(field, "the access rights");
+    file.users = readLists(fields.optional("users"));
+    file.hosts = readLists(fields.optional("hosts"));
+    const Field groups = fields.optional("groups");
+    fields.finish();
+    for (const auto &entry : groups.entries()) {
+        if (!isAccessName(entry.name()) || entry.name() == "DEFAULT")
+            entry.report("\"" + entry.name() + "\" cannot be the name of an access group");
+        file.groups[entry.name()] = {readGroup(entry, file), entry.line()};
+    }
+}
+
+CrateEntry readCrate(const Field &field)
+{
+    CrateEntry crate;
+    crate.line = field.line();
+    Fields fields(field, "a crate");
+    const Field name = fields.required("name");
+    crate.name = textOr(name, "");
+    crate.description = textOr(fields.optional("description"), "");
+    fields.finish();
+    if (name.isPresent() && !isRecordName(crate.name))
+        name.report("\"" + crate.name + "\" cannot be the name of a crate");
+    return crate;
+}
+
+std::vector<CrateEntry> readCrates(const Field &list)
+{
+    std::vector<CrateEntry> crates;
+    if (!list.isList())
+        list.reportKind("a list");
+    for (const auto &item : list.items()) {
+        crates.push_back(readCrate(item));
+        const auto same = std::find_if(crates.begin(), crates.end() - 1, [&](const auto &each) {
+            return each.name == crates.back().name;
+        });
+        if (same != crates.end() - 1)
+            item.report("crate \"" + same->name + "\" is in line " + std::to_string(same->line) +
+                        " already");
+    }
+    return crates;
+}
+
+bool readStale(const Field &field)
+{
+    if (!field.isPresent())
+        return false;
+    const auto word = field.text();
+    if (word && *word != "INVALID" && *word != "keep")
+        field.report("\"stale\" is neither INVALID nor keep");
+    return word == "INVALID";
+}
+
+std::vector<Entry> readEntries(const Field &list, EntryKind kind)
+{
+    std::vector<Entry> entries;
+    if (list.isPresent() && !list.isList())
+        list.reportKind("a list");
+    for (const auto &item : list.items())
+        entries.push_back(readEntry(item, kind));
+    return entries;
+}
+
+void read(const Field &document, SiteFile &file)
+{
+    Fields fields(document, "the site");
+    file.title = textOr(fields.required("site"), "");
+    file.stale = readStale(fields.optional("stale"));
+    file.crates = readCrates(fields.required("crates"));
+    file.parameters = readRoles(fields.optional("parameters"));
+    readAccess(fields.optional("access"), file);
+    const Field defaults = fields.optional("defaults");
+    if (defaults.isPresent())
+        file.defaults = readEntry(defaults, EntryKind::Defaults);
+    file.channels = readEntries(fields.optional("channels"), EntryKind::Channels);
+    file.boards = readEntries(fields.optional("boards"), EntryKind::Boards);
+    file.system = readEntries(fields.optional("system"), EntryKind::System);
+    fields.finish();
+}
+
+} // namespace
+
+const char *roleKey(Role role) { return roleNames.at(static_cast<size_t>(role)).key; }
+
+const char *usualParameter(Role role) { return roleNames.at(static_cast<size_t>(role)).usual; }
+
+SiteReading readSite(const std::string &yaml)
+{
+    SiteReading reading;
+    sim::Findings findings;
+    try {
+        const auto document = sim::loadYaml(yaml, findings);
+        if (document)
+            read({*document, 1, "", "", findings}, reading.file);
+    } catch (const sim::TooMuchToRead &error) {
+        findings.add(0, "", error.what());
+    }
+    reading.findings = findings.take();
+    return reading;
+}
+
+} // namespace site
