@@ -17,7 +17,8 @@ namespace site {
 
 namespace {
 
-void addErrors(Messages &messages, const std::string &path, const std::vector<sim::Finding> &findings)
+void addErrors(Messages &messages, const std::string &path,
+               const std::vector<sim::Finding> &findings)
 {
     for (const auto &finding : findings)
         messages.errors.push_back(sim::findingText(path, finding));

@@ -15,8 +15,8 @@ struct Messages {
     std::vector<std::string> notes;
 };
 
-// PV lists, or crate descriptions, whose names end in ".yaml". With a PV list goes the ZANTO.db that
-// lies beside it, for the limits of the hardware.
+// PV lists, or crate descriptions, whose names end in ".yaml". With a PV list goes the ZANTO.db
+// that lies beside it, for the limits of the hardware.
 std::vector<Crate> readCrates(const std::vector<std::string> &paths, Messages &messages);
 
 SiteFile readSiteFile(const std::string &path, Messages &messages);

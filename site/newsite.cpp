@@ -9,7 +9,8 @@ namespace site {
 
 namespace {
 
-constexpr const char *head = R"(# Site file of zantosite: what the people of a detector know about its channels.
+constexpr const char *head =
+    R"(# Site file of zantosite: what the people of a detector know about its channels.
 #
 #   zantosite check SITE.yaml --pvlist FILE            tells what is wrong
 #   zantosite make SITE.yaml --pvlist FILE --out DIR   writes records, rights, alarms, screens
@@ -35,8 +36,8 @@ defaults:
 
 constexpr const char *hints = R"(
 # What an entry may say:
-#   name: DC:S1:W##            channel number for ##; "first: 1" counts on from 1
-#   description: Sense wire ##
+#   name: DC:S1:W##              channel number for ##; "first: 1" counts on from 1
+#   description: "Sense wire ##"   (in quotes: " #" begins a comment)
 #   limits: {IMon: {hihi: [20, MAJOR], high: 15}}
 #   drive: {VSet: [0, 1800]}
 #   access: {Pw: EXPERT, all: OPERATE}
@@ -98,8 +99,8 @@ std::string newSite(const std::vector<Crate> &crates)
         for (const Board &board : crate.boards)
             if (!board.channels.empty() && ++entries > 0)
                 text += "  - crate: " + site::text(crate.name) + "\n    channels: \"" +
-                        channelRanges(board) + "\"\n    # name: DC:S" +
-                        std::to_string(board.slot) + ":W##\n";
+                        channelRanges(board) + "\"\n    # name: DC:S" + std::to_string(board.slot) +
+                        ":W##\n";
     if (entries == 0)
         text.replace(text.size() - 1, 1, " []\n");
     text += "\nboards:\n";

@@ -88,9 +88,8 @@ Placed<std::vector<Range>> readPositions(const Field &field, const std::string &
 {
     Placed<std::vector<Range>> all;
     all.line = field.line();
-    if (!field.isList())
-        readRanges(field, example, all.value);
-    for (const auto &item : field.items())
+    const auto items = field.isList() ? field.items() : std::vector<Field>{field};
+    for (const auto &item : items)
         readRanges(item, example, all.value);
     return all;
 }
@@ -159,7 +158,7 @@ std::optional<AlarmLimits> readLimits(const Field &field)
 
 std::optional<DriveLimits> readDrive(const Field &field)
 {
-    const auto items = field.items();
+    const auto items = field.isList() ? field.items() : std::vector<Field>();
     if (items.size() != 2) {
         field.report("\"" + field.name() + "\" is not two drive limits, as in [0, 1800]");
         return std::nullopt;

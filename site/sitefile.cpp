@@ -65,8 +65,6 @@ bool isAccessName(const std::string &text)
 std::vector<std::string> readNames(const Field &list)
 {
     std::vector<std::string> names;
-    if (!list.isList())
-        list.reportKind("a list");
     for (const auto &item : list.items()) {
         const auto name = item.text();
         if (!name)
@@ -149,8 +147,6 @@ CrateEntry readCrate(const Field &field)
 std::vector<CrateEntry> readCrates(const Field &list)
 {
     std::vector<CrateEntry> crates;
-    if (!list.isList())
-        list.reportKind("a list");
     for (const auto &item : list.items()) {
         crates.push_back(readCrate(item));
         const auto same = std::find_if(crates.begin(), crates.end() - 1, [&](const auto &each) {
@@ -176,8 +172,6 @@ bool readStale(const Field &field)
 std::vector<Entry> readEntries(const Field &list, EntryKind kind)
 {
     std::vector<Entry> entries;
-    if (list.isPresent() && !list.isList())
-        list.reportKind("a list");
     for (const auto &item : list.items())
         entries.push_back(readEntry(item, kind));
     return entries;

@@ -1,0 +1,5 @@
+#pragma once
+#include "plan.h"
+namespace site {
+inline OutputFiles screens(const Plan &) { return {}; }
+} // namespace site

@@ -1,0 +1,135 @@
+"""A site file's records behind a server: names, limits, rights, states."""
+
+import getpass
+import re
+
+import pytest
+
+from harness import detector
+from harness.process import until
+
+WIRE = "DC:S1:W01"  # channel 1 of slot 0
+CHANNEL = "ZC16:00:001"
+
+SITE = """
+site: Drift chamber
+crates: [{name: ZC16}]
+access:
+  users: {shift: [root], nobody: [somebody-else]}
+  groups:
+    OPERATE: {users: [shift]}
+    EXPERT: {users: [nobody]}
+    ALL: {users: [shift], fields: all}
+defaults:
+  access: {all: OPERATE, SVMax: EXPERT, RUp: ALL}
+channels:
+  - channels: 0:0-3
+    name: DC:S1:W##
+    description: "Wire ##"
+    limits: {VMon: {high: [50, MINOR], hihi: [400, MAJOR]}}
+    drive: {VSet: [0, 450]}
+    states: {ramping-up: MINOR}
+    archive: {VMon: monitor 1}
+"""
+
+
+@pytest.fixture(scope="module", name="served")
+def served_by_one(shared):
+    shared.the_crate = shared.reduced_crate()
+    shared.the_crate.control("pause")
+    detector.make(shared.sandbox, SITE)
+    shared.the_ioc = shared.ioc(script=detector.script(shared.sandbox)).wait_running()
+    shared.the_crate.wait(eventConnections=1)
+    return shared
+
+
+def severity(site, name):
+    return site.clients.caget(f"{name}.SEVR")
+
+
+def test_what_is_loaded_is_accepted_without_a_complaint(served):
+    assert not re.findall("(?i)error|warning|fail|can't", served.the_ioc.stderr.text)
+
+
+def test_a_channel_is_read_and_written_by_its_name_at_the_detector(served):
+    assert served.clients.caput(f"{WIRE}:VSet", 123) == ""
+    served.clients.wait_for_value(f"{WIRE}:VSet:RBV", "123")
+    assert served.the_crate.get("VSet", 0, 1) == 123
+    assert served.clients.caget(f"{CHANNEL}:VSet") == "123"
+    assert served.clients.caget(f"{WIRE}:VMon.DESC") == "Wire 01 VMon"
+    assert served.clients.pvget(f"{WIRE}:VSet") == "123"
+
+
+def test_drive_limits_keep_a_set_point_in_its_range(served):
+    served.clients.caput(f"{WIRE}:VSet", 1000)
+    served.clients.wait_for_value(f"{WIRE}:VSet:RBV", "450")
+    assert served.the_crate.get("VSet", 0, 1) == 450
+
+
+@pytest.mark.parametrize("put", ["caput", "pvput"])
+def test_a_put_without_the_right_is_refused_and_changes_nothing(served, put):
+    before = served.the_crate.get("SVMax", 0, 2)
+    for name in ("DC:S1:W02:SVMax", "ZC16:00:002:SVMax"):
+        assert getattr(served.clients, put)(name, 17) != ""
+        assert served.clients.caget(name) == str(before).removesuffix(".0")
+    assert served.the_crate.get("SVMax", 0, 2) == before
+
+
+@pytest.mark.parametrize("name", [
+    "ZC16:02:Temp.HIHI",  # of a group that has no right
+    "DC:S1:W02:VSet.DRVH",  # a right to values alone
+    "DC:S1:W02:State.PROC",
+    "ZC16:00:002:VSet:Sync",
+    "ZC16:00:002:VSet:RBV",
+    "ZC16:03:000:SVMax",  # no name in the site file, but the defaults hold
+])
+def test_what_no_group_gives_can_be_written_by_nobody(served, name):
+    before = served.clients.caget(name)
+    assert served.clients.caput(name, 17) != ""
+    assert served.clients.caget(name) == before
+
+
+def test_a_group_may_be_given_all_fields(served):
+    assert served.clients.caput("DC:S1:W02:RUp.DRVH", 20) == ""
+    assert served.clients.caget("DC:S1:W02:RUp.DRVH") == "20"
+    assert served.clients.caput("DC:S1:W02:RUp.DRVH", 0) == ""
+
+
+def shown(site, name, text):
+    """Until the record has that text."""
+    until(lambda: site.clients.caget(name) == text, f"{name} is {text}")
+
+
+def step(site, seconds):
+    site.the_crate.control("step", seconds=seconds)
+
+
+def test_state_through_ramp_trip_and_clear(served):
+    crate, state = served.the_crate, "DC:S1:W03:State"
+    monitor = served.clients.camonitor(state)
+    assert served.clients.caget(state) == "Off"
+    mark = monitor.mark()
+    crate.set("VSet", 100, 0, 3)
+    crate.set("Pw", 1, 0, 3)
+    step(served, 0.1)
+    monitor.wait_for(state, "2 +STATE +MINOR", mark)
+    shown(served, "ZC16:00:ChannelsRamping", "1")
+    shown(served, "ZC16:ChannelsOn", "1")
+    shown(served, "ZC16:WorstSeverity", "MINOR")
+    step(served, 100)
+    monitor.wait_for(state, "1", mark)
+    shown(served, "ZC16:00:ChannelsRamping", "0")
+    crate.control("trip", slot=0, channel=3)
+    step(served, 0.1)
+    monitor.wait_for(state, "7 +STATE +MAJOR", mark)
+    shown(served, "ZC16:00:ChannelsTripped", "1")
+    shown(served, "ZC16:00:WorstSeverity", "MAJOR")
+    assert severity(served, "ZC16:WorstSeverity") == "MAJOR"
+    shown(served, "ZC16:02:ChannelsTripped", "0")
+    shown(served, "ZC16:02:WorstSeverity", "NO_ALARM")
+    step(served, 100)
+    crate.set("ClrTrip", 1, 0, 3)
+    step(served, 0.1)
+    monitor.wait_for(state, "0", mark)
+    shown(served, "ZC16:ChannelsTripped", "0")
+    shown(served, "ZC16:WorstSeverity", "NO_ALARM")
