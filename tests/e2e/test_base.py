@@ -3,7 +3,7 @@ file with the programs and clients of older bases too."""
 
 import pytest
 
-from harness import places
+from harness import detector, places
 from harness.shutdown import BY_SIGTERM, ends, logged_out_once, printed, running
 from harness.process import until
 
@@ -148,3 +148,33 @@ def test_orderly_end(site):
     ends(ioc)
     logged_out_once(crate)
     assert printed(ioc, ioc.mark) == BY_SIGTERM
+
+
+SITE = """
+site: Chamber
+crates: [{name: ZC16}]
+access: {groups: {OPERATE: {fields: values}}}
+channels:
+  - {channels: 0:0-3, name: "W##", limits: {VMon: {high: 50}}, drive: {VSet: [0, 450]},
+     access: {VSet: OPERATE}}
+"""
+
+
+def test_a_sites_names_limits_rights_and_states(site):
+    site.the_crate = site.reduced_crate()
+    site.the_crate.control("pause")
+    detector.make(site.sandbox, SITE, "--older-base")
+    ioc = site.ioc(script=detector.script(site.sandbox)).wait_running()
+    site.the_crate.wait(eventConnections=1)
+    assert "rror" not in ioc.stderr.text
+    assert site.clients.caput("W01:VSet", 1000) == ""
+    until(lambda: site.the_crate.get("VSet", 0, 1) == 450, "the drive limit is set")
+    assert site.clients.caput("W01:SVMax", 100) != ""
+    site.the_crate.set("Pw", 1, 0, 1)
+    site.the_crate.control("step", seconds=100)
+    until(lambda: site.clients.caget("W01:State") == "On", "the channel is on")
+    until(lambda: site.clients.caget("ZC16:ChannelsOn") == "1", "it is counted")
+    assert site.clients.caget("W01:VMon.SEVR") == "MINOR"
+    site.the_crate.control("trip", slot=0, channel=1)
+    site.the_crate.control("step", seconds=0.1)
+    until(lambda: site.clients.caget("ZC16:00:WorstSeverity") == "MAJOR", "the trip is known")
