@@ -1,11 +1,10 @@
 """A site file's records behind a server: names, limits, rights, states."""
 
-import getpass
 import re
 
 import pytest
 
-from harness import detector
+from harness import detector, places
 from harness.process import until
 
 WIRE = "DC:S1:W01"  # channel 1 of slot 0
@@ -100,6 +99,22 @@ def shown(site, name, text):
     until(lambda: site.clients.caget(name) == text, f"{name} is {text}")
 
 
+def test_alarm_limits_act_with_their_severities(served):
+    crate, voltage = served.the_crate, "DC:S1:W00:VMon"
+    monitor = served.clients.camonitor(voltage)
+    crate.set("VSet", 60, 0, 0)
+    crate.set("Pw", 1, 0, 0)
+    step(served, 100)
+    monitor.wait_for(voltage, "60 +HIGH +MINOR")
+    assert severity(served, "ZC16:00:000:VMon") == "MINOR"
+    crate.set("VSet", 410, 0, 0)
+    step(served, 100)
+    monitor.wait_for(voltage, "410 +HIHI +MAJOR")
+    crate.set("Pw", 0, 0, 0)
+    step(served, 200)
+    shown(served, f"{voltage}.SEVR", "NO_ALARM")
+
+
 def step(site, seconds):
     site.the_crate.control("step", seconds=seconds)
 
@@ -133,3 +148,23 @@ def test_state_through_ramp_trip_and_clear(served):
     monitor.wait_for(state, "0", mark)
     shown(served, "ZC16:ChannelsTripped", "0")
     shown(served, "ZC16:WorstSeverity", "NO_ALARM")
+
+
+def test_a_first_site_file_is_made_and_served_as_it_is(site):
+    """As somebody does it who has a server and no site file yet."""
+    site.the_crate = site.reduced_crate()
+    ioc = site.ioc().wait_running()
+    done = detector.zantosite(site.sandbox, "new", "--pvlist", "/tmp/pvlist.txt")
+    assert (done.returncode, done.stderr) == (0, "")
+    site.sandbox.path(detector.SITE).write_text(done.stdout, encoding="utf-8")
+    for command in (["check"], ["make", "--out", detector.MADE]):
+        done = detector.zantosite(site.sandbox, *command, detector.SITE,
+                                  "--pvlist", "/tmp/pvlist.txt")
+        assert (done.returncode, done.stderr) == (0, "")
+    assert ioc.stop() == 0
+    ioc = site.ioc(script=places.start_script("st-site.cmd"),
+                   env={"ZANTO_SITE": detector.MADE}).wait_running()
+    site.the_crate.wait(eventConnections=1)
+    assert "rror" not in ioc.stderr.text
+    shown(site, "ZC16:00:000:State", "Off")
+    shown(site, "ZC16:Health:Lost", "Connected")
