@@ -55,6 +55,7 @@ void readOption(Arguments &arguments, ZANTOCommandLine &line)
         char *value = arguments.value();
         if (value == nullptr)
             return;
+        line.credentials = line.credentials || option == "-u" || option == "-p";
         if (option == "-c")
             readCrate(value, line);
         else if (option == "-u")

@@ -10,6 +10,7 @@ struct ZANTOCommandLine {
     std::string host = "127.0.0.1";  // from -c
     std::string user;                // at most 254 bytes
     std::string password;            // at most 254 bytes
+    bool credentials = false;        // -u or -p had a value
     bool daemon = false;
     bool version = false;   // -v was met; later arguments were not read
     int16_t crateCount = 0; // how many -c had a value

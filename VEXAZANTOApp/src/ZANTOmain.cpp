@@ -1,5 +1,6 @@
 #include "ZANTO.h"
 #include "ZANTOcommandline.h"
+#include "ZANTOcredentials.h"
 #include "ZANTOend.h"
 #include "ZANTOeventsthread.h"
 #include "ZANTOlife.h"
@@ -17,7 +18,9 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -71,6 +74,21 @@ void printUsage()
 
 constexpr const char *nothingToServe = "No crates to monitor.  Shutting down.";
 
+// The file stands in for the two options only where neither is given.
+void takeCredentials(ZANTOCommandLine &line)
+{
+    const char *path = std::getenv("ZANTO_CREDENTIALS");
+    if (line.credentials || path == nullptr || *path == '\0')
+        return;
+    ZANTOCredentials credentials;
+    const std::string complaint = ZANTOReadCredentials(path, credentials);
+    if (!complaint.empty())
+        endWithoutCrate("Credentials file " + std::string(path) + ": " + complaint +
+                        ". Shutting down.");
+    line.user = std::move(credentials.user);
+    line.password = std::move(credentials.password);
+}
+
 void connectCrate(const ZANTOCommandLine &line)
 {
     ZANTOPrintLine("Waiting for firmware to start..\n");
@@ -109,11 +127,12 @@ int main(int argc, char *argv[])
         ZANTOStartThread("ZANTOTcpServerThread", 55, epicsThreadStackBig, tcpServer_Thread);
     if (argc == 2)
         endWithoutCrate(nothingToServe);
-    const ZANTOCommandLine line = ZANTOParseCommandLine(argc, argv);
+    ZANTOCommandLine line = ZANTOParseCommandLine(argc, argv);
     if (line.version)
         endWithoutCrate("EPICS ioc VEXA ZANTO version 1.2.0");
     if (line.crateCount == 0)
         endWithoutCrate(nothingToServe);
+    takeCredentials(line);
     connectCrate(line);
     ZANTOWatchEpics();
     if (!line.daemon)

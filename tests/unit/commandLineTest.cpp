@@ -44,6 +44,7 @@ TEST_F(CommandLine, WithoutOptionsHasTheDefaults)
     EXPECT_EQ(line.host, "127.0.0.1");
     EXPECT_EQ(line.user, "");
     EXPECT_EQ(line.password, "");
+    EXPECT_FALSE(line.credentials);
     EXPECT_FALSE(line.daemon);
     EXPECT_FALSE(line.version);
     EXPECT_EQ(line.crateCount, 0);
@@ -68,6 +69,14 @@ TEST_F(CommandLine, ReadsEveryOption)
     EXPECT_FALSE(line.version);
     EXPECT_EQ(line.crateCount, 1);
     EXPECT_EQ(DEBUG, 7);
+}
+
+TEST_F(CommandLine, TellsWhetherItGivesCredentials)
+{
+    EXPECT_TRUE(parsed({"-u", "user"}).credentials);
+    EXPECT_TRUE(parsed({"-p", ""}).credentials);
+    EXPECT_FALSE(parsed({"-c", "-u", "-D", "-p"}).credentials) << "values of other options";
+    EXPECT_FALSE(parsed({"-c", "CRATE@10.1.2.3", "-u"}).credentials) << "without its value";
 }
 
 TEST_F(CommandLine, TheFirstArgumentIsTheScriptWhateverItLooksLike)
