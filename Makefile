@@ -4,7 +4,7 @@
 
 TOP = .
 
-OUR_GOALS = setup demo test check bench help
+OUR_GOALS = setup demo test check bench deb help
 
 ifneq ($(filter $(OUR_GOALS),$(MAKECMDGOALS)),)
 
@@ -28,7 +28,7 @@ test:
 	@tools/run-tests
 
 check:
-	@tools/setup build test check
+	@tools/setup build test check deb
 	+@tools/build BUILD_TESTS=YES
 	@tools/check
 
@@ -37,11 +37,17 @@ bench:
 	+@tools/build
 	@tools/run-benchmarks
 
+deb:
+	@tools/setup build deb
+	+@tools/build
+	@packaging/build-deb
+
 help:
 	@echo "make demo     set up, build, and show the server with a simulated crate"
 	@echo "make test     set up, build, and run all tests"
 	@echo "make check    make test, then layers, layout, linters and sanitizers"
 	@echo "make bench    set up, build, and run the benchmarks"
+	@echo "make deb      set up, build, and make Debian packages in build/deb"
 	@echo "make setup    install missing Debian packages and EPICS base"
 	@echo "make          build, with the EPICS_BASE of the environment or of"
 	@echo "              configure/RELEASE.local; also clean, distclean, rebuild, ..."
