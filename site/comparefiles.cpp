@@ -1,7 +1,71 @@
 #include "comparefiles.h"
+
+#include <optional>
+#include <ostream>
+
+#include "attention.h"
+#include "compare.h"
+#include "description/cratefile.h"
+
 namespace site {
-ComparisonStatus compareFiles(const ComparisonOrder &, std::ostream &, std::ostream &)
+
+namespace {
+
+std::optional<sim::CrateDescription> readDescription(const std::string &path, std::ostream &errors)
 {
-    return ComparisonStatus::Trouble;
+    auto reading = sim::readCrateFile(path);
+    for (const auto &finding : reading.findings)
+        errors << sim::findingText(path, finding) << '\n';
+    if (!reading.findings.empty())
+        return std::nullopt;
+    return std::move(reading.file.crate);
 }
+
+void print(const Differences &differences, std::ostream &out)
+{
+    for (const auto &line : differenceLines(differences))
+        out << line << '\n';
+}
+
+void printValues(const Differences &values, bool isFirst, std::ostream &out)
+{
+    if (values.empty())
+        return;
+    out << (isFirst ? "" : "\n") << "Set-points and other values:\n";
+    print(values, out);
+}
+
+void printAttention(const ComparisonOrder &order, const std::string &crate,
+                    const Differences &differences, std::ostream &out)
+{
+    const auto found = attention(*order.site, crate, differences);
+    if (found.empty())
+        return;
+    out << "\nEntries of " << order.sitePath << " that need attention:\n";
+    for (const auto &[line, text] : found)
+        out << sim::findingText(order.sitePath, {line, text}) << '\n';
+}
+
+} // namespace
+
+ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, std::ostream &errors)
+{
+    const auto before = readDescription(order.before, errors);
+    const auto after = readDescription(order.after, errors);
+    if (!before || !after)
+        return ComparisonStatus::Trouble;
+    const auto differences = compareCrates(*before, *after);
+    const auto values = order.values ? compareValues(*before, *after) : Differences();
+    if (differences.empty() && values.empty()) {
+        out << "No differences.\n";
+        return ComparisonStatus::Equal;
+    }
+    print(differences, out);
+    printValues(values, differences.empty(), out);
+    if (order.site != nullptr)
+        printAttention(order, order.siteCrate.empty() ? after->name : order.siteCrate, differences,
+                       out);
+    return ComparisonStatus::Different;
+}
+
 } // namespace site
