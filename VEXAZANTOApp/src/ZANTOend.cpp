@@ -5,6 +5,7 @@
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
+#include "ZANTOprogress.h"
 #include "ZANTOstatic.h"
 #include "ZANTOterminal.h"
 #include "ZANTOthreads.h"
@@ -134,6 +135,7 @@ void begin()
     ZANTOStartEndWatch();
     setDeadline(e.beginning + ZANTOEndTimes::deadline);
     ZANTOSetPrintPatience(ZANTOEndTimes::wordsBeforeLogout);
+    ZANTOWipeProgress(); // before a second signal may end the process
 }
 
 // ---- exit ----

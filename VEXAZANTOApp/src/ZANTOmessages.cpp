@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <cstdio>
@@ -37,6 +38,8 @@ struct Output {
     steady_clock::time_point giveUpAt;
     std::string unsaid;
 };
+
+std::atomic<void (*)()> beforeMessage{nullptr};
 
 Output &output()
 {
@@ -117,11 +120,19 @@ bool outputTakesSomething()
     return true;
 }
 
+void prepareMessage()
+{
+    if (void (*const call)() = beforeMessage)
+        call();
+}
+
 // How much was printed, in portions that do not block.
 std::size_t printPortions(const char *text, std::size_t length)
 {
     std::size_t printed = 0;
     while (printed < length && outputTakesSomething()) {
+        if (printed == 0)
+            prepareMessage();
         const std::size_t part = std::min(length - printed, portion);
         std::fwrite(text + printed, 1, part, stdout);
         printed += part;
@@ -199,6 +210,8 @@ void ZANTOPrintText(const char *text, std::size_t length)
     else
         printNow(text, length);
 }
+
+void ZANTOSetBeforeMessage(void (*call)()) { beforeMessage = call; }
 
 void ZANTOSetPrintPatience(milliseconds patience)
 {

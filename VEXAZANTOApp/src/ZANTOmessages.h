@@ -16,6 +16,10 @@ void ZANTOPrintList(const char *format, va_list arguments) __attribute__((format
 // The same for a text as it stands.
 void ZANTOPrintText(const char *text, std::size_t length);
 
+// Called before each message, once the output takes it, on the thread that prints; null, as at
+// first: nothing is. It must neither print nor block.
+void ZANTOSetBeforeMessage(void (*call)());
+
 // ZANTOPrint(format, ...) while DEBUG is above `level`. A macro because the arguments are
 // evaluated only then: records are read and events applied at a cost that a call would show in.
 #define ZANTO_TRACE(level, ...)                                                                    \

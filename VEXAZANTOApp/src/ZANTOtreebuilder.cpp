@@ -5,10 +5,13 @@
 #include "ZANTOnode.h"
 #include "ZANTOnodeowner.h"
 #include "ZANTOnumeric.h"
+#include "ZANTOprogress.h"
 #include "ZANTOrecordfiles.h"
 #include "ZANTOtypes.h"
 #include "ZANTOutils.h"
 #include "vexahvwrapper.h"
+
+#include <unistd.h>
 
 #include <string>
 #include <string_view>
@@ -106,6 +109,8 @@ private:
         m_root.setSlotCount(static_cast<uint16_t>(boards.size()));
         m_systemType = boards.size() < largeCrateSlots ? smallCrate : largeCrate;
         m_root.setSystemType(m_systemType);
+        for (size_t position = 0; position < boards.size(); ++position)
+            m_progress.expectChannels(boards[position].getBdChCount());
         for (size_t position = 0; position < boards.size(); ++position) {
             ZANTONode &board = boards[position];
             m_root.addChildNode(&board);
@@ -130,6 +135,7 @@ private:
     void addBoardParameters(ZANTONode &board, int32_t position)
     {
         const uint16_t slot = board.getBdSlotNr();
+        m_progress.moveTo(slot);
         Nodes parameters(ZANTOConfig::ZANTOConfigCreateBoardParams(m_handle, slot));
         for (size_t i = 0; i < parameters.size(); ++i) {
             ZANTONode &parameter = parameters[i];
@@ -141,6 +147,7 @@ private:
             board.addParameter(&parameter);
             parameters.release(i);
             m_files.add(parameter, position, -1);
+            m_progress.parameterRead();
         }
     }
 
@@ -162,6 +169,7 @@ private:
     {
         const uint16_t slot = board.getBdSlotNr();
         const uint16_t index = channel.getChIdx();
+        m_progress.moveTo(slot, index);
         Nodes parameters(
             ZANTOConfig::ZANTOConfigCreateChannelParams(m_handle, m_systemType, slot, index));
         for (size_t i = 0; i < parameters.size(); ++i) {
@@ -175,7 +183,9 @@ private:
                                m_handle, parameter.nodeName().get(), parameter.getParWrapperType(),
                                slot, index)));
             m_files.add(parameter, boardPosition, channelPosition);
+            m_progress.parameterRead();
         }
+        m_progress.channelRead();
     }
 
     static void addParameterProperties(ZANTONode &parameter, Properties &&properties)
@@ -206,6 +216,7 @@ private:
     const ZANTOSharedText m_crateName;
     const std::string m_host;
     ZANTORecordFiles &m_files;
+    ZANTOReadingProgress m_progress{STDERR_FILENO};
     int32_t m_systemType = largeCrate;
 };
 
