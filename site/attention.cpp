@@ -10,16 +10,16 @@ namespace site {
 
 namespace {
 
-using Kind = Difference::Kind;
+using Kind = sim::Difference::Kind;
 using Ranges = std::vector<Range>;
 
 // By the line to look at.
-using Reasons = std::map<int, Differences>;
+using Reasons = std::map<int, sim::Differences>;
 
 // Looks at one entry for one difference that concerns it.
 class Examination {
 public:
-    Examination(const Entry &entry, const Difference &difference, Reasons &reasons)
+    Examination(const Entry &entry, const sim::Difference &difference, Reasons &reasons)
         : m_entry(entry), m_difference(difference), m_reasons(reasons)
     {
     }
@@ -45,7 +45,7 @@ public:
 private:
     void add(int line, const std::string &text) const
     {
-        Difference reason = m_difference;
+        sim::Difference reason = m_difference;
         reason.text = text;
         m_reasons[line].push_back(reason);
     }
@@ -118,7 +118,7 @@ private:
     }
 
     const Entry &m_entry;
-    const Difference &m_difference;
+    const sim::Difference &m_difference;
     Reasons &m_reasons;
 };
 
@@ -126,7 +126,7 @@ private:
 enum class Level { System, Boards, Channels };
 
 // An entry for channels has to do with what becomes of their board too.
-bool concerns(const Range &range, Level level, const Difference &difference)
+bool concerns(const Range &range, Level level, const sim::Difference &difference)
 {
     if (level == Level::System)
         return difference.slot < 0;
@@ -138,8 +138,8 @@ bool concerns(const Range &range, Level level, const Difference &difference)
 }
 
 // Of the difference only what lies in the ranges.
-void examine(const Entry &entry, const Ranges &ranges, Level level, const Difference &difference,
-             Reasons &reasons)
+void examine(const Entry &entry, const Ranges &ranges, Level level,
+             const sim::Difference &difference, Reasons &reasons)
 {
     const auto isInRanges = [&](int channel) {
         return std::any_of(ranges.begin(), ranges.end(), [&](const Range &range) {
@@ -147,7 +147,7 @@ void examine(const Entry &entry, const Ranges &ranges, Level level, const Differ
                    (channel < 0 || range.channels.hold(channel));
         });
     };
-    Difference part = difference;
+    sim::Difference part = difference;
     part.channels.clear();
     std::copy_if(difference.channels.begin(), difference.channels.end(),
                  std::back_inserter(part.channels), isInRanges);
@@ -160,7 +160,7 @@ public:
     Attentions(const SiteFile &site, const std::string &crate) : m_site(site), m_crate(crate) {}
 
     void examineAll(const Entry &entry, const Ranges &ranges, Level level,
-                    const Differences &differences)
+                    const sim::Differences &differences)
     {
         const auto &named = entry.crate.value;
         if (!named.empty() && named != m_crate && m_site.crates.size() > 1)
@@ -173,7 +173,7 @@ public:
     {
         std::vector<Attention> found;
         for (const auto &[line, differences] : m_reasons)
-            for (auto &text : differenceLines(differences))
+            for (auto &text : sim::differenceLines(differences))
                 found.push_back({line, std::move(text)});
         return found;
     }
@@ -185,9 +185,9 @@ private:
 };
 
 // The defaults are for whatever channels there are.
-Differences withoutLosses(Differences differences)
+sim::Differences withoutLosses(sim::Differences differences)
 {
-    const auto isLoss = [](const Difference &each) {
+    const auto isLoss = [](const sim::Difference &each) {
         return each.kind == Kind::SlotEmptied || each.kind == Kind::ChannelsGone;
     };
     differences.erase(std::remove_if(differences.begin(), differences.end(), isLoss),
@@ -198,7 +198,7 @@ Differences withoutLosses(Differences differences)
 } // namespace
 
 std::vector<Attention> attention(const SiteFile &site, const std::string &crate,
-                                 const Differences &differences)
+                                 const sim::Differences &differences)
 {
     Attentions found(site, crate);
     found.examineAll(site.defaults, {Range()}, Level::Channels, withoutLosses(differences));

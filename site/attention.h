@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "difference.h"
+#include "comparison/difference.h"
 #include "sitefile.h"
 
 namespace site {
@@ -18,6 +18,6 @@ struct Attention {
 // By line. `differences` are those of the crate that the site file knows under the name `crate`;
 // it need not match when the file has one crate only.
 std::vector<Attention> attention(const SiteFile &site, const std::string &crate,
-                                 const Differences &differences);
+                                 const sim::Differences &differences);
 
 } // namespace site

@@ -4,7 +4,7 @@
 #include <ostream>
 
 #include "attention.h"
-#include "compare.h"
+#include "comparison/compare.h"
 #include "description/cratefile.h"
 
 namespace site {
@@ -21,13 +21,13 @@ std::optional<sim::CrateDescription> readDescription(const std::string &path, st
     return std::move(reading.file.crate);
 }
 
-void print(const Differences &differences, std::ostream &out)
+void print(const sim::Differences &differences, std::ostream &out)
 {
-    for (const auto &line : differenceLines(differences))
+    for (const auto &line : sim::differenceLines(differences))
         out << line << '\n';
 }
 
-void printValues(const Differences &values, bool isFirst, std::ostream &out)
+void printValues(const sim::Differences &values, bool isFirst, std::ostream &out)
 {
     if (values.empty())
         return;
@@ -36,7 +36,7 @@ void printValues(const Differences &values, bool isFirst, std::ostream &out)
 }
 
 void printAttention(const ComparisonOrder &order, const std::string &crate,
-                    const Differences &differences, std::ostream &out)
+                    const sim::Differences &differences, std::ostream &out)
 {
     const auto found = attention(*order.site, crate, differences);
     if (found.empty())
@@ -55,7 +55,7 @@ ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, s
     if (!before || !after)
         return ComparisonStatus::Trouble;
     const auto differences = compareCrates(*before, *after);
-    const auto values = order.values ? compareValues(*before, *after) : Differences();
+    const auto values = order.values ? compareValues(*before, *after) : sim::Differences();
     if (differences.empty() && values.empty()) {
         out << "No differences.\n";
         return ComparisonStatus::Equal;

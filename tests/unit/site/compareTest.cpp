@@ -1,4 +1,4 @@
-#include "compare.h"
+#include "comparison/compare.h"
 
 #include <gmock/gmock.h>
 
@@ -13,6 +13,7 @@
 
 namespace {
 
+using namespace sim;
 using namespace site;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace site {
+namespace sim {
 
 struct Difference {
     enum class Kind {
@@ -60,4 +60,4 @@ private:
     Differences m_found;
 };
 
-} // namespace site
+} // namespace sim

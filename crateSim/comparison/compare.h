@@ -4,14 +4,14 @@
 #include "difference.h"
 #include "model/description.h"
 
-namespace site {
+namespace sim {
 
 // What the crate consists of. Users, roles, actions and loads are left out: in a captured
 // description these are guesses.
-Differences compareCrates(const sim::CrateDescription &before, const sim::CrateDescription &after);
+Differences compareCrates(const CrateDescription &before, const CrateDescription &after);
 
 // The start values, which are those that were captured: of the system's properties, and of what
 // can be read and written of boards and channels. Only of what both crates have.
-Differences compareValues(const sim::CrateDescription &before, const sim::CrateDescription &after);
+Differences compareValues(const CrateDescription &before, const CrateDescription &after);
 
-} // namespace site
+} // namespace sim

@@ -2,29 +2,28 @@
 
 #include "description/scalars.h"
 
-namespace site {
+namespace sim {
 
 namespace {
 
 using Kind = Difference::Kind;
-using sim::ParameterDescription;
 
 // The word, or the number of a code that has none.
 template <class Code> std::string codeText(Code code)
 {
-    const std::string word(sim::wordOf(code));
+    const std::string word(wordOf(code));
     return word.empty() ? "code " + std::to_string(static_cast<unsigned>(code)) : word;
 }
 
 std::string symbolOf(const ParameterDescription &parameter)
 {
-    return sim::unitSymbol(parameter.unit, parameter.exponent);
+    return unitSymbol(parameter.unit, parameter.exponent);
 }
 
 std::string unitText(const ParameterDescription &parameter)
 {
     const std::string symbol = symbolOf(parameter);
-    if (sim::wordOf(parameter.unit).empty())
+    if (wordOf(parameter.unit).empty())
         return codeText(parameter.unit) + symbol;
     return symbol.empty() ? "none" : symbol;
 }
@@ -41,18 +40,18 @@ std::string numbersText(const ParameterDescription &before, const ParameterDescr
                  withUnit(other, symbolOf(after)));
 }
 
-std::string valueText(const ParameterDescription &parameter, const sim::Value &value)
+std::string valueText(const ParameterDescription &parameter, const Value &value)
 {
     if (std::holds_alternative<std::string>(value))
-        return quoted(sim::toText(value));
-    const auto &label = sim::toNumber(value) != 0 ? parameter.onLabel : parameter.offLabel;
-    return sim::hasLabels(parameter.type) && !label.empty() ? label : sim::toText(value);
+        return quoted(toText(value));
+    const auto &label = toNumber(value) != 0 ? parameter.onLabel : parameter.offLabel;
+    return hasLabels(parameter.type) && !label.empty() ? label : toText(value);
 }
 
-std::string valueText(const sim::PropertyDescription &property)
+std::string valueText(const PropertyDescription &property)
 {
-    const std::string text = sim::toText(property.start);
-    return property.type == sim::PropertyType::Text ? quoted(text) : text;
+    const std::string text = toText(property.start);
+    return property.type == PropertyType::Text ? quoted(text) : text;
 }
 
 // Says what is different about a parameter or property, if anything is.
@@ -101,8 +100,8 @@ void compareParameter(const ParameterDescription &before, const ParameterDescrip
     for (const auto &[kind, name, text] : aspects)
         compareTexts(kind, name, after, text(before), text(after), found);
     for (const auto &[kind, name, value] : bounds) {
-        const std::string one = sim::realText(before.*value);
-        const std::string other = sim::realText(after.*value);
+        const std::string one = realText(before.*value);
+        const std::string other = realText(after.*value);
         if (one != other)
             found.add(kind,
                       name + (" of " + after.name + ' ') + numbersText(before, after, one, other),
@@ -110,34 +109,34 @@ void compareParameter(const ParameterDescription &before, const ParameterDescrip
     }
 }
 
-void compareParameterValue(const ParameterDescription &before, const sim::Value &one,
-                           const ParameterDescription &after, const sim::Value &other,
+void compareParameterValue(const ParameterDescription &before, const Value &one,
+                           const ParameterDescription &after, const Value &other,
                            DifferenceCollector &found)
 {
-    const bool comparable = before.type == after.type && before.mode == sim::Mode::ReadWrite &&
-                            after.mode == sim::Mode::ReadWrite;
-    if (comparable && sim::toText(one) != sim::toText(other))
+    const bool comparable = before.type == after.type && before.mode == Mode::ReadWrite &&
+                            after.mode == Mode::ReadWrite;
+    if (comparable && toText(one) != toText(other))
         found.add(Kind::Other,
                   after.name + ' ' +
                       numbersText(before, after, valueText(before, one), valueText(after, other)),
                   after.name);
 }
 
-void compareProperty(const sim::PropertyDescription &before, const sim::PropertyDescription &after,
+void compareProperty(const PropertyDescription &before, const PropertyDescription &after,
                      DifferenceCollector &found)
 {
     compareTexts(Kind::Type, "type", after, codeText(before.type), codeText(after.type), found);
     compareTexts(Kind::Mode, "mode", after, codeText(before.mode), codeText(after.mode), found);
 }
 
-void comparePropertyValue(const sim::PropertyDescription &before,
-                          const sim::PropertyDescription &after, DifferenceCollector &found)
+void comparePropertyValue(const PropertyDescription &before, const PropertyDescription &after,
+                          DifferenceCollector &found)
 {
-    const bool comparable = before.type == after.type && after.role == sim::PropertyRole::None &&
-                            after.mode != sim::Mode::Write;
+    const bool comparable =
+        before.type == after.type && after.role == PropertyRole::None && after.mode != Mode::Write;
     if (comparable && valueText(before) != valueText(after))
         found.add(Kind::Other, after.name + ' ' + arrow(valueText(before), valueText(after)),
                   after.name);
 }
 
-} // namespace site
+} // namespace sim

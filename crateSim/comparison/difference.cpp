@@ -6,7 +6,7 @@
 #include "description/channelset.h"
 #include "description/scalars.h"
 
-namespace site {
+namespace sim {
 
 void DifferenceCollector::moveTo(int slot)
 {
@@ -41,12 +41,12 @@ namespace {
 // "slot 3", "slots 0-3 and 7"
 std::string placesText(const std::string &what, const std::vector<uint16_t> &numbers)
 {
-    const auto ranges = sim::foldChannels(numbers);
+    const auto ranges = foldChannels(numbers);
     std::string text = what + (numbers.size() > 1 ? "s " : " ");
     for (size_t index = 0; index < ranges.size(); ++index) {
         if (index > 0)
             text += index + 1 == ranges.size() ? " and " : ", ";
-        text += sim::channelRangeText(ranges[index]);
+        text += channelRangeText(ranges[index]);
     }
     return text;
 }
@@ -56,7 +56,7 @@ std::string lineOf(const Difference &difference, const std::vector<uint16_t> &sl
     std::string place = slots.empty() ? "system" : placesText("slot", slots);
     if (!difference.channels.empty())
         place += ", " + placesText("channel", difference.channels);
-    return sim::commentLine(place + ": " + difference.text);
+    return commentLine(place + ": " + difference.text);
 }
 
 bool differInSlotOnly(const Difference &one, const Difference &other)
@@ -86,4 +86,4 @@ std::vector<std::string> differenceLines(const Differences &differences)
     return lines;
 }
 
-} // namespace site
+} // namespace sim

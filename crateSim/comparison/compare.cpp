@@ -4,14 +4,12 @@
 
 #include "comparewords.h"
 
-namespace site {
+namespace sim {
 
 namespace {
 
 using Kind = Difference::Kind;
-using sim::BoardDescription;
-using sim::CrateDescription;
-using Parameters = std::vector<sim::ParameterDescription>;
+using Parameters = std::vector<ParameterDescription>;
 
 // ---- what the crates have in common ----
 
@@ -35,11 +33,11 @@ void forEachSlot(const CrateDescription &before, const CrateDescription &after,
 // Parameters of a board or channel and what they start with.
 struct Level {
     const Parameters &parameters;
-    const sim::StartValues &start;
+    const StartValues &start;
 };
 
-Level levelOf(const sim::ModelDescription *model, Parameters sim::ModelDescription::*parameters,
-              const sim::StartValues &start)
+Level levelOf(const ModelDescription *model, Parameters ModelDescription::*parameters,
+              const StartValues &start)
 {
     static const Parameters none;
     return {model == nullptr ? none : model->*parameters, start};
@@ -47,13 +45,13 @@ Level levelOf(const sim::ModelDescription *model, Parameters sim::ModelDescripti
 
 Level boardLevel(const CrateDescription &crate, const BoardDescription &board)
 {
-    return levelOf(crate.findModel(board.model), &sim::ModelDescription::board, board.start);
+    return levelOf(crate.findModel(board.model), &ModelDescription::board, board.start);
 }
 
 Level channelLevel(const CrateDescription &crate, const BoardDescription &board, size_t channel)
 {
     const auto &described = board.channels[channel];
-    return levelOf(crate.channelModel(board, described), &sim::ModelDescription::channel,
+    return levelOf(crate.channelModel(board, described), &ModelDescription::channel,
                    described.start);
 }
 
@@ -234,8 +232,8 @@ Differences compareValues(const CrateDescription &before, const CrateDescription
     const auto compareLevels = [&](const Level &old, const Level &now) {
         for (const auto &other : now.parameters)
             if (const auto *one = find(old.parameters, other.name))
-                compareParameterValue(*one, sim::startOf(*one, old.start), other,
-                                      sim::startOf(other, now.start), found);
+                compareParameterValue(*one, startOf(*one, old.start), other,
+                                      startOf(other, now.start), found);
     };
     forEachSlot(before, after, found, [&](const auto *old, const auto *now) {
         if (old != nullptr && now != nullptr)
@@ -244,4 +242,4 @@ Differences compareValues(const CrateDescription &before, const CrateDescription
     return found.take();
 }
 
-} // namespace site
+} // namespace sim
