@@ -4,6 +4,7 @@
 #include "ZANTOeventsthread.h"
 #include "ZANTOfile.h"
 #include "ZANTOfirmwarewait.h"
+#include "ZANTOhealth.h"
 #include "ZANTOlife.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
@@ -93,6 +94,7 @@ int32_t createSystemTree(const std::string &sysName, const std::string &sysInitP
     ZANTOBeginTree();
     if (!ZANTOWriteLiveInsertionFlag("0\n"))
         return buildError("\nUnable to open file for live insertion event");
+    ZANTOPresentCounts.inserted = false;
     ZANTO_TRACE(0, "Live insertion event flag reset into file [%s]\n", ZANTOLiveInsertionPath);
     ZANTOOutputFile pvList(pvListPath);
     if (!pvList.isOpen())

@@ -8,6 +8,7 @@
 #include "ZANTOeventconnections.h"
 #include "ZANTOeventupdate.h"
 #include "ZANTOfile.h"
+#include "ZANTOhealth.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
@@ -60,6 +61,7 @@ private:
 void raiseLiveInsertionFlag()
 {
     ZANTO_TRACE(0, "\nLive insertion signal\n");
+    ZANTOPresentCounts.inserted = true;
     if (!ZANTOWriteLiveInsertionFlag("1\n"))
         ZANTO_TRACE(0, "\nUnable to open file for live insertion event\n");
 }
@@ -178,6 +180,8 @@ bool ZANTOHandleNextBatch(ZANTOEventSource &source)
         ZANTO_TRACE(0, "\nGetEventData error, update thread exits - error code = [%d]\n", result);
         return true;
     }
+    ZANTOCount(ZANTOPresentCounts.batches);
+    ZANTOCount(ZANTOPresentCounts.events, batch.size());
     if (batch.size() > 0 && !source.hasDelivered) {
         ZANTOEventConnections::instance().delivered(source.connection);
         source.hasDelivered = true;

@@ -3,6 +3,7 @@
 #include "ZANTOcredentials.h"
 #include "ZANTOend.h"
 #include "ZANTOeventsthread.h"
+#include "ZANTOhealth.h"
 #include "ZANTOlife.h"
 #include "ZANTOmessages.h"
 #include "ZANTOscriptoutput.h"
@@ -114,6 +115,7 @@ int main(int argc, char *argv[])
 {
     fillStandardDescriptors();
     ZANTOBeginLife();
+    ZANTONoteStart();
     SetSigShutdownHandler();
     ZANTO_HOOK_THREADS();
     // A supervisor that reads a pipe sees each line when it is printed.

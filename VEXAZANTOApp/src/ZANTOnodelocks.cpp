@@ -1,6 +1,7 @@
 // The locks of a node, and how an event gets its value into a node that somebody holds.
 #include "ZANTOnode.h"
 
+#include "ZANTOhealth.h"
 #include "ZANTOstatic.h"
 
 #include <mutex>
@@ -138,8 +139,10 @@ bool ZANTONode::leavePending(ZANTONodeValue &value, uint64_t connection)
         } catch (const std::bad_alloc &) {
             return false;
         }
-        if (m_locks.markOrLockBoth())
+        if (m_locks.markOrLockBoth()) {
+            ZANTOCount(ZANTOPresentCounts.heldValues);
             return true;
+        }
     }
     applyPending(); // the node is free by now
     unlock(ZANTONodeLock::both);

@@ -1,6 +1,7 @@
 #include "ZANTOutils.h"
 
 #include "ZANTOclock.h"
+#include "ZANTOhealth.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
@@ -194,7 +195,7 @@ template <typename Set> int32_t writeItem(ZANTOWire wire, const variant &value, 
         return -1;
     ZANTOValueBuffer buffer;
     buffer.encode(wire, value);
-    return set(buffer.data());
+    return ZANTOCountCall(set(buffer.data()));
 }
 
 bool isChannelName(const std::string &name) { return name == "Name"; }
@@ -212,7 +213,8 @@ ZANTONodeValue readChannelName(int32_t handle, uint16_t slot, uint16_t channel, 
 
 int32_t writeChannelName(int32_t handle, uint16_t slot, uint16_t channel, const variant &value)
 {
-    const int32_t result = VEXAHV_SetChName(handle, slot, 1, &channel, value.toString().c_str());
+    const int32_t result =
+        ZANTOCountCall(VEXAHV_SetChName(handle, slot, 1, &channel, value.toString().c_str()));
     if (result != 0)
         ZANTO_TRACE(0, "Error setting channel name\n");
     return result;
@@ -305,7 +307,7 @@ int32_t ZANTOUtils::ZANTOSetChannelParameterChanged(int32_t handle, uint16_t slo
 
 int32_t ZANTOUtils::ZANTOExeSystemCommandChanged(int32_t handle, const std::string &name)
 {
-    const int32_t result = VEXAHV_ExecComm(handle, name.c_str());
+    const int32_t result = ZANTOCountCall(VEXAHV_ExecComm(handle, name.c_str()));
     if (result != 0)
         ZANTO_TRACE(1, "Error execute [%s] system command\n", name.c_str());
     return result;

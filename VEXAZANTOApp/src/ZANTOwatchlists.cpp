@@ -1,5 +1,6 @@
 #include "ZANTOwatchlists.h"
 
+#include "ZANTOhealth.h"
 #include "ZANTOlife.h"
 #include "ZANTOmessages.h"
 #include "ZANTOnode.h"
@@ -61,7 +62,7 @@ bool watchLevel(const LevelName &level, const WatchList &list, const Watch &watc
         return false;
     }
     const auto count = static_cast<uint32_t>(list.names.size());
-    const bool called = watch(list.text.c_str(), count, results.data()) == 0;
+    const bool called = ZANTOCountCall(watch(list.text.c_str(), count, results.data())) == 0;
     ZANTOStartupCheckpoint();
     return reportRefused(level, list, called, results);
 }
