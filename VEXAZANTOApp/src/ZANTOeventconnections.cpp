@@ -1,5 +1,6 @@
 #include "ZANTOeventconnections.h"
 
+#include "ZANTOhealthwatch.h"
 #include "ZANTOstatic.h"
 
 #include <sys/socket.h>
@@ -33,10 +34,25 @@ std::optional<size_t> ZANTOConnectionToReplace(const std::vector<ZANTOEventConne
     return newIsCrates ? oldest(list, false, true) : std::nullopt;
 }
 
+bool ZANTOEventsComeIn(const std::vector<ZANTOEventConnection> &list)
+{
+    return std::any_of(list.begin(), list.end(), [](const ZANTOEventConnection &connection) {
+        return !connection.isLeaving && (connection.isCrates || connection.hasDelivered);
+    });
+}
+
+// Under the mutex, so that the last one told is the last that was true.
+void ZANTOEventConnections::tell() const { m_tells(ZANTOEventsComeIn(m_list)); }
+
 ZANTOEventConnections &ZANTOEventConnections::instance()
 {
     static ZANTONeverDestroyed<ZANTOEventConnections> connections;
     return connections.get();
+}
+
+ZANTOEventConnections::ZANTOEventConnections()
+    : ZANTOEventConnections([](bool comeIn) { ZANTOHealthWatch::instance().setConnected(comeIn); })
+{
 }
 
 bool ZANTOEventConnections::makeRoom(bool newIsCrates)
@@ -60,6 +76,7 @@ uint64_t ZANTOEventConnections::admit(int socket, bool isCrates)
     if (!makeRoom(isCrates))
         return 0;
     m_list.push_back({socket, ++m_lastNumber, isCrates, false, false});
+    tell();
     return m_lastNumber;
 }
 
@@ -80,6 +97,7 @@ void ZANTOEventConnections::delivered(uint64_t number)
         if (connection.number == number)
             connection.hasDelivered = true;
     }
+    tell();
 }
 
 void ZANTOEventConnections::remove(uint64_t number)
@@ -90,4 +108,5 @@ void ZANTOEventConnections::remove(uint64_t number)
                                     return connection.number == number;
                                 }),
                  m_list.end());
+    tell();
 }

@@ -22,9 +22,18 @@ struct ZANTOEventConnection {
 std::optional<size_t> ZANTOConnectionToReplace(const std::vector<ZANTOEventConnection> &list,
                                                bool newIsCrates);
 
+// The crate's events come in: a connection of the crate is open, or one that has delivered any. A
+// stranger that only connects does not make values look alive.
+bool ZANTOEventsComeIn(const std::vector<ZANTOEventConnection> &list);
+
 // The connections of the process. Any thread may call any function; none blocks.
 class ZANTOEventConnections {
 public:
+    // Tells the health watch whether events come in.
+    ZANTOEventConnections();
+    // `tells` is called after each change, for a moment and never twice at a time.
+    explicit ZANTOEventConnections(void (*tells)(bool comeIn)) : m_tells(tells) {}
+
     static ZANTOEventConnections &instance();
 
     // Takes a new connection in and gives it its number; one that has to give way is shut down,
@@ -45,7 +54,9 @@ public:
 
 private:
     bool makeRoom(bool newIsCrates);
+    void tell() const;
 
+    void (*const m_tells)(bool comeIn);
     mutable std::mutex m_mutex;
     // Guarded by m_mutex.
     std::vector<ZANTOEventConnection> m_list; // in the order of accept
