@@ -1,13 +1,9 @@
 #include "ZANTOscanhooks.h"
 
-#include "ZANTOAio.h"
-#include "ZANTOBio.h"
-#include "ZANTOMBBio.h"
-#include "ZANTOMBBioDirect.h"
-#include "ZANTOStringio.h"
 #include "ZANTOchangedrecords.h"
 #include "ZANTOclock.h"
 #include "ZANTOepics.h"
+#include "ZANTOscanlists.h"
 
 #include <initHooks.h>
 
@@ -16,9 +12,6 @@
 
 namespace {
 
-ZANTOScanList *const lists[] = {&ioscanpvt_ai, &ioscanpvt_bi, &ioscanpvt_mbbi,
-                                &ioscanpvt_mbbiDirect, &ioscanpvt_stringin};
-
 #if ZANTO_BASE_TELLS_SHUTDOWN
 
 // The IOC is about to take apart what scans use. A pass that stands at a write that hangs would
@@ -26,14 +19,15 @@ ZANTOScanList *const lists[] = {&ioscanpvt_ai, &ioscanpvt_bi, &ioscanpvt_mbbi,
 void stopScans()
 {
     constexpr std::chrono::seconds limit{1};
-    for (ZANTOScanList *list : lists)
+    for (ZANTOScanList *list : ZANTOScanLists)
         list->stop();
     ZANTOChangedRecords &changed = ZANTOChangedRecords::instance();
     changed.stop();
     const auto runs = [](const ZANTOScanList *list) { return list->passRuns(); };
     const auto end = ZANTOSteadyNow() + limit;
-    while ((changed.passRuns() || std::any_of(std::begin(lists), std::end(lists), runs)) &&
-           ZANTOSteadyNow() < end)
+    while (
+        (changed.passRuns() || std::any_of(ZANTOScanLists.begin(), ZANTOScanLists.end(), runs)) &&
+        ZANTOSteadyNow() < end)
         ZANTOPause(std::chrono::milliseconds(10));
 }
 
@@ -42,13 +36,13 @@ void stopScans()
 void onInit(initHookState state)
 {
     if (state == initHookAfterInitDatabase) {
-        for (ZANTOScanList *list : lists)
+        for (ZANTOScanList *list : ZANTOScanLists)
             list->start();
     }
     // What changed between the records' first processing and the start of the scans is in the
     // tree and in no record yet.
     if (state == initHookAfterIocRunning) {
-        for (ZANTOScanList *list : lists)
+        for (ZANTOScanList *list : ZANTOScanLists)
             list->iocRuns();
         ZANTOChangedRecords::instance().iocRuns(ZANTOScansChangedOnly());
     }
