@@ -5,6 +5,7 @@
 #include "ZANTOfile.h"
 #include "ZANTOfirmwarewait.h"
 #include "ZANTOhealth.h"
+#include "ZANTOhealthhooks.h"
 #include "ZANTOlife.h"
 #include "ZANTOlookup.h"
 #include "ZANTOmessages.h"
@@ -200,6 +201,7 @@ long init()
 {
     ZANTOPrintLine("Starting VEXA ZANTO driver");
     ZANTORegisterScanHooks();
+    ZANTORegisterHealthHooks();
     // Before the hooks of what has been set up until now: these may wait for a library call.
     epicsAtExit(atExit, nullptr);
     // The subscriptions announce the port, so it must be settled.

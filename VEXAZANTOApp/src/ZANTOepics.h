@@ -3,14 +3,17 @@
 
 #include <epicsVersion.h>
 
-// From base 7 on a scan list can be scanned for one priority alone, and the base brings pvAccess
-// and has a registrar for each of its servers.
+// From base 7 on a scan list can be scanned for one priority alone, the base brings pvAccess and
+// has a registrar for each of its servers, and a link can ask for a state of the IOC (src/Makefile
+// has the definition declare it).
 #if EPICS_VERSION >= 7
 #define ZANTO_BASE_SCANS_ONE_PRIORITY 1
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 1
+#define ZANTO_BASE_HAS_STATE_LINKS 1
 #else
 #define ZANTO_BASE_SCANS_ONE_PRIORITY 0
 #define ZANTO_BASE_HAS_SERVER_REGISTRARS 0
+#define ZANTO_BASE_HAS_STATE_LINKS 0
 #endif
 
 // Before base 7 an mbboDirect record makes its value from its bits, not the other way round: 3.15

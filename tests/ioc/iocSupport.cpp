@@ -20,6 +20,7 @@
 
 extern "C" {
 int ZANTO_registerRecordDeviceDriver(dbBase *base);
+int ZANTOextra_registerRecordDeviceDriver(dbBase *base);
 extern int *const pvar_int_ZANTOScanChangedOnly;
 }
 
@@ -212,6 +213,15 @@ void loadDefinitions()
     }
 }
 
+void loadExtraDefinitions()
+{
+    if (dbReadDatabase(&pdbbase, ZANTO_EXTRA_DBD, nullptr, nullptr) != 0 ||
+        ZANTOextra_registerRecordDeviceDriver(pdbbase) != 0) {
+        std::fprintf(stderr, "%s does not load\n", ZANTO_EXTRA_DBD);
+        std::abort();
+    }
+}
+
 // ---- IOC ----
 
 void setScanChangedOnly(bool on) { epicsAtomicSetIntT(pvar_int_ZANTOScanChangedOnly, on ? 1 : 0); }
@@ -255,13 +265,15 @@ void startCommonIoc()
 
 } // namespace
 
-void startIoc(const std::string &databaseText)
+void startIoc(const std::string &databaseText, void (*beforeRecords)())
 {
     // The driver waits for the port to be settled; the kernel chooses it.
     tcpPort = 0;
     epicsThreadCreate("ZANTOTcpServerThread", 55, epicsThreadGetStackSize(epicsThreadStackBig),
                       tcpServer_Thread, nullptr);
     loadDefinitions();
+    if (beforeRecords != nullptr)
+        beforeRecords();
     loadRecords(databaseText);
     if (iocBuildIsolated() != 0 || iocRun() != 0)
         std::abort();

@@ -147,11 +147,13 @@ VEXAHVEventData_t textEvent(const std::string &item, const std::string &value, i
 
 // The definition file's contents into the process and the server's registration.
 void loadDefinitions();
+// The same for the second definition, which goes behind the first.
+void loadExtraDefinitions();
 // As the shell's `var ZANTOScanChangedOnly` sets it; also before anything is loaded.
 void setScanChangedOnly(bool on);
 // Builds and runs an IOC of these records, once in a process, with a tree and without the
-// Channel Access server.
-void startIoc(const std::string &databaseText);
+// Channel Access server. `beforeRecords` is called when the definitions are loaded.
+void startIoc(const std::string &databaseText, void (*beforeRecords)() = nullptr);
 // The records that the server generates for a node of channel 1, or of the system with a
 // negative channel. Needs the tree.
 std::string generatedRecords(const std::string &node, int channel = 1);
