@@ -11,6 +11,7 @@
 #include "ZANTOterminal.h"
 #include "ZANTOthreads.h"
 
+#include <envDefs.h>
 #include <epicsThread.h>
 #include <iocsh.h>
 
@@ -137,6 +138,8 @@ int main(int argc, char *argv[])
     takeCredentials(line);
     connectCrate(line);
     ZANTOWatchEpics();
+    // For scripts that load records of their own.
+    epicsEnvSet("ZANTO_CRATE", line.crateName.c_str());
     if (!line.daemon)
         ZANTOSaveTerminal();
     runScript(line.script);
