@@ -10,6 +10,7 @@ from pathlib import Path
 import pytest
 
 from harness import places
+from harness.detector import lost
 from harness.process import until
 
 SITE = "/tmp/site"
@@ -69,28 +70,6 @@ def shown(site, figure):
 
 def severity(site, name):
     return site.clients.caget(f"{name}.SEVR")
-
-
-@contextlib.contextmanager
-def lost(site):
-    """The event connection is lost for a scope: a crate that is stopped makes no other."""
-    crate = site.the_crate
-
-    def is_lost():
-        crate.fault("drop-events")
-        crate.process.send(signal.SIGSTOP)
-        if site.sandbox.connections(5180) == 0:
-            return True
-        crate.process.send(signal.SIGCONT)  # it was quicker
-        return False
-
-    try:
-        until(is_lost, "the event connection is lost")
-        yield
-    finally:
-        crate.process.send(signal.SIGCONT)
-        crate.wait(eventConnections=1)
-    site.clients.wait_for_value(LOST, "0")
 
 
 # ---- the script

@@ -168,3 +168,40 @@ def test_a_first_site_file_is_made_and_served_as_it_is(site):
     assert "rror" not in ioc.stderr.text
     shown(site, "ZC16:00:000:State", "Off")
     shown(site, "ZC16:Health:Lost", "Connected")
+
+
+STALE = """
+site: Drift chamber
+stale: INVALID
+crates: [{name: ZC16}]
+channels:
+  - {channels: 0:0-3, name: DC:S1:W##}
+"""
+READ_BACKS = [f"{WIRE}:VMon", f"{WIRE}:VSet:RBV", f"{WIRE}:State", "ZC16:00:WorstSeverity",
+              "ZC16:ChannelsOn", "ZC16:02:Temp", "ZC16:ModelName"]
+
+
+def test_read_backs_and_states_are_invalid_while_the_connection_is_lost(site):
+    site.the_crate = site.reduced_crate()
+    site.the_crate.control("pause")
+    detector.make(site.sandbox, STALE)
+    ioc = site.ioc(script=places.start_script("st-site.cmd"),
+                   env={"ZANTO_SITE": detector.MADE}).wait_running()
+    site.the_crate.wait(eventConnections=1)
+    assert "rror" not in ioc.stderr.text
+    for name in READ_BACKS:
+        shown(site, f"{name}.SEVR", "NO_ALARM")
+    monitor = site.clients.camonitor(*READ_BACKS)
+    with detector.lost(site):
+        for name in READ_BACKS:
+            monitor.wait_for(name, ".*INVALID")
+        shown(site, "ZC16:WorstSeverity", "INVALID")
+        mark = monitor.mark()
+    for name in READ_BACKS:
+        monitor.wait_for(name, "(?!.*INVALID).*", mark)
+        shown(site, f"{name}.SEVR", "NO_ALARM")
+    # What changes after that is seen as ever.
+    site.the_crate.control("trip", slot=0, channel=1)
+    site.the_crate.control("step", seconds=0.1)
+    shown(site, f"{WIRE}:State", "Tripped")
+    shown(site, "ZC16:ChannelsTripped", "1")
