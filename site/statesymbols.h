@@ -1,0 +1,19 @@
+// The states of a channel as drawings: a colour and a shape each, so that nobody has to tell
+// colours apart.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "plan.h"
+
+namespace site {
+
+constexpr int symbolSize = 20; // pixels
+
+// In the order of the states, beside the screens.
+const std::vector<std::string> &symbolFiles();
+
+OutputFiles symbolDrawings();
+
+} // namespace site
