@@ -1,0 +1,54 @@
+// Which file shows what, the macros that it takes, and the words that several have.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "plan.h"
+#include "widgets.h"
+
+namespace site {
+
+// What a channel can do, with the words for it.
+struct RoleWords {
+    const char *label;
+    const PlannedParameter *ChannelRoles::*role;
+};
+
+const std::vector<RoleWords> &roleWords();
+
+// A record by which name people know it, as the channel's screen writes it: relative to the macro
+// P, the channel's name, so that channels which differ in nothing else share a screen.
+std::string onScreenOf(const PlannedChannel &channel, const std::string &record);
+
+// Of a plan that outlives it.
+class ScreenLinks {
+public:
+    explicit ScreenLinks(const Plan &plan);
+
+    static Link index() { return {"index.bob", {}}; }
+    static Link of(const PlannedCrate &crate);
+    static Link of(const PlannedCrate &crate, const PlannedBoard &board);
+    // The channel is one of the plan's.
+    Link of(const PlannedCrate &crate, const PlannedBoard &board,
+            const PlannedChannel &channel) const;
+
+    // Each file that shows channels, with one of those that it shows.
+    const std::map<std::string, const PlannedChannel *> &channelScreens() const
+    {
+        return examples_;
+    }
+
+private:
+    std::map<std::string, std::string> files_; // by what a screen is made of
+    std::map<std::string, const PlannedChannel *> examples_;
+};
+
+// A description's words: what looks like a macro is none.
+std::string plain(const std::string &text);
+
+// "file.bob?P=HV%3A03&...", as programs other than screens take a link.
+std::string address(const Link &link);
+
+} // namespace site
