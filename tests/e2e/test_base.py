@@ -141,6 +141,30 @@ def test_storm_behind_a_write_that_hangs_does_not_fill_it_either(small):
     shows_the_truth(small)
 
 
+# ---- health
+
+# What a read-back's SDIS asks: from base 7 on a state, which leaves its lock set alone.
+LOST = '{state:"ZANTO:EventsLost"}' if places.has_pvaccess() else '"ZC16:Health:Lost"'
+
+
+def test_read_back_is_stale_while_the_event_connection_is_lost(site):
+    site.sandbox.path("/tmp/site.acf").write_text("ASG(DEFAULT) { RULE(1, WRITE) }\n")
+    site.sandbox.path("/tmp/site.db").write_text(
+        f'record(ai, "{record(1, "VMon")}") {{ field(SDIS, {LOST}) field(DISS, "INVALID") }}\n')
+    crate = site.reduced_crate()
+    site.ioc(script=places.start_script("st-site.cmd"), env={"ZANTO_SITE": "/tmp"}).wait_running()
+    monitor = site.clients.camonitor("ZC16:Health:Lost", record(1, "VMon"))
+    monitor.wait_for("ZC16:Health:Lost", "0")
+    mark = monitor.mark()
+    crate.fault("drop-events")
+    monitor.wait_for("ZC16:Health:Lost", "1 +STATE +MAJOR", mark)
+    monitor.wait_for(record(1, "VMon"), ".* DISABLE +INVALID", mark)
+    until(lambda: site.clients.caget("ZC16:Health:Lost") == "Connected", "it is back")
+    until(lambda: site.clients.caget(record(1, "VMon.SEVR")) == "NO_ALARM", "it is good again")
+    assert float(site.clients.caget("ZC16:Health:Events")) > 0
+    assert site.clients.caget("ZC16:Health:StartTime").startswith("20")
+
+
 # ---- the end
 
 def test_orderly_end(site):
