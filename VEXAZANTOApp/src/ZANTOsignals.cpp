@@ -52,8 +52,14 @@ void ZANTOCatchSignals(void (*handler)(int))
     action.sa_handler = handler;
     action.sa_flags = SA_RESETHAND | SA_NOCLDSTOP;
     sigemptyset(&action.sa_mask);
-    for (const int number : terminationSignals)
+    sigset_t caught;
+    sigemptyset(&caught);
+    for (const int number : terminationSignals) {
         sigaction(number, &action, nullptr);
+        sigaddset(&caught, number);
+    }
+    // A supervisor may have blocked them for itself, and a new process inherits that.
+    pthread_sigmask(SIG_UNBLOCK, &caught, nullptr);
 }
 
 void ZANTOTakeSignal(int32_t number)

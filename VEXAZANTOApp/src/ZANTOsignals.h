@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-// `handler` gets SIGHUP, SIGINT, SIGQUIT and SIGTERM, each once; SIGPIPE is ignored.
+// `handler` gets SIGHUP, SIGINT, SIGQUIT and SIGTERM, each once, also where they were
+// blocked in the calling thread; SIGPIPE is ignored.
 void ZANTOCatchSignals(void (*handler)(int));
 
 // For the handler: notes the signal as a cause of the end and puts the default actions back, so

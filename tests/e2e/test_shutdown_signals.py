@@ -6,9 +6,10 @@ import signal
 import pytest
 
 from harness import places
-from harness.ioc import NO_EDITOR
+from harness.ioc import NO_EDITOR, arguments
 from harness.process import until
-from harness.shutdown import DEADLINE, LOGOUT, PROMPT, ends, printed
+from harness.shutdown import (DEADLINE, LOGOUT, PROMPT, ends, logged_out_once, printed,
+                              running)
 
 SIGNALS = [signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM]
 DESCRIPTIONS = {signal.SIGHUP: "Hangup", signal.SIGINT: "Interrupt", signal.SIGQUIT: "Quit",
@@ -55,6 +56,20 @@ def test_each_signal_ends_a_login_that_gets_no_answer(site):
         assert ioc.stdout.to_end().endswith(shutdown_messages(number, 2))
     crate.release()
     crate.wait(sessions=0)
+
+
+BLOCKED = """
+import os, signal, sys
+signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGHUP, signal.SIGPIPE, signal.SIGTERM})
+os.execv(sys.argv[1], sys.argv[1:])
+"""
+
+
+def test_a_supervisor_that_blocks_signals_can_end_it(site):
+    """As procServ does; its children inherit that."""
+    crate, ioc = running(site, argv=["/usr/bin/python3", "-c", BLOCKED, *arguments("-d")])
+    ends(ioc, PROMPT, signal.SIGTERM)
+    logged_out_once(crate)
 
 
 # ---- tree build

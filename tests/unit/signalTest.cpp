@@ -61,6 +61,27 @@ TEST_F(SignalDeathTest, ASignalBeforeItsThreadIsNotLost)
         ExitedWithCode(0), Eq(withMessages("")));
 }
 
+// Some supervisors block them for themselves, and their children inherit that.
+TEST_F(SignalDeathTest, SignalsThatWereBlockedBeforeTheStartEndItToo)
+{
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        SCOPED_TRACE(number);
+        EXPECT_EXIT(
+            {
+                sigset_t all;
+                sigfillset(&all);
+                pthread_sigmask(SIG_BLOCK, &all, nullptr);
+                catchSignals();
+                prepare(0);
+                plantTree();
+                ZANTOOpenTree();
+                kill(getpid(), number);
+                waitForTheEnd();
+            },
+            ExitedWithCode(0), Eq(loggedOut));
+    }
+}
+
 TEST_F(SignalDeathTest, ASecondSignalEndsTheProcessByItsDefaultAction)
 {
     for (const int second : {SIGINT, SIGHUP, SIGQUIT, SIGTERM}) {
