@@ -45,7 +45,7 @@ deb:
 help:
 	@echo "make demo     set up, build, and show the server with a simulated crate"
 	@echo "make test     set up, build, and run all tests"
-	@echo "make check    make test, then layers, layout, linters and sanitizers"
+	@echo "make check    make test, then layers, layout, linters, packages and sanitizers"
 	@echo "make bench    set up, build, and run the benchmarks"
 	@echo "make deb      set up, build, and make Debian packages in build/deb"
 	@echo "make setup    install missing Debian packages and EPICS base"
