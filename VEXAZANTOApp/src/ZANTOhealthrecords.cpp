@@ -11,7 +11,6 @@
 #include <dbLock.h>
 #include <epicsExport.h>
 #include <menuScan.h>
-#include <rsrv.h>
 #include <stringinRecord.h>
 
 #include <algorithm>
@@ -20,6 +19,11 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+// Base 3.14 does not say in it that it is C.
+extern "C" {
+#include <rsrv.h>
+}
 
 // ---- figures ----
 
