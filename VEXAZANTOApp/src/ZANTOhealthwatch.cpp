@@ -40,15 +40,21 @@ void ZANTOHealthWatch::begin(const ZANTOHealthServices &services)
 
 void ZANTOHealthWatch::iocRuns()
 {
+    if (!tellIocRuns())
+        ZANTO_TRACE(0, "\nUnable to start the health thread\n");
+}
+
+// False when there is no thread for it.
+bool ZANTOHealthWatch::tellIocRuns()
+{
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_services == nullptr)
-        return;
+        return true;
     startThread();
-    if (!m_hasThread)
-        ZANTO_TRACE(0, "\nUnable to start the health thread\n");
     m_iocRuns = m_recordsDue = true;
     m_nextTick = ZANTOSteadyNow() + period;
     m_changed.notify_all();
+    return m_hasThread;
 }
 
 void ZANTOHealthWatch::stop()

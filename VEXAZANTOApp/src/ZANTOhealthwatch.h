@@ -23,7 +23,8 @@ struct ZANTOHealthServices {
 // record whose SDIS asks for the state gets its severity when it is lost and its value when it is
 // back. Changes that follow each other quickly are carried out once; the last one always is.
 //
-// Any thread may call any function; none blocks but turn(), which processes records.
+// Any thread may call any function; none blocks but turn(), which processes records. The lock
+// inside is held for moments, and nothing is waited for under it.
 class ZANTOHealthWatch {
 public:
     ZANTOHealthWatch() = default;
@@ -63,6 +64,7 @@ private:
         bool tick = false;
     };
 
+    bool tellIocRuns();
     void startThread();
     void run() noexcept;
     bool hasWork() const;
