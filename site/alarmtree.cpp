@@ -43,7 +43,7 @@ std::string truth(bool value) { return value ? "true" : "false"; }
 
 class Tree {
 public:
-    explicit Tree(pugi::xml_node root) { components_[{}] = root; }
+    explicit Tree(pugi::xml_node root) { m_components[{}] = root; }
 
     void addLimits(const Owner &owner, const std::vector<PlannedParameter> &parameters)
     {
@@ -75,7 +75,7 @@ public:
 private:
     pugi::xml_node component(const Path &path)
     {
-        pugi::xml_node &found = components_[path];
+        pugi::xml_node &found = m_components[path];
         if (!found) {
             found = component(Path(path.begin(), path.end() - 1)).append_child("component");
             putAttributes(found, {{"name", path.back()}});
@@ -83,7 +83,7 @@ private:
         return found;
     }
 
-    std::map<Path, pugi::xml_node> components_;
+    std::map<Path, pugi::xml_node> m_components;
 };
 
 void addChannel(Tree &tree, const PlannedChannel &channel, const std::string &screen)
@@ -102,8 +102,10 @@ void addCrate(Tree &tree, const PlannedCrate &crate, const std::string &screen)
     if (!crate.hasHealth)
         return;
     const Owner health{crate.name + ":Health", owner.words, crate.alarm, screen};
-    tree.addPv(health, health.name + ":Lost", wordsOf(owner.words, "event connection"));
-    tree.addPv(health, health.name + ":Inserted", wordsOf(owner.words, "board inserted"));
+    for (const auto &[record, words] : {std::pair(":Lost", "event connection"),
+                                        {":ScansRefused", "scans refused"},
+                                        {":Inserted", "board inserted"}})
+        tree.addPv(health, health.name + record, wordsOf(owner.words, words));
 }
 
 } // namespace

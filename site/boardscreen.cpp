@@ -42,7 +42,7 @@ void showReading(Screen &screen, const Box &box, const PlannedChannel &channel,
 {
     const PlannedParameter *shown = channel.roles.*column.role;
     if (shown && shown->parameter->readable)
-        screen.reading(box, shown->shownReadBack());
+        screen.reading(box, shown->shownName());
 }
 
 void showSetPoint(Screen &screen, const Box &box, const PlannedChannel &channel,
@@ -116,7 +116,7 @@ int boardParameters(Screen &screen, int y, const PlannedBoard &board)
         const int line = y + shown / perLine * linePitch;
         screen.label({x, line, titleWidth, lineHeight}, plain(each.parameter->name));
         screen.reading({x + titleWidth, line, pitch - titleWidth - 20, lineHeight},
-                       each.shownReadBack());
+                       each.shownName());
         shown++;
     }
     return y + (shown + perLine - 1) / perLine * linePitch + 8;

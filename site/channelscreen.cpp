@@ -22,6 +22,26 @@ void power(Screen &screen, int y, const std::string &pv)
                    "Switch $(P) off?");
 }
 
+// The server gives the read-back of a set-point neither names of states nor decimals.
+void readBack(Screen &screen, int y, const std::string &pv, const std::string &readBack,
+              const Parameter &parameter)
+{
+    constexpr int decimals = 3;
+    constexpr int ledSize = 16; // without the border that the web renderer adds
+    const Box box{readingX, y, readingWidth, lineHeight};
+    if (!parameter.writable) {
+        screen.reading({entryX, y, readingX + readingWidth - entryX, lineHeight}, readBack);
+    } else if (parameter.type == "bo") {
+        screen.led({box.x, y + 3, ledSize, ledSize}, readBack);
+        constexpr int words = symbolSize + 6;
+        screen.reading({box.x + words, y, box.width - words, lineHeight}, pv);
+    } else {
+        Widget shown = screen.reading(box, readBack);
+        if (parameter.type == "ao")
+            shown.set("precision", decimals);
+    }
+}
+
 void roleLine(Screen &screen, int y, const RoleWords &words, const PlannedChannel &channel)
 {
     const PlannedParameter &shown = *(channel.roles.*words.role);
@@ -34,10 +54,8 @@ void roleLine(Screen &screen, int y, const RoleWords &words, const PlannedChanne
         power(screen, y, pv);
     else if (shown.parameter->writable)
         screen.entry(box, pv);
-    const int x = shown.parameter->writable ? readingX : entryX;
     if (shown.parameter->readable)
-        screen.reading({x, y, readingX + readingWidth - x, lineHeight},
-                       onScreenOf(channel, shown.shownReadBack()));
+        readBack(screen, y, pv, onScreenOf(channel, shown.shownReadBack()), *shown.parameter);
 }
 
 void stateLine(Screen &screen, int y, const PlannedChannel &channel)

@@ -59,33 +59,33 @@ void addLines(std::vector<Line> &lines, const PlannedBoard &board)
 // Lines under each other, in blocks beside each other where the boards are narrow.
 class Map {
 public:
-    Map(const PlannedCrate &crate, const ScreenLinks &links) : crate_(crate), links_(links)
+    Map(const PlannedCrate &crate, const ScreenLinks &links) : m_crate(crate), m_links(links)
     {
         for (const PlannedBoard &board : crate.boards)
-            addLines(lines_, board);
-        for (const Line &line : lines_)
-            columns_ = std::max(columns_, line.columns());
+            addLines(m_lines, board);
+        for (const Line &line : m_lines)
+            m_columns = std::max(m_columns, line.columns());
     }
 
     void show(Screen &screen, int y) const
     {
-        const int width = boardWidth + columns_ * cellPitch + blockGap;
+        const int width = boardWidth + m_columns * cellPitch + blockGap;
         const int room = std::max(1, (screenWidth + blockGap) / width);
-        const int count = static_cast<int>(lines_.size());
+        const int count = static_cast<int>(m_lines.size());
         const int blocks = std::clamp((count + blockLines - 1) / blockLines, 1, room);
         const int height = (count + blocks - 1) / blocks;
         for (int at = 0; at < count; at++) {
             const int x = left + at / height * width;
             if (at % height == 0)
                 showTitles(screen, x, y);
-            showLine(screen, x, y + titleHeight + at % height * linePitch, lines_.at(at));
+            showLine(screen, x, y + titleHeight + at % height * linePitch, m_lines.at(at));
         }
     }
 
 private:
     void showTitles(Screen &screen, int x, int y) const
     {
-        for (int column = 0; column < columns_; column++)
+        for (int column = 0; column < m_columns; column++)
             screen
                 .label({x + boardWidth + column * cellPitch, y, symbolSize, titleHeight - 2},
                        std::to_string(column), Font::Small)
@@ -98,11 +98,11 @@ private:
         std::string text = std::to_string(board.slot);
         text += line.firstChannel > 0 ? " from channel " + std::to_string(line.firstChannel)
                                       : " " + plain(board.description);
-        screen.button({x, y, boardWidth - 8, lineHeight}, text, ScreenLinks::of(crate_, board));
+        screen.button({x, y, boardWidth - 8, lineHeight}, text, ScreenLinks::of(m_crate, board));
         for (const PlannedChannel *each : line.channels) {
             const int column = each->number - line.firstChannel;
             const Box box{x + boardWidth + column * cellPitch, y + 1, symbolSize, symbolSize};
-            showCell(screen, box, *each, links_.of(crate_, board, *each));
+            showCell(screen, box, *each, m_links.of(m_crate, board, *each));
         }
     }
 
@@ -118,10 +118,10 @@ private:
                 .set("tooltip", plain(channel.shownName()));
     }
 
-    const PlannedCrate &crate_;
-    const ScreenLinks &links_;
-    std::vector<Line> lines_;
-    int columns_ = 1;
+    const PlannedCrate &m_crate;
+    const ScreenLinks &m_links;
+    std::vector<Line> m_lines;
+    int m_columns = 1;
 };
 
 int healthStrip(Screen &screen, int y, const PlannedCrate &crate)
@@ -140,15 +140,15 @@ int healthStrip(Screen &screen, int y, const PlannedCrate &crate)
 
 int legend(Screen &screen, int y)
 {
-    constexpr int columns = 8;
+    constexpr int columns = 9;
     constexpr int pitch = screenWidth / columns;
     constexpr int height = symbolSize + 4;
-    for (int state = 0; state < static_cast<int>(stateCount); state++) {
-        const int x = left + state % columns * pitch;
-        const int line = y + state / columns * height;
-        screen.picture({x, line, symbolSize, symbolSize}, symbolFiles().at(state));
+    for (size_t at = 0; at < symbolFiles().size(); at++) {
+        const int x = left + static_cast<int>(at) % columns * pitch;
+        const int line = y + static_cast<int>(at) / columns * height;
+        screen.picture({x, line, symbolSize, symbolSize}, symbolFiles().at(at));
         screen.label({x + symbolSize + 6, line, pitch - symbolSize - 10, symbolSize},
-                     stateWords().at(state).text, Font::Small);
+                     at < stateCount ? stateWords().at(at).text : "Not connected", Font::Small);
     }
     return y + 2 * height + 10;
 }

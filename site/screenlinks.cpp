@@ -84,12 +84,12 @@ ScreenLinks::ScreenLinks(const Plan &plan)
     for (const PlannedCrate &crate : plan.crates)
         for (const PlannedBoard &board : crate.boards)
             for (const PlannedChannel &channel : board.channels) {
-                std::string &file = files_[screenKey(channel)];
+                std::string &file = m_files[screenKey(channel)];
                 if (!file.empty())
                     continue;
-                const size_t number = files_.size();
+                const size_t number = m_files.size();
                 file = "channel" + (number > 1 ? "-" + std::to_string(number) : "") + ".bob";
-                examples_[file] = &channel;
+                m_examples[file] = &channel;
             }
 }
 
@@ -107,7 +107,7 @@ Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard &board,
                          std::to_string(channel.number);
     if (!channel.description.empty())
         detail = channel.description + " (" + detail + ")";
-    return {files_.at(screenKey(channel)),
+    return {m_files.at(screenKey(channel)),
             {{"P", channel.shownName()},
              {"DETAIL", plain(detail)},
              {"CRATE", fileOf(crate)},

@@ -37,12 +37,12 @@ public:
     // Each file that shows channels, with one of those that it shows.
     const std::map<std::string, const PlannedChannel *> &channelScreens() const
     {
-        return examples_;
+        return m_examples;
     }
 
 private:
-    std::map<std::string, std::string> files_; // by what a screen is made of
-    std::map<std::string, const PlannedChannel *> examples_;
+    std::map<std::string, std::string> m_files; // by what a screen is made of
+    std::map<std::string, const PlannedChannel *> m_examples;
 };
 
 // A description's words: what looks like a macro is none.

@@ -16,6 +16,7 @@ constexpr Ink on{"#2e8b57", "#ffffff"};
 constexpr Ink ramping{"#2f6fc4", "#ffffff"};
 constexpr Ink minor{"#f5b800", "#000000"};
 constexpr Ink major{"#c62828", "#ffffff"};
+constexpr Ink unknown{"#ffffff", "#a000a0"};
 
 Ink inkOf(State state)
 {
@@ -50,9 +51,10 @@ constexpr std::array<const char *, stateCount> glyphs{
     "M6 4V11A4 4 0 0 0 14 11V4",                          // Unplugged
 };
 
-std::string svg(State state)
+constexpr const char *questionMark = "M6 7A4 3.5 0 1 1 10 11V12.5M10 14.5V16.5";
+
+std::string svg(const Ink &ink, const char *lines)
 {
-    const Ink ink = inkOf(state);
     const std::string size = std::to_string(symbolSize);
     const std::string side = std::to_string(symbolSize - 2);
     pugi::xml_document document;
@@ -66,10 +68,8 @@ std::string svg(State state)
                                                  {"rx", "3"},
                                                  {"fill", ink.square},
                                                  {"stroke", "#606060"}});
-    putAttributes(picture.append_child("path"), {{"d", glyphs.at(static_cast<size_t>(state))},
-                                                 {"fill", "none"},
-                                                 {"stroke", ink.glyph},
-                                                 {"stroke-width", "2"}});
+    putAttributes(picture.append_child("path"),
+                  {{"d", lines}, {"fill", "none"}, {"stroke", ink.glyph}, {"stroke-width", "2"}});
     return xmlText(document);
 }
 
@@ -81,6 +81,7 @@ const std::vector<std::string> &symbolFiles()
         std::vector<std::string> made;
         for (const StateWords &each : stateWords())
             made.push_back(std::string("states/") + each.key + ".svg");
+        made.emplace_back("states/unknown.svg");
         return made;
     }();
     return files;
@@ -90,7 +91,9 @@ OutputFiles symbolDrawings()
 {
     OutputFiles made;
     for (size_t state = 0; state < stateCount; state++)
-        made.push_back({symbolFiles().at(state), svg(static_cast<State>(state))});
+        made.push_back(
+            {symbolFiles().at(state), svg(inkOf(static_cast<State>(state)), glyphs.at(state))});
+    made.push_back({symbolFiles().back(), svg(unknown, questionMark)});
     return made;
 }
 

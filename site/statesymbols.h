@@ -11,7 +11,8 @@ namespace site {
 
 constexpr int symbolSize = 20; // pixels
 
-// In the order of the states, beside the screens.
+// In the order of the states, beside the screens; behind them that of a channel which is not
+// connected.
 const std::vector<std::string> &symbolFiles();
 
 OutputFiles symbolDrawings();

@@ -67,17 +67,17 @@ Widget &Widget::opens(const Link &link)
     return *this;
 }
 
-Screen::Screen(const std::string &title) : display_(document_.append_child("display"))
+Screen::Screen(const std::string &title) : m_display(m_document.append_child("display"))
 {
-    putAttributes(display_, {{"version", "2.0.0"}});
-    putElements(display_, {{"name", title}});
+    putAttributes(m_display, {{"version", "2.0.0"}});
+    putElements(m_display, {{"name", title}});
 }
 
 Widget Screen::add(const std::string &type, const Box &box, const std::string &name)
 {
-    right_ = std::max(right_, box.x + box.width);
-    bottom_ = std::max(bottom_, box.y + box.height);
-    Widget widget(display_.append_child("widget"));
+    m_right = std::max(m_right, box.x + box.width);
+    m_bottom = std::max(m_bottom, box.y + box.height);
+    Widget widget(m_display.append_child("widget"));
     putAttributes(widget.node, {{"type", type}, {"version", versionOf(type)}});
     widget.set("name", name).set("x", box.x).set("y", box.y);
     return widget.set("width", box.width).set("height", box.height);
@@ -106,10 +106,14 @@ Widget Screen::reading(const Box &box, const std::string &pv)
     return made;
 }
 
-// A unit in the field would be written back by the web renderer.
+Widget Screen::led(const Box &box, const std::string &pv)
+{
+    return add("led", box, pv).set("pv_name", pv);
+}
+
 Widget Screen::entry(const Box &box, const std::string &pv)
 {
-    return add("textentry", box, pv).set("pv_name", pv).flag("show_units", false).font(Font::Body);
+    return add("textentry", box, pv).set("pv_name", pv).font(Font::Body);
 }
 
 Widget Screen::button(const Box &box, const std::string &text, const Link &link, Font font)
@@ -139,6 +143,7 @@ Widget Screen::toggle(const Box &box, const std::string &pv, const std::string &
 Widget Screen::symbol(const Box &box, const std::string &pv, const std::vector<std::string> &files)
 {
     Widget made = add("symbol", box, pv).set("pv_name", pv);
+    made.set("initial_index", static_cast<int>(files.size()) - 1);
     Widget symbols(made.node.append_child("symbols"));
     for (const std::string &file : files)
         symbols.set("symbol", file);
@@ -166,8 +171,8 @@ Widget Screen::chart(const Box &box, const Texts &traces)
 
 std::string Screen::xml()
 {
-    Widget(display_).set("width", right_ + margin).set("height", bottom_ + margin);
-    return xmlText(document_);
+    Widget(m_display).set("width", m_right + margin).set("height", m_bottom + margin);
+    return xmlText(m_document);
 }
 
 void putElements(pugi::xml_node node, const Texts &elements)

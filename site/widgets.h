@@ -47,8 +47,9 @@ public:
 
     Widget label(const Box &box, const std::string &text, Font font = Font::Body);
     Widget picture(const Box &box, const std::string &file);
-    // Value, unit and alarm of a record.
+    // Value, unit and alarm of a record, with the record's own number of decimals.
     Widget reading(const Box &box, const std::string &pv);
+    Widget led(const Box &box, const std::string &pv);
     Widget entry(const Box &box, const std::string &pv);
     Widget button(const Box &box, const std::string &text, const Link &link,
                   Font font = Font::Body);
@@ -57,7 +58,7 @@ public:
                    const std::string &value, const std::string &question);
     // Shows and changes a switch, and asks before.
     Widget toggle(const Box &box, const std::string &pv, const std::string &question);
-    // One of the files, by the record's number.
+    // One of the files, by the record's number; the last one while there is none.
     Widget symbol(const Box &box, const std::string &pv, const std::vector<std::string> &files);
     // Names and records of one trace or two: the second one has its axis on the right.
     Widget chart(const Box &box, const Texts &traces);
@@ -69,10 +70,10 @@ private:
     Widget add(const std::string &type, const Box &box, const std::string &name);
     Widget addText(const char *type, const Box &box, const std::string &name);
 
-    pugi::xml_document document_;
-    pugi::xml_node display_;
-    int right_ = 0;
-    int bottom_ = 0;
+    pugi::xml_document m_document;
+    pugi::xml_node m_display;
+    int m_right = 0;
+    int m_bottom = 0;
 };
 
 void putElements(pugi::xml_node node, const Texts &elements);

@@ -18,8 +18,8 @@ protected:
 
     pugi::xml_node tree()
     {
-        EXPECT_TRUE(document_.load_string(alarmTree(sample.plan).c_str()));
-        return document_.child("config");
+        EXPECT_TRUE(m_document.load_string(alarmTree(sample.plan).c_str()));
+        return m_document.child("config");
     }
 
     // Where components and their last child, a PV, have these names.
@@ -47,7 +47,7 @@ protected:
     }
 
 private:
-    pugi::xml_document document_;
+    pugi::xml_document m_document;
 };
 
 struct Counter : pugi::xml_tree_walker {
@@ -185,7 +185,8 @@ TEST_F(SiteAlarmTree, HealthIsWatchedWhereItIsServed)
     sample.add("LV", boards(1, 1));
     EXPECT_STREQ("screens/HV.bob",
                  pv({"HV", "Health", "HV:Health:Lost"}).child("display").child_value("details"));
-    EXPECT_TRUE(pv({"HV", "Health", "HV:Health:Inserted"}));
+    for (const char *each : {"HV:Health:ScansRefused", "HV:Health:Inserted"})
+        EXPECT_TRUE(pv({"HV", "Health", each})) << each;
     EXPECT_FALSE(pv({"LV", "Health", "LV:Health:Lost"}));
 }
 

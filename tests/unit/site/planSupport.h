@@ -67,8 +67,8 @@ public:
 
     PlannedCrate &add(const std::string &name, const CrateShape &shape)
     {
-        crates_.push_back(crate(name, shape));
-        plan.crates.push_back(planned(crates_.back()));
+        m_crates.push_back(crate(name, shape));
+        plan.crates.push_back(planned(m_crates.back()));
         return plan.crates.back();
     }
 
@@ -147,7 +147,7 @@ private:
         return made;
     }
 
-    std::list<Crate> crates_;
+    std::list<Crate> m_crates;
 };
 
 // Gives the channel the name, and each parameter the alias that belongs to it.

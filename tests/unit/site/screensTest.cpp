@@ -43,14 +43,16 @@ const std::map<std::string, TypeWords> &desktopTypes()
           {"pv_name", "font", "labels_from_pv", "mode", "show_confirm_dialog", "confirm_message"}}},
         {"label",
          {"2.0.0", {"text", "font", "horizontal_alignment", "vertical_alignment", "wrap_words"}}},
+        {"led", {"2.0.0", {"pv_name"}}},
         {"picture", {"2.0.0", {"file"}}},
         {"stripchart", {"2.1.0", {"start", "y_axes", "traces"}}},
-        {"symbol", {"2.0.0", {"pv_name", "symbols", "run_actions_on_mouse_click"}}},
-        {"textentry", {"3.0.0", {"pv_name", "font", "show_units"}}},
+        {"symbol",
+         {"2.0.0", {"pv_name", "symbols", "initial_index", "run_actions_on_mouse_click"}}},
+        {"textentry", {"3.0.0", {"pv_name", "font"}}},
         {"textupdate",
          {"2.0.0",
-          {"pv_name", "font", "horizontal_alignment", "vertical_alignment", "wrap_words",
-           "background_color"}}},
+          {"pv_name", "font", "precision", "horizontal_alignment", "vertical_alignment",
+           "wrap_words", "background_color"}}},
     };
     return types;
 }
@@ -329,7 +331,7 @@ TEST(SiteScreens, ALargeCrateFitsTheScreenOfALaptop)
     EXPECT_LE(number(page.display(), "width"), 1300);
     EXPECT_LE(number(page.display(), "height"), 700);
     EXPECT_LT(page.text.size(), 1500000u);
-    EXPECT_EQ(1u + 1 + 16 + 1 + stateCount, pages.size());
+    EXPECT_EQ(1u + 1 + 16 + 1 + stateCount + 1, pages.size());
 }
 
 TEST(SiteScreens, ChannelsStandUnderTheirNumbers)
@@ -369,14 +371,26 @@ TEST(SiteScreens, ACellShowsItsStateByADrawingForEach)
     const std::vector<pugi::xml_node> symbols = pages.at("HV.bob").widgets("symbol");
     ASSERT_EQ(1u, symbols.size());
     Names drawings;
-    size_t state = 0;
+    std::vector<std::string> files;
     for (pugi::xml_node each : symbols[0].child("symbols").children("symbol")) {
-        EXPECT_EQ(std::string("states/") + stateWords().at(state++).key + ".svg",
-                  each.text().get());
-        drawings.insert(pages.at(each.text().get()).text);
+        files.emplace_back(each.text().get());
+        drawings.insert(pages.at(files.back()).text);
     }
-    EXPECT_EQ(stateCount, state);
-    EXPECT_EQ(stateCount, drawings.size());
+    ASSERT_EQ(stateCount + 1, files.size());
+    for (size_t state = 0; state < stateCount; state++)
+        EXPECT_EQ(std::string("states/") + stateWords().at(state).key + ".svg", files[state]);
+    EXPECT_EQ(files.size(), drawings.size());
+}
+
+TEST(SiteScreens, AChannelThatIsNotConnectedIsNotShownAsOff)
+{
+    Sample sample;
+    sample.add("HV", boards(1, 1));
+    const std::map<std::string, Page> pages = pagesOf(sample.plan);
+    for (const char *file : {"HV.bob", "HV-00.bob", "channel.bob"})
+        for (pugi::xml_node each : pages.at(file).widgets("symbol"))
+            EXPECT_EQ(static_cast<int>(stateCount), number(each, "initial_index")) << file;
+    EXPECT_EQ(1, pages.at("HV.bob").texts("text").count("Not connected"));
 }
 
 TEST(SiteScreens, AChannelWithoutStateHasAButtonInstead)
@@ -472,6 +486,24 @@ TEST(SiteScreens, WhatCannotBeWrittenIsShownOnly)
     EXPECT_EQ(2u, pages.at("HV-00.bob").widgets("textentry").size());
 }
 
+// The server's read-back of a switch has no names of states, that of a set-point no decimals.
+TEST(SiteScreens, ReadBacksSayWhatTheirRecordsDoNot)
+{
+    Sample sample;
+    sample.add("HV", boards(1, 1));
+    const std::map<std::string, Page> pages = pagesOf(sample.plan);
+    Texts precisions;
+    for (pugi::xml_node each : pages.at("channel.bob").widgets("textupdate"))
+        precisions[each.child_value("pv_name")] = each.child_value("precision");
+    EXPECT_EQ("3", precisions.at("$(P):VSet:RBV"));
+    EXPECT_EQ("", precisions.at("$(P):VMon"));
+    EXPECT_EQ("", precisions.at("$(P):Pw"));
+    EXPECT_EQ(0, precisions.count("$(P):Pw:RBV"));
+    const std::vector<pugi::xml_node> lamps = pages.at("channel.bob").widgets("led");
+    ASSERT_EQ(1u, lamps.size());
+    EXPECT_STREQ("$(P):Pw:RBV", lamps[0].child_value("pv_name"));
+}
+
 TEST(SiteScreens, ATableHasNoColumnForWhatNoChannelHas)
 {
     Sample sample;
@@ -509,7 +541,7 @@ TEST(SiteScreens, FileNamesAreSafeWhateverACrateIsCalled)
     for (const std::string &each : names)
         sample.add(each, boards(3, 1));
     const std::map<std::string, Page> pages = pagesOf(sample.plan);
-    EXPECT_EQ(1 + names.size() * 4 + 1 + stateCount, pages.size());
+    EXPECT_EQ(1 + names.size() * 4 + 1 + stateCount + 1, pages.size());
     const std::string safe = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
     for (const auto &[file, page] : pages) {
         if (file.find("states/") == 0)
