@@ -32,6 +32,7 @@ LINKED = {"VSet:RBV": "ai", "VMon": "ai", "Status": "ai", "Pw:RBV": "bi", "Input
           "Comment:RBV": "stringin"}
 
 LOST = "ZC16:Health:Lost"
+DEADLINE = 11  # seconds for an end, one of them for a busy machine
 # As camonitor and caget -a show them.
 LOST_VALUE = "1 +STATE +MAJOR"
 STALE_VALUE = r".*DISABLE +INVALID"
@@ -180,6 +181,14 @@ def test_a_write_that_hangs_leaves_others_alone(site):
         monitor.wait_for(name, GOOD_VALUE, mark)
     until(lambda: severities(site, [*others, record(0, 0, "VSet:RBV")]) == {"NO_ALARM"},
           "all are good")
+
+
+def test_it_ends_in_order_while_a_write_hangs(site):
+    started(site, records_of_the_site())
+    with write_under_way(site, 0, "hang", count=0):
+        begin = time.monotonic()
+        assert site.the_ioc.stop() == 0
+        assert time.monotonic() - begin < DEADLINE
 
 
 # ---- figures
