@@ -51,11 +51,10 @@ const Board *Crate::find(int slot) const
     return findIn(boards, [&](const Board &each) { return each.slot == slot; });
 }
 
-std::string Crate::recordOf(int slot) const { return name + ":" + padded(slot, 2); }
-
 std::string Crate::recordOf(int slot, int channel) const
 {
-    return recordOf(slot) + ":" + padded(channel, 3);
+    return name + (slot < 0 ? "" : ":" + padded(slot, 2)) +
+           (channel < 0 ? "" : ":" + padded(channel, 3));
 }
 
 } // namespace site

@@ -12,7 +12,6 @@ struct Parameter {
     std::string record; // "HV:03:007:VSet"
     std::string name;   // "VSet"
     std::string type; // "ai", "ao", "bi", "bo", "mbbiDirect", "mbboDirect", "stringin", "stringout"
-    int line = 0;     // of the PV list, from 1; 0: from elsewhere
     bool readable = false;
     bool writable = false;
     std::optional<double> low; // the hardware's limits; nothing: unknown or without limits
@@ -54,9 +53,22 @@ struct Crate {
 
     const Board *find(int slot) const;
 
-    // "HV:03:007"
-    std::string recordOf(int slot) const;
-    std::string recordOf(int slot, int channel) const;
+    // "HV", "HV:03" or "HV:03:007": what is below 0 is left out.
+    std::string recordOf(int slot, int channel = -1) const;
 };
+
+// Calls act(parameters, board, channel) for a crate, planned or not, with its own list, its
+// boards' and their channels'. Board and channel are null where the list belongs to none.
+template <class AnyCrate, class Act> void forEachList(AnyCrate &crate, const Act &act)
+{
+    using BoardPlace = decltype(&crate.boards.front());
+    using ChannelPlace = decltype(&crate.boards.front().channels.front());
+    act(crate.parameters, BoardPlace(), ChannelPlace());
+    for (auto &board : crate.boards) {
+        act(board.parameters, &board, ChannelPlace());
+        for (auto &channel : board.channels)
+            act(channel.parameters, &board, &channel);
+    }
+}
 
 } // namespace site

@@ -4,27 +4,17 @@
 
 #include "description/channelnames.h"
 #include "names.h"
+#include "states.h"
 
 namespace site {
 
 namespace {
 
-// For words in which several parameters of the crate take part.
-template <class Act> void forEachList(const Crate &crate, Act act)
-{
-    act(crate.parameters);
-    for (const Board &board : crate.boards) {
-        act(board.parameters);
-        for (const Channel &channel : board.channels)
-            act(channel.parameters);
-    }
-}
-
 std::set<std::string> recordsOf(const std::vector<Crate> &crates)
 {
     std::set<std::string> records;
     for (const Crate &crate : crates)
-        forEachList(crate, [&](const Parameters &parameters) {
+        forEachList(crate, [&](const Parameters &parameters, auto...) {
             for (const Parameter &each : parameters) {
                 records.insert(each.record);
                 if (!each.isSetPoint())
@@ -71,7 +61,7 @@ void checkRange(const Entry &entry, const Range &range, const Crate &crate, bool
             continue;
         for (int channel = range.channels.first; channel <= range.channels.last; ++channel)
             if (board->find(channel) == nullptr)
-                return unknown("channel " + placeText(slot, channel));
+                return unknown("channel " + crate.recordOf(slot, channel));
     }
 }
 
@@ -133,13 +123,6 @@ const Placed<Value> *given(const Choice &choice, ByParameter<Value> Entry::*memb
     return own != nullptr ? own : choice.get(member, allParameters, what);
 }
 
-std::string recordName(const Crate &crate, int slot, int channel)
-{
-    if (slot < 0)
-        return crate.name;
-    return channel < 0 ? crate.recordOf(slot) : crate.recordOf(slot, channel);
-}
-
 } // namespace
 
 CratePlanner::CratePlanner(const SiteFile &file, const std::vector<Crate> &crates,
@@ -174,7 +157,7 @@ PlannedCrate CratePlanner::plan(const Crate &crate, const CrateEntry &entry)
 Choice CratePlanner::chooseFor(const Crate &crate, const std::vector<Entry> &entries, int slot,
                                int channel, const Parameters &parameters)
 {
-    Choice choice(recordName(crate, slot, channel), channel < 0 ? nullptr : &m_file.defaults,
+    Choice choice(crate.recordOf(slot, channel), channel < 0 ? nullptr : &m_file.defaults,
                   m_findings);
     for (const Entry &entry : entries)
         if (covers(entry, crate, slot, channel)) {
@@ -288,10 +271,12 @@ void CratePlanner::setState(PlannedChannel &planned, const Choice &choice)
     const auto *status = planned.roles.status;
     if (status == nullptr || status->parameter->type != "ai")
         return;
-    planned.hasState = m_records.count(planned.stateRecord()) == 0;
+    const bool isTaken = m_records.count(planned.stateRecord()) != 0;
+    planned.hasState = !isTaken && isRecordName(longestStateRecord(planned));
     if (!planned.hasState)
         m_notes.push_back(planned.record +
-                          " has a parameter called State: it gets no State record");
+                          (isTaken ? " has a parameter called State" : " is too long a name") +
+                          ": it gets no State record");
     else if (!planned.name.empty())
         claim(planned.shownState(), choice.nameEntry()->name->line);
 }

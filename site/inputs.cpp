@@ -42,11 +42,10 @@ CrateReading readList(const std::string &path, Messages &messages)
     auto reading = readPvList(readFile(path));
     const auto database = std::filesystem::path(path).replace_filename("ZANTO.db");
     std::error_code code;
-    if (std::filesystem::exists(database, code))
-        addDatabase(reading.crate, readFile(database));
-    else
-        messages.notes.push_back(path + ": no ZANTO.db lies beside it, so limits are not compared "
-                                        "with those of the hardware");
+    if (!std::filesystem::exists(database, code) || !addDatabase(reading, readFile(database)))
+        messages.notes.push_back(path + ": no ZANTO.db of this crate lies beside it, so nobody can "
+                                        "tell whether the list is whole, and limits are not "
+                                        "compared with those of the hardware");
     return reading;
 }
 

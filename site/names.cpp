@@ -1,7 +1,6 @@
 #include "names.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "description/scalars.h"
 
@@ -34,21 +33,12 @@ std::string quotedForDatabase(std::string_view text)
 
 std::string printable(std::string_view text)
 {
-    std::string shown(text);
+    constexpr size_t glance = 100;
+    std::string shown(text.substr(0, glance));
     std::replace_if(shown.begin(), shown.end(), isControl, '?');
-    return shown;
+    return text.size() > glance ? shown + "..." : shown;
 }
 
 std::string numberText(double number) { return sim::realText(number); }
-
-std::string placeText(int slot, int channel)
-{
-    char text[32];
-    if (channel < 0)
-        std::snprintf(text, sizeof text, "%02d", slot);
-    else
-        std::snprintf(text, sizeof text, "%02d:%03d", slot, channel);
-    return text;
-}
 
 } // namespace site

@@ -17,13 +17,10 @@ bool isRecordName(std::string_view name);
 // One line of people's text in a database file: what has to be escaped is.
 std::string quotedForDatabase(std::string_view text);
 
-// For messages: control bytes as question marks.
+// For messages: the beginning of it, control bytes as question marks.
 std::string printable(std::string_view text);
 
 // The shortest number that reads back the same.
 std::string numberText(double number);
-
-// "03:007", or "03" for a channel below 0.
-std::string placeText(int slot, int channel);
 
 } // namespace site

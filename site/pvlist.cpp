@@ -17,12 +17,6 @@ namespace {
 constexpr std::array<std::string_view, 8> recordTypes{
     "ai", "ao", "bi", "bo", "mbbiDirect", "mbboDirect", "stringin", "stringout"};
 
-// Where a line's record belongs; -1 for a column that does not apply.
-struct Position {
-    int slot = -1;
-    int channel = -1;
-};
-
 // Takes the text before the separator away from the front.
 std::optional<std::string_view> cut(std::string_view &text, std::string_view separator)
 {
@@ -58,29 +52,29 @@ std::optional<int> column(std::string_view text)
 }
 
 struct Line {
-    Position position;
+    int slot = -1; // below 0: the column does not apply
+    int channel = -1;
     Parameter parameter; // without its name
 };
 
 std::optional<Line> readLine(std::string_view text)
 {
-    const auto slot = cut(text, ", ");
-    const auto channel = cut(text, ", ");
+    const auto slotText = cut(text, ", ");
+    const auto channelText = cut(text, ", ");
     const auto written = cutBack(text, ", ");
     const auto read = cutBack(text, ", ");
     const auto type = cutBack(text, ",  ");
     if (!type)
         return std::nullopt;
-    const auto slotNumber = column(*slot);
-    const auto channelNumber = column(*channel);
+    const auto slot = column(*slotText);
+    const auto channel = column(*channelText);
     const auto isMark = [](std::string_view mark) { return mark == "x" || mark == " "; };
-    const bool isKnown =
+    const bool isType =
         std::find(recordTypes.begin(), recordTypes.end(), *type) != recordTypes.end();
-    if (!slotNumber || !channelNumber || (*slotNumber < 0 && *channelNumber >= 0) || !isKnown ||
-        !isMark(*read) || !isMark(*written) || text.empty())
+    if (!slot || !channel || (*slot < 0 && *channel >= 0) || !isType || !isMark(*read) ||
+        !isMark(*written) || text.empty() || text.back() == ':')
         return std::nullopt;
-    Line line;
-    line.position = {*slotNumber, *channelNumber};
+    Line line{*slot, *channel, {}};
     line.parameter.record = text;
     line.parameter.type = *type;
     line.parameter.readable = *read == "x";
@@ -88,92 +82,67 @@ std::optional<Line> readLine(std::string_view text)
     return line;
 }
 
-class Reader {
-public:
-    void read(std::string_view text)
-    {
-        if (text.empty())
-            return complain(0, "is empty: no PV list");
-        while (!text.empty() && m_findings.empty()) {
-            ++m_line;
-            const auto line = cut(text, "\n");
-            if (!line)
-                return complain(m_line, "ends in the middle of a line: the list was cut short");
-            take(*line);
-        }
-    }
-
-    CrateReading result()
-    {
-        for (auto &[slot, channels] : m_channels)
-            for (auto &[number, parameters] : channels)
-                m_boards[slot].channels.push_back({number, std::move(parameters)});
-        for (auto &[slot, board] : m_boards)
-            m_crate.boards.push_back(std::move(board));
-        return {std::move(m_crate), std::move(m_findings)};
-    }
-
-private:
-    void take(std::string_view text)
-    {
-        auto line = readLine(text);
-        if (!line)
-            return complain(m_line, "is not a line of a PV list: \"" + printable(text) + "\"");
-        auto &parameter = line->parameter;
-        if (m_crate.name.empty())
-            m_crate.name = parameter.record.substr(0, parameter.record.find(':'));
-        const auto prefix = prefixOf(line->position);
-        if (parameter.record.compare(0, prefix.size(), prefix) != 0)
-            return complain(m_line, "record \"" + printable(parameter.record) +
-                                        "\" does not begin with \"" + printable(prefix) +
-                                        "\": not the list of one crate");
-        parameter.name = parameter.record.substr(prefix.size());
-        parameter.line = m_line;
-        // Such a record can be in no file that is written here.
-        if (!isRecordName(parameter.record))
-            return;
-        listOf(line->position).push_back(std::move(parameter));
-    }
-
-    std::string prefixOf(const Position &position) const
-    {
-        if (position.slot < 0)
-            return m_crate.name + ":";
-        return (position.channel < 0 ? m_crate.recordOf(position.slot)
-                                     : m_crate.recordOf(position.slot, position.channel)) +
-               ":";
-    }
-
-    Parameters &listOf(const Position &position)
-    {
-        if (position.slot < 0)
-            return m_crate.parameters;
-        Board &board = m_boards[position.slot];
-        board.slot = position.slot;
-        return position.channel < 0 ? board.parameters
-                                    : m_channels[position.slot][position.channel];
-    }
-
-    void complain(int line, const std::string &text) { m_findings.push_back({line, text}); }
-
-    int m_line = 0;
-    Crate m_crate;
-    std::map<int, Board> m_boards;
-    std::map<int, std::map<int, Parameters>> m_channels; // by slot
-    std::vector<sim::Finding> m_findings;
-};
-
-template <class Act> void forEachParameter(Crate &crate, Act act)
+// A name may hold colons: it ends where a board's records have their slot, or else at the first.
+std::string crateName(const std::vector<Line> &lines)
 {
-    const auto each = [&](Parameters &parameters) {
-        std::for_each(parameters.begin(), parameters.end(), act);
-    };
-    each(crate.parameters);
-    for (Board &board : crate.boards) {
-        each(board.parameters);
-        for (Channel &channel : board.channels)
-            each(channel.parameters);
+    const auto ofBoard =
+        std::find_if(lines.begin(), lines.end(), [](const Line &each) { return each.slot >= 0; });
+    const Line &line = ofBoard == lines.end() ? lines.front() : *ofBoard;
+    const std::string &record = line.parameter.record;
+    return record.substr(0, record.find(Crate().recordOf(line.slot, line.channel) + ":"));
+}
+
+// The one of that number in its place, made where there is none.
+template <class Item> Item &at(std::vector<Item> &list, int Item::*number, int wanted)
+{
+    auto place = std::lower_bound(
+        list.begin(), list.end(), wanted,
+        [number](const Item &each, int position) { return each.*number < position; });
+    if (place == list.end() || (*place).*number != wanted) {
+        place = list.insert(place, Item());
+        (*place).*number = wanted;
     }
+    return *place;
+}
+
+// Of equal records EPICS keeps the first; others can be in no file that is written here.
+void append(Parameters &list, Parameter parameter)
+{
+    // The server writes all records of a set-point or none.
+    const std::string longest = parameter.record + (parameter.isSetPoint() ? ":Sync" : "");
+    if (isRecordName(longest) && find(list, parameter.name) == nullptr)
+        list.push_back(std::move(parameter));
+}
+
+void append(Crate &crate, const Line &line)
+{
+    if (line.slot < 0)
+        return append(crate.parameters, line.parameter);
+    Board &board = at(crate.boards, &Board::slot, line.slot);
+    append(line.channel < 0 ? board.parameters
+                            : at(board.channels, &Channel::number, line.channel).parameters,
+           line.parameter);
+}
+
+// Nothing when something is wrong.
+std::vector<Line> readLines(std::string_view text, std::vector<sim::Finding> &findings)
+{
+    std::vector<Line> lines;
+    if (text.empty())
+        findings.push_back({0, "is empty: no PV list"});
+    while (!text.empty()) {
+        const int number = static_cast<int>(lines.size()) + 1;
+        const auto line = cut(text, "\n");
+        auto read = line ? readLine(*line) : std::nullopt;
+        if (!read) {
+            findings.push_back(
+                {number, line ? "is not a line of a PV list: \"" + printable(*line) + "\""
+                              : "ends in the middle of a line: the list was cut short"});
+            return {};
+        }
+        lines.push_back(std::move(*read));
+    }
+    return lines;
 }
 
 std::string_view betweenQuotes(std::string_view line)
@@ -230,19 +199,16 @@ Kind kindOf(sim::PropertyType type)
     return type == sim::PropertyType::Boolean ? Kind{"bi", "bo"} : Kind{"ai", "ao"};
 }
 
-void append(Parameters &list, const std::string &prefix, std::string name, const Kind &kind,
-            sim::Mode mode)
+Parameter described(const std::string &prefix, std::string name, const Kind &kind, sim::Mode mode)
 {
     name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
     Parameter made;
     made.record = prefix + ":" + name;
-    made.name = name;
+    made.name = std::move(name);
     made.readable = mode != sim::Mode::Write;
     made.writable = mode != sim::Mode::Read;
     made.type = made.writable ? kind.output : kind.input;
-    // Of equal records the server writes the first.
-    if (isRecordName(made.record) && find(list, name) == nullptr)
-        list.push_back(std::move(made));
+    return made;
 }
 
 void append(Parameters &list, const std::string &prefix, const sim::ParameterDescription &parameter)
@@ -250,22 +216,23 @@ void append(Parameters &list, const std::string &prefix, const sim::ParameterDes
     const auto kind = kindOf(parameter.type);
     if (!kind)
         return;
-    const size_t before = list.size();
-    append(list, prefix, parameter.name, *kind, parameter.mode);
-    if (list.size() == before || parameter.type != sim::ParamType::Numeric)
-        return;
-    list.back().unit = sim::wordOf(parameter.unit);
-    if (parameter.minimum != parameter.maximum) {
-        list.back().low = parameter.minimum;
-        list.back().high = parameter.maximum;
+    Parameter made = described(prefix, parameter.name, *kind, parameter.mode);
+    if (parameter.type == sim::ParamType::Numeric) {
+        made.unit = sim::wordOf(parameter.unit);
+        if (parameter.minimum != parameter.maximum) {
+            made.low = parameter.minimum;
+            made.high = parameter.maximum;
+        }
     }
+    append(list, std::move(made));
 }
 
 Channel describedChannel(const sim::ModelDescription &model, int number, const std::string &prefix)
 {
     Channel channel;
     channel.number = number;
-    append(channel.parameters, prefix, "Name", *kindOf(sim::ParamType::Text), sim::Mode::ReadWrite);
+    append(channel.parameters,
+           described(prefix, "Name", *kindOf(sim::ParamType::Text), sim::Mode::ReadWrite));
     for (const auto &parameter : model.channel)
         append(channel.parameters, prefix, parameter);
     return channel;
@@ -275,25 +242,73 @@ Channel describedChannel(const sim::ModelDescription &model, int number, const s
 
 CrateReading readPvList(const std::string &text)
 {
-    Reader reader;
-    reader.read(text);
-    return reader.result();
+    CrateReading reading;
+    auto lines = readLines(text, reading.findings);
+    if (lines.empty())
+        return reading;
+    Crate &crate = reading.crate;
+    crate.name = crateName(lines);
+    for (size_t index = 0; index < lines.size(); ++index) {
+        Parameter &parameter = lines[index].parameter;
+        const auto prefix = crate.recordOf(lines[index].slot, lines[index].channel) + ":";
+        if (parameter.record.compare(0, prefix.size(), prefix) != 0) {
+            reading.findings.push_back(
+                {static_cast<int>(index) + 1, "record \"" + printable(parameter.record) +
+                                                  "\" does not begin with \"" + printable(prefix) +
+                                                  "\": not the list of one crate"});
+            break;
+        }
+        parameter.name = parameter.record.substr(prefix.size());
+        append(crate, lines[index]);
+    }
+    return reading;
 }
 
-void addDatabase(Crate &crate, const std::string &text)
+bool addDatabase(CrateReading &reading, const std::string &text)
 {
-    std::map<std::string_view, Parameter *> byRecord;
-    forEachParameter(crate, [&](Parameter &each) { byRecord[each.record] = &each; });
-    Parameter *current = nullptr;
+    struct Expected {
+        Parameter *parameter = nullptr; // null: a read-back or another record beside it
+        bool isSeen = false;
+    };
+    std::map<std::string, Expected, std::less<>> expected;
+    forEachList(reading.crate, [&](Parameters &list, auto...) {
+        for (Parameter &each : list) {
+            expected[each.record].parameter = &each;
+            if (each.isSetPoint())
+                expected[each.readBack()] = expected[each.record + ":Sync"] = {};
+        }
+    });
+    std::string lacking;
+    Expected other;
+    Expected *current = &other;
+    const std::string prefix = reading.crate.name + ":";
     std::string_view rest = text;
     while (const auto line = cut(rest, "\n")) {
-        if (line->rfind("record(", 0) == 0) {
-            const auto found = byRecord.find(betweenQuotes(*line));
-            current = found == byRecord.end() ? nullptr : found->second;
-        } else if (current != nullptr) {
-            addField(*current, *line);
+        const auto record = betweenQuotes(*line);
+        if (line->rfind("record(", 0) != 0) {
+            if (current->parameter != nullptr)
+                addField(*current->parameter, *line);
+            continue;
         }
+        const auto found = expected.find(record);
+        current = found == expected.end() ? &other : &found->second;
+        current->isSeen = current->isSeen || record.rfind(prefix, 0) == 0;
+        if (found == expected.end() && isRecordName(record) && record.rfind(prefix, 0) == 0)
+            lacking = record;
     }
+    const auto isSeen = [](const auto &each) { return each.second.isSeen; };
+    if (!other.isSeen && std::none_of(expected.begin(), expected.end(), isSeen))
+        return false;
+    if (!lacking.empty())
+        reading.findings.push_back({0, "lacks record \"" + lacking +
+                                           "\" of the ZANTO.db beside it: was cut short, or the "
+                                           "two are not of one start of the server"});
+    const auto unseen = std::find_if_not(expected.begin(), expected.end(), isSeen);
+    if (lacking.empty() && unseen != expected.end())
+        reading.findings.push_back({0, "record \"" + unseen->first +
+                                           "\" is not in the ZANTO.db beside it, which was cut "
+                                           "short or is of another start of the server"});
+    return true;
 }
 
 Crate describedCrate(const sim::CrateDescription &description, const std::string &name)
@@ -301,10 +316,11 @@ Crate describedCrate(const sim::CrateDescription &description, const std::string
     Crate crate;
     crate.name = name;
     for (const auto &property : description.properties)
-        append(crate.parameters, name, property.name, kindOf(property.type), property.mode);
+        append(crate.parameters,
+               described(name, property.name, kindOf(property.type), property.mode));
     for (const auto &command : description.commands)
-        append(crate.parameters, name, command.name, *kindOf(sim::ParamType::Text),
-               sim::Mode::Write);
+        append(crate.parameters,
+               described(name, command.name, *kindOf(sim::ParamType::Text), sim::Mode::Write));
     for (size_t slot = 0; slot < description.slots.size(); ++slot) {
         const auto &board = description.slots[slot];
         const auto *model = board ? description.findModel(board->model) : nullptr;

@@ -233,6 +233,11 @@ private:
 
 std::string stateEntry(const PlannedChannel &channel) { return channel.stateRecord() + ":Word"; }
 
+std::string longestStateRecord(const PlannedChannel &channel)
+{
+    return channel.stateRecord() + ":Count";
+}
+
 std::string stateRecords(const PlannedCrate &crate, bool stale)
 {
     return Writer(crate, stale).run();

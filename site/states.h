@@ -10,6 +10,9 @@ namespace site {
 // The record that the channel's status has to process.
 std::string stateEntry(const PlannedChannel &channel);
 
+// Of all records that are written because of a channel the one with the longest name.
+std::string longestStateRecord(const PlannedChannel &channel);
+
 // With stale, all of them become INVALID while the event connection is lost.
 //
 // Per channel: Status -> State:Word -> State:Code -> State -> State:Count, each processing the
