@@ -288,11 +288,7 @@ void CratePlanner::name(PlannedChannel &planned, const Choice &choice)
     if (entry == nullptr)
         return;
     const int number = entry->first ? *entry->first + m_counted[entry]++ : planned.number;
-    const auto text = numbered(entry->name->value, number);
-    if (!text)
-        return m_findings.add(entry->name->line, "",
-                              "name \"" + entry->name->value + "\" has more than one run of #");
-    planned.name = *text;
+    planned.name = numbered(entry->name->value, number).value_or(entry->name->value);
     for (PlannedParameter &each : planned.parameters) {
         each.alias = planned.name + ":" + each.parameter->name;
         claim(each.alias, entry->name->line);

@@ -2,7 +2,9 @@
 
 #include <cmath>
 
+#include "description/channelnames.h"
 #include "description/channelset.h"
+#include "names.h"
 
 namespace site {
 
@@ -43,6 +45,7 @@ std::optional<Placed<bool>> placedFlag(const Field &field)
     return Placed<bool>{flag != nullptr && *flag, field.line()};
 }
 
+// "0-11,14" or "all".
 std::optional<std::vector<Numbers>> numbers(const std::string &text)
 {
     if (text == "all")
@@ -57,41 +60,48 @@ std::optional<std::vector<Numbers>> numbers(const std::string &text)
 }
 
 // "3:0-11", "3:all", "3" or "all"; slots stand before the colon.
-std::optional<std::vector<Range>> ranges(const std::string &text)
-{
-    const auto colon = text.find(':');
-    const auto slots = numbers(text.substr(0, colon));
-    const auto channels = numbers(colon == std::string::npos ? "all" : text.substr(colon + 1));
-    if (!slots || !channels)
-        return std::nullopt;
-    std::vector<Range> all;
-    for (const auto &slot : *slots)
-        for (const auto &channel : *channels)
-            all.push_back({slot, channel});
-    return all;
-}
-
-void readRanges(const Field &field, const std::string &example, std::vector<Range> &all)
+void readRanges(const Field &field, bool ofChannels, std::vector<Range> &all)
 {
     const auto text = field.text();
     if (!text)
         return;
-    const auto read = ranges(*text);
-    if (read)
-        all.insert(all.end(), read->begin(), read->end());
-    else
-        field.report("\"" + *text + "\" is not a range like " + example);
+    const auto colon = ofChannels ? text->find(':') : std::string::npos;
+    const auto slots = numbers(text->substr(0, colon));
+    const auto channels = numbers(colon == std::string::npos ? "all" : text->substr(colon + 1));
+    if (!slots || !channels)
+        return field.report("\"" + printable(*text) + "\" is not a range like " +
+                            (ofChannels ? "3:0-11" : "0-15"));
+    for (const auto &slot : *slots)
+        for (const auto &channel : *channels) {
+            field.findings().visit();
+            all.push_back({slot, channel});
+        }
 }
 
 // One range or a list of them.
-Placed<std::vector<Range>> readPositions(const Field &field, const std::string &example)
+Placed<std::vector<Range>> readPositions(const Field &field, bool ofChannels)
 {
     Placed<std::vector<Range>> all;
     all.line = field.line();
     const auto items = field.isList() ? field.items() : std::vector<Field>{field};
+    if (items.empty())
+        field.report("\"" + field.name() + "\" holds no range");
     for (const auto &item : items)
-        readRanges(item, example, all.value);
+        readRanges(item, ofChannels, all.value);
     return all;
+}
+
+// A run of # stands for a number.
+std::optional<Placed<std::string>> readName(const Field &field)
+{
+    const auto name = placedText(field);
+    if (!name)
+        return name;
+    if (name->value.empty())
+        field.report("\"name\" is empty");
+    if (name->value.find('#') != std::string::npos && !sim::NamePattern{name->value, 0}.nameOf(0))
+        field.report("name \"" + printable(name->value) + "\" has more than one run of #");
+    return name;
 }
 
 std::optional<Severity> readSeverity(const Field &field)
@@ -102,7 +112,7 @@ std::optional<Severity> readSeverity(const Field &field)
         if (word == severityText(severity))
             return severity;
     if (word)
-        field.report("\"" + *word + "\" is not one of NO_ALARM, MINOR, MAJOR, INVALID");
+        field.report("\"" + printable(*word) + "\" is not one of NO_ALARM, MINOR, MAJOR, INVALID");
     return std::nullopt;
 }
 
@@ -200,7 +210,7 @@ std::optional<ArchivePolicy> readPolicy(const Field &field)
     const auto text = field.text();
     const auto policy = text ? parsePolicy(*text) : std::nullopt;
     if (text && !policy)
-        field.report("\"" + *text +
+        field.report("\"" + printable(*text) +
                      "\" is not an archive policy like \"monitor\", \"monitor 1\" or \"scan 60\"");
     return policy;
 }
@@ -265,14 +275,15 @@ void readWhere(Fields &fields, Entry &entry, EntryKind kind)
     const Field crate = fields.optional("crate");
     entry.crate = {crate.isPresent() ? crate.text().value_or("") : "", crate.line()};
     if (kind == EntryKind::Boards)
-        entry.ranges = readPositions(fields.required("slots"), "0-15");
+        entry.ranges = readPositions(fields.required("slots"), false);
     if (kind != EntryKind::Channels)
         return;
-    entry.ranges = readPositions(fields.required("channels"), "3:0-11");
-    entry.name = placedText(fields.optional("name"));
+    entry.ranges = readPositions(fields.required("channels"), true);
+    entry.name = readName(fields.optional("name"));
     const Field first = fields.optional("first");
-    if (first.isPresent())
-        entry.first = first.integer<int32_t>(0, 1000000);
+    entry.first = first.integer<int32_t>(0, 1000000);
+    if (first.isPresent() && !entry.name)
+        first.report("\"first\" counts the channels of a name, and there is none");
 }
 
 } // namespace

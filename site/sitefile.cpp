@@ -1,6 +1,7 @@
 #include "sitefile.h"
 
 #include <algorithm>
+#include <regex>
 
 #include "description/channelset.h"
 #include "description/document.h"
@@ -54,12 +55,13 @@ std::array<std::string, roleCount> readRoles(const Field &field)
     return names;
 }
 
-// In an access file nothing can be escaped.
+// In an access file nothing can be escaped, and a number or a word of its own is no name.
 bool isAccessName(const std::string &text)
 {
-    return !text.empty() && text.size() <= longestGroupName &&
-           text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
-                                  "0123456789_-+:.[]<>;") == std::string::npos;
+    static const std::regex name("[A-Za-z0-9_+:.<>;[\\]-]+");
+    static const std::regex word("[0-9]+|UAG|HAG|ASG|RULE|CALC|INP[A-Z]");
+    return text.size() <= longestGroupName && std::regex_match(text, name) &&
+           !std::regex_match(text, word);
 }
 
 std::vector<std::string> readNames(const Field &list)
@@ -70,7 +72,7 @@ std::vector<std::string> readNames(const Field &list)
         if (!name)
             continue;
         if (!isAccessName(*name))
-            item.report("\"" + *name + "\" cannot be a name in an access file");
+            item.report("\"" + printable(*name) + "\" cannot be a name in an access file");
         names.push_back(*name);
     }
     return names;
@@ -81,7 +83,7 @@ NameLists readLists(const Field &field)
     NameLists lists;
     for (const auto &entry : field.entries()) {
         if (!isAccessName(entry.name()))
-            entry.report("\"" + entry.name() + "\" cannot be a name in an access file");
+            entry.report("\"" + printable(entry.name()) + "\" cannot be a name in an access file");
         lists[entry.name()] = readNames(entry);
     }
     return lists;
@@ -125,7 +127,8 @@ void readAccess(const Field &field, SiteFile &file)
     fields.finish();
     for (const auto &entry : groups.entries()) {
         if (!isAccessName(entry.name()) || entry.name() == "DEFAULT")
-            entry.report("\"" + entry.name() + "\" cannot be the name of an access group");
+            entry.report("\"" + printable(entry.name()) +
+                         "\" cannot be the name of an access group");
         file.groups[entry.name()] = {readGroup(entry, file), entry.line()};
     }
 }
@@ -140,7 +143,7 @@ CrateEntry readCrate(const Field &field)
     crate.description = textOr(fields.optional("description"), "");
     fields.finish();
     if (name.isPresent() && !isRecordName(crate.name))
-        name.report("\"" + crate.name + "\" cannot be the name of a crate");
+        name.report("\"" + printable(crate.name) + "\" cannot be the name of a crate");
     return crate;
 }
 

@@ -1,6 +1,7 @@
 // A site file as it is written: what one group knows about the channels of its crates.
 #pragma once
 
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -47,7 +48,7 @@ template <class Value> using ByParameter = std::map<std::string, Placed<Value>>;
 constexpr const char *allParameters = "all";
 
 // The last number of "all".
-constexpr int openEnd = 65535;
+constexpr int openEnd = std::numeric_limits<int>::max();
 
 // Numbers in ascending order, both ends included.
 struct Numbers {
