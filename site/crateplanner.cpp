@@ -26,104 +26,152 @@ std::set<std::string> recordsOf(const std::vector<Crate> &crates)
     return records;
 }
 
+bool isOf(const Entry &entry, const Crate &crate)
+{
+    return entry.crate.value.empty() || entry.crate.value == crate.name;
+}
+
 bool covers(const Entry &entry, const Crate &crate, int slot, int channel)
 {
-    if (!entry.crate.value.empty() && entry.crate.value != crate.name)
-        return false;
     const auto &ranges = entry.ranges.value;
-    return ranges.empty() || std::any_of(ranges.begin(), ranges.end(), [&](const Range &range) {
-               return range.slots.hold(slot) && (channel < 0 || range.channels.hold(channel));
-           });
+    return isOf(entry, crate) &&
+           (ranges.empty() || std::any_of(ranges.begin(), ranges.end(), [&](const Range &range) {
+                return range.slots.hold(slot) && (channel < 0 || range.channels.hold(channel));
+            }));
 }
 
-// The text with the number for its run of "#"; the text itself without one.
-std::optional<std::string> numbered(const std::string &pattern, int number)
+// The text with the number for its run of "#"; the text itself unless it has one run.
+std::string numbered(const std::string &pattern, int number)
 {
-    if (pattern.find('#') == std::string::npos)
-        return pattern;
-    return sim::NamePattern{pattern, 0}.nameOf(static_cast<size_t>(number));
+    return sim::NamePattern{pattern, 0}.nameOf(static_cast<size_t>(number)).value_or(pattern);
 }
 
-// Explicit numbers of a range that the crate does not have.
-void checkRange(const Entry &entry, const Range &range, const Crate &crate, bool ofChannels,
+// Numbers of a range that the crate does not have. Of "all" slots one with each channel is enough.
+void checkRange(const Range &range, int line, bool ofChannels, const Crate &crate,
                 sim::Findings &findings)
 {
     const auto unknown = [&](const std::string &what) {
-        findings.add(entry.ranges.line, "", "crate \"" + crate.name + "\" has no " + what);
+        findings.add(line, "", "crate \"" + crate.name + "\" has no " + what);
     };
     const bool allSlots = range.slots.last == openEnd;
-    const int lastSlot = allSlots ? -1 : range.slots.last;
-    for (int slot = range.slots.first; slot <= lastSlot; ++slot) {
-        const Board *board = crate.find(slot);
-        if (board == nullptr)
+    for (int slot = range.slots.first; !allSlots && slot <= range.slots.last; ++slot)
+        if (crate.find(slot) == nullptr)
             return unknown("board in slot " + std::to_string(slot));
-        if (!ofChannels || range.channels.last == openEnd)
-            continue;
-        for (int channel = range.channels.first; channel <= range.channels.last; ++channel)
-            if (board->find(channel) == nullptr)
-                return unknown("channel " + crate.recordOf(slot, channel));
+    if (!ofChannels || range.channels.last == openEnd)
+        return;
+    for (int channel = range.channels.first; channel <= range.channels.last; ++channel) {
+        const auto lacks = [&](const Board &board) {
+            return range.slots.hold(board.slot) && board.find(channel) == nullptr;
+        };
+        const auto lacking = std::find_if(crate.boards.begin(), crate.boards.end(), lacks);
+        if (allSlots ? std::all_of(crate.boards.begin(), crate.boards.end(), lacks)
+                     : lacking != crate.boards.end())
+            return unknown("channel " + (allSlots ? std::to_string(channel)
+                                                  : crate.recordOf(lacking->slot, channel)));
     }
 }
 
-template <class Value>
-void checkNames(const ByParameter<Value> &given, const Parameters &parameters, const char *wanted,
-                bool (*fits)(const Parameter &), const Choice &choice)
+void checkRanges(const std::vector<Entry> &entries, bool ofChannels, const Crate &crate,
+                 sim::Findings &findings)
 {
-    for (const auto &[name, placed] : given) {
-        if (name == allParameters)
-            continue;
-        const Parameter *parameter = find(parameters, name);
-        if (parameter == nullptr)
-            choice.report(placed.line, "has no parameter \"" + name + "\"");
-        else if (!fits(*parameter))
-            choice.report(placed.line, "has a parameter \"" + name + "\" that " + wanted);
-    }
+    for (const Entry &entry : entries)
+        for (const Range &range : entry.ranges.value)
+            if (isOf(entry, crate))
+                checkRange(range, entry.ranges.line, ofChannels, crate, findings);
 }
 
 bool canHaveLimits(const Parameter &parameter)
 {
-    return parameter.type[0] == 'a' && parameter.readable;
+    return parameter.isNumeric() && parameter.readable;
 }
 bool canBeDriven(const Parameter &parameter) { return parameter.type == "ao"; }
 bool canBeWritten(const Parameter &parameter) { return parameter.writable; }
 bool canBeRead(const Parameter &parameter) { return parameter.readable; }
 
-void checkParameters(const Entry &entry, const Parameters &parameters, const Choice &choice)
+// What is said of the parameter, or else of all of them, if it fits; or null.
+template <class Value>
+const Placed<Value> *given(const ByParameter<Value> &said, const Parameter &parameter,
+                           bool (*fits)(const Parameter &))
 {
-    checkNames(entry.limits, parameters, "has no alarm limits", canHaveLimits, choice);
-    checkNames(entry.drive, parameters, "has no drive limits", canBeDriven, choice);
-    checkNames(entry.access, parameters, "cannot be written", canBeWritten, choice);
-    checkNames(entry.archive, parameters, "cannot be read", canBeRead, choice);
+    auto found = said.find(parameter.name);
+    if (found == said.end())
+        found = said.find(allParameters);
+    return found == said.end() || !fits(parameter) ? nullptr : &found->second;
 }
 
-template <class Value> void set(Value &value, const Placed<Value> *given)
+template <class Value, class Given> void set(Value &value, const Given &given)
 {
-    if (given != nullptr)
+    if (given)
         value = given->value;
 }
 
-AlarmHandling alarmOf(const Choice &choice)
+AlarmHandling alarmOf(const Entry &said)
 {
     AlarmHandling alarm;
-    set(alarm.guidance, choice.get(&Entry::guidance, "guidance"));
-    set(alarm.delay, choice.get(&Entry::delay, "a delay"));
-    set(alarm.latching, choice.get(&Entry::latching, "latching"));
-    set(alarm.annunciating, choice.get(&Entry::annunciating, "annunciating"));
+    set(alarm.guidance, said.guidance);
+    set(alarm.delay, said.delay);
+    set(alarm.latching, said.latching);
+    set(alarm.annunciating, said.annunciating);
     return alarm;
 }
 
-// What is said of the parameter, or else of all of them if it fits.
-template <class Value>
-const Placed<Value> *given(const Choice &choice, ByParameter<Value> Entry::*member,
-                           const Parameter &parameter, bool fits, const char *what)
+// Whether the hardware knows such a value.
+void checkValue(double value, const Parameter &parameter, int line, const MergedEntry &said)
 {
-    if (!fits)
-        return nullptr;
-    const auto *own = choice.get(member, parameter.name, what);
-    return own != nullptr ? own : choice.get(member, allParameters, what);
+    if (parameter.low && parameter.high && (value < *parameter.low || value > *parameter.high))
+        said.report(line, "hardware limits " + numberText(*parameter.low) + " to " +
+                              numberText(*parameter.high) + " of " + parameter.name + "; " +
+                              numberText(value) + " is beyond them");
+}
+
+PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &merged)
+{
+    const Entry &said = merged.get();
+    PlannedParameter planned;
+    planned.parameter = &parameter;
+    const auto *limits = given(said.limits, parameter, canHaveLimits);
+    const auto *drive = given(said.drive, parameter, canBeDriven);
+    set(planned.limits, limits);
+    set(planned.drive, drive);
+    set(planned.archive, given(said.archive, parameter, canBeRead));
+    set(planned.access, given(said.access, parameter, canBeWritten));
+    const AlarmLimits &all = planned.limits;
+    for (const auto *each : {&all.lolo, &all.low, &all.high, &all.hihi})
+        if (*each)
+            checkValue((*each)->limit, parameter, limits->line, merged);
+    if (drive != nullptr)
+        for (const double value : {planned.drive->low, planned.drive->high})
+            checkValue(value, parameter, drive->line, merged);
+    return planned;
+}
+
+std::vector<PlannedParameter> planParameters(const Parameters &parameters, const MergedEntry &said)
+{
+    std::vector<PlannedParameter> all;
+    for (const Parameter &parameter : parameters)
+        all.push_back(planParameter(parameter, said));
+    return all;
 }
 
 } // namespace
+
+void checkParameters(const Entry &entry, const Parameters &parameters,
+                     const std::function<void(int, const std::string &)> &complain)
+{
+    const auto check = [&](const auto &said, auto fits, const char *wanted) {
+        for (const auto &[name, placed] : said) {
+            const auto isIt = [&, &wantedName = name](const Parameter &each) {
+                return each.name == wantedName && fits(each);
+            };
+            if (name != allParameters && std::none_of(parameters.begin(), parameters.end(), isIt))
+                complain(placed.line, "parameter \"" + printable(name) + "\" that can " + wanted);
+        }
+    };
+    check(entry.limits, canHaveLimits, "have alarm limits");
+    check(entry.drive, canBeDriven, "have drive limits");
+    check(entry.access, canBeWritten, "be written");
+    check(entry.archive, canBeRead, "be read");
+}
 
 CratePlanner::CratePlanner(const SiteFile &file, const std::vector<Crate> &crates,
                            sim::Findings &findings, std::vector<std::string> &notes)
@@ -133,140 +181,78 @@ CratePlanner::CratePlanner(const SiteFile &file, const std::vector<Crate> &crate
 
 PlannedCrate CratePlanner::plan(const Crate &crate, const CrateEntry &entry)
 {
-    for (const Entry &each : m_file.channels)
-        for (const Range &range : each.ranges.value)
-            if (covers(each, crate, range.slots.first, range.channels.first))
-                checkRange(each, range, crate, true, m_findings);
-    for (const Entry &each : m_file.boards)
-        for (const Range &range : each.ranges.value)
-            if (covers(each, crate, range.slots.first, -1))
-                checkRange(each, range, crate, false, m_findings);
+    checkRanges(m_file.channels, true, crate, m_findings);
+    checkRanges(m_file.boards, false, crate, m_findings);
+    const auto said = merged(crate, m_file.system, -1, -1, crate.parameters);
     PlannedCrate planned;
     planned.crate = &crate;
     planned.name = crate.name;
     planned.description = entry.description;
     planned.hasHealth = true;
-    const Choice choice = chooseFor(crate, m_file.system, -1, -1, crate.parameters);
-    planned.alarm = alarmOf(choice);
-    planned.parameters = planParameters(crate.parameters, choice);
+    planned.alarm = alarmOf(said.get());
+    planned.parameters = planParameters(crate.parameters, said);
     for (const Board &board : crate.boards)
         planned.boards.push_back(planBoard(crate, board));
     return planned;
 }
 
-Choice CratePlanner::chooseFor(const Crate &crate, const std::vector<Entry> &entries, int slot,
-                               int channel, const Parameters &parameters)
+MergedEntry CratePlanner::merged(const Crate &crate, const std::vector<Entry> &entries, int slot,
+                                 int channel, const Parameters &parameters)
 {
-    Choice choice(crate.recordOf(slot, channel), channel < 0 ? nullptr : &m_file.defaults,
-                  m_findings);
-    for (const Entry &entry : entries)
-        if (covers(entry, crate, slot, channel)) {
-            choice.add(entry);
-            checkParameters(entry, parameters, choice);
-        }
-    return choice;
+    MergedEntry said(crate.recordOf(slot, channel), m_findings);
+    said.number = channel;
+    for (const Entry &entry : entries) {
+        if (!covers(entry, crate, slot, channel))
+            continue;
+        said.add(entry);
+        // Counts on through all the channels that the entry speaks of.
+        if (entry.first)
+            said.number = *entry.first + m_counted[&entry]++;
+        checkParameters(entry, parameters, [&](int line, const std::string &text) {
+            said.report(line, "no " + text);
+        });
+    }
+    return said;
 }
 
 PlannedBoard CratePlanner::planBoard(const Crate &crate, const Board &board)
 {
-    const Choice choice = chooseFor(crate, m_file.boards, board.slot, -1, board.parameters);
+    const auto said = merged(crate, m_file.boards, board.slot, -1, board.parameters);
     PlannedBoard planned;
     planned.slot = board.slot;
     planned.record = crate.recordOf(board.slot);
-    planned.alarm = alarmOf(choice);
-    set(planned.description, choice.get(&Entry::description, "a description"));
-    planned.parameters = planParameters(board.parameters, choice);
+    planned.alarm = alarmOf(said.get());
+    set(planned.description, said.get().description);
+    planned.parameters = planParameters(board.parameters, said);
     for (const Channel &channel : board.channels)
-        planned.channels.push_back(planChannel(
-            crate, board, channel,
-            chooseFor(crate, m_file.channels, board.slot, channel.number, channel.parameters)));
+        planned.channels.push_back(planChannel(crate, board, channel));
     return planned;
 }
 
 PlannedChannel CratePlanner::planChannel(const Crate &crate, const Board &board,
-                                         const Channel &channel, const Choice &choice)
+                                         const Channel &channel)
 {
+    auto said = merged(crate, m_file.channels, board.slot, channel.number, channel.parameters);
+    said.addDefaults(m_file.defaults);
     PlannedChannel planned;
     planned.slot = board.slot;
     planned.number = channel.number;
     planned.record = crate.recordOf(board.slot, channel.number);
-    planned.alarm = alarmOf(choice);
-    planned.parameters = planParameters(channel.parameters, choice);
-    name(planned, choice);
-    const auto *description = choice.get(&Entry::description, "a description");
-    if (description != nullptr)
-        planned.description =
-            numbered(description->value, channel.number).value_or(description->value);
-    if (description != nullptr)
-        describe(planned.parameters, planned.description, description->line);
+    planned.alarm = alarmOf(said.get());
+    planned.parameters = planParameters(channel.parameters, said);
+    name(planned, said);
+    describe(planned, said);
     planned.roles = rolesOf(planned.parameters, m_file);
-    setState(planned, choice);
+    setState(planned, said.get());
     return planned;
 }
 
-std::vector<PlannedParameter> CratePlanner::planParameters(const Parameters &parameters,
-                                                           const Choice &choice)
-{
-    std::vector<PlannedParameter> all;
-    for (const Parameter &parameter : parameters) {
-        PlannedParameter planned;
-        planned.parameter = &parameter;
-        set(planned.limits,
-            given(choice, &Entry::limits, parameter, canHaveLimits(parameter), "alarm limits"));
-        const auto *drive =
-            given(choice, &Entry::drive, parameter, canBeDriven(parameter), "drive limits");
-        if (drive != nullptr)
-            planned.drive = drive->value;
-        const auto *archive =
-            given(choice, &Entry::archive, parameter, canBeRead(parameter), "an archive policy");
-        if (archive != nullptr)
-            planned.archive = archive->value;
-        const auto *access =
-            given(choice, &Entry::access, parameter, parameter.writable, "an access group");
-        set(planned.access, access);
-        if (access != nullptr && m_file.groups.count(access->value) == 0)
-            m_findings.add(access->line, "", "no access group is called \"" + access->value + "\"");
-        checkThresholds(planned, choice);
-        checkDrive(planned, choice);
-        all.push_back(std::move(planned));
-    }
-    return all;
-}
-
-// In findings a limit is told with what the hardware says.
-void CratePlanner::checkThresholds(const PlannedParameter &planned, const Choice &choice)
-{
-    const Parameter &parameter = *planned.parameter;
-    const auto *placed = choice.get(&Entry::limits, parameter.name, "alarm limits");
-    if (placed == nullptr || !parameter.low || !parameter.high)
-        return;
-    const AlarmLimits &limits = planned.limits;
-    for (const auto *each : {&limits.lolo, &limits.low, &limits.high, &limits.hihi})
-        if (*each && ((*each)->limit < *parameter.low || (*each)->limit > *parameter.high))
-            choice.report(placed->line, "has hardware limits " + numberText(*parameter.low) +
-                                            " to " + numberText(*parameter.high) + " of " +
-                                            parameter.name + ", and the alarm limit " +
-                                            numberText((*each)->limit) + " is beyond them");
-}
-
-void CratePlanner::checkDrive(const PlannedParameter &planned, const Choice &choice)
-{
-    const Parameter &parameter = *planned.parameter;
-    if (!planned.drive || !parameter.low || !parameter.high)
-        return;
-    if (planned.drive->low < *parameter.low || planned.drive->high > *parameter.high)
-        choice.report(choice.get(&Entry::drive, parameter.name, "drive limits")->line,
-                      "has hardware limits " + numberText(*parameter.low) + " to " +
-                          numberText(*parameter.high) + " of " + parameter.name +
-                          ", and the drive limits are beyond them");
-}
-
-void CratePlanner::setState(PlannedChannel &planned, const Choice &choice)
+void CratePlanner::setState(PlannedChannel &planned, const Entry &said)
 {
     for (size_t state = 0; state < stateCount; ++state) {
-        const auto *severity = choice.severity(static_cast<State>(state));
+        const auto own = said.states.find(static_cast<State>(state));
         planned.severities.at(state) =
-            severity != nullptr ? severity->value : stateWords().at(state).severity;
+            own != said.states.end() ? own->second.value : stateWords().at(state).severity;
     }
     const auto *status = planned.roles.status;
     if (status == nullptr || status->parameter->type != "ai")
@@ -277,44 +263,44 @@ void CratePlanner::setState(PlannedChannel &planned, const Choice &choice)
         m_notes.push_back(planned.record +
                           (isTaken ? " has a parameter called State" : " is too long a name") +
                           ": it gets no State record");
-    else if (!planned.name.empty())
-        claim(planned.shownState(), choice.nameEntry()->name->line);
+    else if (said.name)
+        claim(planned.shownState(), said.name->line);
 }
 
-// The pattern counts on through all the channels that its entry speaks of.
-void CratePlanner::name(PlannedChannel &planned, const Choice &choice)
+void CratePlanner::name(PlannedChannel &planned, const MergedEntry &said)
 {
-    const Entry *entry = choice.nameEntry();
-    if (entry == nullptr)
+    const auto &pattern = said.get().name;
+    if (!pattern)
         return;
-    const int number = entry->first ? *entry->first + m_counted[entry]++ : planned.number;
-    planned.name = numbered(entry->name->value, number).value_or(entry->name->value);
+    planned.name = numbered(pattern->value, said.number);
     for (PlannedParameter &each : planned.parameters) {
         each.alias = planned.name + ":" + each.parameter->name;
-        claim(each.alias, entry->name->line);
+        claim(each.alias, pattern->line);
         if (each.parameter->isSetPoint())
-            claim(each.shownReadBack(), entry->name->line);
+            claim(each.shownReadBack(), pattern->line);
     }
 }
 
-void CratePlanner::describe(std::vector<PlannedParameter> &parameters,
-                            const std::string &description, int line)
+void CratePlanner::describe(PlannedChannel &planned, const MergedEntry &said)
 {
-    for (PlannedParameter &each : parameters) {
-        each.description = description + " " + each.parameter->name;
+    const auto &pattern = said.get().description;
+    if (!pattern)
+        return;
+    planned.description = numbered(pattern->value, said.number);
+    if (planned.description.find('$') != std::string::npos)
+        m_findings.add(pattern->line, "", "a description cannot hold a dollar");
+    for (PlannedParameter &each : planned.parameters) {
+        each.description = planned.description + " " + each.parameter->name;
         if (each.description.size() > longestDescription)
-            m_findings.add(line, "",
-                           "description \"" + each.description + "\" is longer than " +
-                               std::to_string(longestDescription) + " bytes");
+            addOnce(m_findings, pattern->line, "description \"" + each.description + "\"",
+                    " is longer than " + std::to_string(longestDescription) + " bytes");
     }
-    if (description.find('$') != std::string::npos)
-        m_findings.add(line, "", "a description cannot hold a dollar");
 }
 
 void CratePlanner::claim(const std::string &alias, int line)
 {
     const auto complain = [&](const std::string &text) {
-        m_findings.add(line, "", "name \"" + alias + "\" " + text);
+        addOnce(m_findings, line, "name \"" + alias + "\"", " " + text);
     };
     if (alias.size() > longestRecordName)
         complain("is longer than " + std::to_string(longestRecordName) + " bytes");

@@ -1,18 +1,24 @@
 // Plans one crate after the other, and sees that no name is used twice.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "choice.h"
+#include "mergedentry.h"
 #include "planner.h"
 
 namespace site {
 
 // Which of the parameters have the site's names for the roles.
 ChannelRoles rolesOf(const std::vector<PlannedParameter> &parameters, const SiteFile &file);
+
+// Looks for parameters that the entry names and that none of these is, or that cannot be what is
+// said of them. Calls complain(line, "parameter ...") for each.
+void checkParameters(const Entry &entry, const Parameters &parameters,
+                     const std::function<void(int, const std::string &)> &complain);
 
 class CratePlanner {
 public:
@@ -23,19 +29,13 @@ public:
 
 private:
     PlannedBoard planBoard(const Crate &crate, const Board &board);
-    PlannedChannel planChannel(const Crate &crate, const Board &board, const Channel &channel,
-                               const Choice &choice);
-    std::vector<PlannedParameter> planParameters(const Parameters &parameters,
-                                                 const Choice &choice);
-    void checkThresholds(const PlannedParameter &planned, const Choice &choice);
-    void checkDrive(const PlannedParameter &planned, const Choice &choice);
-    void setState(PlannedChannel &planned, const Choice &choice);
-    void name(PlannedChannel &planned, const Choice &choice);
-    void describe(std::vector<PlannedParameter> &parameters, const std::string &description,
-                  int line);
+    PlannedChannel planChannel(const Crate &crate, const Board &board, const Channel &channel);
+    void setState(PlannedChannel &planned, const Entry &said);
+    void name(PlannedChannel &planned, const MergedEntry &said);
+    void describe(PlannedChannel &planned, const MergedEntry &said);
     void claim(const std::string &alias, int line);
-    Choice chooseFor(const Crate &crate, const std::vector<Entry> &entries, int slot, int channel,
-                     const Parameters &parameters);
+    MergedEntry merged(const Crate &crate, const std::vector<Entry> &entries, int slot, int channel,
+                       const Parameters &parameters);
 
     const SiteFile &m_file;
     sim::Findings &m_findings;

@@ -1,8 +1,10 @@
 #include "planner.h"
 
 #include <algorithm>
+#include <set>
 
 #include "crateplanner.h"
+#include "names.h"
 
 namespace site {
 
@@ -43,19 +45,48 @@ void checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Fi
     }
 }
 
-// Which crate the entries speak of.
-void checkEntries(const SiteFile &file, sim::Findings &findings)
+// Which crate the entry speaks of, and which groups.
+void checkEntry(const Entry &entry, bool isDefaults, const SiteFile &file, sim::Findings &findings)
+{
+    const auto &name = entry.crate.value;
+    if (!isDefaults && name.empty() && file.crates.size() > 1)
+        findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
+    const bool isKnown = std::any_of(file.crates.begin(), file.crates.end(),
+                                     [&](const auto &each) { return each.name == name; });
+    if (!name.empty() && !isKnown)
+        findings.add(entry.crate.line, "", "no crate is called \"" + printable(name) + "\"");
+    for (const auto &[parameter, group] : entry.access)
+        if (file.groups.count(group.value) == 0)
+            findings.add(group.line, "",
+                         "no access group is called \"" + printable(group.value) + "\"");
+}
+
+// The parameters of all channels, those that are alike once.
+Parameters channelParameters(const std::vector<Crate> &crates)
+{
+    Parameters all;
+    std::set<std::string> seen;
+    for (const Crate &crate : crates)
+        forEachList(crate, [&](const Parameters &list, auto *, auto *channel) {
+            for (const Parameter &each : list)
+                if (channel != nullptr &&
+                    seen.insert(each.name + "/" + each.type + "/" + (each.readable ? "r" : ""))
+                        .second)
+                    all.push_back(each);
+        });
+    return all;
+}
+
+void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
 {
     for (const auto *entries : {&file.channels, &file.boards, &file.system})
-        for (const Entry &entry : *entries) {
-            const auto &name = entry.crate.value;
-            if (name.empty() && file.crates.size() > 1)
-                findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
-            const bool isKnown = std::any_of(file.crates.begin(), file.crates.end(),
-                                             [&](const auto &each) { return each.name == name; });
-            if (!name.empty() && !isKnown)
-                findings.add(entry.crate.line, "", "no crate is called \"" + name + "\"");
-        }
+        for (const Entry &entry : *entries)
+            checkEntry(entry, false, file, findings);
+    checkEntry(file.defaults, true, file, findings);
+    checkParameters(file.defaults, channelParameters(crates),
+                    [&](int line, const std::string &text) {
+                        findings.add(line, "", "no channel has a " + text);
+                    });
 }
 
 } // namespace
@@ -65,7 +96,7 @@ Planning makePlan(const SiteFile &file, const std::vector<Crate> &crates)
     Planning planning;
     sim::Findings findings;
     checkCrates(file, crates, findings);
-    checkEntries(file, findings);
+    checkEntries(file, crates, findings);
     planning.plan.title = file.title;
     planning.plan.stale = file.stale;
     planning.plan.users = file.users;

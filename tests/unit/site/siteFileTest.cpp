@@ -328,14 +328,4 @@ TEST(SiteFileErrors, DeepAndEndlessFilesAreRefusedSoon)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
-TEST(SiteFileErrors, TheLongestFileIsReadInTime)
-{
-    const auto start = std::chrono::steady_clock::now();
-    std::string text = siteOf("channels:\n");
-    while (text.size() < (8 << 20) - 100)
-        text += "  # a comment\n";
-    EXPECT_FALSE(errorsOf(text).empty());
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
-}
-
 } // namespace
