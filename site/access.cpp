@@ -1,5 +1,7 @@
 #include "access.h"
 
+#include <algorithm>
+
 namespace site {
 
 namespace {
@@ -12,6 +14,7 @@ std::string joined(const std::vector<std::string> &names)
     return text;
 }
 
+// A list without members cannot be written.
 void addLists(std::string &text, const char *kind, const NameLists &lists)
 {
     for (const auto &[name, members] : lists)
@@ -19,23 +22,29 @@ void addLists(std::string &text, const char *kind, const NameLists &lists)
             text += std::string(kind) + "(" + name + ") {" + joined(members) + "}\n";
 }
 
-// Without any member a list that a rule names would be no condition at all.
-bool areEmpty(const std::vector<std::string> &names, const NameLists &lists)
+// A rule that names a list that is not written would end the reading of all rights.
+std::vector<std::string> written(std::vector<std::string> names, const NameLists &lists)
 {
-    for (const auto &name : names)
-        if (!lists.at(name).empty())
-            return false;
-    return !names.empty();
+    const auto isEmpty = [&](const std::string &name) { return lists.at(name).empty(); };
+    names.erase(std::remove_if(names.begin(), names.end(), isEmpty), names.end());
+    return names;
 }
 
-std::string conditions(const AccessGroup &group)
+// May write who is in one of the user lists, if any are named, at a host in one of the host lists.
+std::string writeRule(const AccessGroup &group, const Plan &plan)
 {
-    std::string text;
-    if (!group.users.empty())
-        text += "        UAG(" + joined(group.users) + ")\n";
-    if (!group.hosts.empty())
-        text += "        HAG(" + joined(group.hosts) + ")\n";
-    return text.empty() ? "" : " {\n" + text + "    }";
+    const auto users = written(group.users, plan.users);
+    const auto hosts = written(group.hosts, plan.hosts);
+    if (users.empty() != group.users.empty() || hosts.empty() != group.hosts.empty())
+        return "";
+    std::string conditions;
+    if (!users.empty())
+        conditions += "        UAG(" + joined(users) + ")\n";
+    if (!hosts.empty())
+        conditions += "        HAG(" + joined(hosts) + ")\n";
+    // Fields of level 0 are the values, those of level 1 all others.
+    return std::string("    RULE(") + (group.allFields ? "1" : "0") + ", WRITE, TRAPWRITE)" +
+           (conditions.empty() ? "" : " {\n" + conditions + "    }") + "\n";
 }
 
 } // namespace
@@ -46,14 +55,8 @@ std::string accessText(const Plan &plan)
     addLists(text, "UAG", plan.users);
     addLists(text, "HAG", plan.hosts);
     text += "\nASG(DEFAULT) {\n    RULE(1, READ)\n}\n";
-    for (const auto &[name, group] : plan.groups) {
-        text += "\nASG(" + name + ") {\n    RULE(1, READ)\n";
-        // Fields of level 0 are the values, those of level 1 all others.
-        if (!areEmpty(group.users, plan.users) && !areEmpty(group.hosts, plan.hosts))
-            text += std::string("    RULE(") + (group.allFields ? "1" : "0") +
-                    ", WRITE, TRAPWRITE)" + conditions(group) + "\n";
-        text += "}\n";
-    }
+    for (const auto &[name, group] : plan.groups)
+        text += "\nASG(" + name + ") {\n    RULE(1, READ)\n" + writeRule(group, plan) + "}\n";
     return text;
 }
 
