@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -103,7 +102,8 @@ public:
         while (!m_waiting.empty()) {
             const std::string path = *m_waiting.begin();
             if (std::rename(beside(path).c_str(), (m_folder / path).c_str()) != 0)
-                fail(m_folder / path, errno);
+                fail((m_folder / path).string() + ": not put in place, while others may have been",
+                     errno);
             m_waiting.erase(m_waiting.begin());
         }
     }
@@ -124,14 +124,16 @@ bool isBelow(const std::string &path)
                         [](const fs::path &each) { return each == ".."; });
 }
 
-void removeOld(const fs::path &folder, const std::set<std::string> &kept)
+// Paths of an earlier run that are not written again.
+std::vector<fs::path> oldFiles(const fs::path &folder, const std::set<std::string> &kept)
 {
+    std::vector<fs::path> old;
     std::ifstream list(folder / manifest);
     for (std::string path; std::getline(list, path);)
-        if (isBelow(path) && kept.count(path) == 0) {
-            std::error_code ignored;
-            fs::remove(folder / path, ignored);
-        }
+        if (isBelow(path) && kept.count(path) == 0 &&
+            !fs::is_directory(fs::symlink_status(folder / path)))
+            old.push_back(folder / path);
+    return old;
 }
 
 void checkPlaces(const fs::path &folder, const OutputFiles &files)
@@ -159,8 +161,11 @@ void writeFolder(const std::string &folder, const OutputFiles &files)
         Unfinished unfinishedFiles(folder);
         for (const auto &file : all)
             unfinishedFiles.write(file);
-        removeOld(folder, kept);
+        const auto old = oldFiles(folder, kept);
         unfinishedFiles.putInPlace();
+        std::error_code ignored;
+        for (const auto &path : old)
+            fs::remove(path, ignored);
     } catch (const fs::filesystem_error &error) {
         throw FolderError(error.path1().string() + ": " + error.code().message());
     }
@@ -173,14 +178,14 @@ std::string readFile(const std::string &path)
         fail(path, EISDIR);
     errno = 0;
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
     if (!file)
         fail(path, errno != 0 ? errno : EIO);
-    text << file.rdbuf();
-    // An empty file sets the fail bit of the text, not that of the file.
+    std::string text;
+    for (char piece[65536]; file.read(piece, sizeof piece) || file.gcount() > 0;)
+        text.append(piece, static_cast<size_t>(file.gcount()));
     if (file.bad())
         fail(path, EIO);
-    return text.str();
+    return text;
 }
 
 } // namespace site
