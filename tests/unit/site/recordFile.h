@@ -12,6 +12,7 @@ namespace siteTest {
 struct Record {
     std::string type;
     std::map<std::string, std::string> fields;
+    std::map<std::string, std::string> infos;
     std::vector<std::string> aliases;
 
     std::string field(const std::string &name) const
@@ -45,6 +46,8 @@ inline Records readRecords(const std::string &text)
             current->fields[line.substr(10, line.find(',') - 10)] = quoted(line);
         } else if (line.rfind("    alias(", 0) == 0) {
             current->aliases.push_back(quoted(line));
+        } else if (line.rfind("    info(", 0) == 0) {
+            current->infos[line.substr(9, line.find(',') - 9)] = quoted(line);
         } else if (!line.empty() && line != "}" && line[0] != '#') {
             throw std::runtime_error(line);
         }
