@@ -47,13 +47,8 @@ constexpr const char *hints = R"(
 #   delay: 5
 )";
 
-bool isText(const std::string &name)
-{
-    return name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_-") ==
-           std::string::npos;
-}
-
-std::string text(const std::string &value) { return isText(value) ? value : "\"" + value + "\""; }
+// Without quotes a name may mean something else in YAML. It holds none itself.
+std::string text(const std::string &value) { return "\"" + value + "\""; }
 
 bool exists(const std::vector<Crate> &crates, const std::string &parameter)
 {
