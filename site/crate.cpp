@@ -29,11 +29,10 @@ std::string Parameter::readBack() const
 
 std::string Parameter::readBackType() const
 {
-    if (!isSetPoint())
-        return type;
-    if (type == "mbboDirect")
-        return "mbbiDirect";
-    return type == "stringout" ? "stringin" : type.substr(0, type.size() - 1) + "i";
+    for (const auto &[input, output] : recordTypes)
+        if (isSetPoint() && type == output)
+            return input;
+    return type;
 }
 
 const Parameter *find(const Parameters &parameters, const std::string &name)

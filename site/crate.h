@@ -7,11 +7,20 @@
 
 namespace site {
 
+// The server's record types, for what can only be read and for the others.
+struct RecordTypes {
+    const char *input;
+    const char *output;
+};
+
+inline constexpr RecordTypes recordTypes[] = {
+    {"ai", "ao"}, {"bi", "bo"}, {"mbbiDirect", "mbboDirect"}, {"stringin", "stringout"}};
+
 // One line of a PV list, with what the record database says of it when that is at hand.
 struct Parameter {
     std::string record; // "HV:03:007:VSet"
     std::string name;   // "VSet"
-    std::string type; // "ai", "ao", "bi", "bo", "mbbiDirect", "mbboDirect", "stringin", "stringout"
+    std::string type;   // "ai"
     bool readable = false;
     bool writable = false;
     std::optional<double> low; // the hardware's limits; nothing: unknown or without limits

@@ -50,12 +50,9 @@ public:
 
     std::string run()
     {
-        add(m_crate.parameters, nullptr);
-        for (const PlannedBoard &board : m_crate.boards) {
-            add(board.parameters, nullptr);
-            for (const PlannedChannel &channel : board.channels)
-                add(channel.parameters, &channel);
-        }
+        forEachList(m_crate, [this](const auto &list, auto *, const PlannedChannel *channel) {
+            add(list, channel);
+        });
         return std::move(m_text) + stateRecords(m_crate, m_plan.stale);
     }
 

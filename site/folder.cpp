@@ -4,11 +4,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace site {
@@ -26,50 +24,19 @@ constexpr const char *unfinished = ".zantosite-new";
     throw FolderError(path.string() + ": " + std::strerror(error));
 }
 
-class OpenFile {
-public:
-    explicit OpenFile(const fs::path &path)
-        : m_path(path),
-          m_descriptor(
-              open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666))
-    {
-        if (m_descriptor < 0)
-            fail(path, errno);
-    }
-    OpenFile(const OpenFile &) = delete;
-    OpenFile &operator=(const OpenFile &) = delete;
-    ~OpenFile()
-    {
-        if (m_descriptor >= 0)
-            close(m_descriptor);
-    }
-
-    void write(const std::string &text)
-    {
-        for (size_t done = 0; done < text.size();) {
-            const ssize_t count = ::write(m_descriptor, text.data() + done, text.size() - done);
-            if (count >= 0)
-                done += static_cast<size_t>(count);
-            else if (errno != EINTR)
-                fail(m_path, errno);
-        }
-    }
-
-    // What is renamed over an older file must be on the disk before it.
-    void finish()
-    {
-        if (fsync(m_descriptor) != 0 && errno != EINVAL)
-            fail(m_path, errno);
-        const int closed = close(m_descriptor);
-        m_descriptor = -1;
-        if (closed != 0)
-            fail(m_path, errno);
-    }
-
-private:
-    const fs::path m_path;
-    int m_descriptor;
-};
+// A file that was not there. What is renamed over an older file must be on the disk before it.
+void writeNew(const fs::path &path, const std::string &text)
+{
+    std::FILE *file = std::fopen(path.c_str(), "wbxe");
+    if (file == nullptr)
+        fail(path, errno);
+    const bool isWritten = std::fwrite(text.data(), 1, text.size(), file) == text.size() &&
+                           std::fflush(file) == 0 && (fsync(fileno(file)) == 0 || errno == EINVAL);
+    const int error = errno;
+    const bool isClosed = std::fclose(file) == 0;
+    if (!isWritten || !isClosed)
+        fail(path, isWritten ? errno : error);
+}
 
 // Files beside their places; those that are not put in place are removed.
 class Unfinished {
@@ -91,10 +58,8 @@ public:
         // What a killed run left behind.
         std::error_code ignored;
         fs::remove(path, ignored);
-        OpenFile out(path);
         m_waiting.insert(file.path);
-        out.write(file.text);
-        out.finish();
+        writeNew(path, file.text);
     }
 
     void putInPlace()

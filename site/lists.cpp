@@ -1,6 +1,5 @@
 #include "lists.h"
 
-#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "names.h"
@@ -11,29 +10,14 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Where a parameter belongs; null where it belongs to something higher.
-struct Place {
-    const PlannedCrate &crate;
-    const PlannedBoard *board;
-    const PlannedChannel *channel;
-};
-
-using Act = std::function<void(const PlannedParameter &, const Place &)>;
-
-void forEachParameter(const Plan &plan, const Act &act)
+// Calls act(parameter, crate, board, channel), as forEachList does.
+template <class Act> void forEachParameter(const Plan &plan, const Act &act)
 {
-    const auto each = [&](const std::vector<PlannedParameter> &list, const Place &place) {
-        for (const PlannedParameter &parameter : list)
-            act(parameter, place);
-    };
-    for (const PlannedCrate &crate : plan.crates) {
-        each(crate.parameters, {crate, nullptr, nullptr});
-        for (const PlannedBoard &board : crate.boards) {
-            each(board.parameters, {crate, &board, nullptr});
-            for (const PlannedChannel &channel : board.channels)
-                each(channel.parameters, {crate, &board, &channel});
-        }
-    }
+    for (const PlannedCrate &crate : plan.crates)
+        forEachList(crate, [&](const auto &list, const auto *board, const auto *channel) {
+            for (const PlannedParameter &parameter : list)
+                act(parameter, crate, board, channel);
+        });
 }
 
 // Bytes that are no UTF-8 can stand in a record's name, not in JSON.
@@ -46,20 +30,21 @@ std::string lines(const Json &list)
     return "[\n" + text + "\n]\n";
 }
 
-Json entry(const std::string &name, const PlannedParameter &parameter, const Place &place)
+Json entry(const std::string &name, const PlannedParameter &parameter, const PlannedCrate &crate,
+           const PlannedBoard *board, const PlannedChannel *channel)
 {
     Json properties = Json::array();
     const auto add = [&](const char *key, const std::string &value) {
         if (!value.empty())
             properties.push_back({{"name", key}, {"owner", "zantosite"}, {"value", value}});
     };
-    add("iocName", place.crate.name);
+    add("iocName", crate.name);
     add("recordType", parameter.parameter->type);
     add("parameter", parameter.parameter->name);
-    add("crate", place.crate.name);
-    add("slot", place.board != nullptr ? std::to_string(place.board->slot) : "");
-    add("channel", place.channel != nullptr ? std::to_string(place.channel->number) : "");
-    add("element", place.channel != nullptr ? place.channel->name : "");
+    add("crate", crate.name);
+    add("slot", board != nullptr ? std::to_string(board->slot) : "");
+    add("channel", channel != nullptr ? std::to_string(channel->number) : "");
+    add("element", channel != nullptr ? channel->name : "");
     add("description", parameter.description);
     add("engineeringUnit", parameter.parameter->unit);
     add("record", name == parameter.parameter->record ? "" : parameter.parameter->record);
@@ -71,7 +56,7 @@ Json entry(const std::string &name, const PlannedParameter &parameter, const Pla
 std::string archiveText(const Plan &plan)
 {
     Json list = Json::array();
-    forEachParameter(plan, [&](const PlannedParameter &parameter, const Place &) {
+    forEachParameter(plan, [&](const PlannedParameter &parameter, const auto &...) {
         if (!parameter.archive)
             return;
         const std::string period = numberText(parameter.archive->period);
@@ -86,10 +71,10 @@ std::string archiveText(const Plan &plan)
 std::string channelFinderText(const Plan &plan)
 {
     Json list = Json::array();
-    forEachParameter(plan, [&](const PlannedParameter &parameter, const Place &place) {
-        list.push_back(entry(parameter.parameter->record, parameter, place));
+    forEachParameter(plan, [&](const PlannedParameter &parameter, const auto &...place) {
+        list.push_back(entry(parameter.parameter->record, parameter, place...));
         if (!parameter.alias.empty())
-            list.push_back(entry(parameter.alias, parameter, place));
+            list.push_back(entry(parameter.alias, parameter, place...));
     });
     return lines(list);
 }

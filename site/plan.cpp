@@ -4,15 +4,6 @@
 
 namespace site {
 
-namespace {
-
-template <class List> bool anyHasStates(const List &list)
-{
-    return std::any_of(list.begin(), list.end(), [](const auto &each) { return each.hasStates(); });
-}
-
-} // namespace
-
 const char *severityText(Severity severity)
 {
     constexpr std::array<const char *, 4> texts{"NO_ALARM", "MINOR", "MAJOR", "INVALID"};
@@ -53,6 +44,10 @@ bool PlannedBoard::hasStates() const
                        [](const PlannedChannel &each) { return each.hasState; });
 }
 
-bool PlannedCrate::hasStates() const { return anyHasStates(boards); }
+bool PlannedCrate::hasStates() const
+{
+    return std::any_of(boards.begin(), boards.end(),
+                       [](const PlannedBoard &each) { return each.hasStates(); });
+}
 
 } // namespace site

@@ -1,7 +1,6 @@
 #include "pvlist.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <map>
 #include <optional>
@@ -13,9 +12,6 @@
 namespace site {
 
 namespace {
-
-constexpr std::array<std::string_view, 8> recordTypes{
-    "ai", "ao", "bi", "bo", "mbbiDirect", "mbboDirect", "stringin", "stringout"};
 
 // Takes the text before the separator away from the front.
 std::optional<std::string_view> cut(std::string_view &text, std::string_view separator)
@@ -70,7 +66,9 @@ std::optional<Line> readLine(std::string_view text)
     const auto channel = column(*channelText);
     const auto isMark = [](std::string_view mark) { return mark == "x" || mark == " "; };
     const bool isType =
-        std::find(recordTypes.begin(), recordTypes.end(), *type) != recordTypes.end();
+        std::any_of(std::begin(recordTypes), std::end(recordTypes), [&](const RecordTypes &each) {
+            return *type == each.input || *type == each.output;
+        });
     if (!slot || !channel || (*slot < 0 && *channel >= 0) || !isType || !isMark(*read) ||
         !isMark(*written) || text.empty() || text.back() == ':')
         return std::nullopt;
@@ -173,33 +171,30 @@ void addField(Parameter &parameter, std::string_view line)
         parameter.unit = betweenQuotes(line);
 }
 
-// The record types by kind: what can only be read, and the others.
-struct Kind {
-    const char *input;
-    const char *output;
-};
+const auto &[numeric, onOff, bits, texts] = recordTypes;
 
-std::optional<Kind> kindOf(sim::ParamType type)
+const RecordTypes *typesOf(sim::ParamType type)
 {
     switch (type) {
     case sim::ParamType::Numeric:
     case sim::ParamType::ChannelStatus:
-    case sim::ParamType::BoardStatus: return Kind{"ai", "ao"};
-    case sim::ParamType::OnOff: return Kind{"bi", "bo"};
-    case sim::ParamType::Integer: return Kind{"mbbiDirect", "mbboDirect"};
-    case sim::ParamType::Text: return Kind{"stringin", "stringout"};
-    default: return std::nullopt;
+    case sim::ParamType::BoardStatus: return &numeric;
+    case sim::ParamType::OnOff: return &onOff;
+    case sim::ParamType::Integer: return &bits;
+    case sim::ParamType::Text: return &texts;
+    default: return nullptr;
     }
 }
 
-Kind kindOf(sim::PropertyType type)
+const RecordTypes &typesOf(sim::PropertyType type)
 {
     if (type == sim::PropertyType::Text)
-        return {"stringin", "stringout"};
-    return type == sim::PropertyType::Boolean ? Kind{"bi", "bo"} : Kind{"ai", "ao"};
+        return texts;
+    return type == sim::PropertyType::Boolean ? onOff : numeric;
 }
 
-Parameter described(const std::string &prefix, std::string name, const Kind &kind, sim::Mode mode)
+Parameter described(const std::string &prefix, std::string name, const RecordTypes &types,
+                    sim::Mode mode)
 {
     name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
     Parameter made;
@@ -207,16 +202,16 @@ Parameter described(const std::string &prefix, std::string name, const Kind &kin
     made.name = std::move(name);
     made.readable = mode != sim::Mode::Write;
     made.writable = mode != sim::Mode::Read;
-    made.type = made.writable ? kind.output : kind.input;
+    made.type = made.writable ? types.output : types.input;
     return made;
 }
 
 void append(Parameters &list, const std::string &prefix, const sim::ParameterDescription &parameter)
 {
-    const auto kind = kindOf(parameter.type);
-    if (!kind)
+    const auto *types = typesOf(parameter.type);
+    if (types == nullptr)
         return;
-    Parameter made = described(prefix, parameter.name, *kind, parameter.mode);
+    Parameter made = described(prefix, parameter.name, *types, parameter.mode);
     if (parameter.type == sim::ParamType::Numeric) {
         made.unit = sim::wordOf(parameter.unit);
         if (parameter.minimum != parameter.maximum) {
@@ -231,8 +226,7 @@ Channel describedChannel(const sim::ModelDescription &model, int number, const s
 {
     Channel channel;
     channel.number = number;
-    append(channel.parameters,
-           described(prefix, "Name", *kindOf(sim::ParamType::Text), sim::Mode::ReadWrite));
+    append(channel.parameters, described(prefix, "Name", texts, sim::Mode::ReadWrite));
     for (const auto &parameter : model.channel)
         append(channel.parameters, prefix, parameter);
     return channel;
@@ -317,10 +311,9 @@ Crate describedCrate(const sim::CrateDescription &description, const std::string
     crate.name = name;
     for (const auto &property : description.properties)
         append(crate.parameters,
-               described(name, property.name, kindOf(property.type), property.mode));
+               described(name, property.name, typesOf(property.type), property.mode));
     for (const auto &command : description.commands)
-        append(crate.parameters,
-               described(name, command.name, *kindOf(sim::ParamType::Text), sim::Mode::Write));
+        append(crate.parameters, described(name, command.name, texts, sim::Mode::Write));
     for (size_t slot = 0; slot < description.slots.size(); ++slot) {
         const auto &board = description.slots[slot];
         const auto *model = board ? description.findModel(board->model) : nullptr;

@@ -21,16 +21,6 @@ struct Row {
     const PlannedParameter *planned;
 };
 
-void append(std::vector<Row> &rows, const std::vector<PlannedParameter> &parameters,
-            const ChannelRoles &roles)
-{
-    for (const PlannedParameter &each : parameters) {
-        const int order = saveOrder(each, roles);
-        if (order > 0)
-            rows.push_back({order, &each});
-    }
-}
-
 // A name in a table: quoted where a comma or a quote would break it.
 std::string cell(const std::string &text)
 {
@@ -60,14 +50,12 @@ int saveOrder(const PlannedParameter &planned, const ChannelRoles &roles)
 std::string saveSetText(const Plan &plan)
 {
     std::vector<Row> rows;
-    for (const PlannedCrate &crate : plan.crates) {
-        append(rows, crate.parameters, {});
-        for (const PlannedBoard &board : crate.boards) {
-            append(rows, board.parameters, {});
-            for (const PlannedChannel &channel : board.channels)
-                append(rows, channel.parameters, channel.roles);
-        }
-    }
+    for (const PlannedCrate &crate : plan.crates)
+        forEachList(crate, [&](const auto &list, auto *, const PlannedChannel *channel) {
+            for (const PlannedParameter &each : list)
+                if (const int order = saveOrder(each, channel ? channel->roles : ChannelRoles()))
+                    rows.push_back({order, &each});
+        });
     std::stable_sort(rows.begin(), rows.end(),
                      [](const Row &a, const Row &b) { return a.order < b.order; });
     std::string text = "PV,READBACK,READ_ONLY\n";
