@@ -1,6 +1,8 @@
 #include "siteentry.h"
 
+#include <algorithm>
 #include <cmath>
+#include <sstream>
 
 #include "description/channelnames.h"
 #include "description/channelset.h"
@@ -94,7 +96,7 @@ Placed<std::vector<Range>> readPositions(const Field &field, bool ofChannels)
 // A run of # stands for a number.
 std::optional<Placed<std::string>> readName(const Field &field)
 {
-    const auto name = placedText(field);
+    auto name = placedText(field);
     if (!name)
         return name;
     if (name->value.empty())
@@ -119,8 +121,6 @@ std::optional<Severity> readSeverity(const Field &field)
 // A number, or a number and its severity: [1900, MAJOR].
 std::optional<Threshold> readThreshold(const Field &field, Severity usual)
 {
-    if (!field.isPresent())
-        return std::nullopt;
     if (!field.isList()) {
         const auto limit = finite(field);
         return limit ? std::optional(Threshold{*limit, usual}) : std::nullopt;
@@ -138,14 +138,13 @@ std::optional<Threshold> readThreshold(const Field &field, Severity usual)
 
 void checkOrder(const Field &field, const AlarmLimits &limits)
 {
-    std::optional<double> last;
-    for (const auto *each : {&limits.lolo, &limits.low, &limits.high, &limits.hihi}) {
-        if (*each && last && (*each)->limit < *last)
-            return field.report("the limits of \"" + field.name() +
-                                "\" are not in the order lolo, low, high, hihi");
+    std::vector<double> given;
+    for (const auto *each : {&limits.lolo, &limits.low, &limits.high, &limits.hihi})
         if (*each)
-            last = (*each)->limit;
-    }
+            given.push_back((*each)->limit);
+    if (!std::is_sorted(given.begin(), given.end()))
+        field.report("the limits of \"" + field.name() +
+                     "\" are not in the order lolo, low, high, hihi");
 }
 
 std::optional<AlarmLimits> readLimits(const Field &field)
@@ -157,8 +156,7 @@ std::optional<AlarmLimits> readLimits(const Field &field)
     limits.low = readThreshold(fields.optional("low"), Severity::Minor);
     limits.lolo = readThreshold(fields.optional("lolo"), Severity::Major);
     const Field hysteresis = fields.optional("hysteresis");
-    if (hysteresis.isPresent())
-        limits.hysteresis = finite(hysteresis);
+    limits.hysteresis = finite(hysteresis);
     fields.finish();
     if (limits.hysteresis && *limits.hysteresis < 0)
         hysteresis.report("\"hysteresis\" is negative");
@@ -186,23 +184,16 @@ std::optional<DriveLimits> readDrive(const Field &field)
 // "monitor", "monitor 0.5", "scan 60": seconds behind the word.
 std::optional<ArchivePolicy> parsePolicy(const std::string &text)
 {
-    const auto blank = text.find(' ');
-    const auto word = text.substr(0, blank);
+    std::istringstream words(text);
+    std::string way;
+    words >> way;
     ArchivePolicy policy;
-    policy.scan = word == "scan";
-    if (!policy.scan && word != "monitor")
-        return std::nullopt;
-    if (blank == std::string::npos)
-        return policy;
-    try {
-        size_t end = 0;
-        const auto rest = text.substr(blank + 1);
-        policy.period = std::stod(rest, &end);
-        const bool isPeriod = policy.period >= 0.1 && policy.period <= 86400;
-        return end == rest.size() && isPeriod ? std::optional(policy) : std::nullopt;
-    } catch (const std::exception &) {
-        return std::nullopt;
-    }
+    policy.scan = way == "scan";
+    if (!words.eof())
+        words >> policy.period;
+    const bool isPeriod = policy.period >= 0.1 && policy.period <= 86400;
+    const bool isRead = words.eof() && !words.fail() && (policy.scan || way == "monitor");
+    return isRead && isPeriod ? std::optional(policy) : std::nullopt;
 }
 
 std::optional<ArchivePolicy> readPolicy(const Field &field)
@@ -215,40 +206,25 @@ std::optional<ArchivePolicy> readPolicy(const Field &field)
     return policy;
 }
 
-template <class Value, class Read> ByParameter<Value> byParameter(const Field &field, Read read)
-{
-    ByParameter<Value> all;
-    for (const auto &entry : field.entries()) {
-        const auto value = read(entry);
-        if (value)
-            all[entry.name()] = {*value, entry.line()};
-    }
-    return all;
-}
-
-// A single value stands for all parameters.
+// A single value stands for all parameters, where it may.
 template <class Value, class Read>
-ByParameter<Value> oneOrByParameter(const Field &field, Read read)
+ByParameter<Value> byParameter(const Field &field, Read read, bool orOne)
 {
-    if (!field.isScalar())
-        return byParameter<Value>(field, read);
     ByParameter<Value> all;
-    const auto value = read(field);
-    if (value)
-        all[allParameters] = {*value, field.line()};
+    const bool isOne = orOne && field.isScalar();
+    for (const auto &entry : isOne ? std::vector<Field>{field} : field.entries())
+        if (const auto value = read(entry))
+            all[isOne ? allParameters : entry.name()] = {*value, entry.line()};
     return all;
 }
 
 std::map<State, Placed<Severity>> readStates(const Field &field)
 {
     std::map<State, Placed<Severity>> all;
-    if (!field.isPresent())
-        return all;
     Fields fields(field, "the states' severities");
     for (size_t state = 0; state < stateCount; ++state) {
         const Field one = fields.optional(stateWords().at(state).key);
-        const auto severity = one.isPresent() ? readSeverity(one) : std::nullopt;
-        if (severity)
+        if (const auto severity = readSeverity(one))
             all[static_cast<State>(state)] = {*severity, one.line()};
     }
     fields.finish();
@@ -259,11 +235,9 @@ void readAlarm(Fields &fields, Entry &entry)
 {
     entry.guidance = placedText(fields.optional("guidance"));
     const Field delay = fields.optional("delay");
-    if (delay.isPresent()) {
-        entry.delay = placed(delay, finite(delay));
-        if (entry.delay && (entry.delay->value < 0 || entry.delay->value > 3600))
-            delay.report("\"delay\" is not from 0 to 3600 s");
-    }
+    entry.delay = placed(delay, finite(delay));
+    if (entry.delay && (entry.delay->value < 0 || entry.delay->value > 3600))
+        delay.report("\"delay\" is not from 0 to 3600 s");
     entry.latching = placedFlag(fields.optional("latching"));
     entry.annunciating = placedFlag(fields.optional("annunciating"));
 }
@@ -273,7 +247,7 @@ void readWhere(Fields &fields, Entry &entry, EntryKind kind)
     if (kind == EntryKind::Defaults)
         return;
     const Field crate = fields.optional("crate");
-    entry.crate = {crate.isPresent() ? crate.text().value_or("") : "", crate.line()};
+    entry.crate = {crate.text().value_or(""), crate.line()};
     if (kind == EntryKind::Boards)
         entry.ranges = readPositions(fields.required("slots"), false);
     if (kind != EntryKind::Channels)
@@ -297,11 +271,11 @@ Entry readEntry(const Field &field, EntryKind kind)
     Fields fields(field, kinds[static_cast<size_t>(kind)]);
     readWhere(fields, entry, kind);
     entry.description = placedText(fields.optional("description"));
-    entry.limits = byParameter<AlarmLimits>(fields.optional("limits"), readLimits);
-    entry.drive = byParameter<DriveLimits>(fields.optional("drive"), readDrive);
+    entry.limits = byParameter<AlarmLimits>(fields.optional("limits"), readLimits, false);
+    entry.drive = byParameter<DriveLimits>(fields.optional("drive"), readDrive, false);
     const auto text = [](const Field &one) { return one.text(); };
-    entry.access = oneOrByParameter<std::string>(fields.optional("access"), text);
-    entry.archive = oneOrByParameter<ArchivePolicy>(fields.optional("archive"), readPolicy);
+    entry.access = byParameter<std::string>(fields.optional("access"), text, true);
+    entry.archive = byParameter<ArchivePolicy>(fields.optional("archive"), readPolicy, true);
     if (kind == EntryKind::Channels || kind == EntryKind::Defaults)
         entry.states = readStates(fields.optional("states"));
     readAlarm(fields, entry);

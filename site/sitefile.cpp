@@ -37,21 +37,16 @@ constexpr std::array<RoleName, roleCount> roleNames{{
 
 std::string textOr(const Field &field, const std::string &otherwise)
 {
-    return field.isPresent() ? field.text().value_or(otherwise) : otherwise;
+    return field.text().value_or(otherwise);
 }
 
 std::array<std::string, roleCount> readRoles(const Field &field)
 {
     std::array<std::string, roleCount> names;
-    std::optional<Fields> fields;
-    if (field.isPresent())
-        fields.emplace(field, "the parameters");
-    for (size_t role = 0; role < roleCount; ++role) {
-        const auto &[key, usual] = roleNames.at(role);
-        names.at(role) = fields ? textOr(fields->optional(key), usual) : usual;
-    }
-    if (fields)
-        fields->finish();
+    Fields fields(field, "the parameters");
+    for (size_t role = 0; role < roleCount; ++role)
+        names.at(role) = textOr(fields.optional(roleNames.at(role).key), roleNames.at(role).usual);
+    fields.finish();
     return names;
 }
 
@@ -105,10 +100,8 @@ AccessGroup readGroup(const Field &field, const SiteFile &file)
     const Field hosts = fields.optional("hosts");
     const Field extent = fields.optional("fields");
     fields.finish();
-    if (users.isPresent())
-        checkKnown(users, group.users = readNames(users), file.users, "users");
-    if (hosts.isPresent())
-        checkKnown(hosts, group.hosts = readNames(hosts), file.hosts, "hosts");
+    checkKnown(users, group.users = readNames(users), file.users, "users");
+    checkKnown(hosts, group.hosts = readNames(hosts), file.hosts, "hosts");
     const std::string written = textOr(extent, "values");
     if (written != "values" && written != "all")
         extent.report("\"fields\" is neither values nor all");
@@ -118,8 +111,6 @@ AccessGroup readGroup(const Field &field, const SiteFile &file)
 
 void readAccess(const Field &field, SiteFile &file)
 {
-    if (!field.isPresent())
-        return;
     Fields fields(field, "the access rights");
     file.users = readLists(fields.optional("users"));
     file.hosts = readLists(fields.optional("hosts"));
@@ -164,8 +155,6 @@ std::vector<CrateEntry> readCrates(const Field &list)
 
 bool readStale(const Field &field)
 {
-    if (!field.isPresent())
-        return false;
     const auto word = field.text();
     if (word && *word != "INVALID" && *word != "keep")
         field.report("\"stale\" is neither INVALID nor keep");
@@ -188,9 +177,7 @@ void read(const Field &document, SiteFile &file)
     file.crates = readCrates(fields.required("crates"));
     file.parameters = readRoles(fields.optional("parameters"));
     readAccess(fields.optional("access"), file);
-    const Field defaults = fields.optional("defaults");
-    if (defaults.isPresent())
-        file.defaults = readEntry(defaults, EntryKind::Defaults);
+    file.defaults = readEntry(fields.optional("defaults"), EntryKind::Defaults);
     file.channels = readEntries(fields.optional("channels"), EntryKind::Channels);
     file.boards = readEntries(fields.optional("boards"), EntryKind::Boards);
     file.system = readEntries(fields.optional("system"), EntryKind::System);
