@@ -171,6 +171,25 @@ void addField(Parameter &parameter, std::string_view line)
         parameter.unit = betweenQuotes(line);
 }
 
+struct Expected {
+    Parameter *parameter = nullptr; // null: a read-back or another record beside it
+    bool isSeen = false;
+};
+
+// What the server's database has for the crate.
+std::map<std::string, Expected, std::less<>> expectedRecords(Crate &crate)
+{
+    std::map<std::string, Expected, std::less<>> expected;
+    forEachList(crate, [&](Parameters &list, auto...) {
+        for (Parameter &each : list) {
+            expected[each.record].parameter = &each;
+            if (each.isSetPoint())
+                expected[each.readBack()] = expected[each.record + ":Sync"] = {};
+        }
+    });
+    return expected;
+}
+
 const auto &[numeric, onOff, bits, texts] = recordTypes;
 
 const RecordTypes *typesOf(sim::ParamType type)
@@ -260,49 +279,40 @@ CrateReading readPvList(const std::string &text)
 
 bool addDatabase(CrateReading &reading, const std::string &text)
 {
-    struct Expected {
-        Parameter *parameter = nullptr; // null: a read-back or another record beside it
-        bool isSeen = false;
-    };
-    std::map<std::string, Expected, std::less<>> expected;
-    forEachList(reading.crate, [&](Parameters &list, auto...) {
-        for (Parameter &each : list) {
-            expected[each.record].parameter = &each;
-            if (each.isSetPoint())
-                expected[each.readBack()] = expected[each.record + ":Sync"] = {};
-        }
-    });
-    std::string lacking;
-    Expected other;
-    Expected *current = &other;
+    auto expected = expectedRecords(reading.crate);
     const std::string prefix = reading.crate.name + ":";
+    std::string lacking;
+    bool isOfCrate = false;
+    Parameter *current = nullptr;
     std::string_view rest = text;
     while (const auto line = cut(rest, "\n")) {
-        const auto record = betweenQuotes(*line);
         if (line->rfind("record(", 0) != 0) {
-            if (current->parameter != nullptr)
-                addField(*current->parameter, *line);
+            if (current != nullptr)
+                addField(*current, *line);
             continue;
         }
+        const auto record = betweenQuotes(*line);
         const auto found = expected.find(record);
-        current = found == expected.end() ? &other : &found->second;
-        current->isSeen = current->isSeen || record.rfind(prefix, 0) == 0;
-        if (found == expected.end() && isRecordName(record) && record.rfind(prefix, 0) == 0)
+        const bool isExpected = found != expected.end();
+        const bool isOwn = record.rfind(prefix, 0) == 0;
+        current = isExpected ? found->second.parameter : nullptr;
+        isOfCrate = isOfCrate || isOwn;
+        if (isExpected)
+            found->second.isSeen = true;
+        else if (isOwn && isRecordName(record))
             lacking = record;
     }
-    const auto isSeen = [](const auto &each) { return each.second.isSeen; };
-    if (!other.isSeen && std::none_of(expected.begin(), expected.end(), isSeen))
-        return false;
+    const auto unseen = std::find_if(expected.begin(), expected.end(),
+                                     [](const auto &each) { return !each.second.isSeen; });
     if (!lacking.empty())
         reading.findings.push_back({0, "lacks record \"" + lacking +
                                            "\" of the ZANTO.db beside it: was cut short, or the "
                                            "two are not of one start of the server"});
-    const auto unseen = std::find_if_not(expected.begin(), expected.end(), isSeen);
-    if (lacking.empty() && unseen != expected.end())
+    else if (isOfCrate && unseen != expected.end())
         reading.findings.push_back({0, "record \"" + unseen->first +
                                            "\" is not in the ZANTO.db beside it, which was cut "
                                            "short or is of another start of the server"});
-    return true;
+    return isOfCrate;
 }
 
 Crate describedCrate(const sim::CrateDescription &description, const std::string &name)
