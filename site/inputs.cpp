@@ -30,8 +30,6 @@ CrateReading readDescription(const std::string &path)
     CrateReading made;
     made.findings = reading.findings;
     const auto &crate = reading.file.crate;
-    if (made.findings.empty() && !isRecordName(crate.name))
-        made.findings.push_back({0, "\"" + crate.name + "\" cannot be the name of a crate"});
     if (made.findings.empty())
         made.crate = describedCrate(crate, crate.name);
     return made;
@@ -59,6 +57,10 @@ std::vector<Crate> readCrates(const std::vector<std::string> &paths, Messages &m
             const auto extension = std::filesystem::path(path).extension();
             auto reading = extension == ".yaml" || extension == ".yml" ? readDescription(path)
                                                                        : readList(path, messages);
+            const auto &name = reading.crate.name;
+            if (reading.findings.empty() && !isCrateName(name))
+                reading.findings.push_back(
+                    {0, "\"" + printable(name) + "\" cannot be the name of a crate"});
             addErrors(messages, path, reading.findings);
             reading.crate.file = path;
             crates.push_back(std::move(reading.crate));

@@ -19,6 +19,11 @@ bool isRecordName(std::string_view name)
            name.find_first_of(" \"'\\$.") == std::string_view::npos;
 }
 
+bool isCrateName(std::string_view name)
+{
+    return isRecordName(name) && name.find('/') == std::string_view::npos;
+}
+
 std::string quotedForDatabase(std::string_view text)
 {
     std::string quoted = "\"";

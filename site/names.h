@@ -14,6 +14,9 @@ constexpr size_t longestGroupName = 28;
 // quotes, backslashes, dollars or dots.
 bool isRecordName(std::string_view name);
 
+// A record's name that can also be that of a folder.
+bool isCrateName(std::string_view name);
+
 // One line of people's text in a database file: what has to be escaped is.
 std::string quotedForDatabase(std::string_view text);
 

@@ -133,7 +133,7 @@ CrateEntry readCrate(const Field &field)
     crate.name = textOr(name, "");
     crate.description = textOr(fields.optional("description"), "");
     fields.finish();
-    if (name.isPresent() && !isRecordName(crate.name))
+    if (name.isPresent() && !isCrateName(crate.name))
         name.report("\"" + printable(crate.name) + "\" cannot be the name of a crate");
     return crate;
 }

@@ -51,6 +51,13 @@ TEST_F(SiteInputs, ACrateWhoseNameNoRecordCanHaveIsRefused)
         ElementsAre(HasSubstr("odd.yaml: \"Odd \"crate\"\" cannot be the name of a crate")));
 }
 
+TEST_F(SiteInputs, ACratesNameThatIsAPathIsRefused)
+{
+    readCrates({put("list", listOf("/etc", {1}))}, m_messages);
+    EXPECT_THAT(m_messages.errors,
+                ElementsAre(HasSubstr("list: \"/etc\" cannot be the name of a crate")));
+}
+
 TEST_F(SiteInputs, AListWithoutItsDatabaseIsTakenWithANote)
 {
     const auto path = put("list", listOf("HV", {2}));

@@ -291,6 +291,10 @@ TEST(SiteFileErrors, EverythingIsFoundAtOnce)
                             "1: crate \"X\" is in line 1 already",
                             "2: \"stale\" is neither INVALID nor keep"));
     EXPECT_THAT(errorsOf("site: T\n"), ElementsAre("1: \"crates\" is missing in the site"));
+    // It names a folder.
+    for (const char *name : {"/etc", "a/b", "..", ""})
+        EXPECT_THAT(errorsOf(std::string("site: T\ncrates: [{name: \"") + name + "\"}]\n"),
+                    ElementsAre(std::string("2: \"") + name + "\" cannot be the name of a crate"));
 }
 
 TEST(SiteFileErrors, WhatIsNoSiteFileAtAll)
