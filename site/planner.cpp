@@ -10,11 +10,12 @@ namespace site {
 
 namespace {
 
-const Crate *crateOf(const std::vector<Crate> &crates, const std::string &name)
+// The one of that name, or null.
+template <class List> auto named(const List &list, const std::string &name)
 {
-    const auto found = std::find_if(crates.begin(), crates.end(),
-                                    [&](const Crate &each) { return each.name == name; });
-    return found == crates.end() ? nullptr : &*found;
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&](const auto &each) { return each.name == name; });
+    return found == list.end() ? nullptr : &*found;
 }
 
 std::string namesOf(const std::vector<Crate> &crates)
@@ -28,20 +29,18 @@ std::string namesOf(const std::vector<Crate> &crates)
 void checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
 {
     for (const CrateEntry &entry : file.crates)
-        if (crateOf(crates, entry.name) == nullptr)
+        if (named(crates, entry.name) == nullptr)
             findings.add(entry.line, "",
                          "no PV list is that of crate \"" + entry.name +
                              "\"; given: " + namesOf(crates));
     for (const Crate &crate : crates) {
-        const bool isKnown = std::any_of(file.crates.begin(), file.crates.end(),
-                                         [&](const auto &each) { return each.name == crate.name; });
-        if (!isKnown)
+        if (named(file.crates, crate.name) == nullptr)
             findings.add(0, "",
                          "has no crate \"" + crate.name + "\", of which " + crate.file + " is");
-        if (crateOf(crates, crate.name) != &crate)
+        if (named(crates, crate.name) != &crate)
             findings.add(0, "",
                          "two lists are of a crate \"" + crate.name +
-                             "\": " + crateOf(crates, crate.name)->file + " and " + crate.file);
+                             "\": " + named(crates, crate.name)->file + " and " + crate.file);
     }
 }
 
@@ -51,9 +50,7 @@ void checkEntry(const Entry &entry, bool isDefaults, const SiteFile &file, sim::
     const auto &name = entry.crate.value;
     if (!isDefaults && name.empty() && file.crates.size() > 1)
         findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
-    const bool isKnown = std::any_of(file.crates.begin(), file.crates.end(),
-                                     [&](const auto &each) { return each.name == name; });
-    if (!name.empty() && !isKnown)
+    if (!name.empty() && named(file.crates, name) == nullptr)
         findings.add(entry.crate.line, "", "no crate is called \"" + printable(name) + "\"");
     for (const auto &[parameter, group] : entry.access)
         if (file.groups.count(group.value) == 0)
@@ -109,7 +106,7 @@ Planning makePlan(const SiteFile &file, const std::vector<Crate> &crates)
     sim::Findings more;
     CratePlanner planner(file, crates, more, planning.notes);
     for (const CrateEntry &entry : file.crates)
-        planning.plan.crates.push_back(planner.plan(*crateOf(crates, entry.name), entry));
+        planning.plan.crates.push_back(planner.plan(*named(crates, entry.name), entry));
     planning.findings = more.take();
     return planning;
 }
