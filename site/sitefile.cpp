@@ -59,17 +59,20 @@ bool isAccessName(const std::string &text)
            !std::regex_match(text, word);
 }
 
+void checkAccessName(const Field &field, const std::string &name, const char *what)
+{
+    if (!isAccessName(name))
+        field.report("\"" + printable(name) + "\" cannot be " + what);
+}
+
 std::vector<std::string> readNames(const Field &list)
 {
     std::vector<std::string> names;
-    for (const auto &item : list.items()) {
-        const auto name = item.text();
-        if (!name)
-            continue;
-        if (!isAccessName(*name))
-            item.report("\"" + printable(*name) + "\" cannot be a name in an access file");
-        names.push_back(*name);
-    }
+    for (const auto &item : list.items())
+        if (const auto name = item.text()) {
+            checkAccessName(item, *name, "a name in an access file");
+            names.push_back(*name);
+        }
     return names;
 }
 
@@ -77,8 +80,7 @@ NameLists readLists(const Field &field)
 {
     NameLists lists;
     for (const auto &entry : field.entries()) {
-        if (!isAccessName(entry.name()))
-            entry.report("\"" + printable(entry.name()) + "\" cannot be a name in an access file");
+        checkAccessName(entry, entry.name(), "a name in an access file");
         lists[entry.name()] = readNames(entry);
     }
     return lists;
@@ -89,7 +91,7 @@ void checkKnown(const Field &field, const std::vector<std::string> &names, const
 {
     for (const auto &name : names)
         if (known.count(name) == 0)
-            field.report("no list of " + what + " is called \"" + name + "\"");
+            field.report(what + (" is called \"" + printable(name) + "\""));
 }
 
 AccessGroup readGroup(const Field &field, const SiteFile &file)
@@ -100,8 +102,8 @@ AccessGroup readGroup(const Field &field, const SiteFile &file)
     const Field hosts = fields.optional("hosts");
     const Field extent = fields.optional("fields");
     fields.finish();
-    checkKnown(users, group.users = readNames(users), file.users, "users");
-    checkKnown(hosts, group.hosts = readNames(hosts), file.hosts, "hosts");
+    checkKnown(users, group.users = readNames(users), file.users, "no list of users");
+    checkKnown(hosts, group.hosts = readNames(hosts), file.hosts, "no list of hosts");
     const std::string written = textOr(extent, "values");
     if (written != "values" && written != "all")
         extent.report("\"fields\" is neither values nor all");
@@ -117,9 +119,9 @@ void readAccess(const Field &field, SiteFile &file)
     const Field groups = fields.optional("groups");
     fields.finish();
     for (const auto &entry : groups.entries()) {
-        if (!isAccessName(entry.name()) || entry.name() == "DEFAULT")
-            entry.report("\"" + printable(entry.name()) +
-                         "\" cannot be the name of an access group");
+        checkAccessName(entry, entry.name(), "the name of an access group");
+        if (entry.name() == "DEFAULT")
+            entry.report("group DEFAULT is that of all records that no group is given");
         file.groups[entry.name()] = {readGroup(entry, file), entry.line()};
     }
 }

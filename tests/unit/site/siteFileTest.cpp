@@ -212,7 +212,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"access:\n  hosts: {a: [HAG]}", "4: \"HAG\" cannot be a name"},
         Bad{"access:\n  hosts: {a: [INPL]}", "4: \"INPL\" cannot be a name"},
         Bad{"access:\n  groups: {RULE: {}}", "4: \"RULE\" cannot be the name of an access group"},
-        Bad{"access:\n  groups: {DEFAULT: {}}", "4: \"DEFAULT\" cannot be the name"},
+        Bad{"access:\n  groups: {DEFAULT: {}}", "4: group DEFAULT is that of all records"},
         Bad{"access:\n  groups: {\"a)\": {}}", "4: \"a)\" cannot be the name"},
         Bad{"access:\n  groups: {" + std::string(29, 'G') + ": {}}", "4: \"GGG"},
         Bad{"access:\n  groups: {A: 5}", "4: \"A\" is a single value, not an access group"},
