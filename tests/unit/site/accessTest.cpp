@@ -2,7 +2,9 @@
 #include "access.h"
 
 #include <asLib.h>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <memory>
 
 #include "siteSupport.h"
 
@@ -39,8 +41,11 @@ class SiteAccess : public testing::Test {
 protected:
     void load(const std::string &rights)
     {
-        const std::string text = textOf(rights);
-        ASSERT_EQ(0, asInitMem(text.c_str(), nullptr)) << text;
+        std::string text = textOf(rights);
+        const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(
+            fmemopen(text.data(), text.size(), "r"), std::fclose);
+        ASSERT_NE(nullptr, file);
+        ASSERT_EQ(0, asInitFP(file.get(), nullptr)) << text;
     }
 };
 

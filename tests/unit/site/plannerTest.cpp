@@ -1,5 +1,5 @@
 // What a site file and its crates come to together.
-#include <chrono>
+#include <ctime>
 #include <gmock/gmock.h>
 
 #include "siteSupport.h"
@@ -317,7 +317,7 @@ TEST(SitePlanErrors, TwoEntriesMustNotSayTheSame)
 
 TEST(SitePlanErrors, AThousandOverlappingRangesAreCheckedInTime)
 {
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock(); // of this process alone
     std::string ranges = "channels:\n  - delay: 1\n    channels: [\"0:0-47\"";
     std::string entries = "channels:\n";
     for (int index = 0; index < 1000; ++index) {
@@ -327,7 +327,7 @@ TEST(SitePlanErrors, AThousandOverlappingRangesAreCheckedInTime)
     const Crate crate = crateOf("HV", std::vector<int>(16, 48));
     EXPECT_THAT(errorsOf(ranges + "]\n", {crate}), ElementsAre());
     EXPECT_LT(errorsOf(entries, {crate}).size(), 2100U);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // A site file by itself: every key, and every complaint with its line.
 #include "sitefile.h"
 
-#include <chrono>
+#include <ctime>
 #include <gmock/gmock.h>
 
 #include "siteSupport.h"
@@ -311,7 +311,7 @@ TEST(SiteFileErrors, WhatIsNoSiteFileAtAll)
 
 TEST(SiteFileErrors, DeepAndEndlessFilesAreRefusedSoon)
 {
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock(); // of this process alone
     EXPECT_FALSE(errorsOf(siteOf("channels: " + std::string(100000, '['))).empty());
     std::string bomb = "a: &a [x, x, x, x, x, x, x, x, x, x]\n";
     for (char letter = 'b'; letter < 'j'; ++letter) {
@@ -329,7 +329,7 @@ TEST(SiteFileErrors, DeepAndEndlessFilesAreRefusedSoon)
         numbers += ",0";
     EXPECT_THAT(errorsOf(siteOf("channels: [{channels: \"" + numbers + ":" + numbers + "\"}]\n")),
                 ElementsAre("0: too much to read"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
 }
 
 } // namespace
