@@ -49,12 +49,21 @@ public:
         std::error_code ignored;
         for (const auto &path : m_waiting)
             fs::remove(beside(path), ignored);
+        // Only those are removed that nothing was put into.
+        for (auto folder = m_made.rbegin(); folder != m_made.rend(); ++folder)
+            fs::remove(*folder, ignored);
+    }
+
+    void makeFolder(const fs::path &path)
+    {
+        if (fs::create_directories(path))
+            m_made.push_back(path);
     }
 
     void write(const OutputFile &file)
     {
         const fs::path path = beside(file.path);
-        fs::create_directories(path.parent_path());
+        makeFolder(path.parent_path());
         // What a killed run left behind.
         std::error_code ignored;
         fs::remove(path, ignored);
@@ -78,6 +87,7 @@ private:
 
     const fs::path m_folder;
     std::set<std::string> m_waiting;
+    std::vector<fs::path> m_made;
 };
 
 // A path that a run of ours can have written below the folder.
@@ -121,9 +131,9 @@ void writeFolder(const std::string &folder, const OutputFiles &files)
             kept.insert(file.path);
         }
         all.push_back({manifest, names});
-        fs::create_directories(folder);
-        checkPlaces(folder, all);
         Unfinished unfinishedFiles(folder);
+        unfinishedFiles.makeFolder(folder);
+        checkPlaces(folder, all);
         for (const auto &file : all)
             unfinishedFiles.write(file);
         const auto old = oldFiles(folder, kept);
