@@ -85,7 +85,7 @@ endif
 # Removing goes through the tests whether or not they are built.
 REMOVING = $(filter clean% realclean% distclean% archclean% cvsclean% depclean%,$(MAKECMDGOALS))
 
-PARTS = crateSim site VEXAZANTOApp bench iocBoot
+PARTS = crateSim pvlist site VEXAZANTOApp bench iocBoot
 PARTS += $(if $(filter YES,$(BUILD_TESTS))$(REMOVING),tests)
 
 DIRS = configure $(foreach part,$(PARTS),$(patsubst %/Makefile,%,$(wildcard $(part)/Makefile)))
@@ -93,9 +93,10 @@ DIRS = configure $(foreach part,$(PARTS),$(patsubst %/Makefile,%,$(wildcard $(pa
 # The server links the access library that is built beside the simulated crate.
 $(foreach dir,$(filter-out configure,$(DIRS)),$(eval $(dir)_DEPEND_DIRS += configure))
 VEXAZANTOApp_DEPEND_DIRS += $(filter crateSim,$(DIRS))
-site_DEPEND_DIRS += $(filter crateSim,$(DIRS))
+pvlist_DEPEND_DIRS += $(filter crateSim,$(DIRS))
+site_DEPEND_DIRS += $(filter crateSim pvlist,$(DIRS))
 $(foreach dir,$(filter tests bench iocBoot,$(DIRS)), \
-    $(eval $(dir)_DEPEND_DIRS += $(filter crateSim site VEXAZANTOApp,$(DIRS))))
+    $(eval $(dir)_DEPEND_DIRS += $(filter crateSim pvlist site VEXAZANTOApp,$(DIRS))))
 
 include $(TOP)/configure/RULES_TOP
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "description/channelnames.h"
-#include "names.h"
+#include "pvlist/names.h"
 #include "states.h"
 
 namespace site {

@@ -8,8 +8,8 @@
 #include "description/cratefile.h"
 #include "folder.h"
 #include "lists.h"
-#include "names.h"
-#include "pvlist.h"
+#include "pvlist/names.h"
+#include "pvlist/pvlist.h"
 #include "saveset.h"
 #include "screens.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "crate.h"
+#include "pvlist/crate.h"
 #include "planner.h"
 
 namespace site {

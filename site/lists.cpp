@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "names.h"
+#include "pvlist/names.h"
 
 namespace site {
 

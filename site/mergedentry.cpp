@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "names.h"
+#include "pvlist/names.h"
 
 namespace site {
 

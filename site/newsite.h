@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "crate.h"
+#include "pvlist/crate.h"
 
 namespace site {
 
 // Accepted as it is by check and make.
-std::string newSite(const std::vector<Crate> &crates);
+std::string newSite(const std::vector<pvlist::Crate> &crates);
 
 } // namespace site

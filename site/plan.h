@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "crate.h"
+#include "pvlist/crate.h"
 
 namespace site {
+
+using namespace pvlist;
 
 // What a channel's status word means, in the order of the record's states.
 enum class State {

@@ -4,7 +4,7 @@
 #include <set>
 
 #include "crateplanner.h"
-#include "names.h"
+#include "pvlist/names.h"
 
 namespace site {
 

@@ -6,7 +6,7 @@
 
 #include "description/channelnames.h"
 #include "description/channelset.h"
-#include "names.h"
+#include "pvlist/names.h"
 
 namespace site {
 

@@ -5,7 +5,7 @@
 
 #include "description/channelset.h"
 #include "description/document.h"
-#include "names.h"
+#include "pvlist/names.h"
 #include "siteentry.h"
 
 namespace site {

@@ -1,10 +1,10 @@
-#include "crate.h"
+#include "pvlist/crate.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using namespace site;
+using namespace pvlist;
 
 Parameter parameter(const std::string &type, bool readable, bool writable)
 {

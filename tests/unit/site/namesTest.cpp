@@ -1,10 +1,10 @@
-#include "names.h"
+#include "pvlist/names.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using namespace site;
+using namespace pvlist;
 
 TEST(SiteNames, ARecordNameHas1To60Bytes)
 {

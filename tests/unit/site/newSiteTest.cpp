@@ -5,7 +5,7 @@
 
 #include "description/cratefile.h"
 #include "inputs.h"
-#include "pvlist.h"
+#include "pvlist/pvlist.h"
 
 namespace {
 

@@ -1,14 +1,15 @@
 // What is read from a server's PV list and database.
-#include "pvlist.h"
+#include "pvlist/pvlist.h"
 
 #include <gmock/gmock.h>
 
 #include "description/cratefile.h"
-#include "names.h"
+#include "pvlist/names.h"
 #include "siteSupport.h"
 
 namespace {
 
+using namespace pvlist;
 using namespace site;
 using namespace siteTest;
 using testing::ElementsAre;

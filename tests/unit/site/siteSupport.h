@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "planner.h"
-#include "pvlist.h"
+#include "pvlist/pvlist.h"
 
 namespace siteTest {
 

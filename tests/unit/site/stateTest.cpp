@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <postfix.h>
 
-#include "names.h"
+#include "pvlist/names.h"
 #include "recordFile.h"
 #include "siteSupport.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace site {
+namespace pvlist {
 
 // The server's record types, for what can only be read and for the others.
 struct RecordTypes {
@@ -80,4 +80,4 @@ template <class AnyCrate, class Act> void forEachList(AnyCrate &crate, const Act
     }
 }
 
-} // namespace site
+} // namespace pvlist

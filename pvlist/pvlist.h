@@ -8,7 +8,7 @@
 #include "description/findings.h"
 #include "model/description.h"
 
-namespace site {
+namespace pvlist {
 
 struct CrateReading {
     Crate crate; // usable only without findings
@@ -26,4 +26,4 @@ bool addDatabase(CrateReading &reading, const std::string &text);
 // The records that a server writes for the described crate when it is called `name`.
 Crate describedCrate(const sim::CrateDescription &description, const std::string &name);
 
-} // namespace site
+} // namespace pvlist

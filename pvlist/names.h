@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace site {
+namespace pvlist {
 
 constexpr size_t longestRecordName = 60; // bytes; EPICS keeps a NUL behind them
 constexpr size_t longestDescription = 40;
@@ -26,4 +26,4 @@ std::string printable(std::string_view text);
 // The shortest number that reads back the same.
 std::string numberText(double number);
 
-} // namespace site
+} // namespace pvlist

@@ -9,7 +9,7 @@
 #include "model/words.h"
 #include "names.h"
 
-namespace site {
+namespace pvlist {
 
 namespace {
 
@@ -344,4 +344,4 @@ Crate describedCrate(const sim::CrateDescription &description, const std::string
     return crate;
 }
 
-} // namespace site
+} // namespace pvlist

@@ -4,7 +4,7 @@
 
 #include "description/scalars.h"
 
-namespace site {
+namespace pvlist {
 
 namespace {
 
@@ -46,4 +46,4 @@ std::string printable(std::string_view text)
 
 std::string numberText(double number) { return sim::realText(number); }
 
-} // namespace site
+} // namespace pvlist

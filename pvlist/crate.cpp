@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace site {
+namespace pvlist {
 
 namespace {
 
@@ -56,4 +56,4 @@ std::string Crate::recordOf(int slot, int channel) const
            (channel < 0 ? "" : ":" + padded(channel, 3));
 }
 
-} // namespace site
+} // namespace pvlist
