@@ -15,8 +15,12 @@
 #include <initHooks.h>
 #include <iocInit.h>
 
+#include <atomic>
+#include <iterator>
+#include <memory>
 #include <regex>
 #include <set>
+#include <thread>
 
 namespace {
 

@@ -5,6 +5,8 @@
 #include "ZANTOutils.h"
 #include "ZANTOwatchlists.h"
 
+#include <thread>
+
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 

@@ -8,6 +8,9 @@
 #include "ZANTOlife.h"
 #include "ZANTOthreads.h"
 
+#include <algorithm>
+#include <chrono>
+#include <functional>
 #include <thread>
 
 using ::testing::ElementsAre;
