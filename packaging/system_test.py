@@ -202,6 +202,54 @@ def test_the_console_is_for_the_group():
         assert 'DBF_STRING: ' in answer(connection, b"dbgf HV:ModelName\r\n", "ZC04")
 
 
+# Opens the socket named first; the status says whether it could.
+CONNECT = "import socket, sys; socket.socket(socket.AF_UNIX).connect(sys.argv[1])"
+
+
+def test_the_console_is_closed_to_others():
+    def connect(group):
+        return run("setpriv", "--reuid=nobody", f"--regid={group}", "--clear-groups",
+                   "/usr/bin/python3", "-c", CONNECT, "/run/zantoioc/HV/console", check=False)
+
+    assert connect("zantoioc").returncode == 0
+    assert "PermissionError" in connect("nogroup").stdout
+
+
+# What the server does, in the place of the server: the memory barrier with which it closes its
+# tree, a broadcast to clients, a listening port, the list of interfaces.
+PROBE = """use Socket;
+my ($udp, $tcp, $interfaces);
+my $barrier = `uname -m` =~ /x86_64/ ? 324 : 283;
+syscall($barrier, 16, 0) == 0 or die "membarrier: $!";
+socket($udp, AF_INET, SOCK_DGRAM, 0) and setsockopt($udp, SOL_SOCKET, SO_BROADCAST, 1)
+    and send($udp, "beacon", 0, sockaddr_in(5065, inet_aton("127.255.255.255")))
+    or die "broadcast: $!";
+socket($tcp, AF_INET, SOCK_STREAM, 0) and bind($tcp, sockaddr_in(5199, INADDR_ANY))
+    and listen($tcp, 5) or die "port: $!";
+socket($interfaces, 16, SOCK_RAW, 0) or die "interfaces: $!";
+print "all allowed\\n";
+"""
+
+
+def test_the_sandbox_allows_what_a_server_does():
+    LV.configure()
+    probe = Path("/opt/probe.pl")
+    probe.write_text(PROBE, encoding="utf-8")
+    folder = Path(f"/run/systemd/system/{LV.unit}.service.d")
+    folder.mkdir(parents=True)
+    (folder / "probe.conf").write_text(
+        f"[Service]\nExecStart=\nExecStart=/usr/bin/perl {probe}\nExecStop=\nRestart=no\n",
+        encoding="utf-8")
+    run("systemctl", "daemon-reload")
+    run("systemctl", "start", LV.unit)
+    until(lambda: LV.show("ActiveState") in ("inactive", "failed"), "the probe ended")
+    assert "all allowed" in journal(LV.unit), journal(LV.unit)
+    shutil.rmtree(folder)
+    probe.unlink()
+    run("systemctl", "daemon-reload")
+    run("systemctl", "reset-failed", check=False)
+
+
 def test_a_second_service_has_files_of_its_own():
     LV.start()
     LV.configure()
@@ -260,6 +308,29 @@ def test_a_wrong_setting_is_told(settings, complaint):
     run("systemctl", "stop", LV.unit)
 
 
+def stopped_within(crate, seconds):
+    begin = time.monotonic()
+    run("systemctl", "stop", crate.unit)
+    assert time.monotonic() - begin < seconds
+    assert (crate.show("ActiveState"), crate.show("Result")) == ("inactive", "success")
+
+
+def test_a_service_waits_for_its_crate_and_can_be_stopped_meanwhile():
+    LV.configure(ZANTO_HOST="127.0.0.9")
+    run("systemctl", "start", LV.unit)
+    until(lambda: "Waiting for firmware" in journal(LV.unit), "the server waits")
+    stopped_within(LV, 5)
+
+
+def test_a_crate_that_does_not_answer_cannot_keep_a_service_from_its_end():
+    LV.configure()
+    run("systemctl", "start", LV.unit)
+    LV.wait_served()
+    run("zantocratectl", "--control", LV.control, "fault", "hang", "operation=any", "count=0")
+    stopped_within(LV, 15)
+    run("zantocratectl", "--control", LV.control, "clear-faults")
+
+
 def test_credentials_that_cannot_be_used_are_told():
     LV.configure()
     Path("/etc/zantoioc/LV.credentials").write_text("user=admin\n", encoding="utf-8")
@@ -296,11 +367,8 @@ def test_an_upgrade_keeps_what_the_site_changed_and_what_runs():
 
 def test_a_stop_logs_out():
     sessions = len(HV.sessions())
-    begin = time.monotonic()
-    run("systemctl", "stop", HV.unit)
-    assert time.monotonic() - begin < 12
+    stopped_within(HV, 12)
     assert HV.sessions()[sessions:] == ["DeinitSystem"]
-    assert HV.show("ActiveState") == "inactive" and HV.show("Result") == "success"
     assert not Path("/run/zantoioc/HV").exists()
 
 
