@@ -22,7 +22,7 @@ PACKAGES = ["zantoioc", "zantoioc-epics", "zantoioc-tools"]
 PRIVATE = "/usr/lib/zantoioc"
 WATCHDOG = 40
 # The worst that systemd-analyze may say, in tenths
-EXPOSURE = 15
+EXPOSURE = 12
 CLIENTS = ["caget", "caput", "camonitor", "cainfo", "pvget", "pvput", "pvmonitor", "softIoc"]
 
 
