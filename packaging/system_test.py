@@ -91,9 +91,12 @@ class Crate:
         return self.calls("InitSystem", "DeinitSystem")
 
     def caget(self, record, check=True):
+        return self.caget_by_name(f"{self.name}:{record}", check)
+
+    def caget_by_name(self, name, check=True):
         environment = {**os.environ, "EPICS_CA_ADDR_LIST": self.served,
                        "EPICS_CA_AUTO_ADDR_LIST": "NO"}
-        return run("caget", "-t", "-w", "1", f"{self.name}:{record}", check=check, env=environment)
+        return run("caget", "-t", "-w", "1", name, check=check, env=environment)
 
     def wait_served(self):
         until(lambda: self.caget("ModelName", check=False).returncode == 0, f"{self.name} served")
@@ -350,6 +353,19 @@ def test_the_makers_library_takes_the_place_of_ours():
     assert library in maps and f"{PRIVATE}/libvexahvwrapper.so" not in maps
     run("systemctl", "stop", LV.unit)
     shutil.rmtree("/opt/maker")
+
+
+def test_a_sites_names_and_states_are_served():
+    shared = "/usr/share/zantoioc"
+    run("zantosite", "make", f"{shared}/examples/gem.yaml", "--pvlist", f"{shared}/crates/small.yaml",
+        "--out", "/opt/site")
+    LV.configure(ZANTO_NAME="LAB1", ZANTO_SITE="/opt/site",
+                 ZANTO_SCRIPT=f"{shared}/iocBoot/iocZANTO/st-site.cmd")
+    run("systemctl", "start", LV.unit)
+    until(lambda: LV.caget_by_name("GEM:1:Top:State", check=False).stdout == "Off\n",
+          "the site's names")
+    run("systemctl", "stop", LV.unit)
+    shutil.rmtree("/opt/site")
 
 
 def test_an_upgrade_keeps_what_the_site_changed_and_what_runs():
