@@ -26,6 +26,8 @@ struct Parameter {
     std::optional<double> low; // the hardware's limits; nothing: unknown or without limits
     std::optional<double> high;
     std::string unit;
+    // How values are shown, as the server's record has it: "field(EGU, \"Volt\")".
+    std::vector<std::string> display;
 
     bool isNumeric() const { return type == "ai" || type == "ao"; }
     bool isSetPoint() const { return readable && writable; }

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <map>
 #include <optional>
 #include <string_view>
 
-#include "model/words.h"
 #include "names.h"
 
 namespace pvlist {
@@ -158,17 +158,31 @@ std::optional<double> number(std::string_view text)
                                                                     : std::nullopt;
 }
 
+constexpr std::string_view displayFields[] = {"EGU", "PREC", "HOPR", "LOPR", "ZNAM", "ONAM"};
+
+// The value as it stands between quotes. The server writes names of states that are none.
+void addDisplay(Parameter &parameter, std::string_view field, std::string_view value)
+{
+    if (value.empty())
+        return;
+    parameter.display.push_back("field(" + std::string(field) + ", \"" + std::string(value) +
+                                "\")");
+    if (field == "HOPR")
+        parameter.high = number(value);
+    else if (field == "LOPR")
+        parameter.low = number(value);
+    else if (field == "EGU")
+        parameter.unit = value;
+}
+
 void addField(Parameter &parameter, std::string_view line)
 {
-    const auto says = [&](std::string_view field) {
-        return line.rfind("\tfield( " + std::string(field) + " ,", 0) == 0;
-    };
-    if (says("HOPR"))
-        parameter.high = number(betweenQuotes(line));
-    else if (says("LOPR"))
-        parameter.low = number(betweenQuotes(line));
-    else if (says("EGU"))
-        parameter.unit = betweenQuotes(line);
+    const bool isField = cut(line, "\tfield( ") == "";
+    const auto field = cut(line, " ,");
+    if (isField && field &&
+        std::find(std::begin(displayFields), std::end(displayFields), *field) !=
+            std::end(displayFields))
+        addDisplay(parameter, *field, betweenQuotes(line));
 }
 
 struct Expected {
@@ -225,18 +239,45 @@ Parameter described(const std::string &prefix, std::string name, const RecordTyp
     return made;
 }
 
-void append(Parameters &list, const std::string &prefix, const sim::ParameterDescription &parameter)
+// As the server writes it.
+std::string unitText(const sim::ParameterDescription &parameter)
+{
+    static const std::map<int, std::string> prefixes{
+        {6, "Mega"}, {3, "Kilo"}, {-3, "milli"}, {-6, "micro"}, {-9, "nano"}};
+    static const std::string units[] = {"None", "Ampere", "Volt",   "Watt", "Celsius", "Hertz",
+                                        "Bar",  "Vps",    "Second", "Rpm",  "Count"};
+    const auto prefix = prefixes.find(parameter.exponent);
+    const auto unit = static_cast<size_t>(parameter.unit);
+    return (prefix == prefixes.end() ? "" : prefix->second) +
+           (unit < std::size(units) ? units[unit] : "");
+}
+
+void addDisplay(Parameter &made, const sim::ParameterDescription &parameter, int decimals)
+{
+    addDisplay(made, "EGU", unitText(parameter));
+    if (decimals > 0)
+        addDisplay(made, "PREC", std::to_string(decimals));
+    // The server cuts the upper limit to an integer.
+    const double high = std::trunc(std::clamp(double{parameter.maximum}, -0x1p31, 0x1p31));
+    if (high != parameter.minimum) {
+        addDisplay(made, "HOPR", std::to_string(high));
+        addDisplay(made, "LOPR", std::to_string(parameter.minimum));
+    }
+}
+
+void append(Parameters &list, const std::string &prefix, const sim::ParameterDescription &parameter,
+            int decimals)
 {
     const auto *types = typesOf(parameter.type);
     if (types == nullptr)
         return;
     Parameter made = described(prefix, parameter.name, *types, parameter.mode);
-    if (parameter.type == sim::ParamType::Numeric) {
-        made.unit = sim::wordOf(parameter.unit);
-        if (parameter.minimum != parameter.maximum) {
-            made.low = parameter.minimum;
-            made.high = parameter.maximum;
-        }
+    if (parameter.type == sim::ParamType::Numeric)
+        addDisplay(made, parameter, decimals);
+    for (const auto &[field, label] :
+         {std::pair("ZNAM", parameter.offLabel), {"ONAM", parameter.onLabel}}) {
+        const std::string quoted = quotedForDatabase(label);
+        addDisplay(made, field, betweenQuotes(quoted));
     }
     append(list, std::move(made));
 }
@@ -247,7 +288,7 @@ Channel describedChannel(const sim::ModelDescription &model, int number, const s
     channel.number = number;
     append(channel.parameters, described(prefix, "Name", texts, sim::Mode::ReadWrite));
     for (const auto &parameter : model.channel)
-        append(channel.parameters, prefix, parameter);
+        append(channel.parameters, prefix, parameter, parameter.decimals);
     return channel;
 }
 
@@ -332,7 +373,7 @@ Crate describedCrate(const sim::CrateDescription &description, const std::string
         Board made;
         made.slot = static_cast<int>(slot);
         for (const auto &parameter : model->board)
-            append(made.parameters, crate.recordOf(made.slot), parameter);
+            append(made.parameters, crate.recordOf(made.slot), parameter, 0); // the server's too
         for (size_t number = 0; number < board->channels.size(); ++number) {
             const auto *own = description.channelModel(*board, board->channels[number]);
             const int position = static_cast<int>(number);

@@ -19,8 +19,9 @@ struct CrateReading {
 // a line that no server writes.
 CrateReading readPvList(const std::string &text);
 
-// Limits and units from the text of the server's ZANTO.db. It has the same records as the list, or
-// one of the two was cut short. False when none of its records is the crate's.
+// Limits, units and what else shows values, from the text of the server's ZANTO.db. It has the same
+// records as the list, or one of the two was cut short. False when none of its records is the
+// crate's.
 bool addDatabase(CrateReading &reading, const std::string &text);
 
 // The records that a server writes for the described crate when it is called `name`.

@@ -101,6 +101,9 @@ private:
             record.alias(planned.shownReadBack());
         if (!planned.description.empty())
             record.field("DESC", planned.description);
+        // The server gives them to the set-point alone.
+        for (const std::string &each : planned.parameter->display)
+            record.add(each);
         addLive(record, planned);
     }
 

@@ -59,6 +59,14 @@ def test_a_channel_is_read_and_written_by_its_name_at_the_detector(served):
     assert served.clients.pvget(f"{WIRE}:VSet") == "123"
 
 
+def test_a_read_back_is_shown_as_its_set_point(served):
+    for field in ("EGU", "PREC", "HOPR", "LOPR"):
+        wanted = served.clients.caget(f"{CHANNEL}:VSet.{field}")
+        assert served.clients.caget(f"{CHANNEL}:VSet:RBV.{field}") == wanted
+    assert served.clients.caget(f"{CHANNEL}:VSet:RBV.EGU") == "Volt"
+    assert served.clients.caget(f"{CHANNEL}:Pw:RBV") == "Off"
+
+
 def test_drive_limits_keep_a_set_point_in_its_range(served):
     served.clients.caput(f"{WIRE}:VSet", 1000)
     served.clients.wait_for_value(f"{WIRE}:VSet:RBV", "450")

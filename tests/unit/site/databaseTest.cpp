@@ -81,6 +81,19 @@ TEST(SiteDatabase, WhatIsReadBackHasTheLimitsAndWhatIsWrittenTheRights)
     EXPECT_EQ("", records.at("HV:00:001:Status").field("DESC"));
 }
 
+TEST(SiteDatabase, ReadBacksAreShownAsTheirSetPoints)
+{
+    auto crate = crateOf("HV", {1});
+    crate.boards[0].channels[0].parameters[0].display = {R"(field(EGU, "Volt"))",
+                                                         R"(field(PREC, "1"))"};
+    crate.boards[0].channels[0].parameters[2].display = {R"(field(EGU, "Volt"))"};
+    const auto records = readRecords(textOf({smallSite, {crate}}));
+    EXPECT_EQ("Volt", records.at("HV:00:000:VSet:RBV").field("EGU"));
+    EXPECT_EQ("1", records.at("HV:00:000:VSet:RBV").field("PREC"));
+    EXPECT_EQ("", records.at("HV:00:000:VSet").field("EGU"));
+    EXPECT_EQ("", records.at("HV:00:000:VMon").field("EGU"));
+}
+
 TEST(SiteDatabase, InfoTagsTellArchiversAndAutosave)
 {
     const auto records = readRecords(textOf({smallSite, {crateOf("HV", {1})}}));

@@ -1,6 +1,9 @@
 // What is read from a server's PV list and database.
 #include "pvlist/pvlist.h"
 
+#include <fstream>
+#include <map>
+
 #include <gmock/gmock.h>
 
 #include "description/cratefile.h"
@@ -258,6 +261,71 @@ TEST(SiteDescribedCrate, IsWhatTheServerOfTheCrateLists)
                     << each.record;
         });
     }
+}
+
+// What a server wrote for the built-in crate, as it is kept: channels that are alike stand there
+// once, without their number.
+std::string withFirstChannels(const std::string &name)
+{
+    std::ifstream file(SERVER_GOLDEN_DIR "/" + name);
+    std::string text;
+    for (std::string line; std::getline(file, line);)
+        if (line.rfind('#', 0) != 0)
+            text += line + "\n";
+    for (const auto &[folded, number] : {std::pair("<ccc>", "000"), {"<c>", "0"}})
+        for (size_t at; (at = text.find(folded)) != std::string::npos;)
+            text.replace(at, std::string(folded).size(), number);
+    return text;
+}
+
+std::map<std::string, std::vector<std::string>> displays(const Crate &crate)
+{
+    std::map<std::string, std::vector<std::string>> found;
+    forEachList(crate, [&](const Parameters &list, auto...) {
+        for (const Parameter &each : list) {
+            found[each.record] = each.display;
+            found[each.record].push_back("unit " + each.unit);
+            if (each.low && each.high)
+                found[each.record].push_back(numberText(*each.low) + ".." + numberText(*each.high));
+        }
+    });
+    return found;
+}
+
+TEST(SiteDescribedCrate, IsShownAsByTheServersDatabase)
+{
+    const auto reading = sim::readCrateFile(CRATES_DIR "/default.yaml");
+    auto served = readPvList(withFirstChannels("pvlist.txt"));
+    ASSERT_TRUE(addDatabase(served, withFirstChannels("ZANTO.db")));
+    ASSERT_THAT(textsOf(served.findings), ElementsAre());
+    const auto made = displays(describedCrate(reading.file.crate, served.crate.name));
+    const auto expected = displays(served.crate);
+    EXPECT_LT(100U, expected.size());
+    for (const auto &[record, display] : expected)
+        EXPECT_EQ(display, made.at(record)) << record;
+    EXPECT_THAT(made.at("ZC16:00:000:ISet"),
+                ElementsAre(R"(field(EGU, "microAmpere"))", R"(field(PREC, "2"))",
+                            R"(field(HOPR, "3000.000000"))", R"(field(LOPR, "0.000000"))",
+                            "unit microAmpere", "0..3000"));
+}
+
+TEST(SiteDescribedCrate, NumbersAndLabelsAreThoseThatAServerWrites)
+{
+    const auto crate = description(
+        "name: X\nusers: []\nslots: 1\nmodels:\n  M:\n    name: M\n    channel:\n"
+        "      - {name: A, type: numeric, mode: read-write, minimum: -0.5, maximum: 2.75,\n"
+        "         unit: volt, exponent: 3}\n"
+        "      - {name: B, type: numeric, mode: read-write, minimum: 2, maximum: 2.75, unit: none,\n"
+        "         exponent: 2}\n"
+        "      - {name: C, type: on-off, mode: read-write, on-label: 'a \"b\"', off-label: 'c'}\n"
+        "boards:\n  - {slot: 0, model: M, channels: 1}\n");
+    const auto made = displays(describedCrate(crate, "HV"));
+    EXPECT_THAT(made.at("HV:00:000:A"),
+                ElementsAre("field(EGU, \"KiloVolt\")", "field(HOPR, \"2.000000\")",
+                            "field(LOPR, \"-0.500000\")", "unit KiloVolt", "-0.5..2"));
+    EXPECT_THAT(made.at("HV:00:000:B"), ElementsAre("field(EGU, \"None\")", "unit None"));
+    EXPECT_THAT(made.at("HV:00:000:C"),
+                ElementsAre("field(ZNAM, \"c\")", R"(field(ONAM, "a \"b\""))", "unit "));
 }
 
 // The server writes three records for a set-point or none.
