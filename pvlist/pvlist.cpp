@@ -108,7 +108,8 @@ void append(Parameters &list, Parameter parameter)
 {
     // The server writes all records of a set-point or none.
     const std::string longest = parameter.record + (parameter.isSetPoint() ? ":Sync" : "");
-    if (isRecordName(longest) && find(list, parameter.name) == nullptr)
+    const bool isAccessible = parameter.readable || parameter.writable;
+    if (isAccessible && isRecordName(longest) && find(list, parameter.name) == nullptr)
         list.push_back(std::move(parameter));
 }
 
@@ -233,8 +234,8 @@ Parameter described(const std::string &prefix, std::string name, const RecordTyp
     Parameter made;
     made.record = prefix + ":" + name;
     made.name = std::move(name);
-    made.readable = mode != sim::Mode::Write;
-    made.writable = mode != sim::Mode::Read;
+    made.readable = mode == sim::Mode::Read || mode == sim::Mode::ReadWrite;
+    made.writable = mode == sim::Mode::Write || mode == sim::Mode::ReadWrite;
     made.type = made.writable ? types.output : types.input;
     return made;
 }
@@ -361,8 +362,9 @@ Crate describedCrate(const sim::CrateDescription &description, const std::string
     Crate crate;
     crate.name = name;
     for (const auto &property : description.properties)
-        append(crate.parameters,
-               described(name, property.name, typesOf(property.type), property.mode));
+        if (property.name != "ResFlag") // the server passes it over
+            append(crate.parameters,
+                   described(name, property.name, typesOf(property.type), property.mode));
     for (const auto &command : description.commands)
         append(crate.parameters, described(name, command.name, texts, sim::Mode::Write));
     for (size_t slot = 0; slot < description.slots.size(); ++slot) {

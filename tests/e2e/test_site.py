@@ -67,6 +67,19 @@ def test_a_read_back_is_shown_as_its_set_point(served):
     assert served.clients.caget(f"{CHANNEL}:Pw:RBV") == "Off"
 
 
+def test_the_servers_files_give_the_same_records_as_the_crates_description(served):
+    done = detector.zantosite(served.sandbox, "make", detector.SITE, "--pvlist",
+                              "/tmp/pvlist.txt", "--out", "/tmp/from-list")
+    assert (done.returncode, done.stderr) == (0, "")
+    assert records(served, "/tmp/from-list") == records(served, detector.MADE)
+
+
+def records(site, folder):
+    """In any order: the server lists a crate's properties in another one than the description."""
+    text = site.sandbox.read(f"{folder}/site.db")
+    return sorted(re.findall(r"^record\(.*?^}\n", text, re.DOTALL | re.MULTILINE))
+
+
 def test_drive_limits_keep_a_set_point_in_its_range(served):
     served.clients.caput(f"{WIRE}:VSet", 1000)
     served.clients.wait_for_value(f"{WIRE}:VSet:RBV", "450")

@@ -328,6 +328,18 @@ TEST(SiteDescribedCrate, NumbersAndLabelsAreThoseThatAServerWrites)
                 ElementsAre("field(ZNAM, \"c\")", R"(field(ONAM, "a \"b\""))", "unit "));
 }
 
+TEST(SiteDescribedCrate, WhatHasNoRecordOfTheServerHasNone)
+{
+    const auto crate = description("name: X\nusers: []\nslots: 1\nproperties:\n"
+                                   "  - {name: A, type: text, mode: none}\n"
+                                   "  - {name: B, type: text, mode: 9}\n"
+                                   "  - {name: ResFlag, type: text, mode: read}\n"
+                                   "  - {name: C, type: text, mode: read}\n");
+    const auto made = describedCrate(crate, "HV");
+    ASSERT_EQ(1U, made.parameters.size());
+    EXPECT_EQ("C", made.parameters[0].name);
+}
+
 // The server writes three records for a set-point or none.
 TEST(SiteDescribedCrate, ASetPointNeedsRoomForItsOtherRecords)
 {
