@@ -15,15 +15,15 @@ using Path = std::vector<std::string>;
 
 // A crate, board or channel whose records raise alarms.
 struct Owner {
-    std::string name;
+    Path path;
     std::string words;
     const AlarmHandling &handling;
     std::string display;
 };
 
-std::string wordsOf(const std::string &name, const std::string &description)
+std::string joined(const std::string &text, const std::string &more)
 {
-    return description.empty() ? name : name + " " + description;
+    return more.empty() ? text : text + " " + more;
 }
 
 Path segments(const std::string &name)
@@ -45,22 +45,13 @@ class Tree {
 public:
     explicit Tree(pugi::xml_node root) { m_components[{}] = root; }
 
-    void addLimits(const Owner &owner, const std::vector<PlannedParameter> &parameters)
-    {
-        for (const PlannedParameter &each : parameters)
-            if (each.limits.any())
-                addPv(owner, each.shownReadBack(),
-                      wordsOf(owner.words,
-                              each.description.empty() ? each.parameter->name : each.description));
-    }
-
     // In the order in which the alarm server writes it.
-    void addPv(const Owner &owner, const std::string &name, const std::string &description)
+    void addPv(const Owner &owner, const std::string &name, const std::string &what)
     {
         const AlarmHandling &handling = owner.handling;
-        pugi::xml_node pv = component(segments(owner.name)).append_child("pv");
+        pugi::xml_node pv = component(owner.path).append_child("pv");
         putAttributes(pv, {{"name", name}});
-        putElements(pv, {{"description", description},
+        putElements(pv, {{"description", joined(owner.words, what)},
                          {"enabled", truth(true)},
                          {"latching", truth(handling.latching)},
                          {"annunciating", truth(handling.annunciating)}});
@@ -86,26 +77,24 @@ private:
     std::map<Path, pugi::xml_node> m_components;
 };
 
-void addChannel(Tree &tree, const PlannedChannel &channel, const std::string &screen)
+void addHealth(Tree &tree, Owner owner, const PlannedCrate &crate)
 {
-    const std::string &name = channel.shownName();
-    const Owner owner{name, wordsOf(name, channel.description), channel.alarm, screen};
-    if (channel.hasState)
-        tree.addPv(owner, channel.shownState(), wordsOf(owner.words, "State"));
-    tree.addLimits(owner, channel.parameters);
+    owner.path.emplace_back("Health");
+    for (const auto &[record, words] : {std::pair("Lost", "event connection"),
+                                        {"ScansRefused", "scans refused"},
+                                        {"Inserted", "board inserted"}})
+        tree.addPv(owner, crate.name + ":Health:" + record, words);
 }
 
-void addCrate(Tree &tree, const PlannedCrate &crate, const std::string &screen)
+// Board and channel are null where there is none.
+Owner ownerOf(const PlannedCrate &crate, const PlannedBoard *board, const PlannedChannel *channel)
 {
-    const Owner owner{crate.name, wordsOf(crate.name, crate.description), crate.alarm, screen};
-    tree.addLimits(owner, crate.parameters);
-    if (!crate.hasHealth)
-        return;
-    const Owner health{crate.name + ":Health", owner.words, crate.alarm, screen};
-    for (const auto &[record, words] : {std::pair(":Lost", "event connection"),
-                                        {":ScansRefused", "scans refused"},
-                                        {":Inserted", "board inserted"}})
-        tree.addPv(health, health.name + record, wordsOf(owner.words, words));
+    const auto owner = [](const std::string &name, const auto &of) {
+        return Owner{segments(name), joined(name, of.description), of.alarm, ""};
+    };
+    if (channel != nullptr)
+        return owner(channel->shownName(), *channel);
+    return board != nullptr ? owner(board->record, *board) : owner(crate.name, crate);
 }
 
 } // namespace
@@ -117,16 +106,19 @@ std::string alarmTree(const Plan &plan, const std::string &screensFolder)
     pugi::xml_node root = document.append_child("config");
     putAttributes(root, {{"name", plan.title}});
     Tree tree(root);
-    for (const PlannedCrate &crate : plan.crates) {
-        addCrate(tree, crate, screensFolder + address(ScreenLinks::of(crate)));
-        for (const PlannedBoard &board : crate.boards) {
-            const Owner owner{board.record, wordsOf(board.record, board.description), board.alarm,
-                              screensFolder + address(ScreenLinks::of(crate, board))};
-            tree.addLimits(owner, board.parameters);
-            for (const PlannedChannel &channel : board.channels)
-                addChannel(tree, channel, screensFolder + address(links.of(crate, board, channel)));
-        }
-    }
+    for (const PlannedCrate &crate : plan.crates)
+        forEachList(crate, [&](const auto &list, const auto *board, const auto *channel) {
+            Owner owner = ownerOf(crate, board, channel);
+            owner.display = screensFolder + address(links.of(crate, board, channel));
+            if (channel != nullptr && channel->hasState)
+                tree.addPv(owner, channel->shownState(), "State");
+            for (const PlannedParameter &each : list)
+                if (each.limits.any())
+                    tree.addPv(owner, each.shownReadBack(),
+                               each.description.empty() ? each.parameter->name : each.description);
+            if (board == nullptr && crate.hasHealth)
+                addHealth(tree, owner, crate);
+        });
     return xmlText(document);
 }
 

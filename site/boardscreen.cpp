@@ -90,7 +90,7 @@ void table(Screen &screen, int y, const PlannedCrate &crate, const PlannedBoard 
     for (const PlannedChannel &each : board.channels)
         screen.button({left, y + linePitch * static_cast<int>(&each - &board.channels.front() + 1),
                        numberWidth, lineHeight},
-                      std::to_string(each.number), links.of(crate, board, each));
+                      std::to_string(each.number), links.of(crate, &board, &each));
     int x = left + numberWidth + gap;
     for (const Column &column : columnsOf(board)) {
         Box box{x, y, column.width, lineHeight};
@@ -129,7 +129,7 @@ std::string boardScreen(const PlannedCrate &crate, const PlannedBoard &board,
 {
     Screen screen(plain(board.record));
     heading(screen, plain(board.record), plain(board.description),
-            {{"All crates", ScreenLinks::index()}, {"Crate", ScreenLinks::of(crate)}});
+            {{"All crates", ScreenLinks::index()}, {"Crate", links.of(crate)}});
     int y = summary(screen, firstLine, board.record, board.hasStates());
     y = boardParameters(screen, y, board);
     table(screen, y, crate, board, links);

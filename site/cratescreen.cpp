@@ -98,11 +98,11 @@ private:
         std::string text = std::to_string(board.slot);
         text += line.firstChannel > 0 ? " from channel " + std::to_string(line.firstChannel)
                                       : " " + plain(board.description);
-        screen.button({x, y, boardWidth - 8, lineHeight}, text, ScreenLinks::of(m_crate, board));
+        screen.button({x, y, boardWidth - 8, lineHeight}, text, m_links.of(m_crate, &board));
         for (const PlannedChannel *each : line.channels) {
             const int column = each->number - line.firstChannel;
             const Box box{x + boardWidth + column * cellPitch, y + 1, symbolSize, symbolSize};
-            showCell(screen, box, *each, m_links.of(m_crate, board, *each));
+            showCell(screen, box, *each, m_links.of(m_crate, &board, each));
         }
     }
 

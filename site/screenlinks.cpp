@@ -23,16 +23,14 @@ std::string escaped(const std::string &text, const char *kept, char mark)
 }
 
 // Without the file's end. Neither two crates nor a crate and another screen share one.
-std::string fileOf(const PlannedCrate &crate)
+std::string fileOf(const PlannedCrate &crate, const PlannedBoard *board)
 {
-    const std::string name = escaped(crate.name, "", '_');
-    const bool taken = name.empty() || name == "index" || name == "channel";
-    return taken ? name + "_" : name;
-}
-
-std::string fileOf(const PlannedCrate &crate, const PlannedBoard &board)
-{
-    return fileOf(crate) + (board.slot < 10 ? "-0" : "-") + std::to_string(board.slot);
+    std::string name = escaped(crate.name, "", '_');
+    if (name.empty() || name == "index" || name == "channel")
+        name += '_';
+    if (board != nullptr)
+        name += (board->slot < 10 ? "-0" : "-") + std::to_string(board->slot);
+    return name;
 }
 
 // What differs between screens of channels.
@@ -93,24 +91,19 @@ ScreenLinks::ScreenLinks(const Plan &plan)
             }
 }
 
-Link ScreenLinks::of(const PlannedCrate &crate) { return {fileOf(crate) + ".bob", {}}; }
-
-Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard &board)
+Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard *board,
+                     const PlannedChannel *channel) const
 {
-    return {fileOf(crate, board) + ".bob", {}};
-}
-
-Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard &board,
-                     const PlannedChannel &channel) const
-{
-    std::string detail = crate.name + " slot " + std::to_string(channel.slot) + " channel " +
-                         std::to_string(channel.number);
-    if (!channel.description.empty())
-        detail = channel.description + " (" + detail + ")";
-    return {m_files.at(screenKey(channel)),
-            {{"P", channel.shownName()},
+    if (channel == nullptr)
+        return {fileOf(crate, board) + ".bob", {}};
+    std::string detail = crate.name + " slot " + std::to_string(channel->slot) + " channel " +
+                         std::to_string(channel->number);
+    if (!channel->description.empty())
+        detail = channel->description + " (" + detail + ")";
+    return {m_files.at(screenKey(*channel)),
+            {{"P", channel->shownName()},
              {"DETAIL", plain(detail)},
-             {"CRATE", fileOf(crate)},
+             {"CRATE", fileOf(crate, nullptr)},
              {"BOARD", fileOf(crate, board)}}};
 }
 

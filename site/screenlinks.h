@@ -28,11 +28,9 @@ public:
     explicit ScreenLinks(const Plan &plan);
 
     static Link index() { return {"index.bob", {}}; }
-    static Link of(const PlannedCrate &crate);
-    static Link of(const PlannedCrate &crate, const PlannedBoard &board);
-    // The channel is one of the plan's.
-    Link of(const PlannedCrate &crate, const PlannedBoard &board,
-            const PlannedChannel &channel) const;
+    // To a crate, one of its boards or one of that one's channels.
+    Link of(const PlannedCrate &crate, const PlannedBoard *board = nullptr,
+            const PlannedChannel *channel = nullptr) const;
 
     // Each file that shows channels, with one of those that it shows.
     const std::map<std::string, const PlannedChannel *> &channelScreens() const

@@ -33,9 +33,9 @@ void indexTitles(Screen &screen, int y)
     }
 }
 
-void indexLine(Screen &screen, int y, const PlannedCrate &crate)
+void indexLine(Screen &screen, int y, const PlannedCrate &crate, const ScreenLinks &links)
 {
-    screen.button({left, y, crateWidth, lineHeight}, plain(crate.name), ScreenLinks::of(crate));
+    screen.button({left, y, crateWidth, lineHeight}, plain(crate.name), links.of(crate));
     screen.label({detailX, y, detailWidth, lineHeight}, plain(crate.description));
     int x = valuesX;
     for (const auto &[title, record] : valuesOf(crate)) {
@@ -45,14 +45,14 @@ void indexLine(Screen &screen, int y, const PlannedCrate &crate)
     }
 }
 
-std::string indexScreen(const Plan &plan)
+std::string indexScreen(const Plan &plan, const ScreenLinks &links)
 {
     Screen screen(plain(plan.title));
     heading(screen, plain(plan.title), "", {});
     int y = firstLine;
     indexTitles(screen, y);
     for (const PlannedCrate &crate : plan.crates)
-        indexLine(screen, y += linePitch, crate);
+        indexLine(screen, y += linePitch, crate, links);
     return screen.xml();
 }
 
@@ -102,11 +102,11 @@ OutputFiles screens(const Plan &plan)
     const auto add = [&](const std::string &file, const std::string &text) {
         files.push_back({"screens/" + file, text});
     };
-    add(ScreenLinks::index().file, indexScreen(plan));
+    add(ScreenLinks::index().file, indexScreen(plan, links));
     for (const PlannedCrate &crate : plan.crates) {
-        add(ScreenLinks::of(crate).file, crateScreen(crate, links));
+        add(links.of(crate).file, crateScreen(crate, links));
         for (const PlannedBoard &board : crate.boards)
-            add(ScreenLinks::of(crate, board).file, boardScreen(crate, board, links));
+            add(links.of(crate, &board).file, boardScreen(crate, board, links));
     }
     for (const auto &[file, example] : links.channelScreens())
         add(file, channelScreen(*example));
