@@ -1,102 +1,94 @@
 // One channel: its values beside their trend. Macros: P, DETAIL, CRATE, BOARD.
 #include "screenparts.h"
 
-#include "statesymbols.h"
-
 namespace site {
 
 namespace {
 
-constexpr int entryX = left + 100;
+constexpr int labelWidth = 94;
 constexpr int entryWidth = 110;
-constexpr int readingX = entryX + entryWidth + 12;
 constexpr int readingWidth = 150;
-constexpr int chartX = readingX + readingWidth + 20;
+constexpr int valueWidth = entryWidth + gap + readingWidth;
+constexpr int chartX = left + labelWidth + gap + valueWidth + 20;
 
 // Switches are asked about, not entered.
-void power(Screen &screen, int y, const std::string &pv)
+void power(Screen &screen, Line line, const std::string &pv)
 {
-    constexpr int width = entryWidth / 2 - 2;
-    screen.command({entryX, y, width, lineHeight}, "On", pv, "1", "Switch $(P) on?");
-    screen.command({entryX + entryWidth - width, y, width, lineHeight}, "Off", pv, "0",
-                   "Switch $(P) off?");
+    constexpr int width = (entryWidth - gap) / 2;
+    for (const auto &[text, value, question] :
+         {std::tuple("On", "1", "Switch $(P) on?"), {"Off", "0", "Switch $(P) off?"}})
+        screen.add("switch", line.next(width),
+                   {{"text", text}, {"pv", pv}, {"value", value}, {"question", question}});
 }
 
-// The server gives the read-back of a set-point neither names of states nor decimals.
-void readBack(Screen &screen, int y, const std::string &pv, const std::string &readBack,
-              const Parameter &parameter)
+void readBack(Screen &screen, Line line, const std::string &pv, const Parameter &parameter)
 {
-    constexpr int decimals = 3;
     constexpr int ledSize = 16; // without the border that the web renderer adds
-    const Box box{readingX, y, readingWidth, lineHeight};
-    if (!parameter.writable) {
-        screen.reading({entryX, y, readingX + readingWidth - entryX, lineHeight}, readBack);
-    } else if (parameter.type == "bo") {
-        screen.led({box.x, y + 3, ledSize, ledSize}, readBack);
-        constexpr int words = symbolSize + 6;
-        screen.reading({box.x + words, y, box.width - words, lineHeight}, pv);
-    } else {
-        Widget shown = screen.reading(box, readBack);
-        if (parameter.type == "ao")
-            shown.set("precision", decimals);
+    if (parameter.type == "bo") {
+        screen.add("led", {line.x, line.y + 3, ledSize, ledSize}, {{"pv", pv}});
+        line.x += lineHeight + gap;
     }
+    screen.add(parameter.type == "ao" ? "read-back" : "reading",
+               {line.x, line.y, chartX - 20 - line.x, lineHeight}, {{"pv", pv}});
 }
 
-void roleLine(Screen &screen, int y, const RoleWords &words, const PlannedChannel &channel)
+void roleLine(Screen &screen, Line line, const RoleWords &words, const PlannedChannel &channel)
 {
     const PlannedParameter &shown = *(channel.roles.*words.role);
     const std::string pv = onScreenOf(channel, shown.shownName());
-    const Box box{entryX, y, entryWidth, lineHeight};
-    screen.label({left, y, entryX - left, lineHeight}, words.label);
+    screen.add("label", line.next(labelWidth), {{"text", words.label}});
+    if (!shown.parameter->writable) {
+        screen.add("reading", line.next(valueWidth), {{"pv", pv}});
+        return;
+    }
+    const Line begin = line;
+    const Box box = line.next(entryWidth);
     if (&shown == channel.roles.clearTrip)
-        screen.command(box, "Clear", pv, "1", "");
-    else if (shown.parameter->writable && shown.parameter->type == "bo")
-        power(screen, y, pv);
-    else if (shown.parameter->writable)
-        screen.entry(box, pv);
+        screen.add("command", box, {{"text", "Clear"}, {"pv", pv}, {"value", "1"}});
+    else if (shown.parameter->type == "bo")
+        power(screen, begin, pv);
+    else
+        screen.add("entry", box, {{"pv", pv}});
     if (shown.parameter->readable)
-        readBack(screen, y, pv, onScreenOf(channel, shown.shownReadBack()), *shown.parameter);
+        readBack(screen, line, onScreenOf(channel, shown.shownReadBack()), *shown.parameter);
 }
 
-void stateLine(Screen &screen, int y, const PlannedChannel &channel)
+void charts(Screen &screen, const PlannedChannel &channel)
 {
-    const std::string pv = onScreenOf(channel, channel.shownState());
-    screen.label({left, y, entryX - left, lineHeight}, "State");
-    screen.symbol({entryX, y + 1, symbolSize, symbolSize}, pv, symbolFiles());
-    constexpr int x = entryX + symbolSize + 6;
-    screen.reading({x, y, readingX + readingWidth - x, lineHeight}, pv);
-}
-
-void chart(Screen &screen, const PlannedChannel &channel)
-{
-    Texts traces;
-    for (const auto role : {&ChannelRoles::voltage, &ChannelRoles::current})
-        if (const PlannedParameter *shown = channel.roles.*role)
-            traces.emplace_back(role == &ChannelRoles::voltage ? "Voltage" : "Current",
-                                onScreenOf(channel, shown->shownReadBack()));
-    if (!traces.empty())
-        screen.chart({chartX, firstLine, 600, 400}, traces);
+    constexpr int width = 600;
+    constexpr int height = 200;
+    int y = firstLine;
+    for (const auto &[title, shown] :
+         {std::pair("Voltage", channel.roles.voltage), {"Current", channel.roles.current}}) {
+        if (shown == nullptr)
+            continue;
+        screen.add("chart", {chartX, y, width, height},
+                   {{"title", title}, {"pv", onScreenOf(channel, shown->shownReadBack())}});
+        y += height + gap;
+    }
 }
 
 } // namespace
 
-std::string channelScreen(const PlannedChannel &example)
+std::string channelScreen(const PlannedChannel &channel)
 {
     Screen screen("$(P)");
     heading(screen, "$(P)", "$(DETAIL)",
             {{"Crate", {"$(CRATE).bob", {}}}, {"Board", {"$(BOARD).bob", {}}}});
-    int y = firstLine;
-    if (example.hasState) {
-        stateLine(screen, y, example);
-        y += linePitch;
+    Line line{left, firstLine};
+    if (channel.hasState) {
+        Line cells = line;
+        screen.add("label", cells.next(labelWidth), {{"text", "State"}});
+        state(screen, cells.next(valueWidth), onScreenOf(channel, channel.shownState()));
+        line.y += linePitch;
     }
     for (const RoleWords &each : roleWords()) {
-        if (!(example.roles.*each.role))
+        if (!(channel.roles.*each.role))
             continue;
-        roleLine(screen, y, each, example);
-        y += linePitch;
+        roleLine(screen, line, each, channel);
+        line.y += linePitch;
     }
-    chart(screen, example);
+    charts(screen, channel);
     return screen.xml();
 }
 

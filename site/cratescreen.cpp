@@ -2,6 +2,7 @@
 #include "screenparts.h"
 
 #include <algorithm>
+#include <map>
 
 #include "statesymbols.h"
 
@@ -17,140 +18,100 @@ constexpr int blockGap = 16;
 constexpr int blockLines = 20; // where there is room for a second block beside
 
 // Of the server, with titles.
-constexpr std::array<std::pair<const char *, const char *>, 12> healthRecords{{
-    {"Lost", "Connection"},
-    {"LastDelivery", "Last delivery"},
-    {"EventRate", "Event rate"},
-    {"BatchRate", "Batch rate"},
-    {"HeldValues", "Held values"},
-    {"ScansDeferred", "Scans deferred"},
-    {"ScansRefused", "Scans refused"},
-    {"FailedCalls", "Failed calls"},
-    {"Inserted", "Board inserted"},
+constexpr std::pair<const char *, const char *> healthRecords[] = {
+    {"Connection", "Lost"},
+    {"Last delivery", "LastDelivery"},
+    {"Event rate", "EventRate"},
+    {"Batch rate", "BatchRate"},
+    {"Held values", "HeldValues"},
+    {"Scans deferred", "ScansDeferred"},
+    {"Scans refused", "ScansRefused"},
+    {"Failed calls", "FailedCalls"},
+    {"Board inserted", "Inserted"},
     {"Records", "Records"},
     {"Clients", "Clients"},
-    {"StartTime", "Start time"},
-}};
-
-struct Line {
-    const PlannedBoard *board;
-    int firstChannel;
-    std::vector<const PlannedChannel *> channels;
-
-    int columns() const
-    {
-        return channels.empty() ? 1 : channels.back()->number - firstChannel + 1;
-    }
+    {"Start time", "StartTime"},
 };
 
-void addLines(std::vector<Line> &lines, const PlannedBoard &board)
+// By board and the first channel that a line has room for.
+using Lines = std::map<std::pair<const PlannedBoard *, int>, std::vector<const PlannedChannel *>>;
+
+Lines linesOf(const PlannedCrate &crate)
 {
-    lines.push_back({&board, 0, {}});
-    for (const PlannedChannel &channel : board.channels) {
-        const int firstChannel = channel.number - channel.number % lineChannels;
-        if (lines.back().channels.empty())
-            lines.back().firstChannel = firstChannel;
-        else if (lines.back().firstChannel != firstChannel)
-            lines.push_back({&board, firstChannel, {}});
-        lines.back().channels.push_back(&channel);
+    Lines lines;
+    for (const PlannedBoard &board : crate.boards) {
+        if (board.channels.empty())
+            lines[{&board, 0}] = {};
+        for (const PlannedChannel &each : board.channels)
+            lines[{&board, each.number - each.number % lineChannels}].push_back(&each);
     }
+    return lines;
+}
+
+int columnsOf(const Lines &lines)
+{
+    int columns = 1;
+    for (const auto &[place, channels] : lines)
+        for (const PlannedChannel *each : channels)
+            columns = std::max(columns, each->number % lineChannels + 1);
+    return columns;
+}
+
+void cell(Screen &screen, const Box &box, const PlannedChannel &channel, const Link &link)
+{
+    if (channel.hasState)
+        screen.addLink("state cell", box, {{"pv", channel.shownState()}}, link);
+    else
+        screen.addLink(
+            "cell", box,
+            {{"text", std::to_string(channel.number)}, {"tooltip", plain(channel.shownName())}},
+            link);
 }
 
 // Lines under each other, in blocks beside each other where the boards are narrow.
-class Map {
-public:
-    Map(const PlannedCrate &crate, const ScreenLinks &links) : m_crate(crate), m_links(links)
-    {
-        for (const PlannedBoard &board : crate.boards)
-            addLines(m_lines, board);
-        for (const Line &line : m_lines)
-            m_columns = std::max(m_columns, line.columns());
-    }
-
-    void show(Screen &screen, int y) const
-    {
-        const int width = boardWidth + m_columns * cellPitch + blockGap;
-        const int room = std::max(1, (screenWidth + blockGap) / width);
-        const int count = static_cast<int>(m_lines.size());
-        const int blocks = std::clamp((count + blockLines - 1) / blockLines, 1, room);
-        const int height = (count + blocks - 1) / blocks;
-        for (int at = 0; at < count; at++) {
-            const int x = left + at / height * width;
-            if (at % height == 0)
-                showTitles(screen, x, y);
-            showLine(screen, x, y + titleHeight + at % height * linePitch, m_lines.at(at));
-        }
-    }
-
-private:
-    void showTitles(Screen &screen, int x, int y) const
-    {
-        for (int column = 0; column < m_columns; column++)
-            screen
-                .label({x + boardWidth + column * cellPitch, y, symbolSize, titleHeight - 2},
-                       std::to_string(column), Font::Small)
-                .center();
-    }
-
-    void showLine(Screen &screen, int x, int y, const Line &line) const
-    {
-        const PlannedBoard &board = *line.board;
-        std::string text = std::to_string(board.slot);
-        text += line.firstChannel > 0 ? " from channel " + std::to_string(line.firstChannel)
-                                      : " " + plain(board.description);
-        screen.button({x, y, boardWidth - 8, lineHeight}, text, m_links.of(m_crate, &board));
-        for (const PlannedChannel *each : line.channels) {
-            const int column = each->number - line.firstChannel;
-            const Box box{x + boardWidth + column * cellPitch, y + 1, symbolSize, symbolSize};
-            showCell(screen, box, *each, m_links.of(m_crate, &board, each));
-        }
-    }
-
-    static void showCell(Screen &screen, const Box &box, const PlannedChannel &channel,
-                         const Link &link)
-    {
-        if (channel.hasState)
-            screen.symbol(box, channel.shownState(), symbolFiles())
-                .opens(link)
-                .flag("run_actions_on_mouse_click", true);
-        else
-            screen.button(box, std::to_string(channel.number), link, Font::Small)
-                .set("tooltip", plain(channel.shownName()));
-    }
-
-    const PlannedCrate &m_crate;
-    const ScreenLinks &m_links;
-    std::vector<Line> m_lines;
-    int m_columns = 1;
-};
-
-int healthStrip(Screen &screen, int y, const PlannedCrate &crate)
+void map(Screen &screen, int top, const PlannedCrate &crate, const ScreenLinks &links)
 {
-    constexpr int count = static_cast<int>(healthRecords.size());
-    constexpr int pitch = screenWidth / (count + 1); // the last one takes two
-    for (int at = 0; at < count; at++) {
-        const int x = left + at * pitch;
-        const int width = (at + 1 < count ? pitch : 2 * pitch) - 6;
-        const auto &[record, title] = healthRecords.at(at);
-        screen.label({x, y, width, titleHeight}, title, Font::Small);
-        screen.reading({x, y + titleHeight, width, lineHeight}, crate.name + ":Health:" + record);
+    const Lines lines = linesOf(crate);
+    const int columns = columnsOf(lines);
+    const int width = boardWidth + columns * cellPitch + blockGap;
+    const int room = std::max(1, (screenWidth + blockGap) / width);
+    const int count = static_cast<int>(lines.size());
+    const int blocks = std::clamp((count + blockLines - 1) / blockLines, 1, room);
+    const int height = (count + blocks - 1) / blocks;
+    int at = 0;
+    for (const auto &[place, channels] : lines) {
+        const auto &[board, first] = place;
+        const int x = left + at / height * width;
+        const int y = top + titleHeight + at % height * linePitch;
+        const auto cellX = [&](int column) { return x + boardWidth + column * cellPitch; };
+        for (int column = 0; column < columns && at % height == 0; column++)
+            screen.add("number", {cellX(column), top, symbolSize, titleHeight - 2},
+                       {{"text", std::to_string(column)}});
+        const std::string text =
+            first > 0 ? "from channel " + std::to_string(first) : plain(board->description);
+        screen.addLink("button", {x, y, boardWidth - 8, lineHeight},
+                       {{"text", std::to_string(board->slot) + " " + text}},
+                       links.of(crate, board));
+        for (const PlannedChannel *each : channels)
+            cell(screen, {cellX(each->number - first), y + 1, symbolSize, symbolSize}, *each,
+                 links.of(crate, board, each));
+        at++;
     }
-    return y + titleHeight + linePitch + 6;
 }
 
 int legend(Screen &screen, int y)
 {
-    constexpr int columns = 9;
-    constexpr int pitch = screenWidth / columns;
-    constexpr int height = symbolSize + 4;
+    constexpr int width = 110;
+    Line line{left, y};
     for (size_t at = 0; at < symbolFiles().size(); at++) {
-        const int x = left + static_cast<int>(at) % columns * pitch;
-        const int line = y + static_cast<int>(at) / columns * height;
-        screen.picture({x, line, symbolSize, symbolSize}, symbolFiles().at(at));
-        screen.label({x + symbolSize + 6, line, pitch - symbolSize - 10, symbolSize},
-                     at < stateCount ? stateWords().at(at).text : "Not connected", Font::Small);
+        line.fit(symbolSize + gap + width);
+        const std::string text = at < stateCount ? stateWords().at(at).text : "Not connected";
+        Box drawing = line.next(symbolSize);
+        drawing.height = symbolSize;
+        screen.add("picture", drawing, {{"file", symbolFiles().at(at)}});
+        screen.add("small", line.next(width), {{"text", text}});
     }
-    return y + 2 * height + 10;
+    return line.y + linePitch + gap;
 }
 
 } // namespace
@@ -160,12 +121,16 @@ std::string crateScreen(const PlannedCrate &crate, const ScreenLinks &links)
     Screen screen(plain(crate.name));
     heading(screen, plain(crate.name), plain(crate.description),
             {{"All crates", ScreenLinks::index()}});
-    int y = summary(screen, firstLine, crate.name, crate.hasStates());
+    Texts records;
+    if (crate.hasStates())
+        records = summaryOf(crate.name);
     if (crate.hasHealth)
-        y = healthStrip(screen, y, crate);
+        for (const auto &[title, record] : healthRecords)
+            records.emplace_back(title, crate.name + ":Health:" + record);
+    int y = readings(screen, firstLine, records);
     if (crate.hasStates())
         y = legend(screen, y);
-    Map(crate, links).show(screen, y);
+    map(screen, y, crate, links);
     return screen.xml();
 }
 

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "screenparts.h"
+
 namespace site {
 
 namespace {
@@ -33,38 +35,22 @@ std::string fileOf(const PlannedCrate &crate, const PlannedBoard *board)
     return name;
 }
 
-// What differs between screens of channels.
-std::string screenKey(const PlannedChannel &channel)
-{
-    std::string key = channel.hasState ? onScreenOf(channel, channel.shownState()) : "";
-    for (const RoleWords &each : roleWords()) {
-        key += '\n';
-        const PlannedParameter *parameter = channel.roles.*each.role;
-        if (!parameter)
-            continue;
-        key += onScreenOf(channel, parameter->shownName()) + ' ' + parameter->parameter->type;
-        key += parameter->parameter->readable ? 'r' : '-';
-        key += parameter->parameter->writable ? 'w' : '-';
-    }
-    return key;
-}
-
 } // namespace
 
 const std::vector<RoleWords> &roleWords()
 {
     static const std::vector<RoleWords> words{
-        {"Power", &ChannelRoles::power},
-        {"Voltage", &ChannelRoles::voltage},
-        {"Current", &ChannelRoles::current},
-        {"Voltage set", &ChannelRoles::voltageSet},
-        {"Current set", &ChannelRoles::currentSet},
+        {"Power", &ChannelRoles::power, 80},
+        {"Voltage set", &ChannelRoles::voltageSet, 90},
+        {"Voltage", &ChannelRoles::voltage, 100},
+        {"Current set", &ChannelRoles::currentSet, 90},
+        {"Current", &ChannelRoles::current, 100},
         {"Voltage limit", &ChannelRoles::voltageLimit},
         {"Ramp up", &ChannelRoles::rampUp},
         {"Ramp down", &ChannelRoles::rampDown},
         {"Trip time", &ChannelRoles::tripTime},
         {"Status word", &ChannelRoles::status},
-        {"Trip cause", &ChannelRoles::tripCause},
+        {"Trip cause", &ChannelRoles::tripCause, 200},
         {"Clear trip", &ChannelRoles::clearTrip},
     };
     return words;
@@ -79,16 +65,20 @@ std::string onScreenOf(const PlannedChannel &channel, const std::string &record)
 
 ScreenLinks::ScreenLinks(const Plan &plan)
 {
+    std::map<std::string, std::string> files; // by what is in them
     for (const PlannedCrate &crate : plan.crates)
-        for (const PlannedBoard &board : crate.boards)
-            for (const PlannedChannel &channel : board.channels) {
-                std::string &file = m_files[screenKey(channel)];
-                if (!file.empty())
-                    continue;
-                const size_t number = m_files.size();
+        forEachList(crate, [&](const auto &, const auto *, const PlannedChannel *channel) {
+            if (channel == nullptr)
+                return;
+            const std::string text = channelScreen(*channel);
+            std::string &file = files[text];
+            if (file.empty()) {
+                const size_t number = files.size();
                 file = "channel" + (number > 1 ? "-" + std::to_string(number) : "") + ".bob";
-                m_examples[file] = &channel;
+                m_channelScreens.push_back({file, text});
             }
+            m_files[channel] = file;
+        });
 }
 
 Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard *board,
@@ -100,7 +90,7 @@ Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard *board,
                          std::to_string(channel->number);
     if (!channel->description.empty())
         detail = channel->description + " (" + detail + ")";
-    return {m_files.at(screenKey(*channel)),
+    return {m_files.at(channel),
             {{"P", channel->shownName()},
              {"DETAIL", plain(detail)},
              {"CRATE", fileOf(crate, nullptr)},

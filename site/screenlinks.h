@@ -14,6 +14,7 @@ namespace site {
 struct RoleWords {
     const char *label;
     const PlannedParameter *ChannelRoles::*role;
+    int columnWidth = 0; // in the table of a board, pixels; 0: not there
 };
 
 const std::vector<RoleWords> &roleWords();
@@ -32,15 +33,12 @@ public:
     Link of(const PlannedCrate &crate, const PlannedBoard *board = nullptr,
             const PlannedChannel *channel = nullptr) const;
 
-    // Each file that shows channels, with one of those that it shows.
-    const std::map<std::string, const PlannedChannel *> &channelScreens() const
-    {
-        return m_examples;
-    }
+    // Each of them shows all channels that differ in their names alone.
+    const OutputFiles &channelScreens() const { return m_channelScreens; }
 
 private:
-    std::map<std::string, std::string> m_files; // by what a screen is made of
-    std::map<std::string, const PlannedChannel *> m_examples;
+    std::map<const PlannedChannel *, std::string> m_files;
+    OutputFiles m_channelScreens;
 };
 
 // A description's words: what looks like a macro is none.

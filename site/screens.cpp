@@ -8,41 +8,31 @@ namespace site {
 namespace {
 
 constexpr int crateWidth = 180;
-constexpr int detailX = left + crateWidth + 10;
 constexpr int detailWidth = 420;
-constexpr int valuesX = detailX + detailWidth + 10;
-constexpr int valuePitch = 120;
-constexpr int valueWidth = valuePitch - 10;
-
-// Titles and records, which are empty where the crate has none.
-Texts valuesOf(const PlannedCrate &crate)
-{
-    Texts values = summaryOf(crate.name, crate.hasStates());
-    values.emplace_back("Connection", crate.hasHealth ? crate.name + ":Health:Lost" : "");
-    return values;
-}
+constexpr int valueWidth = 110;
 
 void indexTitles(Screen &screen, int y)
 {
-    screen.label({left, y, crateWidth, lineHeight}, "Crate", Font::Heading);
-    screen.label({detailX, y, detailWidth, lineHeight}, "Description", Font::Heading);
-    int x = valuesX;
-    for (const auto &[title, record] : valuesOf({})) {
-        screen.label({x, y, valueWidth, lineHeight}, title, Font::Heading);
-        x += valuePitch;
-    }
+    Line line{left, y};
+    screen.add("heading", line.next(crateWidth), {{"text", "Crate"}});
+    screen.add("heading", line.next(detailWidth), {{"text", "Description"}});
+    for (const auto &[title, record] : summaryOf(""))
+        screen.add("heading", line.next(valueWidth), {{"text", title}});
+    screen.add("heading", line.next(valueWidth), {{"text", "Connection"}});
 }
 
 void indexLine(Screen &screen, int y, const PlannedCrate &crate, const ScreenLinks &links)
 {
-    screen.button({left, y, crateWidth, lineHeight}, plain(crate.name), links.of(crate));
-    screen.label({detailX, y, detailWidth, lineHeight}, plain(crate.description));
-    int x = valuesX;
-    for (const auto &[title, record] : valuesOf(crate)) {
-        if (!record.empty())
-            screen.reading({x, y, valueWidth, lineHeight}, record);
-        x += valuePitch;
+    Line line{left, y};
+    screen.addLink("button", line.next(crateWidth), {{"text", plain(crate.name)}}, links.of(crate));
+    screen.add("label", line.next(detailWidth), {{"text", plain(crate.description)}});
+    for (const auto &[title, record] : summaryOf(crate.name)) {
+        const Box box = line.next(valueWidth);
+        if (crate.hasStates())
+            screen.add("reading", box, {{"pv", record}});
     }
+    if (crate.hasHealth)
+        screen.add("reading", line.next(valueWidth), {{"pv", crate.name + ":Health:Lost"}});
 }
 
 std::string indexScreen(const Plan &plan, const ScreenLinks &links)
@@ -59,59 +49,58 @@ std::string indexScreen(const Plan &plan, const ScreenLinks &links)
 } // namespace
 
 void heading(Screen &screen, const std::string &name, const std::string &detail,
-             const std::vector<NamedLink> &buttons)
+             const std::vector<std::pair<std::string, Link>> &buttons)
 {
-    screen.label({left, 10, 340, 32}, name, Font::Title);
-    int x = left + 350;
-    for (const NamedLink &each : buttons) {
-        screen.button({x, 13, 90, 26}, each.text, each.link);
-        x += 100;
-    }
+    Line line{left, 13};
+    screen.add("title", line.next(340), {{"text", name}});
+    for (const auto &[text, link] : buttons)
+        screen.addLink("button", line.next(90), {{"text", text}}, link);
     if (!detail.empty())
-        screen.label({x, 10, 420, 32}, detail);
+        screen.add("label", line.next(420), {{"text", detail}});
 }
 
-Texts summaryOf(const std::string &owner, bool hasStates)
+Texts summaryOf(const std::string &owner)
 {
-    Texts summary{{"Channels on", channelsOn},
-                  {"Ramping", channelsRamping},
-                  {"Tripped", channelsTripped},
-                  {"Worst severity", worstSeverity}};
-    for (auto &[title, record] : summary)
-        hasStates ? record.insert(0, owner + ":") : record.erase();
-    return summary;
+    return {{"Channels on", owner + ":" + channelsOn},
+            {"Ramping", owner + ":" + channelsRamping},
+            {"Tripped", owner + ":" + channelsTripped},
+            {"Worst severity", owner + ":" + worstSeverity}};
 }
 
-int summary(Screen &screen, int y, const std::string &owner, bool hasStates)
+int readings(Screen &screen, int y, const Texts &records)
 {
-    if (!hasStates)
-        return y;
-    int x = left;
-    for (const auto &[title, record] : summaryOf(owner, hasStates)) {
-        screen.label({x, y, 90, lineHeight}, title);
-        screen.reading({x + 90, y, 100, lineHeight}, record);
-        x += 210;
+    constexpr int titleWidth = 120;
+    constexpr int width = 180;
+    Line line{left, y};
+    for (const auto &[title, record] : records) {
+        line.fit(titleWidth + gap + width);
+        screen.add("label", line.next(titleWidth), {{"text", title}});
+        screen.add("reading", line.next(width), {{"pv", record}});
     }
-    return y + linePitch + 4;
+    return records.empty() ? y : line.y + linePitch + gap;
+}
+
+void state(Screen &screen, const Box &box, const std::string &pv)
+{
+    constexpr int words = symbolSize + gap;
+    screen.add("state", {box.x, box.y + 1, symbolSize, symbolSize}, {{"pv", pv}});
+    screen.add("reading", {box.x + words, box.y, box.width - words, box.height}, {{"pv", pv}});
 }
 
 OutputFiles screens(const Plan &plan)
 {
     const ScreenLinks links(plan);
-    OutputFiles files;
-    const auto add = [&](const std::string &file, const std::string &text) {
-        files.push_back({"screens/" + file, text});
-    };
-    add(ScreenLinks::index().file, indexScreen(plan, links));
-    for (const PlannedCrate &crate : plan.crates) {
-        add(links.of(crate).file, crateScreen(crate, links));
-        for (const PlannedBoard &board : crate.boards)
-            add(links.of(crate, &board).file, boardScreen(crate, board, links));
-    }
-    for (const auto &[file, example] : links.channelScreens())
-        add(file, channelScreen(*example));
+    OutputFiles files = links.channelScreens();
     for (const OutputFile &each : symbolDrawings())
-        add(each.path, each.text);
+        files.push_back(each);
+    files.push_back({ScreenLinks::index().file, indexScreen(plan, links)});
+    for (const PlannedCrate &crate : plan.crates) {
+        files.push_back({links.of(crate).file, crateScreen(crate, links)});
+        for (const PlannedBoard &board : crate.boards)
+            files.push_back({links.of(crate, &board).file, boardScreen(crate, board, links)});
+    }
+    for (OutputFile &each : files)
+        each.path.insert(0, "screens/");
     return files;
 }
 

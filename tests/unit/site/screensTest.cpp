@@ -252,6 +252,13 @@ TEST(SiteScreens, EveryWidgetIsOneThatDesktopAndWebShow)
         }
 }
 
+// Widgets are made from those in a file, where an at sign stands for what differs.
+TEST(SiteScreens, NothingIsLeftOpenInAWidget)
+{
+    for (const auto &[file, page] : pagesOf(irregular().plan))
+        EXPECT_EQ(std::string::npos, page.text.find(">@")) << file;
+}
+
 TEST(SiteScreens, AScreenIsADisplayOfTheSecondVersion)
 {
     for (const auto &[file, page] : pagesOf(irregular().plan)) {
@@ -486,7 +493,7 @@ TEST(SiteScreens, WhatCannotBeWrittenIsShownOnly)
     EXPECT_EQ(2u, pages.at("HV-00.bob").widgets("textentry").size());
 }
 
-// The server's read-back of a switch has no names of states, that of a set-point no decimals.
+// The server's read-back of a set-point has no decimals.
 TEST(SiteScreens, ReadBacksSayWhatTheirRecordsDoNot)
 {
     Sample sample;
@@ -497,8 +504,8 @@ TEST(SiteScreens, ReadBacksSayWhatTheirRecordsDoNot)
         precisions[each.child_value("pv_name")] = each.child_value("precision");
     EXPECT_EQ("3", precisions.at("$(P):VSet:RBV"));
     EXPECT_EQ("", precisions.at("$(P):VMon"));
-    EXPECT_EQ("", precisions.at("$(P):Pw"));
-    EXPECT_EQ(0, precisions.count("$(P):Pw:RBV"));
+    EXPECT_EQ("", precisions.at("$(P):Pw:RBV"));
+    EXPECT_EQ(0, precisions.count("$(P):Pw"));
     const std::vector<pugi::xml_node> lamps = pages.at("channel.bob").widgets("led");
     ASSERT_EQ(1u, lamps.size());
     EXPECT_STREQ("$(P):Pw:RBV", lamps[0].child_value("pv_name"));
