@@ -3,7 +3,6 @@
 #include <cmath>
 #include <map>
 #include <utility>
-#include <vector>
 
 #include "screenlinks.h"
 
@@ -11,11 +10,9 @@ namespace site {
 
 namespace {
 
-using Path = std::vector<std::string>;
-
 // A crate, board or channel whose records raise alarms.
 struct Owner {
-    Path path;
+    std::string name;
     std::string words;
     const AlarmHandling &handling;
     std::string display;
@@ -26,31 +23,18 @@ std::string joined(const std::string &text, const std::string &more)
     return more.empty() ? text : text + " " + more;
 }
 
-Path segments(const std::string &name)
-{
-    Path path;
-    std::string segment;
-    for (const char each : name + ":") {
-        if (each != ':')
-            segment += each;
-        else if (!segment.empty())
-            path.push_back(std::exchange(segment, ""));
-    }
-    return path;
-}
-
 std::string truth(bool value) { return value ? "true" : "false"; }
 
 class Tree {
 public:
-    explicit Tree(pugi::xml_node root) { m_components[{}] = root; }
+    explicit Tree(pugi::xml_node root) { m_components[""] = root; }
 
     // In the order in which the alarm server writes it.
     void addPv(const Owner &owner, const std::string &name, const std::string &what)
     {
         const AlarmHandling &handling = owner.handling;
-        pugi::xml_node pv = component(owner.path).append_child("pv");
-        putAttributes(pv, {{"name", name}});
+        pugi::xml_node pv = component(owner.name).append_child("pv");
+        pv.append_attribute("name") = name.c_str();
         putElements(pv, {{"description", joined(owner.words, what)},
                          {"enabled", truth(true)},
                          {"latching", truth(handling.latching)},
@@ -64,33 +48,39 @@ public:
     }
 
 private:
-    pugi::xml_node component(const Path &path)
+    // Where the name's segments lead.
+    pugi::xml_node component(const std::string &name)
     {
-        pugi::xml_node &found = m_components[path];
-        if (!found) {
-            found = component(Path(path.begin(), path.end() - 1)).append_child("component");
-            putAttributes(found, {{"name", path.back()}});
+        pugi::xml_node &found = m_components[name];
+        if (found)
+            return found;
+        const size_t colon = name.rfind(':');
+        found = component(colon == std::string::npos ? "" : name.substr(0, colon));
+        const std::string segment = name.substr(colon + 1);
+        if (!segment.empty()) {
+            found = found.append_child("component");
+            found.append_attribute("name") = segment.c_str();
         }
         return found;
     }
 
-    std::map<Path, pugi::xml_node> m_components;
+    std::map<std::string, pugi::xml_node> m_components;
 };
 
-void addHealth(Tree &tree, Owner owner, const PlannedCrate &crate)
+void addHealth(Tree &tree, Owner owner)
 {
-    owner.path.emplace_back("Health");
+    owner.name += ":Health";
     for (const auto &[record, words] : {std::pair("Lost", "event connection"),
                                         {"ScansRefused", "scans refused"},
                                         {"Inserted", "board inserted"}})
-        tree.addPv(owner, crate.name + ":Health:" + record, words);
+        tree.addPv(owner, owner.name + ":" + record, words);
 }
 
 // Board and channel are null where there is none.
 Owner ownerOf(const PlannedCrate &crate, const PlannedBoard *board, const PlannedChannel *channel)
 {
     const auto owner = [](const std::string &name, const auto &of) {
-        return Owner{segments(name), joined(name, of.description), of.alarm, ""};
+        return Owner{name, joined(name, of.description), of.alarm, ""};
     };
     if (channel != nullptr)
         return owner(channel->shownName(), *channel);
@@ -104,7 +94,7 @@ std::string alarmTree(const Plan &plan, const std::string &screensFolder)
     const ScreenLinks links(plan);
     pugi::xml_document document;
     pugi::xml_node root = document.append_child("config");
-    putAttributes(root, {{"name", plan.title}});
+    root.append_attribute("name") = plan.title.c_str();
     Tree tree(root);
     for (const PlannedCrate &crate : plan.crates)
         forEachList(crate, [&](const auto &list, const auto *board, const auto *channel) {
@@ -117,7 +107,7 @@ std::string alarmTree(const Plan &plan, const std::string &screensFolder)
                     tree.addPv(owner, each.shownReadBack(),
                                each.description.empty() ? each.parameter->name : each.description);
             if (board == nullptr && crate.hasHealth)
-                addHealth(tree, owner, crate);
+                addHealth(tree, owner);
         });
     return xmlText(document);
 }

@@ -44,7 +44,7 @@ void putBox(pugi::xml_node node, const Box &box)
 
 Screen::Screen(const std::string &title) : m_display(m_document.append_child("display"))
 {
-    putAttributes(m_display, {{"version", "2.0.0"}});
+    m_display.append_attribute("version") = "2.0.0";
     putElements(m_display, {{"name", title}});
 }
 
@@ -81,12 +81,6 @@ void putElements(pugi::xml_node node, const Texts &elements)
 {
     for (const auto &[name, text] : elements)
         node.append_child(name.c_str()).text().set(text.c_str());
-}
-
-void putAttributes(pugi::xml_node node, const Texts &attributes)
-{
-    for (const auto &[name, text] : attributes)
-        node.append_attribute(name.c_str()) = text.c_str();
 }
 
 std::string xmlText(const pugi::xml_document &document)

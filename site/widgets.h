@@ -43,7 +43,6 @@ private:
 };
 
 void putElements(pugi::xml_node node, const Texts &elements);
-void putAttributes(pugi::xml_node node, const Texts &attributes);
 
 // With indentation and the line that says that it is XML.
 std::string xmlText(const pugi::xml_document &document);
