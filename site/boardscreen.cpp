@@ -15,7 +15,7 @@ constexpr int stateWidth = 180;
 std::vector<RoleWords> columnsOf(const PlannedBoard &board)
 {
     std::vector<RoleWords> used;
-    for (const RoleWords &words : roleWords()) {
+    for (const RoleWords &words : roleWords) {
         const auto has = [&](const PlannedChannel &each) { return each.roles.*words.role; };
         if (words.columnWidth > 0 && std::any_of(board.channels.begin(), board.channels.end(), has))
             used.push_back(words);

@@ -11,6 +11,15 @@ constexpr int readingWidth = 150;
 constexpr int valueWidth = entryWidth + gap + readingWidth;
 constexpr int chartX = left + labelWidth + gap + valueWidth + 20;
 
+// A record by which name people know it: relative to the macro P, the channel's name, so that
+// channels which differ in nothing else share a screen.
+std::string onScreenOf(const PlannedChannel &channel, const std::string &record)
+{
+    const std::string beginning = channel.shownName() + ":";
+    const bool relative = record.compare(0, beginning.size(), beginning) == 0;
+    return relative ? "$(P):" + record.substr(beginning.size()) : record;
+}
+
 // Switches are asked about, not entered.
 void power(Screen &screen, Line line, const std::string &pv)
 {
@@ -82,7 +91,7 @@ std::string channelScreen(const PlannedChannel &channel)
         state(screen, cells.next(valueWidth), onScreenOf(channel, channel.shownState()));
         line.y += linePitch;
     }
-    for (const RoleWords &each : roleWords()) {
+    for (const RoleWords &each : roleWords) {
         if (!(channel.roles.*each.role))
             continue;
         roleLine(screen, line, each, channel);

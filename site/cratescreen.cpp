@@ -103,12 +103,12 @@ int legend(Screen &screen, int y)
 {
     constexpr int width = 110;
     Line line{left, y};
-    for (size_t at = 0; at < symbolFiles().size(); at++) {
+    for (size_t at = 0; at < symbols().size(); at++) {
         line.fit(symbolSize + gap + width);
         const std::string text = at < stateCount ? stateWords().at(at).text : "Not connected";
         Box drawing = line.next(symbolSize);
         drawing.height = symbolSize;
-        screen.add("picture", drawing, {{"file", symbolFiles().at(at)}});
+        screen.add("picture", drawing, {{"file", symbols().at(at).path}});
         screen.add("small", line.next(width), {{"text", text}});
     }
     return line.y + linePitch + gap;

@@ -1,6 +1,6 @@
 #include "screenlinks.h"
 
-#include <cstring>
+#include <cctype>
 
 #include "screenparts.h"
 
@@ -9,14 +9,13 @@ namespace site {
 namespace {
 
 // Letters, digits and what else is kept; the others as "_2F".
-std::string escaped(const std::string &text, const char *kept, char mark)
+std::string escaped(const std::string &text, std::string_view kept, char mark)
 {
-    constexpr const char *digits = "0123456789ABCDEF";
+    constexpr std::string_view digits = "0123456789ABCDEF";
     std::string result;
     for (const char each : text) {
         const auto byte = static_cast<unsigned char>(each);
-        const bool letter = (each >= 'A' && each <= 'Z') || (each >= 'a' && each <= 'z');
-        if (letter || (each >= '0' && each <= '9') || (each && std::strchr(kept, each)))
+        if ((byte < 0x80 && std::isalnum(byte)) || kept.find(each) != kept.npos)
             result += each;
         else
             result += {mark, digits[byte >> 4], digits[byte & 15]};
@@ -36,32 +35,6 @@ std::string fileOf(const PlannedCrate &crate, const PlannedBoard *board)
 }
 
 } // namespace
-
-const std::vector<RoleWords> &roleWords()
-{
-    static const std::vector<RoleWords> words{
-        {"Power", &ChannelRoles::power, 80},
-        {"Voltage set", &ChannelRoles::voltageSet, 90},
-        {"Voltage", &ChannelRoles::voltage, 100},
-        {"Current set", &ChannelRoles::currentSet, 90},
-        {"Current", &ChannelRoles::current, 100},
-        {"Voltage limit", &ChannelRoles::voltageLimit},
-        {"Ramp up", &ChannelRoles::rampUp},
-        {"Ramp down", &ChannelRoles::rampDown},
-        {"Trip time", &ChannelRoles::tripTime},
-        {"Status word", &ChannelRoles::status},
-        {"Trip cause", &ChannelRoles::tripCause, 200},
-        {"Clear trip", &ChannelRoles::clearTrip},
-    };
-    return words;
-}
-
-std::string onScreenOf(const PlannedChannel &channel, const std::string &record)
-{
-    const std::string beginning = channel.shownName() + ":";
-    const bool relative = record.compare(0, beginning.size(), beginning) == 0;
-    return relative ? "$(P):" + record.substr(beginning.size()) : record;
-}
 
 ScreenLinks::ScreenLinks(const Plan &plan)
 {

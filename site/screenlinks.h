@@ -1,27 +1,13 @@
-// Which file shows what, the macros that it takes, and the words that several have.
+// Which file shows what, and the macros that it takes.
 #pragma once
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "plan.h"
 #include "widgets.h"
 
 namespace site {
-
-// What a channel can do, with the words for it.
-struct RoleWords {
-    const char *label;
-    const PlannedParameter *ChannelRoles::*role;
-    int columnWidth = 0; // in the table of a board, pixels; 0: not there
-};
-
-const std::vector<RoleWords> &roleWords();
-
-// A record by which name people know it, as the channel's screen writes it: relative to the macro
-// P, the channel's name, so that channels which differ in nothing else share a screen.
-std::string onScreenOf(const PlannedChannel &channel, const std::string &record);
 
 // Of a plan that outlives it.
 class ScreenLinks {

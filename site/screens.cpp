@@ -90,8 +90,8 @@ void state(Screen &screen, const Box &box, const std::string &pv)
 OutputFiles screens(const Plan &plan)
 {
     const ScreenLinks links(plan);
-    OutputFiles files = links.channelScreens();
-    for (const OutputFile &each : symbolDrawings())
+    OutputFiles files = symbols();
+    for (const OutputFile &each : links.channelScreens())
         files.push_back(each);
     files.push_back({ScreenLinks::index().file, indexScreen(plan, links)});
     for (const PlannedCrate &crate : plan.crates) {

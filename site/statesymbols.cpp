@@ -22,7 +22,7 @@ struct Drawing {
 };
 
 // On and off as on switches, triangles for ramps, a cross for a trip, letters for the others, with
-// a bar at the end that was passed. In the order of symbolFiles().
+// a bar at the end that was passed. In the order of symbols().
 constexpr std::array<Drawing, stateCount + 1> drawings{{
     {off, "M10 5.5A4.5 4.5 0 0 1 10 14.5A4.5 4.5 0 0 1 10 5.5"}, // Off
     {on, "M10 5V15"},                                            // On
@@ -57,24 +57,17 @@ std::string svg(const Drawing &drawing)
 
 } // namespace
 
-const std::vector<std::string> &symbolFiles()
+const OutputFiles &symbols()
 {
-    static const std::vector<std::string> files = [] {
-        std::vector<std::string> made;
-        for (const StateWords &each : stateWords())
-            made.push_back(std::string("states/") + each.key + ".svg");
-        made.emplace_back("states/unknown.svg");
+    static const OutputFiles all = [] {
+        OutputFiles made;
+        for (size_t at = 0; at < drawings.size(); at++) {
+            const std::string key = at < stateCount ? stateWords().at(at).key : "unknown";
+            made.push_back({"states/" + key + ".svg", svg(drawings.at(at))});
+        }
         return made;
     }();
-    return files;
-}
-
-OutputFiles symbolDrawings()
-{
-    OutputFiles made;
-    for (size_t at = 0; at < drawings.size(); at++)
-        made.push_back({symbolFiles().at(at), svg(drawings.at(at))});
-    return made;
+    return all;
 }
 
 } // namespace site

@@ -2,9 +2,6 @@
 // colours apart.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "plan.h"
 
 namespace site {
@@ -13,8 +10,6 @@ constexpr int symbolSize = 20; // pixels
 
 // In the order of the states, beside the screens; behind them that of a channel which is not
 // connected.
-const std::vector<std::string> &symbolFiles();
-
-OutputFiles symbolDrawings();
+const OutputFiles &symbols();
 
 } // namespace site

@@ -56,9 +56,9 @@ pugi::xml_node Screen::add(const char *kind, const Box &box, const Texts &values
     widget.remove_attribute("kind");
     fill(widget, values);
     putBox(widget, box);
-    if (pugi::xml_node symbols = widget.child("symbols"))
-        for (const std::string &file : symbolFiles())
-            putElements(symbols, {{"symbol", file}});
+    if (pugi::xml_node files = widget.child("symbols"))
+        for (const OutputFile &each : symbols())
+            putElements(files, {{"symbol", each.path}});
     return widget;
 }
 
