@@ -1,6 +1,8 @@
 // One channel: its values beside their trend. Macros: P, DETAIL, CRATE, BOARD.
 #include "screenparts.h"
 
+#include <tuple>
+
 namespace site {
 
 namespace {
@@ -21,45 +23,44 @@ std::string onScreenOf(const PlannedChannel &channel, const std::string &record)
 }
 
 // Switches are asked about, not entered.
-void power(Screen &screen, Line line, const std::string &pv)
+void power(Screen &screen, const Box &box, const std::string &pv)
 {
-    constexpr int width = (entryWidth - gap) / 2;
+    Line line{box.x, box.y};
     for (const auto &[text, value, question] :
          {std::tuple("On", "1", "Switch $(P) on?"), {"Off", "0", "Switch $(P) off?"}})
-        screen.add("switch", line.next(width),
+        screen.add("switch", line.next((box.width - gap) / 2),
                    {{"text", text}, {"pv", pv}, {"value", value}, {"question", question}});
 }
 
-void readBack(Screen &screen, Line line, const std::string &pv, const Parameter &parameter)
+void readBack(Screen &screen, Box box, const std::string &pv, const std::string &type)
 {
     constexpr int ledSize = 16; // without the border that the web renderer adds
-    if (parameter.type == "bo") {
-        screen.add("led", {line.x, line.y + 3, ledSize, ledSize}, {{"pv", pv}});
-        line.x += lineHeight + gap;
+    if (type == "bo") {
+        screen.add("led", {box.x, box.y + 3, ledSize, ledSize}, {{"pv", pv}});
+        box.x += lineHeight + gap;
+        box.width -= lineHeight + gap;
     }
-    screen.add(parameter.type == "ao" ? "read-back" : "reading",
-               {line.x, line.y, chartX - 20 - line.x, lineHeight}, {{"pv", pv}});
+    screen.add(type == "ao" ? "read-back" : "reading", box, {{"pv", pv}});
 }
 
 void roleLine(Screen &screen, Line line, const RoleWords &words, const PlannedChannel &channel)
 {
     const PlannedParameter &shown = *(channel.roles.*words.role);
+    const Parameter &parameter = *shown.parameter;
     const std::string pv = onScreenOf(channel, shown.shownName());
     screen.add("label", line.next(labelWidth), {{"text", words.label}});
-    if (!shown.parameter->writable) {
-        screen.add("reading", line.next(valueWidth), {{"pv", pv}});
-        return;
-    }
-    const Line begin = line;
-    const Box box = line.next(entryWidth);
-    if (&shown == channel.roles.clearTrip)
+    const Box box = line.next(parameter.writable ? entryWidth : valueWidth);
+    if (!parameter.writable)
+        screen.add("reading", box, {{"pv", pv}});
+    else if (&shown == channel.roles.clearTrip)
         screen.add("command", box, {{"text", "Clear"}, {"pv", pv}, {"value", "1"}});
-    else if (shown.parameter->type == "bo")
-        power(screen, begin, pv);
+    else if (parameter.type == "bo")
+        power(screen, box, pv);
     else
         screen.add("entry", box, {{"pv", pv}});
-    if (shown.parameter->readable)
-        readBack(screen, line, onScreenOf(channel, shown.shownReadBack()), *shown.parameter);
+    if (parameter.isSetPoint())
+        readBack(screen, line.next(readingWidth), onScreenOf(channel, shown.shownReadBack()),
+                 parameter.type);
 }
 
 void charts(Screen &screen, const PlannedChannel &channel)

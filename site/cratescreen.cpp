@@ -52,24 +52,13 @@ int columnsOf(const Lines &lines)
 {
     int columns = 1;
     for (const auto &[place, channels] : lines)
-        for (const PlannedChannel *each : channels)
-            columns = std::max(columns, each->number % lineChannels + 1);
+        if (!channels.empty()) // ascending
+            columns = std::max(columns, channels.back()->number - place.second + 1);
     return columns;
 }
 
-void cell(Screen &screen, const Box &box, const PlannedChannel &channel, const Link &link)
-{
-    if (channel.hasState)
-        screen.addLink("state cell", box, {{"pv", channel.shownState()}}, link);
-    else
-        screen.addLink(
-            "cell", box,
-            {{"text", std::to_string(channel.number)}, {"tooltip", plain(channel.shownName())}},
-            link);
-}
-
 // Lines under each other, in blocks beside each other where the boards are narrow.
-void map(Screen &screen, int top, const PlannedCrate &crate, const ScreenLinks &links)
+void boardMap(Screen &screen, int top, const PlannedCrate &crate, const ScreenLinks &links)
 {
     const Lines lines = linesOf(crate);
     const int columns = columnsOf(lines);
@@ -93,8 +82,12 @@ void map(Screen &screen, int top, const PlannedCrate &crate, const ScreenLinks &
                        {{"text", std::to_string(board->slot) + " " + text}},
                        links.of(crate, board));
         for (const PlannedChannel *each : channels)
-            cell(screen, {cellX(each->number - first), y + 1, symbolSize, symbolSize}, *each,
-                 links.of(crate, board, each));
+            screen.addLink(each->hasState ? "state cell" : "cell",
+                           {cellX(each->number - first), y + 1, symbolSize, symbolSize},
+                           {{"pv", each->shownState()},
+                            {"text", std::to_string(each->number)},
+                            {"tooltip", plain(each->shownName())}},
+                           links.of(crate, board, each));
         at++;
     }
 }
@@ -130,7 +123,7 @@ std::string crateScreen(const PlannedCrate &crate, const ScreenLinks &links)
     int y = readings(screen, firstLine, records);
     if (crate.hasStates())
         y = legend(screen, y);
-    map(screen, y, crate, links);
+    boardMap(screen, y, crate, links);
     return screen.xml();
 }
 
