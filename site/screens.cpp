@@ -90,15 +90,14 @@ void state(Screen &screen, const Box &box, const std::string &pv)
 OutputFiles screens(const Plan &plan)
 {
     const ScreenLinks links(plan);
-    OutputFiles files = symbols();
-    for (const OutputFile &each : links.channelScreens())
-        files.push_back(each);
-    files.push_back({ScreenLinks::index().file, indexScreen(plan, links)});
+    OutputFiles files{{ScreenLinks::index().file, indexScreen(plan, links)}};
     for (const PlannedCrate &crate : plan.crates) {
         files.push_back({links.of(crate).file, crateScreen(crate, links)});
         for (const PlannedBoard &board : crate.boards)
             files.push_back({links.of(crate, &board).file, boardScreen(crate, board, links)});
     }
+    for (const OutputFiles *more : {&links.channelScreens(), &symbols()})
+        files.insert(files.end(), more->begin(), more->end());
     for (OutputFile &each : files)
         each.path.insert(0, "screens/");
     return files;
