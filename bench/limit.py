@@ -10,7 +10,6 @@ passes and events count the process' CPU time, puts the time that passes for the
 import argparse
 import contextlib
 import json
-import resource
 import subprocess
 import sys
 import time
@@ -21,6 +20,7 @@ sys.path[:0] = [str(BENCH), str(BENCH.parent / "tests/e2e")]
 
 # pylint: disable=wrong-import-position
 import pairs
+from load import cpu_ticks, Load
 from harness import places
 from harness.sandbox import refusal, Sandbox
 
@@ -32,31 +32,6 @@ IN_TURNS = (("event",), ("pass-ai", "pass-bi", "pass-bits", "pass-text", "ca-put
                          "set-to-rbv"))
 MEASUREMENTS = [*ALONE, *(name for group in IN_TURNS for name in group)]
 PATIENCE = 300
-TICKS = 100  # of /proc/stat, in a second
-
-
-def cpu_ticks(pid):
-    """Of a process and of its children that have ended."""
-    fields = Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rpartition(")")[2].split()
-    return sum(map(int, fields[11:15]))
-
-
-class Load:
-    """Who used the cores since the beginning: others, the hypervisor."""
-
-    def __init__(self):
-        self._begin = self._now()
-
-    @staticmethod
-    def _now():
-        own = sum(usage.ru_utime + usage.ru_stime for usage in
-                  map(resource.getrusage, (resource.RUSAGE_SELF, resource.RUSAGE_CHILDREN)))
-        return pairs.CpuTimes(Path("/proc/stat").read_text(encoding="ascii")), own * TICKS
-
-    def shares(self, alive=0):
-        """`alive`: ticks of children that have not ended."""
-        now = self._now()
-        return pairs.shares(self._begin[0], now[0], now[1] - self._begin[1] + alive)
 
 
 class Site:

@@ -11,16 +11,17 @@ import argparse
 import contextlib
 import datetime
 import json
-import os
 import re
 import socket
 import sys
 import time
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests/e2e"))
+BENCH = Path(__file__).resolve().parent
+sys.path[:0] = [str(BENCH), str(BENCH.parent / "tests/e2e")]
 
 # pylint: disable=wrong-import-position
+from load import cpu_seconds
 from harness import places
 from harness.clients import Clients
 from harness.crate import CONTROL, Crate
@@ -185,12 +186,6 @@ class Bench:
         time.sleep(0.2)
         return quantile(list(self.latencies(changes)), 0.5)
 
-    def processor_time(self):
-        """Seconds that the server has had of the processors."""
-        with open(f"/proc/{self.ioc.pid}/stat", encoding="utf-8") as stat:
-            fields = stat.read().rpartition(")")[2].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-
     def storm(self, rate, batch, seconds):
         begin = len(self.ioc.stdout.text), len(self.ioc.stderr.text)
         self._value = 0
@@ -198,7 +193,7 @@ class Bench:
         time.sleep(0.3)
         reader = self.sandbox.start("caget", ["bash", "-c", READER, "bash", places.client("caget"),
                                             f"{NAME}:03:005:VMon"])
-        before = time.monotonic(), self.processor_time()
+        before = time.monotonic(), cpu_seconds(self.ioc.pid)
         self.control.ask("storm", rate=rate, batch=batch, seconds=seconds, mix=MIX)
         changes = []
         state = self.control.storm()
@@ -208,7 +203,7 @@ class Bench:
             time.sleep(0.015)
             state = self.control.storm()
         end = time.time()
-        share = (self.processor_time() - before[1]) / (time.monotonic() - before[0])
+        share = (cpu_seconds(self.ioc.pid) - before[1]) / (time.monotonic() - before[0])
         reads = [float(b) - float(a) for a, b in re.findall(r"^(\S+) (\S+)$", reader.stdout.text,
                                                             re.MULTILINE)]
         reader.kill()
