@@ -84,11 +84,11 @@ def quantile(values, share):
     return ordered[min(int(share * len(ordered)), len(ordered) - 1)] if ordered else float("nan")
 
 
-def description(boards):
+def description(boards, more=MORE_PARAMETERS):
     """The full crate with more parameters and this many boards."""
     text = (places.top() / "crateSim/crates/full.yaml").read_text(encoding="utf-8")
     assert text.count(LAST_OF_A_CHANNEL) == 1
-    text = text.replace(LAST_OF_A_CHANNEL, LAST_OF_A_CHANNEL + MORE_PARAMETERS)
+    text = text.replace(LAST_OF_A_CHANNEL, LAST_OF_A_CHANNEL + more)
     text, replaced = re.subn(r"(?m)^slots: 16$", f"slots: {boards}", text)
     assert replaced == 1
     others = "".join(f"  - {{<<: *board, slot: {slot}, serial: {4800 + slot}}}\n"
@@ -117,6 +117,33 @@ def same(kind, shown, true):
     return abs(float(shown) - float(true)) <= 1e-6 * max(1, abs(float(true)))
 
 
+class Probe:
+    """An item that is changed from outside, and told at once; its record is PROBE."""
+
+    def __init__(self, control):
+        self._control = control
+        self.value = 0
+
+    def change(self):
+        """The moments of the change and of the telling, and the value."""
+        self.value = self.value % 400 + 1
+        changed = time.monotonic()
+        self._control.ask("set", name="VSet", slot=0, channel=0, value=self.value)
+        told = time.monotonic()
+        self._control.ask("step", seconds=1e-6)
+        return changed, told, float(self.value)
+
+
+def latencies(shown, changes):
+    """From the telling of each change to the moment in `shown`, with moments and values, at which
+    it was seen. A value that another one has overtaken counts with that one; one that a storm
+    took along before it was told took no time."""
+    for changed, told, value in changes:
+        seen = [at for at, what in shown if at >= changed and what >= value]
+        if seen:
+            yield max(seen[0] - told, 0)
+
+
 class Bench:
     def __init__(self, sandbox, script, boards):
         self.sandbox = sandbox
@@ -130,9 +157,9 @@ class Bench:
         self.control.ask("wait", eventConnections=1, timeout=30)
         found = RECORD.findall(sandbox.read("/tmp/ZANTO.db"))
         self.kinds = {name: kind for kind, name in found if kind in INPUTS}
-        self.probe = Tracker(sandbox, "camonitor", [PROBE])
-        self.probe.wait_connected()
-        self._value = 0
+        self.monitor = Tracker(sandbox, "camonitor", [PROBE])
+        self.monitor.wait_connected()
+        self.probe = Probe(self.control)
 
     def records(self):
         """Text and time stamp of every input record."""
@@ -146,31 +173,16 @@ class Bench:
     def truth(self):
         return {name: self.control.ask("get", **place_of(name))["value"] for name in self.kinds}
 
-    def change(self):
-        """Changes the probe's item and has it told at once; the moments of both and the value."""
-        self._value = self._value % 400 + 1
-        changed = time.monotonic()
-        self.control.ask("set", name="VSet", slot=0, channel=0, value=self._value)
-        told = time.monotonic()
-        self.control.ask("step", seconds=1e-6)
-        return changed, told, float(self._value)
-
     def latencies(self, changes):
-        """A value that another one has overtaken counts with that one; one that a storm took
-        along before it was told took no time."""
-        shown = list(self.probe.histories[PROBE])
-        for changed, told, value in changes:
-            seen = [at for at, what in shown if at >= changed and what >= value]
-            if seen:
-                yield max(seen[0] - told, 0)
+        return list(latencies(list(self.monitor.histories[PROBE]), changes))
 
     def one_pass(self):
         """How long all lists take together: one event of each type, nothing else."""
-        items = (("Comment", f"pass {time.monotonic()}"), ("Level", 1 + self._value % 2),
+        items = (("Comment", f"pass {time.monotonic()}"), ("Level", 1 + self.probe.value % 2),
                  ("POn", 1 - int(self.control.ask("get", name="POn", slot=0, channel=0)["value"])))
         for name, value in items:
             self.control.ask("set", name=name, slot=0, channel=0, value=value)
-        self.change()
+        self.probe.change()
         time.sleep(0.5)
         stamps = [stamp for name, (_, stamp) in self.records().items()
                   if self.kinds[name] != "stringin" or name.count(":") > 2]
@@ -181,15 +193,15 @@ class Bench:
         """Event to monitor, without a storm."""
         changes = []
         for _ in range(50):
-            changes.append(self.change())
+            changes.append(self.probe.change())
             time.sleep(0.02)
         time.sleep(0.2)
-        return quantile(list(self.latencies(changes)), 0.5)
+        return quantile(self.latencies(changes), 0.5)
 
     def storm(self, rate, batch, seconds):
         begin = len(self.ioc.stdout.text), len(self.ioc.stderr.text)
-        self._value = 0
-        self.change()
+        self.probe.value = 0
+        self.probe.change()
         time.sleep(0.3)
         reader = self.sandbox.start("caget", ["bash", "-c", READER, "bash", places.client("caget"),
                                             f"{NAME}:03:005:VMon"])
@@ -199,7 +211,7 @@ class Bench:
         state = self.control.storm()
         while state["running"]:
             if len(changes) < 390:
-                changes.append(self.change())
+                changes.append(self.probe.change())
             time.sleep(0.015)
             state = self.control.storm()
         end = time.time()
@@ -210,7 +222,7 @@ class Bench:
         late, wrong = self.lateness(end)
         return {"share": share, "sent": state["sent"], "dropped": state["dropped"],
                 "late": late, "wrong": wrong,
-                "latencies": list(self.latencies(changes)), "reads": reads,
+                "latencies": self.latencies(changes), "reads": reads,
                 "messages": self.complaints(*begin), "idle": self.idle_scans()}
 
     def lateness(self, end):
