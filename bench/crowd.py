@@ -1,12 +1,21 @@
-"""Many clients of one server, in a few processes of monitorClients."""
+"""Many clients of one server, in a few processes of monitorClients.
+
+Each process stands for a machine of its own: it has its own caRepeater, because one tells all
+clients of each new one, and looks for pvAccess servers from another port than the server's, which
+would share what arrives there with the clients.
+"""
 
 import re
 import subprocess
 
 import storms
 from harness import places
+from harness.process import until
+from harness.sandbox import LOOPBACK
 
-IN_A_PROCESS = 100
+IN_A_PROCESS = 50
+FIRST_PORT = 7000  # two for each process
+PVA_SEARCHED = 5076
 PATIENCE = 120
 UPDATE = re.compile(r"^(\d+) (\d+\.\d+) (\S+)$", re.MULTILINE)
 
@@ -26,15 +35,25 @@ class Crowd:
     """`protocol`: ca or pva. Each client has connections of its own."""
 
     def __init__(self, host, protocol, clients, monitors, shown):
-        host.repeater()
         self.clients = clients
         self._processes = []
         for begin in range(0, clients, IN_A_PROCESS):
-            process = host.start("clients", [program(), protocol], stdin=subprocess.PIPE)
+            process = host.start("clients", [program(), protocol],
+                                 self._environment(host, FIRST_PORT + 2 * len(self._processes)),
+                                 stdin=subprocess.PIPE)
             self._processes.append(process)
             for client in range(begin, min(begin + IN_A_PROCESS, clients)):
                 self._say(process, " ".join(names_of(client, monitors, shown)))
             self._say(process, "")
+
+    @staticmethod
+    def _environment(host, port):
+        env = {"EPICS_CA_REPEATER_PORT": str(port),
+               "EPICS_PVA_BROADCAST_PORT": str(port + 1),
+               "EPICS_PVA_ADDR_LIST": f"{LOOPBACK}:{PVA_SEARCHED}"}
+        host.start("caRepeater", [places.client("caRepeater")], env)
+        until(lambda: host.is_bound("udp", port), "caRepeater has its port")
+        return env
 
     @staticmethod
     def _say(process, line):

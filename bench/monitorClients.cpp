@@ -3,6 +3,7 @@
 // bench/scale.py; counts and names come from there.
 
 #include <cadef.h>
+#include <epicsEvent.h>
 #include <pv/clientFactory.h>
 #include <pv/pvData.h>
 #include <pva/client.h>
@@ -54,10 +55,15 @@ public:
 
     void begins()
     {
-        if (--m_silent == 0) {
-            std::puts("connected");
-            std::fflush(stdout);
-        }
+        --m_silent;
+        m_begun.signal();
+    }
+
+    // Blocks until no more than that many monitors have shown nothing.
+    void awaitSilent(std::size_t most)
+    {
+        while (m_silent > most)
+            m_begun.wait();
     }
 
     void print()
@@ -75,6 +81,7 @@ public:
 
 private:
     std::atomic<std::size_t> m_silent;
+    epicsEvent m_begun;
     std::atomic<std::size_t> m_count{0};
     std::mutex m_mutex;
     std::vector<Update> m_updates; // guarded by m_mutex
@@ -214,6 +221,21 @@ std::vector<Names> readClients(std::istream &input)
     return clients;
 }
 
+// One after another: base's pvAccess server holds a queue of four new connections, and one that
+// it has lost keeps it from the next for seconds.
+template <class Clients>
+void connectAll(Clients &clients, Journal &journal, const std::vector<Names> &names,
+                std::size_t monitors)
+{
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        clients.add(journal, i, names[i]);
+        monitors -= names[i].size();
+        journal.awaitSilent(monitors);
+    }
+    std::puts("connected");
+    std::fflush(stdout);
+}
+
 template <class Clients> void run(std::istream &input)
 {
     const auto names = readClients(input);
@@ -222,8 +244,7 @@ template <class Clients> void run(std::istream &input)
         monitors += ofClient.size();
     Journal journal(monitors);
     Clients clients;
-    for (std::size_t i = 0; i < names.size(); ++i)
-        clients.add(journal, i, names[i]);
+    connectAll(clients, journal, names, monitors);
     for (std::string line; std::getline(input, line);) {
         if (line == "take")
             journal.print();

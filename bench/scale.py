@@ -316,8 +316,8 @@ def measure_site(options):
 
 PARTS = {"servers": measure_servers, "boards": measure_boards, "clients": measure_clients,
          "site": measure_site}
-QUICK = {"servers": 2, "full": 1, "boards": [1, 2], "clients": [1, 5], "pva_clients": [2],
-         "seconds": 0.5, "idle": 0.5, "settle": 0.1}
+QUICK = {"servers": 2, "full": 1, "boards": [1], "clients": [3], "pva_clients": [2],
+         "seconds": 0.3, "idle": 0.3, "settle": 0.1}
 
 
 def parse():
