@@ -11,6 +11,7 @@ import concurrent.futures
 import contextlib
 import os
 import re
+import resource
 import sys
 import time
 from pathlib import Path
@@ -302,7 +303,7 @@ def measure_site(options):
         shares = load.shares(host.ticks())
         database = host.read(f"{MADE}/site.db")
         table = Table(f"zantosite make, {options.full} boards x {CHANNELS} channels",
-                      ["", "seconds", "peak memory", "site.db", "records in it", "aliases"])
+                      ["", "seconds", "peak memory", "site.db", "entries", "aliases"])
         table.add(["make", seconds_text(seconds), megabytes(peak),
                    megabytes(len(database) / 1024 ** 2), f"{database.count('record('):,}",
                    f"{database.count('alias('):,}"], shares)
@@ -320,24 +321,34 @@ QUICK = {"servers": 2, "full": 1, "boards": [1], "clients": [3], "pva_clients": 
          "seconds": 0.3, "idle": 0.3, "settle": 0.1}
 
 
+def up_to(limit):
+    def number(text):
+        if not 1 <= int(text) <= limit:
+            raise argparse.ArgumentTypeError(f"not from 1 to {limit}: {text}")
+        return int(text)
+    return number
+
+
 def parse():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--only", nargs="+", choices=PARTS, default=list(PARTS))
     parser.add_argument("--quick", action="store_true",
                         help="small numbers: shows in seconds that it runs")
-    parser.add_argument("--servers", type=int, default=10, help="side by side")
-    parser.add_argument("--full", type=int, default=16, metavar="BOARDS",
+    parser.add_argument("--servers", type=up_to(100), default=10, help="side by side")
+    parser.add_argument("--full", type=up_to(64), default=16, metavar="BOARDS",
                         help="of a full crate; boards have 48 channels")
-    parser.add_argument("--boards", type=int, nargs="+", default=[1, 4, 16, 64])
-    parser.add_argument("--clients", type=int, nargs="*", default=[1, 10, 100, 1000],
+    parser.add_argument("--boards", type=up_to(64), nargs="+", default=[1, 4, 16, 64])
+    parser.add_argument("--clients", type=up_to(2000), nargs="*", default=[1, 10, 100, 1000],
                         help="of Channel Access")
-    parser.add_argument("--pva-clients", type=int, nargs="*", default=[1, 10, 100],
+    parser.add_argument("--pva-clients", type=up_to(500), nargs="*", default=[1, 10, 100],
                         help="of pvAccess")
-    parser.add_argument("--monitors", type=int, default=20, help="of each client")
-    parser.add_argument("--rate", type=int, default=1000, help="events in a second")
-    parser.add_argument("--seconds", type=float, default=8, help="of each storm")
-    parser.add_argument("--idle", type=float, default=10, help="seconds in which nothing happens")
-    parser.add_argument("--settle", type=float, default=2, help="seconds after a start or a storm")
+    parser.add_argument("--monitors", type=up_to(200), default=20, help="of each client")
+    parser.add_argument("--rate", type=up_to(100000), default=1000, help="events in a second")
+    parser.add_argument("--seconds", type=up_to(60), default=8, help="of each storm")
+    parser.add_argument("--idle", type=up_to(600), default=10,
+                        help="seconds in which nothing happens")
+    parser.add_argument("--settle", type=up_to(60), default=2,
+                        help="seconds after a start or a storm")
     options = parser.parse_args()
     if options.quick:
         vars(options).update(QUICK)
@@ -356,6 +367,9 @@ def main():
     why = hindrance()
     if why:
         sys.exit(why)
+    # A server with a thousand clients has as many files.
+    _, most = resource.getrlimit(resource.RLIMIT_NOFILE)
+    resource.setrlimit(resource.RLIMIT_NOFILE, (most, most))
     begin = time.monotonic()
     for part in options.only:
         PARTS[part](options)
