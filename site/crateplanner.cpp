@@ -115,6 +115,16 @@ AlarmHandling alarmOf(const Entry &said)
     return alarm;
 }
 
+ChannelRoles rolesOf(const std::vector<PlannedParameter> &parameters, const SiteFile &file)
+{
+    ChannelRoles roles;
+    for (const RoleNames &names : roleNames)
+        for (const PlannedParameter &each : parameters)
+            if (each.parameter->name == file.parameters.at(names.key))
+                roles.*names.role = &each;
+    return roles;
+}
+
 // Whether the hardware knows such a value.
 void checkValue(double value, const Parameter &parameter, int line, const MergedEntry &said)
 {

@@ -12,9 +12,6 @@
 
 namespace site {
 
-// Which of the parameters have the site's names for the roles.
-ChannelRoles rolesOf(const std::vector<PlannedParameter> &parameters, const SiteFile &file);
-
 // Looks for parameters that the entry names and that none of these is, or that cannot be what is
 // said of them. Calls complain(line, "parameter ...") for each.
 void checkParameters(const Entry &entry, const Parameters &parameters,

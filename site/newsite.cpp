@@ -63,9 +63,9 @@ bool exists(const std::vector<Crate> &crates, const std::string &parameter)
 std::string archive(const std::vector<Crate> &crates)
 {
     std::string list;
-    for (const Role role : {Role::Voltage, Role::Current, Role::Status})
-        if (exists(crates, usualParameter(role)))
-            list += (list.empty() ? "" : ", ") + std::string(usualParameter(role)) + ": monitor 1";
+    for (const std::string name : {"VMon", "IMon", "Status"})
+        if (exists(crates, name))
+            list += (list.empty() ? "" : ", ") + name + ": monitor 1";
     return list.empty() ? "" : "  archive: {" + list + "}\n";
 }
 

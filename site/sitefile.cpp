@@ -15,37 +15,17 @@ namespace {
 using sim::Field;
 using sim::Fields;
 
-struct RoleName {
-    const char *key;
-    const char *usual;
-};
-
-constexpr std::array<RoleName, roleCount> roleNames{{
-    {"voltage-set", "VSet"},
-    {"current-set", "ISet"},
-    {"voltage", "VMon"},
-    {"current", "IMon"},
-    {"voltage-limit", "SVMax"},
-    {"ramp-up", "RUp"},
-    {"ramp-down", "RDwn"},
-    {"trip-time", "Trip"},
-    {"power", "Pw"},
-    {"status", "Status"},
-    {"trip-cause", "LastTrip"},
-    {"clear-trip", "ClrTrip"},
-}};
-
 std::string textOr(const Field &field, const std::string &otherwise)
 {
     return field.text().value_or(otherwise);
 }
 
-std::array<std::string, roleCount> readRoles(const Field &field)
+std::map<std::string, std::string> readRoles(const Field &field)
 {
-    std::array<std::string, roleCount> names;
+    std::map<std::string, std::string> names;
     Fields fields(field, "the parameters");
-    for (size_t role = 0; role < roleCount; ++role)
-        names.at(role) = textOr(fields.optional(roleNames.at(role).key), roleNames.at(role).usual);
+    for (const RoleNames &each : roleNames)
+        names[each.key] = textOr(fields.optional(each.key), each.usual);
     fields.finish();
     return names;
 }
@@ -187,10 +167,6 @@ void read(const Field &document, SiteFile &file)
 }
 
 } // namespace
-
-const char *roleKey(Role role) { return roleNames.at(static_cast<size_t>(role)).key; }
-
-const char *usualParameter(Role role) { return roleNames.at(static_cast<size_t>(role)).usual; }
 
 SiteReading readSite(const std::string &yaml)
 {

@@ -13,28 +13,27 @@
 
 namespace site {
 
-// What a channel's parameters do, whatever the crate calls them.
-enum class Role {
-    VoltageSet,
-    CurrentSet,
-    Voltage,
-    Current,
-    VoltageLimit,
-    RampUp,
-    RampDown,
-    TripTime,
-    Power,
-    Status,
-    TripCause,
-    ClearTrip,
-    Count_
+// What a channel's parameter does, whatever the crate calls it.
+struct RoleNames {
+    const char *key;   // in the site file
+    const char *usual; // what the crate calls it unless the site file says otherwise
+    const PlannedParameter *ChannelRoles::*role;
 };
 
-constexpr size_t roleCount = static_cast<size_t>(Role::Count_);
-
-// Its key in the site file, and what the crate calls it unless that says otherwise.
-const char *roleKey(Role role);
-const char *usualParameter(Role role);
+inline constexpr RoleNames roleNames[] = {
+    {"voltage-set", "VSet", &ChannelRoles::voltageSet},
+    {"current-set", "ISet", &ChannelRoles::currentSet},
+    {"voltage", "VMon", &ChannelRoles::voltage},
+    {"current", "IMon", &ChannelRoles::current},
+    {"voltage-limit", "SVMax", &ChannelRoles::voltageLimit},
+    {"ramp-up", "RUp", &ChannelRoles::rampUp},
+    {"ramp-down", "RDwn", &ChannelRoles::rampDown},
+    {"trip-time", "Trip", &ChannelRoles::tripTime},
+    {"power", "Pw", &ChannelRoles::power},
+    {"status", "Status", &ChannelRoles::status},
+    {"trip-cause", "LastTrip", &ChannelRoles::tripCause},
+    {"clear-trip", "ClrTrip", &ChannelRoles::clearTrip},
+};
 
 // Something of the file and the line where it stands, from 1.
 template <class Value> struct Placed {
@@ -94,8 +93,7 @@ struct CrateEntry {
 struct SiteFile {
     std::string title;
     bool stale = false;
-    // By role; empty: no parameter does that.
-    std::array<std::string, roleCount> parameters;
+    std::map<std::string, std::string> parameters; // by the role's key; empty: none does that
     std::vector<CrateEntry> crates;
     NameLists users;
     NameLists hosts;

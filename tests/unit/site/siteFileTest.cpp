@@ -34,8 +34,8 @@ TEST(SiteFileReading, AFileWithNothingButItsCrate)
     EXPECT_EQ(2, file.crates[0].line);
     EXPECT_FALSE(file.stale);
     EXPECT_TRUE(file.channels.empty() && file.boards.empty() && file.system.empty());
-    for (size_t role = 0; role < roleCount; ++role)
-        EXPECT_EQ(usualParameter(static_cast<Role>(role)), file.parameters.at(role));
+    for (const RoleNames &each : roleNames)
+        EXPECT_EQ(each.usual, file.parameters.at(each.key));
 }
 
 TEST(SiteFileReading, WindowsLineEndsAreLineEnds)
@@ -64,9 +64,9 @@ access:
 )");
     EXPECT_TRUE(file.stale);
     EXPECT_EQ("first", file.crates.at(0).description);
-    EXPECT_EQ("V0Set", file.parameters.at(static_cast<size_t>(Role::VoltageSet)));
-    EXPECT_EQ("", file.parameters.at(static_cast<size_t>(Role::Status)));
-    EXPECT_EQ("VMon", file.parameters.at(static_cast<size_t>(Role::Voltage)));
+    EXPECT_EQ("V0Set", file.parameters.at("voltage-set"));
+    EXPECT_EQ("", file.parameters.at("status"));
+    EXPECT_EQ("VMon", file.parameters.at("voltage"));
     EXPECT_THAT(file.users.at("shift"), ElementsAre("anna", "ben"));
     EXPECT_TRUE(file.users.at("nobody").empty());
     EXPECT_THAT(file.hosts.at("room"), ElementsAre("pc-1.site.org"));
