@@ -88,23 +88,15 @@ private:
     void checkBounds() const
     {
         if (const auto *limits = valueIn(m_entry.limits, true)) {
-            checkThreshold(limits->line, "HIHI", limits->value.hihi);
-            checkThreshold(limits->line, "HIGH", limits->value.high);
-            checkThreshold(limits->line, "LOW", limits->value.low);
-            checkThreshold(limits->line, "LOLO", limits->value.lolo);
+            for (const ThresholdWords &words : thresholdWords)
+                if (const auto &threshold = limits->value.*words.threshold)
+                    checkBound(limits->line, std::string("limit ") + words.limit, threshold->limit);
         }
         // Those of all parameters are for set-points, which this one need not be.
         if (const auto *drive = valueIn(m_entry.drive, false)) {
             checkBound(drive->line, "lower drive limit", drive->value.low);
             checkBound(drive->line, "upper drive limit", drive->value.high);
         }
-    }
-
-    void checkThreshold(int line, const std::string &name,
-                        const std::optional<Threshold> &threshold) const
-    {
-        if (threshold)
-            checkBound(line, "limit " + name, threshold->limit);
     }
 
     void checkBound(int line, const std::string &what, double limit) const

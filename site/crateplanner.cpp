@@ -145,10 +145,9 @@ PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &me
     set(planned.drive, drive);
     set(planned.archive, given(said.archive, parameter, canBeRead));
     set(planned.access, given(said.access, parameter, canBeWritten));
-    const AlarmLimits &all = planned.limits;
-    for (const auto *each : {&all.lolo, &all.low, &all.high, &all.hihi})
-        if (*each)
-            checkValue((*each)->limit, parameter, limits->line, merged);
+    for (const ThresholdWords &words : thresholdWords)
+        if (const auto &threshold = planned.limits.*words.threshold)
+            checkValue(threshold->limit, parameter, limits->line, merged);
     if (drive != nullptr)
         for (const double value : {planned.drive->low, planned.drive->high})
             checkValue(value, parameter, drive->line, merged);

@@ -8,25 +8,12 @@ namespace site {
 
 namespace {
 
-struct ThresholdFields {
-    std::optional<Threshold> AlarmLimits::*threshold;
-    const char *limit;
-    const char *severity;
-};
-
-constexpr ThresholdFields thresholdFields[] = {
-    {&AlarmLimits::hihi, "HIHI", "HHSV"},
-    {&AlarmLimits::high, "HIGH", "HSV"},
-    {&AlarmLimits::low, "LOW", "LSV"},
-    {&AlarmLimits::lolo, "LOLO", "LLSV"},
-};
-
 void addLimits(RecordText &record, const AlarmLimits &limits)
 {
-    for (const auto &[member, limit, severity] : thresholdFields)
-        if (limits.*member) {
-            record.field(limit, numberText((limits.*member)->limit));
-            record.field(severity, severityText((limits.*member)->severity));
+    for (const ThresholdWords &words : thresholdWords)
+        if (const auto &threshold = limits.*words.threshold) {
+            record.field(words.limit, numberText(threshold->limit));
+            record.field(words.severityField, severityText(threshold->severity));
         }
     if (limits.hysteresis)
         record.field("HYST", numberText(*limits.hysteresis));

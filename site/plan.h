@@ -65,6 +65,22 @@ struct AlarmLimits {
     bool any() const { return hihi || high || low || lolo; }
 };
 
+struct ThresholdWords {
+    const char *key;   // in the site file
+    const char *limit; // the record's fields
+    const char *severityField;
+    Severity severity; // unless the site file says otherwise
+    std::optional<Threshold> AlarmLimits::*threshold;
+};
+
+// From the highest to the lowest.
+inline constexpr ThresholdWords thresholdWords[] = {
+    {"hihi", "HIHI", "HHSV", Severity::Major, &AlarmLimits::hihi},
+    {"high", "HIGH", "HSV", Severity::Minor, &AlarmLimits::high},
+    {"low", "LOW", "LSV", Severity::Minor, &AlarmLimits::low},
+    {"lolo", "LOLO", "LLSV", Severity::Major, &AlarmLimits::lolo},
+};
+
 struct DriveLimits {
     double low = 0;
     double high = 0;
