@@ -15,16 +15,7 @@ namespace {
 using sim::Field;
 using sim::Fields;
 
-template <class Value>
-std::optional<Placed<Value>> placed(const Field &field, std::optional<Value> value)
-{
-    return value ? std::optional(Placed<Value>{std::move(*value), field.line()}) : std::nullopt;
-}
-
-std::optional<Placed<std::string>> placedText(const Field &field)
-{
-    return placed(field, field.text());
-}
+std::optional<std::string> readText(const Field &field) { return field.text(); }
 
 // A number that can be a limit.
 std::optional<double> finite(const Field &field)
@@ -36,15 +27,15 @@ std::optional<double> finite(const Field &field)
     return std::nullopt;
 }
 
-std::optional<Placed<bool>> placedFlag(const Field &field)
+std::optional<bool> readFlag(const Field &field)
 {
     if (!field.isPresent())
         return std::nullopt;
     const auto value = field.scalar();
-    const bool *flag = std::get_if<bool>(&value);
-    if (flag == nullptr)
-        field.report("\"" + field.name() + "\" is neither true nor false");
-    return Placed<bool>{flag != nullptr && *flag, field.line()};
+    if (const bool *flag = std::get_if<bool>(&value))
+        return *flag;
+    field.report("\"" + field.name() + "\" is neither true nor false");
+    return std::nullopt;
 }
 
 // "0-11,14" or "all".
@@ -94,15 +85,13 @@ Placed<std::vector<Range>> readPositions(const Field &field, bool ofChannels)
 }
 
 // A run of # stands for a number.
-std::optional<Placed<std::string>> readName(const Field &field)
+std::optional<std::string> readName(const Field &field)
 {
-    auto name = placedText(field);
-    if (!name)
-        return name;
-    if (name->value.empty())
+    const auto name = field.text();
+    if (name && name->empty())
         field.report("\"name\" is empty");
-    if (name->value.find('#') != std::string::npos && !sim::NamePattern{name->value, 0}.nameOf(0))
-        field.report("name \"" + printable(name->value) + "\" has more than one run of #");
+    if (name && name->find('#') != std::string::npos && !sim::NamePattern{*name, 0}.nameOf(0))
+        field.report("name \"" + printable(*name) + "\" has more than one run of #");
     return name;
 }
 
@@ -136,31 +125,25 @@ std::optional<Threshold> readThreshold(const Field &field, Severity usual)
     return limit && severity ? std::optional(Threshold{*limit, *severity}) : std::nullopt;
 }
 
-void checkOrder(const Field &field, const AlarmLimits &limits)
-{
-    std::vector<double> given;
-    for (const auto *each : {&limits.lolo, &limits.low, &limits.high, &limits.hihi})
-        if (*each)
-            given.push_back((*each)->limit);
-    if (!std::is_sorted(given.begin(), given.end()))
-        field.report("the limits of \"" + field.name() +
-                     "\" are not in the order lolo, low, high, hihi");
-}
-
 std::optional<AlarmLimits> readLimits(const Field &field)
 {
     AlarmLimits limits;
     Fields fields(field, "alarm limits");
-    limits.hihi = readThreshold(fields.optional("hihi"), Severity::Major);
-    limits.high = readThreshold(fields.optional("high"), Severity::Minor);
-    limits.low = readThreshold(fields.optional("low"), Severity::Minor);
-    limits.lolo = readThreshold(fields.optional("lolo"), Severity::Major);
+    std::vector<double> given;
+    for (const ThresholdWords &words : thresholdWords) {
+        const auto threshold = readThreshold(fields.optional(words.key), words.severity);
+        if (threshold)
+            given.push_back(threshold->limit);
+        limits.*words.threshold = threshold;
+    }
     const Field hysteresis = fields.optional("hysteresis");
     limits.hysteresis = finite(hysteresis);
     fields.finish();
     if (limits.hysteresis && *limits.hysteresis < 0)
         hysteresis.report("\"hysteresis\" is negative");
-    checkOrder(field, limits);
+    if (!std::is_sorted(given.rbegin(), given.rend()))
+        field.report("the limits of \"" + field.name() +
+                     "\" are not in the order lolo, low, high, hihi");
     return limits;
 }
 
@@ -207,15 +190,15 @@ std::optional<ArchivePolicy> readPolicy(const Field &field)
 }
 
 // A single value stands for all parameters, where it may.
-template <class Value, class Read>
-ByParameter<Value> byParameter(const Field &field, Read read, bool orOne)
+template <class Value>
+void take(Fields &fields, const char *key, ByParameter<Value> &into,
+          std::optional<Value> (*read)(const Field &), bool orOne)
 {
-    ByParameter<Value> all;
+    const Field field = fields.optional(key);
     const bool isOne = orOne && field.isScalar();
     for (const auto &entry : isOne ? std::vector<Field>{field} : field.entries())
-        if (const auto value = read(entry))
-            all[isOne ? allParameters : entry.name()] = {*value, entry.line()};
-    return all;
+        if (auto value = read(entry))
+            into[isOne ? allParameters : entry.name()] = {std::move(*value), entry.line()};
 }
 
 std::map<State, Placed<Severity>> readStates(const Field &field)
@@ -231,15 +214,23 @@ std::map<State, Placed<Severity>> readStates(const Field &field)
     return all;
 }
 
-void readAlarm(Fields &fields, Entry &entry)
+// Seconds.
+std::optional<double> readDelay(const Field &field)
 {
-    entry.guidance = placedText(fields.optional("guidance"));
-    const Field delay = fields.optional("delay");
-    entry.delay = placed(delay, finite(delay));
-    if (entry.delay && (entry.delay->value < 0 || entry.delay->value > 3600))
-        delay.report("\"delay\" is not from 0 to 3600 s");
-    entry.latching = placedFlag(fields.optional("latching"));
-    entry.annunciating = placedFlag(fields.optional("annunciating"));
+    const auto delay = finite(field);
+    if (delay && (*delay < 0 || *delay > 3600))
+        field.report("\"delay\" is not from 0 to 3600 s");
+    return delay;
+}
+
+// What stands under the key of the map, and where.
+template <class Value>
+void take(Fields &fields, const char *key, std::optional<Placed<Value>> &into,
+          std::optional<Value> (*read)(const Field &))
+{
+    const Field field = fields.optional(key);
+    if (auto value = read(field))
+        into = {std::move(*value), field.line()};
 }
 
 void readWhere(Fields &fields, Entry &entry, EntryKind kind)
@@ -253,7 +244,7 @@ void readWhere(Fields &fields, Entry &entry, EntryKind kind)
     if (kind != EntryKind::Channels)
         return;
     entry.ranges = readPositions(fields.required("channels"), true);
-    entry.name = readName(fields.optional("name"));
+    take(fields, "name", entry.name, readName);
     const Field first = fields.optional("first");
     entry.first = first.integer<int32_t>(0, 1000000);
     if (first.isPresent() && !entry.name)
@@ -270,15 +261,17 @@ Entry readEntry(const Field &field, EntryKind kind)
     entry.line = field.line();
     Fields fields(field, kinds[static_cast<size_t>(kind)]);
     readWhere(fields, entry, kind);
-    entry.description = placedText(fields.optional("description"));
-    entry.limits = byParameter<AlarmLimits>(fields.optional("limits"), readLimits, false);
-    entry.drive = byParameter<DriveLimits>(fields.optional("drive"), readDrive, false);
-    const auto text = [](const Field &one) { return one.text(); };
-    entry.access = byParameter<std::string>(fields.optional("access"), text, true);
-    entry.archive = byParameter<ArchivePolicy>(fields.optional("archive"), readPolicy, true);
+    take(fields, "description", entry.description, readText);
+    take(fields, "limits", entry.limits, readLimits, false);
+    take(fields, "drive", entry.drive, readDrive, false);
+    take(fields, "access", entry.access, readText, true);
+    take(fields, "archive", entry.archive, readPolicy, true);
     if (kind == EntryKind::Channels || kind == EntryKind::Defaults)
         entry.states = readStates(fields.optional("states"));
-    readAlarm(fields, entry);
+    take(fields, "guidance", entry.guidance, readText);
+    take(fields, "delay", entry.delay, readDelay);
+    take(fields, "latching", entry.latching, readFlag);
+    take(fields, "annunciating", entry.annunciating, readFlag);
     fields.finish();
     return entry;
 }
