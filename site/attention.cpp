@@ -1,7 +1,6 @@
 #include "attention.h"
 
 #include <algorithm>
-#include <iterator>
 #include <map>
 
 #include "description/scalars.h"
@@ -11,10 +10,14 @@ namespace site {
 namespace {
 
 using Kind = sim::Difference::Kind;
-using Ranges = std::vector<Range>;
 
 // By the line to look at.
 using Reasons = std::map<int, sim::Differences>;
+
+bool isOneOf(Kind kind, std::initializer_list<Kind> kinds)
+{
+    return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+}
 
 // Looks at one entry for one difference that concerns it.
 class Examination {
@@ -26,28 +29,30 @@ public:
 
     void run() const
     {
-        switch (m_difference.kind) {
-        case Kind::SlotEmptied:
-        case Kind::ChannelsGone: return add(m_entry.line, m_difference.text);
-        case Kind::BoardExchanged:
-        case Kind::ChannelName: return checkNames();
-        case Kind::ParameterGone:
-        case Kind::Type:
-        case Kind::Mode:
-        case Kind::Unit: return checkSettings();
-        case Kind::Minimum:
-        case Kind::Maximum: return checkBounds();
-        case Kind::SlotFilled:
-        case Kind::Other: return;
+        const Kind kind = m_difference.kind;
+        if (isOneOf(kind, {Kind::SlotEmptied, Kind::ChannelsGone}))
+            add(m_entry.line, m_difference.text);
+        if (isOneOf(kind, {Kind::BoardExchanged, Kind::ChannelName})) {
+            check(m_entry.name, "the name");
+            check(m_entry.description, "the description");
         }
+        if (isOneOf(kind, {Kind::ParameterGone, Kind::Type, Kind::Mode, Kind::Unit}))
+            check(valueIn(m_entry.drive, false), "its drive limits");
+        if (isOneOf(kind, {Kind::ParameterGone, Kind::Type, Kind::Unit}))
+            check(valueIn(m_entry.limits, kind == Kind::Unit), "its alarm limits");
+        if (isOneOf(kind, {Kind::ParameterGone, Kind::Type, Kind::Mode}))
+            check(valueIn(m_entry.access, false), "its access group");
+        if (isOneOf(kind, {Kind::ParameterGone, Kind::Type}))
+            check(valueIn(m_entry.archive, false), "its archive policy");
+        if (isOneOf(kind, {Kind::Minimum, Kind::Maximum}))
+            checkBounds();
     }
 
 private:
     void add(int line, const std::string &text) const
     {
-        sim::Difference reason = m_difference;
-        reason.text = text;
-        m_reasons[line].push_back(reason);
+        m_reasons[line].push_back(m_difference);
+        m_reasons[line].back().text = text;
     }
 
     // What is said of the parameter by its name or, where that counts, of all; null: nothing.
@@ -66,32 +71,12 @@ private:
             add(placed->line, m_difference.text + "; check " + what);
     }
 
-    void checkNames() const
-    {
-        check(m_entry.name, "the name");
-        check(m_entry.description, "the description");
-    }
-
-    void checkSettings() const
-    {
-        const bool isUnit = m_difference.kind == Kind::Unit;
-        const bool isMode = m_difference.kind == Kind::Mode;
-        check(valueIn(m_entry.drive, false), "its drive limits");
-        if (!isMode)
-            check(valueIn(m_entry.limits, isUnit), "its alarm limits");
-        if (!isUnit)
-            check(valueIn(m_entry.access, false), "its access group");
-        if (!isUnit && !isMode)
-            check(valueIn(m_entry.archive, false), "its archive policy");
-    }
-
     void checkBounds() const
     {
-        if (const auto *limits = valueIn(m_entry.limits, true)) {
+        if (const auto *limits = valueIn(m_entry.limits, true))
             for (const ThresholdWords &words : thresholdWords)
                 if (const auto &threshold = limits->value.*words.threshold)
                     checkBound(limits->line, std::string("limit ") + words.limit, threshold->limit);
-        }
         // Those of all parameters are for set-points, which this one need not be.
         if (const auto *drive = valueIn(m_entry.drive, false)) {
             checkBound(drive->line, "lower drive limit", drive->value.low);
@@ -114,93 +99,51 @@ private:
     Reasons &m_reasons;
 };
 
-// What an entry speaks of.
-enum class Level { System, Boards, Channels };
-
-// An entry for channels has to do with what becomes of their board too.
-bool concerns(const Range &range, Level level, const sim::Difference &difference)
+// An entry for channels has to do with what becomes of their board too. The defaults are for
+// whatever channels there are.
+bool concerns(EntryKind of, const sim::Difference &difference)
 {
-    if (level == Level::System)
-        return difference.slot < 0;
-    const bool ofBoard =
-        difference.kind == Kind::SlotEmptied || difference.kind == Kind::BoardExchanged;
-    const bool ofChannels = level == Level::Channels;
-    return range.slots.hold(difference.slot) &&
-           (difference.channels.empty() ? !ofChannels || ofBoard : ofChannels);
+    if (of == EntryKind::System || difference.slot < 0)
+        return of == EntryKind::System && difference.slot < 0;
+    if (of == EntryKind::Defaults &&
+        isOneOf(difference.kind, {Kind::SlotEmptied, Kind::ChannelsGone}))
+        return false;
+    if (!difference.channels.empty())
+        return of != EntryKind::Boards;
+    return of == EntryKind::Boards ||
+           isOneOf(difference.kind, {Kind::SlotEmptied, Kind::BoardExchanged});
 }
 
-// Of the difference only what lies in the ranges.
-void examine(const Entry &entry, const Ranges &ranges, Level level,
-             const sim::Difference &difference, Reasons &reasons)
+// Of the difference only what the entry speaks of.
+void examine(const Entry &entry, sim::Difference difference, Reasons &reasons)
 {
-    const auto isInRanges = [&](int channel) {
-        return std::any_of(ranges.begin(), ranges.end(), [&](const Range &range) {
-            return concerns(range, level, difference) &&
-                   (channel < 0 || range.channels.hold(channel));
-        });
-    };
-    sim::Difference part = difference;
-    part.channels.clear();
-    std::copy_if(difference.channels.begin(), difference.channels.end(),
-                 std::back_inserter(part.channels), isInRanges);
-    if (difference.channels.empty() ? isInRanges(-1) : !part.channels.empty())
-        Examination(entry, part, reasons).run();
-}
-
-class Attentions {
-public:
-    Attentions(const SiteFile &site, const std::string &crate) : m_site(site), m_crate(crate) {}
-
-    void examineAll(const Entry &entry, const Ranges &ranges, Level level,
-                    const sim::Differences &differences)
-    {
-        const auto &named = entry.crate.value;
-        if (!named.empty() && named != m_crate && m_site.crates.size() > 1)
-            return;
-        for (const auto &difference : differences)
-            examine(entry, ranges, level, difference, m_reasons);
-    }
-
-    std::vector<Attention> take() const
-    {
-        std::vector<Attention> found;
-        for (const auto &[line, differences] : m_reasons)
-            for (auto &text : sim::differenceLines(differences))
-                found.push_back({line, std::move(text)});
-        return found;
-    }
-
-private:
-    const SiteFile &m_site;
-    const std::string &m_crate;
-    Reasons m_reasons;
-};
-
-// The defaults are for whatever channels there are.
-sim::Differences withoutLosses(sim::Differences differences)
-{
-    const auto isLoss = [](const sim::Difference &each) {
-        return each.kind == Kind::SlotEmptied || each.kind == Kind::ChannelsGone;
-    };
-    differences.erase(std::remove_if(differences.begin(), differences.end(), isLoss),
-                      differences.end());
-    return differences;
+    auto &channels = difference.channels;
+    const bool isOfChannels = !channels.empty();
+    const auto isOther = [&](int channel) { return !entry.covers(difference.slot, channel); };
+    channels.erase(std::remove_if(channels.begin(), channels.end(), isOther), channels.end());
+    if (isOfChannels ? !channels.empty() : !isOther(-1))
+        Examination(entry, difference, reasons).run();
 }
 
 } // namespace
 
-std::vector<Attention> attention(const SiteFile &site, const std::string &crate,
-                                 const sim::Differences &differences)
+std::vector<sim::Finding> attention(const SiteFile &site, const std::string &crate,
+                                    const sim::Differences &differences)
 {
-    Attentions found(site, crate);
-    found.examineAll(site.defaults, {Range()}, Level::Channels, withoutLosses(differences));
-    for (const auto &entry : site.channels)
-        found.examineAll(entry, entry.ranges.value, Level::Channels, differences);
-    for (const auto &entry : site.boards)
-        found.examineAll(entry, entry.ranges.value, Level::Boards, differences);
-    for (const auto &entry : site.system)
-        found.examineAll(entry, {Range()}, Level::System, differences);
-    return found.take();
+    Reasons reasons;
+    forEachEntry(site, [&](const Entry &entry, EntryKind kind) {
+        const auto &named = entry.crate.value;
+        if (!named.empty() && named != crate && site.crates.size() > 1)
+            return;
+        for (const auto &difference : differences)
+            if (concerns(kind, difference))
+                examine(entry, difference, reasons);
+    });
+    std::vector<sim::Finding> found;
+    for (const auto &[line, all] : reasons)
+        for (const auto &text : sim::differenceLines(all))
+            found.push_back({line, text});
+    return found;
 }
 
 } // namespace site

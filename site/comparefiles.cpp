@@ -42,8 +42,8 @@ void printAttention(const ComparisonOrder &order, const std::string &crate,
     if (found.empty())
         return;
     out << "\nEntries of " << order.sitePath << " that need attention:\n";
-    for (const auto &[line, text] : found)
-        out << sim::findingText(order.sitePath, {line, text}) << '\n';
+    for (const auto &finding : found)
+        out << sim::findingText(order.sitePath, finding) << '\n';
 }
 
 } // namespace

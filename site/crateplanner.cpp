@@ -31,15 +31,6 @@ bool isOf(const Entry &entry, const Crate &crate)
     return entry.crate.value.empty() || entry.crate.value == crate.name;
 }
 
-bool covers(const Entry &entry, const Crate &crate, int slot, int channel)
-{
-    const auto &ranges = entry.ranges.value;
-    return isOf(entry, crate) &&
-           (ranges.empty() || std::any_of(ranges.begin(), ranges.end(), [&](const Range &range) {
-                return range.slots.hold(slot) && (channel < 0 || range.channels.hold(channel));
-            }));
-}
-
 // The text with the number for its run of "#"; the text itself unless it has one run.
 std::string numbered(const std::string &pattern, int number)
 {
@@ -211,7 +202,7 @@ MergedEntry CratePlanner::merged(const Crate &crate, const std::vector<Entry> &e
     MergedEntry said(crate.recordOf(slot, channel), m_findings);
     said.number = channel;
     for (const Entry &entry : entries) {
-        if (!covers(entry, crate, slot, channel))
+        if (!isOf(entry, crate) || !entry.covers(slot, channel))
             continue;
         said.add(entry);
         // Counts on through all the channels that the entry speaks of.

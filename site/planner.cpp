@@ -45,10 +45,10 @@ void checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Fi
 }
 
 // Which crate the entry speaks of, and which groups.
-void checkEntry(const Entry &entry, bool isDefaults, const SiteFile &file, sim::Findings &findings)
+void checkEntry(const Entry &entry, EntryKind kind, const SiteFile &file, sim::Findings &findings)
 {
     const auto &name = entry.crate.value;
-    if (!isDefaults && name.empty() && file.crates.size() > 1)
+    if (kind != EntryKind::Defaults && name.empty() && file.crates.size() > 1)
         findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
     if (!name.empty() && named(file.crates, name) == nullptr)
         findings.add(entry.crate.line, "", "no crate is called \"" + printable(name) + "\"");
@@ -76,10 +76,8 @@ Parameters channelParameters(const std::vector<Crate> &crates)
 
 void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
 {
-    for (const auto *entries : {&file.channels, &file.boards, &file.system})
-        for (const Entry &entry : *entries)
-            checkEntry(entry, false, file, findings);
-    checkEntry(file.defaults, true, file, findings);
+    forEachEntry(
+        file, [&](const Entry &entry, EntryKind kind) { checkEntry(entry, kind, file, findings); });
     checkParameters(file.defaults, channelParameters(crates),
                     [&](int line, const std::string &text) {
                         findings.add(line, "", "no channel has a " + text);

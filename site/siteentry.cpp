@@ -253,6 +253,14 @@ void readWhere(Fields &fields, Entry &entry, EntryKind kind)
 
 } // namespace
 
+bool Entry::covers(int slot, int channel) const
+{
+    return ranges.value.empty() ||
+           std::any_of(ranges.value.begin(), ranges.value.end(), [&](const Range &range) {
+               return range.slots.hold(slot) && (channel < 0 || range.channels.hold(channel));
+           });
+}
+
 Entry readEntry(const Field &field, EntryKind kind)
 {
     const char *kinds[] = {"the defaults", "an entry for channels", "an entry for boards",

@@ -5,9 +5,7 @@
 
 namespace site {
 
-// Which keys an entry may have.
-enum class EntryKind { Defaults, Channels, Boards, System };
-
+// Its keys are those of the kind.
 Entry readEntry(const sim::Field &field, EntryKind kind);
 
 } // namespace site

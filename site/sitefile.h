@@ -63,7 +63,10 @@ struct Range {
     Numbers channels;
 };
 
-// One entry of "channels", "boards" or "system".
+// Where an entry stands.
+enum class EntryKind { Defaults, Channels, Boards, System };
+
+// What is said of channels, boards or the crate.
 struct Entry {
     int line = 0;
     Placed<std::string> crate;               // empty: the only one
@@ -82,6 +85,9 @@ struct Entry {
     std::optional<Placed<double>> delay;
     std::optional<Placed<bool>> latching;
     std::optional<Placed<bool>> annunciating;
+
+    // Whether it speaks of the channel or, below 0, of anything in the slot.
+    bool covers(int slot, int channel) const;
 };
 
 struct CrateEntry {
@@ -103,6 +109,18 @@ struct SiteFile {
     std::vector<Entry> boards;
     std::vector<Entry> system;
 };
+
+// Calls act(entry, kind) for each of them.
+template <class Act> void forEachEntry(const SiteFile &file, const Act &act)
+{
+    act(file.defaults, EntryKind::Defaults);
+    for (const Entry &entry : file.channels)
+        act(entry, EntryKind::Channels);
+    for (const Entry &entry : file.boards)
+        act(entry, EntryKind::Boards);
+    for (const Entry &entry : file.system)
+        act(entry, EntryKind::System);
+}
 
 struct SiteReading {
     SiteFile file; // usable only without findings
