@@ -27,14 +27,6 @@ void print(const sim::Differences &differences, std::ostream &out)
         out << line << '\n';
 }
 
-void printValues(const sim::Differences &values, bool isFirst, std::ostream &out)
-{
-    if (values.empty())
-        return;
-    out << (isFirst ? "" : "\n") << "Set-points and other values:\n";
-    print(values, out);
-}
-
 void printAttention(const ComparisonOrder &order, const std::string &crate,
                     const sim::Differences &differences, std::ostream &out)
 {
@@ -61,10 +53,11 @@ ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, s
         return ComparisonStatus::Equal;
     }
     print(differences, out);
-    printValues(values, differences.empty(), out);
+    if (!values.empty())
+        out << (differences.empty() ? "" : "\n") << "Set-points and other values:\n";
+    print(values, out);
     if (order.site != nullptr)
-        printAttention(order, order.siteCrate.empty() ? after->name : order.siteCrate, differences,
-                       out);
+        printAttention(order, after->name, differences, out);
     return ComparisonStatus::Different;
 }
 

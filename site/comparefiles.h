@@ -14,11 +14,9 @@ enum class ComparisonStatus { Equal = 0, Different = 1, Trouble = 2 };
 struct ComparisonOrder {
     std::string before; // paths
     std::string after;
-    bool values = true; // the captured values too
-    // Null: the descriptions alone are compared.
-    const SiteFile *site = nullptr;
-    std::string sitePath;  // for messages
-    std::string siteCrate; // the site file's name of the crate; empty: the description's
+    bool values = true;             // the captured values too
+    std::string sitePath;           // for messages
+    const SiteFile *site = nullptr; // null: the descriptions alone are compared
 };
 
 // Reads both, blocking, and prints one line for each difference, or "No differences."; what is

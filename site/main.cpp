@@ -18,9 +18,7 @@ struct Arguments {
     std::vector<std::string> lists;
     std::string folder;
     bool olderBase = false;
-    std::string before;
-    std::string after;
-    bool values = true;
+    ComparisonOrder comparison;
 };
 
 // Prints what was found; true when nothing is wrong.
@@ -49,64 +47,43 @@ int runNew(const Arguments &arguments)
     return report(messages) ? finish(newSite(crates)) : 1;
 }
 
-// What `make` writes, and whether it may.
-bool plan(const Arguments &arguments, OutputFiles &files)
+// Writes nothing when it only checks.
+int runMake(const Arguments &arguments, bool onlyChecks)
 {
     Messages messages;
+    OutputFiles files;
     const auto crates = readCrates(arguments.lists, messages);
     const auto file = readSiteFile(arguments.site, messages);
     if (messages.errors.empty())
         files = makeFiles(file, arguments.site, crates, arguments.olderBase, messages);
-    return report(messages);
-}
-
-int runCheck(const Arguments &arguments)
-{
-    OutputFiles files;
-    return plan(arguments, files) ? finish(arguments.site + ": no errors\n") : 1;
-}
-
-int runMake(const Arguments &arguments)
-{
-    OutputFiles files;
-    if (!plan(arguments, files))
+    if (!report(messages))
         return 1;
+    if (onlyChecks)
+        return finish(arguments.site + ": no errors\n");
     writeFolder(arguments.folder, files);
     return finish(arguments.folder + ": " + std::to_string(files.size()) + " files\n");
 }
 
-int runCompare(const Arguments &arguments)
+int runCompare(ComparisonOrder order)
 {
-    ComparisonOrder order;
-    order.before = arguments.before;
-    order.after = arguments.after;
-    order.values = arguments.values;
+    constexpr int trouble = static_cast<int>(ComparisonStatus::Trouble);
     SiteFile file;
-    if (!arguments.site.empty()) {
+    if (!order.sitePath.empty()) {
         Messages messages;
-        file = readSiteFile(arguments.site, messages);
+        file = readSiteFile(order.sitePath, messages);
         if (!report(messages))
-            return static_cast<int>(ComparisonStatus::Trouble);
+            return trouble;
         order.site = &file;
-        order.sitePath = arguments.site;
     }
     const auto status = compareFiles(order, std::cout, std::cerr);
-    return finish("") == 0 ? static_cast<int>(status) : static_cast<int>(ComparisonStatus::Trouble);
+    return finish("") == 0 ? static_cast<int>(status) : trouble;
 }
 
-void addLists(CLI::App &command, Arguments &arguments)
+template <class Value>
+CLI::Option *require(CLI::App *command, const char *name, Value &value, const char *type,
+                     const char *help)
 {
-    command
-        .add_option("--pvlist", arguments.lists,
-                    "PV list of a server (/tmp/pvlist.txt), or description of a crate "
-                    "(.yaml, from zantocrate-capture); one for each crate")
-        ->type_name("FILE")
-        ->required();
-}
-
-void addSite(CLI::App &command, Arguments &arguments)
-{
-    command.add_option("site", arguments.site, "Site file")->type_name("SITE.yaml")->required();
+    return command->add_option(name, value, help)->type_name(type)->required();
 }
 
 void declare(CLI::App &app, Arguments &arguments)
@@ -116,26 +93,25 @@ void declare(CLI::App &app, Arguments &arguments)
                          "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and end");
     auto *first = app.add_subcommand("new", "Print a first site file");
-    addLists(*first, arguments);
     auto *check = app.add_subcommand("check", "Tell what is wrong in a site file");
-    addSite(*check, arguments);
-    addLists(*check, arguments);
     auto *make = app.add_subcommand("make", "Write records, access rights, alarms and screens");
-    addSite(*make, arguments);
-    addLists(*make, arguments);
-    make->add_option("--out", arguments.folder, "Folder to write")->type_name("DIR")->required();
+    auto *compare = app.add_subcommand("compare", "Tell what changed in a crate");
+    for (auto *command : {check, make})
+        require(command, "site", arguments.site, "SITE.yaml", "Site file");
+    for (auto *command : {first, check, make})
+        require(command, "--pvlist", arguments.lists, "FILE",
+                "PV list of a server (/tmp/pvlist.txt), or description of a crate "
+                "(.yaml, from zantocrate-capture); one for each crate");
+    require(make, "--out", arguments.folder, "DIR", "Folder to write");
     make->add_flag("--older-base", arguments.olderBase,
                    "For servers with EPICS base before 7: stale read-backs by database links");
-    auto *compare = app.add_subcommand("compare", "Tell what changed in a crate");
-    compare->add_option("old", arguments.before, "Crate description, captured before")
-        ->type_name("OLD.yaml")
-        ->required();
-    compare->add_option("new", arguments.after, "Crate description, captured after")
-        ->type_name("NEW.yaml")
-        ->required();
-    compare->add_option("--site", arguments.site, "Site file whose entries may need attention")
-        ->type_name("SITE.yaml");
-    compare->add_flag("!--no-values", arguments.values, "Leave out set-points that differ");
+    auto &order = arguments.comparison;
+    require(compare, "old", order.before, "OLD.yaml", "Crate description, captured before");
+    require(compare, "new", order.after, "NEW.yaml", "Crate description, captured after");
+    require(compare, "--site", order.sitePath, "SITE.yaml",
+            "Site file whose entries may need attention")
+        ->required(false);
+    compare->add_flag("!--no-values", order.values, "Leave out set-points that differ");
     app.footer("Status 0: done; of compare: no differences. 1: errors, nothing was written; of "
                "compare: differences.\n2: of compare: errors.");
 }
@@ -149,9 +125,8 @@ int run(int argc, char **argv)
     CLI11_PARSE(app, argc, argv);
     if (app.got_subcommand("new"))
         return runNew(arguments);
-    if (app.got_subcommand("check"))
-        return runCheck(arguments);
-    return app.got_subcommand("make") ? runMake(arguments) : runCompare(arguments);
+    return app.got_subcommand("compare") ? runCompare(arguments.comparison)
+                                         : runMake(arguments, app.got_subcommand("check"));
 }
 
 } // namespace
