@@ -148,19 +148,14 @@ void writeFolder(const std::string &folder, const OutputFiles &files)
 
 std::string readFile(const std::string &path)
 {
-    std::error_code code;
-    if (fs::is_directory(path, code))
-        fail(path, EISDIR);
-    errno = 0;
     std::ifstream file(path, std::ios::binary);
     if (!file)
-        fail(path, errno != 0 ? errno : EIO);
-    std::string text;
-    for (char piece[65536]; file.read(piece, sizeof piece) || file.gcount() > 0;)
-        text.append(piece, static_cast<size_t>(file.gcount()));
-    if (file.bad())
-        fail(path, EIO);
-    return text;
+        fail(path, errno);
+    try {
+        return {std::istreambuf_iterator<char>(file), {}};
+    } catch (const std::ios_base::failure &error) {
+        fail(path, error.code().value());
+    }
 }
 
 } // namespace site
