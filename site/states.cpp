@@ -1,7 +1,6 @@
 #include "states.h"
 
 #include <algorithm>
-#include <cctype>
 
 #include "recordtext.h"
 
@@ -48,7 +47,7 @@ public:
             return "";
         std::vector<std::string> sums;
         for (const PlannedBoard *board : boards) {
-            addBoard(*board, nextSum(m_crate.name, sums.size(), boards.size()));
+            addBoard(*board, sumOf(m_crate.name, sums.size(), boards.size()));
             sums.push_back(board->record + ":Channels");
         }
         addSummary(m_crate.name, sums, "");
@@ -66,7 +65,7 @@ private:
                 channels.push_back(&channel);
         std::vector<std::string> counts;
         for (const PlannedChannel *channel : channels) {
-            addChannel(*channel, nextSum(board.record, counts.size(), channels.size()));
+            addChannel(*channel, sumOf(board.record, counts.size(), channels.size()));
             counts.push_back(channel->stateRecord() + ":Count");
             m_entries.push_back(stateEntry(*channel));
         }
@@ -122,59 +121,53 @@ private:
         return record.field("FLNK", state + ":Count").text();
     }
 
-    static std::string partOf(const std::string &whole, int level, size_t index)
-    {
-        return whole + ":Channels:" + std::to_string(level) + ":" + std::to_string(index);
-    }
-
     // The record that sums up one of `count` others, at the first level unless told.
-    static std::string nextSum(const std::string &whole, size_t index, size_t count, int level = 0)
+    static std::string sumOf(const std::string &whole, size_t index, size_t count, int level = 0)
     {
-        return count <= calcInputs ? whole + ":Channels" : partOf(whole, level, index / calcInputs);
-    }
-
-    static std::string sum(size_t count)
-    {
-        std::string text;
-        for (size_t index = 0; index < count; ++index)
-            text += (index == 0 ? "" : "+") + std::string(1, static_cast<char>('A' + index));
-        return text;
+        const std::string total = whole + ":Channels";
+        return count <= calcInputs
+                   ? total
+                   : total + ":" + std::to_string(level) + ":" + std::to_string(index / calcInputs);
     }
 
     void addSum(const std::string &record, const std::vector<std::string> &parts,
                 const std::string &next)
     {
         RecordText text("calc", record);
-        for (size_t index = 0; index < parts.size(); ++index)
-            text.field(std::string("INP") + static_cast<char>('A' + index), input(parts[index]));
-        m_text += text.field("CALC", sum(parts.size())).field("FLNK", next).text();
+        std::string sum;
+        for (size_t index = 0; index < parts.size(); ++index) {
+            const std::string letter(1, static_cast<char>('A' + index));
+            text.field("INP" + letter, input(parts[index]));
+            sum += (index == 0 ? "" : "+") + letter;
+        }
+        m_text += text.field("CALC", sum).field("FLNK", next).text();
     }
 
     // Sums of at most twelve of them, sums of these, and so on.
-    void addTotal(const std::string &whole, std::vector<std::string> summands)
+    void addTotal(const std::string &whole, const std::vector<std::string> &summands, int level = 0)
     {
-        for (int level = 0; summands.size() > calcInputs; ++level) {
-            std::vector<std::string> parts;
-            const size_t count = (summands.size() + calcInputs - 1) / calcInputs;
-            for (size_t index = 0; index < count; ++index) {
-                const auto begin = summands.begin() + static_cast<ptrdiff_t>(index * calcInputs);
-                const auto left = summands.end() - begin;
-                const auto end = begin + std::min<ptrdiff_t>(left, calcInputs);
-                parts.push_back(partOf(whole, level, index));
-                addSum(parts.back(), {begin, end}, nextSum(whole, index, count, level + 1));
-            }
-            summands = std::move(parts);
+        const size_t count = summands.size();
+        if (count <= calcInputs)
+            return addSum(whole + ":Channels", summands, whole + ":" + channelsOn);
+        std::vector<std::string> sums;
+        const size_t sumCount = (count + calcInputs - 1) / calcInputs;
+        for (size_t begin = 0; begin < count; begin += calcInputs) {
+            const auto *first = summands.data() + begin;
+            const std::string next = sumOf(whole, sums.size(), sumCount, level + 1);
+            sums.push_back(sumOf(whole, begin, count, level));
+            addSum(sums.back(), {first, first + std::min(calcInputs, count - begin)}, next);
         }
-        addSum(whole + ":Channels", summands, whole + ":" + channelsOn);
+        addTotal(whole, sums, level + 1);
     }
 
     void addSummary(const std::string &whole, const std::vector<std::string> &summands,
                     const std::string &next)
     {
         addTotal(whole, summands);
-        addCount(whole, channelsOn, "A-1E4*FLOOR(A/1E4)", channelsRamping);
-        addCount(whole, channelsRamping, "FLOOR(A/1E4)-1E4*FLOOR(A/1E8)", channelsTripped);
-        addCount(whole, channelsTripped, "FLOOR(A/1E8)", worstSeverity);
+        addCount(whole, channelsOn, "Channels on", "A-1E4*FLOOR(A/1E4)", channelsRamping);
+        addCount(whole, channelsRamping, "Channels ramping", "FLOOR(A/1E4)-1E4*FLOOR(A/1E8)",
+                 channelsTripped);
+        addCount(whole, channelsTripped, "Channels tripped", "FLOOR(A/1E8)", worstSeverity);
         RecordText worst("mbbi", whole + ":" + worstSeverity);
         worst.field("DESC", "Worst severity of the channels");
         worst.field("INP", input(whole + ":Channels.SEVR", "NPP MS"));
@@ -186,22 +179,14 @@ private:
         m_text += worst.text();
     }
 
-    void addCount(const std::string &whole, const std::string &name, const char *expression,
-                  const char *next)
+    void addCount(const std::string &whole, const char *name, const char *description,
+                  const char *expression, const char *next)
     {
         RecordText record("calc", whole + ":" + name);
-        record.field("DESC", "Channels " + lower(name.substr(8)));
+        record.field("DESC", description);
         record.field("INPA", input(whole + ":Channels", "NPP MSI"));
         record.field("CALC", expression).field("FLNK", whole + ":" + next);
         m_text += record.text();
-    }
-
-    static std::string lower(std::string text)
-    {
-        std::transform(text.begin(), text.end(), text.begin(), [](unsigned char letter) {
-            return static_cast<char>(std::tolower(letter));
-        });
-        return text;
     }
 
     // Processes every Word once when the connection is lost. When it is back the status records,
