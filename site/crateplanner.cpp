@@ -16,11 +16,9 @@ std::set<std::string> recordsOf(const std::vector<Crate> &crates)
     for (const Crate &crate : crates)
         forEachList(crate, [&](const Parameters &parameters, auto...) {
             for (const Parameter &each : parameters) {
-                records.insert(each.record);
-                if (!each.isSetPoint())
-                    continue;
-                records.insert(each.record + ":RBV");
-                records.insert(each.record + ":Sync");
+                records.insert({each.record, each.readBack()});
+                if (each.isSetPoint())
+                    records.insert(each.record + ":Sync");
             }
         });
     return records;
@@ -37,38 +35,38 @@ std::string numbered(const std::string &pattern, int number)
     return sim::NamePattern{pattern, 0}.nameOf(static_cast<size_t>(number)).value_or(pattern);
 }
 
-// Numbers of a range that the crate does not have. Of "all" slots one with each channel is enough.
-void checkRange(const Range &range, int line, bool ofChannels, const Crate &crate,
-                sim::Findings &findings)
+// What of a range the crate does not have; empty: nothing. Of "all" slots one with each channel is
+// enough.
+std::string missing(const Range &range, const Crate &crate)
 {
-    const auto unknown = [&](const std::string &what) {
-        findings.add(line, "", "crate \"" + crate.name + "\" has no " + what);
-    };
     const bool allSlots = range.slots.last == openEnd;
     for (int slot = range.slots.first; !allSlots && slot <= range.slots.last; ++slot)
         if (crate.find(slot) == nullptr)
-            return unknown("board in slot " + std::to_string(slot));
-    if (!ofChannels || range.channels.last == openEnd)
-        return;
-    for (int channel = range.channels.first; channel <= range.channels.last; ++channel) {
+            return "board in slot " + std::to_string(slot);
+    const bool allChannels = range.channels.last == openEnd;
+    for (int channel = range.channels.first; !allChannels && channel <= range.channels.last;
+         ++channel) {
         const auto lacks = [&](const Board &board) {
             return range.slots.hold(board.slot) && board.find(channel) == nullptr;
         };
         const auto lacking = std::find_if(crate.boards.begin(), crate.boards.end(), lacks);
-        if (allSlots ? std::all_of(crate.boards.begin(), crate.boards.end(), lacks)
-                     : lacking != crate.boards.end())
-            return unknown("channel " + (allSlots ? std::to_string(channel)
-                                                  : crate.recordOf(lacking->slot, channel)));
+        if (!allSlots && lacking != crate.boards.end())
+            return "channel " + crate.recordOf(lacking->slot, channel);
+        if (allSlots && std::all_of(crate.boards.begin(), crate.boards.end(), lacks))
+            return "channel " + std::to_string(channel);
     }
+    return "";
 }
 
-void checkRanges(const std::vector<Entry> &entries, bool ofChannels, const Crate &crate,
-                 sim::Findings &findings)
+void checkRanges(const SiteFile &file, const Crate &crate, sim::Findings &findings)
 {
-    for (const Entry &entry : entries)
-        for (const Range &range : entry.ranges.value)
-            if (isOf(entry, crate))
-                checkRange(range, entry.ranges.line, ofChannels, crate, findings);
+    forEachEntry(file, [&](const Entry &entry, EntryKind) {
+        for (const Range &range : entry.ranges.value) {
+            const std::string what = isOf(entry, crate) ? missing(range, crate) : "";
+            if (!what.empty())
+                findings.add(entry.ranges.line, "", "crate \"" + crate.name + "\" has no " + what);
+        }
+    });
 }
 
 bool canHaveLimits(const Parameter &parameter)
@@ -181,8 +179,7 @@ CratePlanner::CratePlanner(const SiteFile &file, const std::vector<Crate> &crate
 
 PlannedCrate CratePlanner::plan(const Crate &crate, const CrateEntry &entry)
 {
-    checkRanges(m_file.channels, true, crate, m_findings);
-    checkRanges(m_file.boards, false, crate, m_findings);
+    checkRanges(m_file, crate, m_findings);
     const auto said = merged(crate, m_file.system, -1, -1, crate.parameters);
     PlannedCrate planned;
     planned.crate = &crate;
@@ -249,11 +246,10 @@ PlannedChannel CratePlanner::planChannel(const Crate &crate, const Board &board,
 
 void CratePlanner::setState(PlannedChannel &planned, const Entry &said)
 {
-    for (size_t state = 0; state < stateCount; ++state) {
-        const auto own = said.states.find(static_cast<State>(state));
-        planned.severities.at(state) =
-            own != said.states.end() ? own->second.value : stateWords().at(state).severity;
-    }
+    for (size_t state = 0; state < stateCount; ++state)
+        planned.severities.at(state) = stateWords().at(state).severity;
+    for (const auto &[state, severity] : said.states)
+        planned.severities.at(static_cast<size_t>(state)) = severity.value;
     const auto *status = planned.roles.status;
     if (status == nullptr || status->parameter->type != "ai")
         return;
