@@ -1,111 +1,287 @@
 #include "planner.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
-#include "crateplanner.h"
+#include "description/channelnames.h"
+#include "mergedentry.h"
 #include "pvlist/names.h"
+#include "sitechecks.h"
+#include "states.h"
 
 namespace site {
 
 namespace {
 
-// The one of that name, or null.
-template <class List> auto named(const List &list, const std::string &name)
+std::set<std::string> recordsOf(const std::vector<Crate> &crates)
 {
-    const auto found =
-        std::find_if(list.begin(), list.end(), [&](const auto &each) { return each.name == name; });
-    return found == list.end() ? nullptr : &*found;
-}
-
-std::string namesOf(const std::vector<Crate> &crates)
-{
-    std::string names;
+    std::set<std::string> records;
     for (const Crate &crate : crates)
-        names += (names.empty() ? "" : ", ") + crate.name;
-    return names;
-}
-
-void checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
-{
-    for (const CrateEntry &entry : file.crates)
-        if (named(crates, entry.name) == nullptr)
-            findings.add(entry.line, "",
-                         "no PV list is that of crate \"" + entry.name +
-                             "\"; given: " + namesOf(crates));
-    for (const Crate &crate : crates) {
-        if (named(file.crates, crate.name) == nullptr)
-            findings.add(0, "",
-                         "has no crate \"" + crate.name + "\", of which " + crate.file + " is");
-        if (named(crates, crate.name) != &crate)
-            findings.add(0, "",
-                         "two lists are of a crate \"" + crate.name +
-                             "\": " + named(crates, crate.name)->file + " and " + crate.file);
-    }
-}
-
-// Which crate the entry speaks of, and which groups.
-void checkEntry(const Entry &entry, EntryKind kind, const SiteFile &file, sim::Findings &findings)
-{
-    const auto &name = entry.crate.value;
-    if (kind != EntryKind::Defaults && name.empty() && file.crates.size() > 1)
-        findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
-    if (!name.empty() && named(file.crates, name) == nullptr)
-        findings.add(entry.crate.line, "", "no crate is called \"" + printable(name) + "\"");
-    for (const auto &[parameter, group] : entry.access)
-        if (file.groups.count(group.value) == 0)
-            findings.add(group.line, "",
-                         "no access group is called \"" + printable(group.value) + "\"");
-}
-
-// The parameters of all channels, those that are alike once.
-Parameters channelParameters(const std::vector<Crate> &crates)
-{
-    Parameters all;
-    std::set<std::string> seen;
-    for (const Crate &crate : crates)
-        forEachList(crate, [&](const Parameters &list, auto *, auto *channel) {
-            for (const Parameter &each : list)
-                if (channel != nullptr &&
-                    seen.insert(each.name + "/" + each.type + "/" + (each.readable ? "r" : ""))
-                        .second)
-                    all.push_back(each);
+        forEachList(crate, [&](const Parameters &parameters, auto...) {
+            for (const Parameter &each : parameters) {
+                records.insert({each.record, each.readBack()});
+                if (each.isSetPoint())
+                    records.insert(each.record + ":Sync");
+            }
         });
+    return records;
+}
+
+// The text with the number for its run of "#"; the text itself unless it has one run.
+std::string numbered(const std::string &pattern, int number)
+{
+    return sim::NamePattern{pattern, 0}.nameOf(static_cast<size_t>(number)).value_or(pattern);
+}
+
+// What is said of the parameter, or else of all of them, if it fits; or null.
+template <class Value>
+const Placed<Value> *given(const ByParameter<Value> &said, const Parameter &parameter,
+                           bool (*fits)(const Parameter &))
+{
+    auto found = said.find(parameter.name);
+    if (found == said.end())
+        found = said.find(allParameters);
+    return found == said.end() || !fits(parameter) ? nullptr : &found->second;
+}
+
+template <class Value, class Given> void set(Value &value, const Given &given)
+{
+    if (given)
+        value = given->value;
+}
+
+AlarmHandling alarmOf(const Entry &said)
+{
+    AlarmHandling alarm;
+    set(alarm.guidance, said.guidance);
+    set(alarm.delay, said.delay);
+    set(alarm.latching, said.latching);
+    set(alarm.annunciating, said.annunciating);
+    return alarm;
+}
+
+ChannelRoles rolesOf(const std::vector<PlannedParameter> &parameters, const SiteFile &file)
+{
+    ChannelRoles roles;
+    for (const RoleNames &names : roleNames)
+        for (const PlannedParameter &each : parameters)
+            if (each.parameter->name == file.parameters.at(names.key))
+                roles.*names.role = &each;
+    return roles;
+}
+
+// Whether the hardware knows such a value.
+void checkValue(double value, const Parameter &parameter, int line, const MergedEntry &said)
+{
+    if (parameter.low && parameter.high && (value < *parameter.low || value > *parameter.high))
+        said.report(line, "hardware limits " + numberText(*parameter.low) + " to " +
+                              numberText(*parameter.high) + " of " + parameter.name + "; " +
+                              numberText(value) + " is beyond them");
+}
+
+PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &merged)
+{
+    const Entry &said = merged.get();
+    PlannedParameter planned;
+    planned.parameter = &parameter;
+    const auto *limits = given(said.limits, parameter, canHaveLimits);
+    const auto *drive = given(said.drive, parameter, canBeDriven);
+    set(planned.limits, limits);
+    set(planned.drive, drive);
+    set(planned.archive, given(said.archive, parameter, canBeRead));
+    set(planned.access, given(said.access, parameter, canBeWritten));
+    for (const ThresholdWords &words : thresholdWords)
+        if (const auto &threshold = planned.limits.*words.threshold)
+            checkValue(threshold->limit, parameter, limits->line, merged);
+    if (drive != nullptr)
+        for (const double value : {planned.drive->low, planned.drive->high})
+            checkValue(value, parameter, drive->line, merged);
+    return planned;
+}
+
+std::vector<PlannedParameter> planParameters(const Parameters &parameters, const MergedEntry &said)
+{
+    std::vector<PlannedParameter> all;
+    for (const Parameter &parameter : parameters)
+        all.push_back(planParameter(parameter, said));
     return all;
 }
 
-void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
-{
-    forEachEntry(
-        file, [&](const Entry &entry, EntryKind kind) { checkEntry(entry, kind, file, findings); });
-    checkParameters(file.defaults, channelParameters(crates),
-                    [&](int line, const std::string &text) {
-                        findings.add(line, "", "no channel has a " + text);
-                    });
-}
+// Plans one crate after the other, and sees that no name is used twice.
+class CratePlanner {
+public:
+    CratePlanner(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings,
+                 std::vector<std::string> &notes)
+        : m_file(file), m_findings(findings), m_notes(notes), m_records(recordsOf(crates))
+    {
+    }
+
+    PlannedCrate plan(const Crate &crate, const CrateEntry &entry)
+    {
+        const auto said = merged(crate, m_file.system, -1, -1, crate.parameters);
+        PlannedCrate planned;
+        planned.crate = &crate;
+        planned.name = crate.name;
+        planned.description = entry.description;
+        planned.hasHealth = true;
+        planned.alarm = alarmOf(said.get());
+        planned.parameters = planParameters(crate.parameters, said);
+        for (const Board &board : crate.boards)
+            planned.boards.push_back(planBoard(crate, board));
+        return planned;
+    }
+
+private:
+    MergedEntry merged(const Crate &crate, const std::vector<Entry> &entries, int slot, int channel,
+                       const Parameters &parameters)
+    {
+        MergedEntry said(crate.recordOf(slot, channel), m_findings);
+        said.number = channel;
+        for (const Entry &entry : entries) {
+            if (!isOf(entry, crate) || !entry.covers(slot, channel))
+                continue;
+            said.add(entry);
+            // Counts on through all the channels that the entry speaks of.
+            if (entry.first)
+                said.number = *entry.first + m_counted[&entry]++;
+            checkParameters(entry, parameters, [&](int line, const std::string &text) {
+                said.report(line, "no " + text);
+            });
+        }
+        return said;
+    }
+
+    PlannedBoard planBoard(const Crate &crate, const Board &board)
+    {
+        const auto said = merged(crate, m_file.boards, board.slot, -1, board.parameters);
+        PlannedBoard planned;
+        planned.slot = board.slot;
+        planned.record = crate.recordOf(board.slot);
+        planned.alarm = alarmOf(said.get());
+        set(planned.description, said.get().description);
+        planned.parameters = planParameters(board.parameters, said);
+        for (const Channel &channel : board.channels)
+            planned.channels.push_back(planChannel(crate, board, channel));
+        return planned;
+    }
+
+    PlannedChannel planChannel(const Crate &crate, const Board &board, const Channel &channel)
+    {
+        auto said = merged(crate, m_file.channels, board.slot, channel.number, channel.parameters);
+        said.addDefaults(m_file.defaults);
+        PlannedChannel planned;
+        planned.slot = board.slot;
+        planned.number = channel.number;
+        planned.record = crate.recordOf(board.slot, channel.number);
+        planned.alarm = alarmOf(said.get());
+        planned.parameters = planParameters(channel.parameters, said);
+        name(planned, said);
+        describe(planned, said);
+        planned.roles = rolesOf(planned.parameters, m_file);
+        setState(planned, said.get());
+        return planned;
+    }
+
+    void setState(PlannedChannel &planned, const Entry &said)
+    {
+        for (size_t state = 0; state < stateCount; ++state)
+            planned.severities.at(state) = stateWords().at(state).severity;
+        for (const auto &[state, severity] : said.states)
+            planned.severities.at(static_cast<size_t>(state)) = severity.value;
+        const auto *status = planned.roles.status;
+        if (status == nullptr || status->parameter->type != "ai")
+            return;
+        const bool isTaken = m_records.count(planned.stateRecord()) != 0;
+        planned.hasState = !isTaken && isRecordName(longestStateRecord(planned));
+        if (!planned.hasState)
+            m_notes.push_back(planned.record +
+                              (isTaken ? " has a parameter called State" : " is too long a name") +
+                              ": it gets no State record");
+        else if (said.name)
+            claim(planned.shownState(), said.name->line);
+    }
+
+    void name(PlannedChannel &planned, const MergedEntry &said)
+    {
+        const auto &pattern = said.get().name;
+        if (!pattern)
+            return;
+        planned.name = numbered(pattern->value, said.number);
+        for (PlannedParameter &each : planned.parameters) {
+            each.alias = planned.name + ":" + each.parameter->name;
+            claim(each.alias, pattern->line);
+            if (each.parameter->isSetPoint())
+                claim(each.shownReadBack(), pattern->line);
+        }
+    }
+
+    void describe(PlannedChannel &planned, const MergedEntry &said)
+    {
+        const auto &pattern = said.get().description;
+        if (!pattern)
+            return;
+        planned.description = numbered(pattern->value, said.number);
+        if (planned.description.find('$') != std::string::npos)
+            m_findings.add(pattern->line, "", "a description cannot hold a dollar");
+        for (PlannedParameter &each : planned.parameters) {
+            each.description = planned.description + " " + each.parameter->name;
+            if (each.description.size() > longestDescription)
+                addOnce(m_findings, pattern->line, "description \"" + each.description + "\"",
+                        " is longer than " + std::to_string(longestDescription) + " bytes");
+        }
+    }
+
+    void claim(const std::string &alias, int line)
+    {
+        const auto complain = [&](const std::string &text) {
+            addOnce(m_findings, line, "name \"" + alias + "\"", " " + text);
+        };
+        if (alias.size() > longestRecordName)
+            complain("is longer than " + std::to_string(longestRecordName) + " bytes");
+        else if (!isRecordName(alias))
+            complain(
+                "holds what no record name can: a blank, a quote, a backslash, a dollar, a dot");
+        if (m_records.count(alias) != 0)
+            complain("is that of a record");
+        const auto [taken, isNew] = m_aliases.emplace(alias, line);
+        if (!isNew)
+            complain("is taken twice" + (taken->second == line
+                                             ? std::string()
+                                             : ", first in line " + std::to_string(taken->second)));
+    }
+
+    const SiteFile &m_file;
+    sim::Findings &m_findings;
+    std::vector<std::string> &m_notes;
+    const std::set<std::string> m_records; // of all crates
+    std::map<std::string, int> m_aliases;  // with their lines
+    // What patterns have counted, by entry.
+    std::map<const Entry *, int> m_counted;
+};
 
 } // namespace
 
 Planning makePlan(const SiteFile &file, const std::vector<Crate> &crates)
 {
     Planning planning;
-    sim::Findings findings;
-    checkCrates(file, crates, findings);
-    checkEntries(file, crates, findings);
-    planning.plan.title = file.title;
-    planning.plan.stale = file.stale;
-    planning.plan.users = file.users;
-    planning.plan.hosts = file.hosts;
+    Plan &plan = planning.plan;
+    plan.title = file.title;
+    plan.stale = file.stale;
+    plan.users = file.users;
+    plan.hosts = file.hosts;
     for (const auto &[name, group] : file.groups)
-        planning.plan.groups[name] = group.value;
+        plan.groups[name] = group.value;
+    sim::Findings findings;
+    if (checkCrates(file, crates, findings)) {
+        checkEntries(file, crates, findings);
+        CratePlanner planner(file, crates, findings, planning.notes);
+        for (const CrateEntry &entry : file.crates)
+            for (const Crate &crate : crates)
+                if (crate.name == entry.name)
+                    plan.crates.push_back(planner.plan(crate, entry));
+    }
     planning.findings = findings.take();
-    if (!planning.findings.empty())
-        return planning;
-    sim::Findings more;
-    CratePlanner planner(file, crates, more, planning.notes);
-    for (const CrateEntry &entry : file.crates)
-        planning.plan.crates.push_back(planner.plan(*named(crates, entry.name), entry));
-    planning.findings = more.take();
     return planning;
 }
 

@@ -287,7 +287,7 @@ TEST(SitePlanErrors, ALongNameThatJustFitsIsTaken)
 TEST(SitePlanErrors, AMistakeIsToldOnce)
 {
     for (const char *text :
-         {"access: {Other: A}", "limits: {Pw: {high: 1}}", "limits: {VSet: {high: 2001}}",
+         {"archive: {Other: monitor}", "limits: {Pw: {high: 1}}", "limits: {VSet: {high: 2001}}",
           "drive: {VSet: [0, 2001]}", "access: NOBODY"})
         EXPECT_EQ(1U, errorsOf(std::string("channels: [{channels: all, ") + text + "}]\n",
                                {limitedCrate()})

@@ -1,0 +1,145 @@
+#include "sitechecks.h"
+
+#include <algorithm>
+
+#include "pvlist/names.h"
+
+namespace site {
+
+namespace {
+
+// The one of that name, or null.
+template <class List> auto named(const List &list, const std::string &name)
+{
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&](const auto &each) { return each.name == name; });
+    return found == list.end() ? nullptr : &*found;
+}
+
+std::string namesOf(const std::vector<Crate> &crates)
+{
+    std::string names;
+    for (const Crate &crate : crates)
+        names += (names.empty() ? "" : ", ") + crate.name;
+    return names;
+}
+
+// Which crate the entry speaks of, and which groups.
+void checkEntry(const Entry &entry, EntryKind kind, const SiteFile &file, sim::Findings &findings)
+{
+    const auto &name = entry.crate.value;
+    if (kind != EntryKind::Defaults && name.empty() && file.crates.size() > 1)
+        findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
+    if (!name.empty() && named(file.crates, name) == nullptr)
+        findings.add(entry.crate.line, "", "no crate is called \"" + printable(name) + "\"");
+    for (const auto &[parameter, group] : entry.access)
+        if (file.groups.count(group.value) == 0)
+            findings.add(group.line, "",
+                         "no access group is called \"" + printable(group.value) + "\"");
+}
+
+// What of a range the crate does not have; empty: nothing. Of "all" slots one with each channel is
+// enough.
+std::string missing(const Range &range, const Crate &crate)
+{
+    const bool allSlots = range.slots.last == openEnd;
+    for (int slot = range.slots.first; !allSlots && slot <= range.slots.last; ++slot)
+        if (crate.find(slot) == nullptr)
+            return "board in slot " + std::to_string(slot);
+    const bool allChannels = range.channels.last == openEnd;
+    for (int channel = range.channels.first; !allChannels && channel <= range.channels.last;
+         ++channel) {
+        const auto lacks = [&](const Board &board) {
+            return range.slots.hold(board.slot) && board.find(channel) == nullptr;
+        };
+        const auto lacking = std::find_if(crate.boards.begin(), crate.boards.end(), lacks);
+        if (!allSlots && lacking != crate.boards.end())
+            return "channel " + crate.recordOf(lacking->slot, channel);
+        if (allSlots && std::all_of(crate.boards.begin(), crate.boards.end(), lacks))
+            return "channel " + std::to_string(channel);
+    }
+    return "";
+}
+
+void checkRanges(const Entry &entry, const Crate &crate, sim::Findings &findings)
+{
+    for (const Range &range : entry.ranges.value) {
+        const std::string what = missing(range, crate);
+        if (!what.empty())
+            findings.add(entry.ranges.line, "", "crate \"" + crate.name + "\" has no " + what);
+    }
+}
+
+// The parameters of all channels.
+Parameters channelParameters(const std::vector<Crate> &crates)
+{
+    Parameters all;
+    for (const Crate &crate : crates)
+        forEachList(crate, [&](const Parameters &list, auto *, auto *channel) {
+            if (channel != nullptr)
+                all.insert(all.end(), list.begin(), list.end());
+        });
+    return all;
+}
+
+} // namespace
+
+bool isOf(const Entry &entry, const Crate &crate)
+{
+    return entry.crate.value.empty() || entry.crate.value == crate.name;
+}
+
+bool checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
+{
+    bool doFit = true;
+    const auto complain = [&](int line, const std::string &text) {
+        findings.add(line, "", text);
+        doFit = false;
+    };
+    for (const CrateEntry &entry : file.crates)
+        if (named(crates, entry.name) == nullptr)
+            complain(entry.line, "no PV list is that of crate \"" + entry.name +
+                                     "\"; given: " + namesOf(crates));
+    for (const Crate &crate : crates) {
+        if (named(file.crates, crate.name) == nullptr)
+            complain(0, "has no crate \"" + crate.name + "\", of which " + crate.file + " is");
+        if (named(crates, crate.name) != &crate)
+            complain(0, "two lists are of a crate \"" + crate.name +
+                            "\": " + named(crates, crate.name)->file + " and " + crate.file);
+    }
+    return doFit;
+}
+
+void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
+{
+    forEachEntry(file, [&](const Entry &entry, EntryKind kind) {
+        checkEntry(entry, kind, file, findings);
+        for (const Crate &crate : crates)
+            if (isOf(entry, crate))
+                checkRanges(entry, crate, findings);
+    });
+    checkParameters(file.defaults, channelParameters(crates),
+                    [&](int line, const std::string &text) {
+                        findings.add(line, "", "no channel has a " + text);
+                    });
+}
+
+void checkParameters(const Entry &entry, const Parameters &parameters,
+                     const std::function<void(int, const std::string &)> &complain)
+{
+    const auto check = [&](const auto &said, auto fits, const char *wanted) {
+        for (const auto &[name, placed] : said) {
+            const auto isIt = [&, &wantedName = name](const Parameter &each) {
+                return each.name == wantedName && fits(each);
+            };
+            if (name != allParameters && std::none_of(parameters.begin(), parameters.end(), isIt))
+                complain(placed.line, "parameter \"" + printable(name) + "\" that can " + wanted);
+        }
+    };
+    check(entry.limits, canHaveLimits, "have alarm limits");
+    check(entry.drive, canBeDriven, "have drive limits");
+    check(entry.access, canBeWritten, "be written");
+    check(entry.archive, canBeRead, "be read");
+}
+
+} // namespace site
