@@ -107,6 +107,16 @@ std::optional<Severity> readSeverity(const Field &field)
     return std::nullopt;
 }
 
+// Two items, or none after the reason has been reported.
+std::vector<Field> readPair(const Field &field, const std::string &wanted)
+{
+    const auto items = field.isList() ? field.items() : std::vector<Field>();
+    if (items.size() == 2)
+        return items;
+    field.report("\"" + field.name() + "\" is not " + wanted);
+    return {};
+}
+
 // A number, or a number and its severity: [1900, MAJOR].
 std::optional<Threshold> readThreshold(const Field &field, Severity usual)
 {
@@ -114,12 +124,9 @@ std::optional<Threshold> readThreshold(const Field &field, Severity usual)
         const auto limit = finite(field);
         return limit ? std::optional(Threshold{*limit, usual}) : std::nullopt;
     }
-    const auto items = field.items();
-    if (items.size() != 2) {
-        field.report("\"" + field.name() +
-                     "\" is not a limit with its severity, as in [100, MAJOR]");
+    const auto items = readPair(field, "a limit with its severity, as in [100, MAJOR]");
+    if (items.empty())
         return std::nullopt;
-    }
     const auto limit = finite(items[0]);
     const auto severity = readSeverity(items[1]);
     return limit && severity ? std::optional(Threshold{*limit, *severity}) : std::nullopt;
@@ -149,13 +156,9 @@ std::optional<AlarmLimits> readLimits(const Field &field)
 
 std::optional<DriveLimits> readDrive(const Field &field)
 {
-    const auto items = field.isList() ? field.items() : std::vector<Field>();
-    if (items.size() != 2) {
-        field.report("\"" + field.name() + "\" is not two drive limits, as in [0, 1800]");
-        return std::nullopt;
-    }
-    const auto low = finite(items[0]);
-    const auto high = finite(items[1]);
+    const auto items = readPair(field, "two drive limits, as in [0, 1800]");
+    const auto low = items.empty() ? std::nullopt : finite(items[0]);
+    const auto high = items.empty() ? std::nullopt : finite(items[1]);
     if (!low || !high)
         return std::nullopt;
     // To EPICS two equal limits are none.
@@ -165,28 +168,24 @@ std::optional<DriveLimits> readDrive(const Field &field)
 }
 
 // "monitor", "monitor 0.5", "scan 60": seconds behind the word.
-std::optional<ArchivePolicy> parsePolicy(const std::string &text)
-{
-    std::istringstream words(text);
-    std::string way;
-    words >> way;
-    ArchivePolicy policy;
-    policy.scan = way == "scan";
-    if (!words.eof())
-        words >> policy.period;
-    const bool isPeriod = policy.period >= 0.1 && policy.period <= 86400;
-    const bool isRead = words.eof() && !words.fail() && (policy.scan || way == "monitor");
-    return isRead && isPeriod ? std::optional(policy) : std::nullopt;
-}
-
 std::optional<ArchivePolicy> readPolicy(const Field &field)
 {
     const auto text = field.text();
-    const auto policy = text ? parsePolicy(*text) : std::nullopt;
-    if (text && !policy)
-        field.report("\"" + printable(*text) +
-                     "\" is not an archive policy like \"monitor\", \"monitor 1\" or \"scan 60\"");
-    return policy;
+    if (!text)
+        return std::nullopt;
+    std::istringstream words(*text);
+    std::string way;
+    ArchivePolicy policy;
+    words >> way;
+    if (!words.eof())
+        words >> policy.period;
+    policy.scan = way == "scan";
+    const bool isPeriod = policy.period >= 0.1 && policy.period <= 86400;
+    if (words.eof() && !words.fail() && isPeriod && (policy.scan || way == "monitor"))
+        return policy;
+    field.report("\"" + printable(*text) +
+                 "\" is not an archive policy like \"monitor\", \"monitor 1\" or \"scan 60\"");
+    return std::nullopt;
 }
 
 // A single value stands for all parameters, where it may.

@@ -1,6 +1,5 @@
 #include "sitefile.h"
 
-#include <algorithm>
 #include <regex>
 
 #include "description/channelset.h"
@@ -18,6 +17,15 @@ using sim::Fields;
 std::string textOr(const Field &field, const std::string &otherwise)
 {
     return field.text().value_or(otherwise);
+}
+
+// One of the two, or nothing.
+std::string wordOf(const Field &field, const std::string &first, const std::string &second)
+{
+    const auto word = field.text();
+    if (word && *word != first && *word != second)
+        field.report("\"" + field.name() + "\" is neither " + first + " nor " + second);
+    return word.value_or("");
 }
 
 std::map<std::string, std::string> readRoles(const Field &field)
@@ -66,28 +74,24 @@ NameLists readLists(const Field &field)
     return lists;
 }
 
-void checkKnown(const Field &field, const std::vector<std::string> &names, const NameLists &known,
-                const std::string &what)
+// Those of the lists that the group names.
+std::vector<std::string> readMembers(const Field &field, const NameLists &known)
 {
+    auto names = readNames(field);
     for (const auto &name : names)
         if (known.count(name) == 0)
-            field.report(what + (" is called \"" + printable(name) + "\""));
+            field.report("no list of " + field.name() + " is called \"" + printable(name) + "\"");
+    return names;
 }
 
 AccessGroup readGroup(const Field &field, const SiteFile &file)
 {
     AccessGroup group;
     Fields fields(field, "an access group");
-    const Field users = fields.optional("users");
-    const Field hosts = fields.optional("hosts");
-    const Field extent = fields.optional("fields");
+    group.users = readMembers(fields.optional("users"), file.users);
+    group.hosts = readMembers(fields.optional("hosts"), file.hosts);
+    group.allFields = wordOf(fields.optional("fields"), "values", "all") == "all";
     fields.finish();
-    checkKnown(users, group.users = readNames(users), file.users, "no list of users");
-    checkKnown(hosts, group.hosts = readNames(hosts), file.hosts, "no list of hosts");
-    const std::string written = textOr(extent, "values");
-    if (written != "values" && written != "all")
-        extent.report("\"fields\" is neither values nor all");
-    group.allFields = written == "all";
     return group;
 }
 
@@ -124,23 +128,14 @@ std::vector<CrateEntry> readCrates(const Field &list)
 {
     std::vector<CrateEntry> crates;
     for (const auto &item : list.items()) {
-        crates.push_back(readCrate(item));
-        const auto same = std::find_if(crates.begin(), crates.end() - 1, [&](const auto &each) {
-            return each.name == crates.back().name;
-        });
-        if (same != crates.end() - 1)
-            item.report("crate \"" + same->name + "\" is in line " + std::to_string(same->line) +
-                        " already");
+        const CrateEntry crate = readCrate(item);
+        for (const CrateEntry &each : crates)
+            if (each.name == crate.name)
+                item.report("crate \"" + each.name + "\" is in line " + std::to_string(each.line) +
+                            " already");
+        crates.push_back(crate);
     }
     return crates;
-}
-
-bool readStale(const Field &field)
-{
-    const auto word = field.text();
-    if (word && *word != "INVALID" && *word != "keep")
-        field.report("\"stale\" is neither INVALID nor keep");
-    return word == "INVALID";
 }
 
 std::vector<Entry> readEntries(const Field &list, EntryKind kind)
@@ -155,7 +150,7 @@ void read(const Field &document, SiteFile &file)
 {
     Fields fields(document, "the site");
     file.title = textOr(fields.required("site"), "");
-    file.stale = readStale(fields.optional("stale"));
+    file.stale = wordOf(fields.optional("stale"), "INVALID", "keep") == "INVALID";
     file.crates = readCrates(fields.required("crates"));
     file.parameters = readRoles(fields.optional("parameters"));
     readAccess(fields.optional("access"), file);
