@@ -50,22 +50,18 @@ constexpr const char *hints = R"(
 // Without quotes a name may mean something else in YAML. It holds none itself.
 std::string text(const std::string &value) { return "\"" + value + "\""; }
 
-bool exists(const std::vector<Crate> &crates, const std::string &parameter)
-{
-    for (const Crate &crate : crates)
-        for (const Board &board : crate.boards)
-            for (const Channel &channel : board.channels)
-                if (find(channel.parameters, parameter) != nullptr)
-                    return true;
-    return false;
-}
-
 std::string archive(const std::vector<Crate> &crates)
 {
     std::string list;
-    for (const std::string name : {"VMon", "IMon", "Status"})
-        if (exists(crates, name))
+    for (const std::string name : {"VMon", "IMon", "Status"}) {
+        bool exists = false;
+        for (const Crate &crate : crates)
+            forEachList(crate, [&](const Parameters &parameters, auto *, auto *channel) {
+                exists = exists || (channel != nullptr && find(parameters, name) != nullptr);
+            });
+        if (exists)
             list += (list.empty() ? "" : ", ") + name + ": monitor 1";
+    }
     return list.empty() ? "" : "  archive: {" + list + "}\n";
 }
 
