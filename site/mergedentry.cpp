@@ -1,67 +1,63 @@
 #include "mergedentry.h"
 
-#include <functional>
-
 #include "pvlist/names.h"
 
 namespace site {
 
 namespace {
 
-// Hears of what is said in two lines.
-using Twice = std::function<void(const std::string &what, int first, int second)>;
+// Where the same is said, first and again; 0: nowhere.
+struct Twice {
+    int first = 0;
+    int second = 0;
+};
 
 template <class Value>
-void take(std::optional<Placed<Value>> &into, const std::optional<Placed<Value>> &from,
-          const char *what, const Twice &twice)
+Twice take(std::optional<Placed<Value>> &into, const std::optional<Placed<Value>> &from)
 {
-    if (!into)
+    if (into && from)
+        return {into->line, from->line};
+    if (from)
         into = from;
-    else if (from)
-        twice(what, into->line, from->line);
+    return {};
 }
 
 template <class Key, class Value>
-void take(std::map<Key, Placed<Value>> &into, const std::map<Key, Placed<Value>> &from,
-          const char *what, const Twice &twice)
+Twice take(std::map<Key, Placed<Value>> &into, const std::map<Key, Placed<Value>> &from)
 {
+    Twice twice;
     for (const auto &[key, value] : from) {
         const auto [place, isNew] = into.emplace(key, value);
         if (!isNew)
-            twice(what, place->second.line, value.line);
+            twice = {place->second.line, value.line};
     }
-}
-
-void merge(Entry &into, const Entry &from, const Twice &twice)
-{
-    take(into.name, from.name, "a name", twice);
-    take(into.description, from.description, "a description", twice);
-    take(into.limits, from.limits, "alarm limits", twice);
-    take(into.drive, from.drive, "drive limits", twice);
-    take(into.access, from.access, "an access group", twice);
-    take(into.archive, from.archive, "an archive policy", twice);
-    take(into.states, from.states, "this state's severity", twice);
-    take(into.guidance, from.guidance, "guidance", twice);
-    take(into.delay, from.delay, "a delay", twice);
-    take(into.latching, from.latching, "latching", twice);
-    take(into.annunciating, from.annunciating, "annunciating", twice);
+    return twice;
 }
 
 } // namespace
 
-void MergedEntry::add(const Entry &entry)
+void MergedEntry::add(const Entry &entry, bool isDefaults)
 {
     if (m_isTwice)
         return;
-    merge(m_merged, entry, [this](const std::string &what, int first, int second) {
+    const auto merge = [&](auto member, const std::string &what) {
+        const Twice twice = take(m_merged.*member, entry.*member);
+        if (twice.second == 0 || isDefaults)
+            return;
         m_isTwice = true;
-        report(second, what + " in line " + std::to_string(first) + " already");
-    });
-}
-
-void MergedEntry::addDefaults(const Entry &defaults)
-{
-    merge(m_merged, defaults, [](const std::string &, int, int) {});
+        report(twice.second, what + " in line " + std::to_string(twice.first) + " already");
+    };
+    merge(&Entry::name, "a name");
+    merge(&Entry::description, "a description");
+    merge(&Entry::limits, "alarm limits");
+    merge(&Entry::drive, "drive limits");
+    merge(&Entry::access, "an access group");
+    merge(&Entry::archive, "an archive policy");
+    merge(&Entry::states, "this state's severity");
+    merge(&Entry::guidance, "guidance");
+    merge(&Entry::delay, "a delay");
+    merge(&Entry::latching, "latching");
+    merge(&Entry::annunciating, "annunciating");
 }
 
 void MergedEntry::report(int line, const std::string &text) const

@@ -19,10 +19,9 @@ public:
     {
     }
 
-    // Two entries must not say the same thing; what comes after these is passed over.
-    void add(const Entry &entry);
-    // These hold where no entry says anything.
-    void addDefaults(const Entry &defaults);
+    // Two entries must not say the same thing; what comes after these is passed over. Defaults
+    // come last, and hold where no entry says anything.
+    void add(const Entry &entry, bool isDefaults = false);
 
     const Entry &get() const { return m_merged; }
 

@@ -169,7 +169,7 @@ private:
     PlannedChannel planChannel(const Crate &crate, const Board &board, const Channel &channel)
     {
         auto said = merged(crate, m_file.channels, board.slot, channel.number, channel.parameters);
-        said.addDefaults(m_file.defaults);
+        said.add(m_file.defaults, true);
         PlannedChannel planned;
         planned.slot = board.slot;
         planned.number = channel.number;
