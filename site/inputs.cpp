@@ -27,12 +27,9 @@ void addErrors(Messages &messages, const std::string &path,
 CrateReading readDescription(const std::string &path)
 {
     const auto reading = sim::readCrateFile(path);
-    CrateReading made;
-    made.findings = reading.findings;
     const auto &crate = reading.file.crate;
-    if (made.findings.empty())
-        made.crate = describedCrate(crate, crate.name);
-    return made;
+    return {reading.findings.empty() ? describedCrate(crate, crate.name) : Crate(),
+            reading.findings};
 }
 
 CrateReading readList(const std::string &path, Messages &messages)
