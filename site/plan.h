@@ -187,12 +187,16 @@ struct AccessGroup {
     bool allFields = false; // or only values
 };
 
-struct Plan {
+// What holds for the site as a whole.
+struct SiteSettings {
     std::string title;
     bool stale = false; // read-backs become INVALID when the event connection is lost
     NameLists users;
     NameLists hosts;
     std::map<std::string, AccessGroup> groups;
+};
+
+struct Plan : SiteSettings {
     std::vector<PlannedCrate> crates;
 };
 

@@ -51,16 +51,6 @@ template <class Value, class Given> void set(Value &value, const Given &given)
         value = given->value;
 }
 
-AlarmHandling alarmOf(const Entry &said)
-{
-    AlarmHandling alarm;
-    set(alarm.guidance, said.guidance);
-    set(alarm.delay, said.delay);
-    set(alarm.latching, said.latching);
-    set(alarm.annunciating, said.annunciating);
-    return alarm;
-}
-
 ChannelRoles rolesOf(const std::vector<PlannedParameter> &parameters, const SiteFile &file)
 {
     ChannelRoles roles;
@@ -100,12 +90,17 @@ PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &me
     return planned;
 }
 
-std::vector<PlannedParameter> planParameters(const Parameters &parameters, const MergedEntry &said)
+// What a channel, a board and the crate have alike.
+template <class Planned>
+void fill(Planned &planned, const Parameters &parameters, const MergedEntry &merged)
 {
-    std::vector<PlannedParameter> all;
-    for (const Parameter &parameter : parameters)
-        all.push_back(planParameter(parameter, said));
-    return all;
+    const Entry &said = merged.get();
+    for (const Parameter &each : parameters)
+        planned.parameters.push_back(planParameter(each, merged));
+    set(planned.alarm.guidance, said.guidance);
+    set(planned.alarm.delay, said.delay);
+    set(planned.alarm.latching, said.latching);
+    set(planned.alarm.annunciating, said.annunciating);
 }
 
 // Plans one crate after the other, and sees that no name is used twice.
@@ -125,8 +120,7 @@ public:
         planned.name = crate.name;
         planned.description = entry.description;
         planned.hasHealth = true;
-        planned.alarm = alarmOf(said.get());
-        planned.parameters = planParameters(crate.parameters, said);
+        fill(planned, crate.parameters, said);
         for (const Board &board : crate.boards)
             planned.boards.push_back(planBoard(crate, board));
         return planned;
@@ -158,9 +152,8 @@ private:
         PlannedBoard planned;
         planned.slot = board.slot;
         planned.record = crate.recordOf(board.slot);
-        planned.alarm = alarmOf(said.get());
+        fill(planned, board.parameters, said);
         set(planned.description, said.get().description);
-        planned.parameters = planParameters(board.parameters, said);
         for (const Channel &channel : board.channels)
             planned.channels.push_back(planChannel(crate, board, channel));
         return planned;
@@ -174,8 +167,7 @@ private:
         planned.slot = board.slot;
         planned.number = channel.number;
         planned.record = crate.recordOf(board.slot, channel.number);
-        planned.alarm = alarmOf(said.get());
-        planned.parameters = planParameters(channel.parameters, said);
+        fill(planned, channel.parameters, said);
         name(planned, said);
         describe(planned, said);
         planned.roles = rolesOf(planned.parameters, m_file);
@@ -265,13 +257,7 @@ private:
 Planning makePlan(const SiteFile &file, const std::vector<Crate> &crates)
 {
     Planning planning;
-    Plan &plan = planning.plan;
-    plan.title = file.title;
-    plan.stale = file.stale;
-    plan.users = file.users;
-    plan.hosts = file.hosts;
-    for (const auto &[name, group] : file.groups)
-        plan.groups[name] = group.value;
+    planning.plan = {static_cast<const SiteSettings &>(file), {}};
     sim::Findings findings;
     if (checkCrates(file, crates, findings)) {
         checkEntries(file, crates, findings);
@@ -279,7 +265,7 @@ Planning makePlan(const SiteFile &file, const std::vector<Crate> &crates)
         for (const CrateEntry &entry : file.crates)
             for (const Crate &crate : crates)
                 if (crate.name == entry.name)
-                    plan.crates.push_back(planner.plan(crate, entry));
+                    planning.plan.crates.push_back(planner.plan(crate, entry));
     }
     planning.findings = findings.take();
     return planning;

@@ -106,7 +106,7 @@ void readAccess(const Field &field, SiteFile &file)
         checkAccessName(entry, entry.name(), "the name of an access group");
         if (entry.name() == "DEFAULT")
             entry.report("group DEFAULT is that of all records that no group is given");
-        file.groups[entry.name()] = {readGroup(entry, file), entry.line()};
+        file.groups[entry.name()] = readGroup(entry, file);
     }
 }
 

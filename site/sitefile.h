@@ -96,14 +96,9 @@ struct CrateEntry {
     std::string description;
 };
 
-struct SiteFile {
-    std::string title;
-    bool stale = false;
+struct SiteFile : SiteSettings {
     std::map<std::string, std::string> parameters; // by the role's key; empty: none does that
     std::vector<CrateEntry> crates;
-    NameLists users;
-    NameLists hosts;
-    std::map<std::string, Placed<AccessGroup>> groups;
     Entry defaults; // for every channel; no ranges and no name
     std::vector<Entry> channels;
     std::vector<Entry> boards;

@@ -301,6 +301,7 @@ protected:
     SiteAttention()
     {
         file.crates = {{1, "HV", ""}};
+        file.channels.resize(1);
         entry().line = 12;
         entry().ranges = placed(std::vector<Range>{{0, 1, 0, 11}}, 12);
     }
@@ -314,7 +315,7 @@ protected:
         return found;
     }
 
-    SiteFile file{"", false, {}, {}, {}, {}, {}, {}, {Entry()}, {}, {}};
+    SiteFile file;
 };
 
 TEST_F(SiteAttention, NothingIsToBeDoneWithoutDifferences)
