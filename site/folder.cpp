@@ -38,6 +38,9 @@ void writeNew(const fs::path &path, const std::string &text)
         fail(path, isWritten ? errno : error);
 }
 
+// A link to one is none.
+bool isFolder(const fs::path &path) { return fs::is_directory(fs::symlink_status(path)); }
+
 // Files beside their places; those that are not put in place are removed.
 class Unfinished {
 public:
@@ -62,6 +65,8 @@ public:
 
     void write(const OutputFile &file)
     {
+        if (isFolder(m_folder / file.path))
+            fail(m_folder / file.path, EISDIR);
         const fs::path path = beside(file.path);
         makeFolder(path.parent_path());
         // What a killed run left behind.
@@ -105,17 +110,9 @@ std::vector<fs::path> oldFiles(const fs::path &folder, const std::set<std::strin
     std::vector<fs::path> old;
     std::ifstream list(folder / manifest);
     for (std::string path; std::getline(list, path);)
-        if (isBelow(path) && kept.count(path) == 0 &&
-            !fs::is_directory(fs::symlink_status(folder / path)))
+        if (isBelow(path) && kept.count(path) == 0 && !isFolder(folder / path))
             old.push_back(folder / path);
     return old;
-}
-
-void checkPlaces(const fs::path &folder, const OutputFiles &files)
-{
-    for (const auto &file : files)
-        if (fs::is_directory(fs::symlink_status(folder / file.path)))
-            fail(folder / file.path, EISDIR);
 }
 
 } // namespace
@@ -133,7 +130,6 @@ void writeFolder(const std::string &folder, const OutputFiles &files)
         all.push_back({manifest, names});
         Unfinished unfinishedFiles(folder);
         unfinishedFiles.makeFolder(folder);
-        checkPlaces(folder, all);
         for (const auto &file : all)
             unfinishedFiles.write(file);
         const auto old = oldFiles(folder, kept);
