@@ -80,27 +80,23 @@ std::string channelRanges(const Board &board)
 
 std::string newSite(const std::vector<Crate> &crates)
 {
-    std::string text = head;
-    text += "site: " + site::text(crates.front().name) + "\n\ncrates:\n";
-    for (const Crate &crate : crates)
-        text += "  - {name: " + site::text(crate.name) + ", description: \"\"}\n";
-    text += middle + archive(crates) + hints + "channels:\n";
-    size_t entries = 0;
-    for (const Crate &crate : crates)
+    std::string names;
+    std::string channels;
+    std::string boards;
+    std::string system;
+    for (const Crate &crate : crates) {
+        const std::string name = text(crate.name);
+        names += "  - {name: " + name + ", description: \"\"}\n";
+        boards += "  - {crate: " + name + ", slots: all, access: OPERATE}\n";
+        system += "  - {crate: " + name + ", access: OPERATE}\n";
         for (const Board &board : crate.boards)
-            if (!board.channels.empty() && ++entries > 0)
-                text += "  - crate: " + site::text(crate.name) + "\n    channels: \"" +
-                        channelRanges(board) + "\"\n    # name: DC:S" + std::to_string(board.slot) +
-                        ":W##\n";
-    if (entries == 0)
-        text.replace(text.size() - 1, 1, " []\n");
-    text += "\nboards:\n";
-    for (const Crate &crate : crates)
-        text += "  - {crate: " + site::text(crate.name) + ", slots: all, access: OPERATE}\n";
-    text += "\nsystem:\n";
-    for (const Crate &crate : crates)
-        text += "  - {crate: " + site::text(crate.name) + ", access: OPERATE}\n";
-    return text;
+            if (!board.channels.empty())
+                channels += "  - crate: " + name + "\n    channels: \"" + channelRanges(board) +
+                            "\"\n    # name: DC:S" + std::to_string(board.slot) + ":W##\n";
+    }
+    return head + ("site: " + text(crates.front().name)) + "\n\ncrates:\n" + names + middle +
+           archive(crates) + hints + "channels:" + (channels.empty() ? " []\n" : "\n" + channels) +
+           "\nboards:\n" + boards + "\nsystem:\n" + system;
 }
 
 } // namespace site
