@@ -1,7 +1,7 @@
 #include "database.h"
 
+#include "lists.h"
 #include "recordtext.h"
-#include "saveset.h"
 #include "states.h"
 
 namespace site {

@@ -10,7 +10,6 @@
 #include "lists.h"
 #include "pvlist/names.h"
 #include "pvlist/pvlist.h"
-#include "saveset.h"
 #include "screens.h"
 
 namespace site {

@@ -1,6 +1,10 @@
 #include "lists.h"
 
+#include <algorithm>
+#include <iomanip>
 #include <nlohmann/json.hpp>
+#include <sstream>
+#include <vector>
 
 #include "pvlist/names.h"
 
@@ -51,6 +55,28 @@ Json entry(const std::string &name, const PlannedParameter &parameter, const Pla
     return {{"name", name}, {"owner", "zantosite"}, {"properties", properties}};
 }
 
+// Which comes before which. Voltages come last, when limits and rates hold.
+constexpr const PlannedParameter *ChannelRoles::*restoredFirst[] = {
+    &ChannelRoles::voltageLimit, &ChannelRoles::currentSet, &ChannelRoles::rampUp,
+    &ChannelRoles::rampDown,     &ChannelRoles::tripTime,
+};
+
+constexpr int others = 1 + static_cast<int>(std::size(restoredFirst));
+constexpr int last = others + 1;
+
+struct Row {
+    int order;
+    const PlannedParameter *planned;
+};
+
+// A name in a table: quoted where a comma or a quote would break it.
+std::string cell(const std::string &text)
+{
+    std::ostringstream quoted;
+    quoted << std::quoted(text, '"', '"');
+    return text.find_first_of(",\"") == std::string::npos ? text : quoted.str();
+}
+
 } // namespace
 
 std::string archiveText(const Plan &plan)
@@ -77,6 +103,34 @@ std::string channelFinderText(const Plan &plan)
             list.push_back(entry(parameter.alias, parameter, place...));
     });
     return lines(list);
+}
+
+int saveOrder(const PlannedParameter &planned, const ChannelRoles &roles)
+{
+    // Numbers alone: what switches is never restored.
+    if (planned.parameter->type != "ao" || !planned.parameter->isSetPoint())
+        return 0;
+    if (&planned == roles.voltageSet)
+        return last;
+    for (size_t index = 0; index < std::size(restoredFirst); ++index)
+        if (&planned == roles.*restoredFirst[index])
+            return static_cast<int>(index) + 1;
+    return others;
+}
+
+std::string saveSetText(const Plan &plan)
+{
+    std::vector<Row> rows;
+    forEachParameter(plan, [&](const PlannedParameter &each, auto &, auto *, auto *channel) {
+        if (const int order = saveOrder(each, channel ? channel->roles : ChannelRoles()))
+            rows.push_back({order, &each});
+    });
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const Row &a, const Row &b) { return a.order < b.order; });
+    std::string text = "PV,READBACK,READ_ONLY\n";
+    for (const Row &row : rows)
+        text += cell(row.planned->shownName()) + "," + cell(row.planned->shownReadBack()) + ",0\n";
+    return text;
 }
 
 } // namespace site

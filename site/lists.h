@@ -1,4 +1,4 @@
-// Lists of PVs for an archiver and for a directory of channels, as JSON.
+// Lists of PVs: for an archiver, for a directory of channels, and to be saved and restored.
 #pragma once
 
 #include <string>
@@ -12,5 +12,14 @@ std::string archiveText(const Plan &plan);
 
 // channelfinder.json: each record with where it comes from and what it is.
 std::string channelFinderText(const Plan &plan);
+
+// When a set-point is restored: limits and rates first, voltages last. 0: never, as for anything
+// that switches. Boards and crates have no roles.
+int saveOrder(const PlannedParameter &planned, const ChannelRoles &roles);
+
+// Read by Phoebus' save and restore. Rows stand in the order of restoring.
+
+// save-set.csv: the set-points that Phoebus' save and restore reads, in the order of restoring.
+std::string saveSetText(const Plan &plan);
 
 } // namespace site

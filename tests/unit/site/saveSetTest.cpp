@@ -1,4 +1,4 @@
-#include "saveset.h"
+#include "lists.h"
 
 #include <gmock/gmock.h>
 #include <sstream>
