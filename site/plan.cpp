@@ -1,6 +1,7 @@
 #include "plan.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace site {
 
@@ -40,14 +41,12 @@ std::string PlannedParameter::shownReadBack() const
 
 bool PlannedBoard::hasStates() const
 {
-    return std::any_of(channels.begin(), channels.end(),
-                       [](const PlannedChannel &each) { return each.hasState; });
+    return std::any_of(channels.begin(), channels.end(), std::mem_fn(&PlannedChannel::hasState));
 }
 
 bool PlannedCrate::hasStates() const
 {
-    return std::any_of(boards.begin(), boards.end(),
-                       [](const PlannedBoard &each) { return each.hasStates(); });
+    return std::any_of(boards.begin(), boards.end(), std::mem_fn(&PlannedBoard::hasStates));
 }
 
 } // namespace site
