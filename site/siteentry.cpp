@@ -1,4 +1,4 @@
-#include "siteentry.h"
+#include "sitefile.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,7 +5,6 @@
 #include "description/channelset.h"
 #include "description/document.h"
 #include "pvlist/names.h"
-#include "siteentry.h"
 
 namespace site {
 
@@ -39,18 +38,13 @@ std::map<std::string, std::string> readRoles(const Field &field)
 }
 
 // In an access file nothing can be escaped, and a number or a word of its own is no name.
-bool isAccessName(const std::string &text)
+void checkAccessName(const Field &field, const std::string &text)
 {
     static const std::regex name("[A-Za-z0-9_+:.<>;[\\]-]+");
     static const std::regex word("[0-9]+|UAG|HAG|ASG|RULE|CALC|INP[A-Z]");
-    return text.size() <= longestGroupName && std::regex_match(text, name) &&
-           !std::regex_match(text, word);
-}
-
-void checkAccessName(const Field &field, const std::string &name, const char *what)
-{
-    if (!isAccessName(name))
-        field.report("\"" + printable(name) + "\" cannot be " + what);
+    if (text.size() > longestGroupName || !std::regex_match(text, name) ||
+        std::regex_match(text, word))
+        field.report("\"" + printable(text) + "\" cannot be a name in an access file");
 }
 
 std::vector<std::string> readNames(const Field &list)
@@ -58,7 +52,7 @@ std::vector<std::string> readNames(const Field &list)
     std::vector<std::string> names;
     for (const auto &item : list.items())
         if (const auto name = item.text()) {
-            checkAccessName(item, *name, "a name in an access file");
+            checkAccessName(item, *name);
             names.push_back(*name);
         }
     return names;
@@ -68,7 +62,7 @@ NameLists readLists(const Field &field)
 {
     NameLists lists;
     for (const auto &entry : field.entries()) {
-        checkAccessName(entry, entry.name(), "a name in an access file");
+        checkAccessName(entry, entry.name());
         lists[entry.name()] = readNames(entry);
     }
     return lists;
@@ -103,7 +97,7 @@ void readAccess(const Field &field, SiteFile &file)
     const Field groups = fields.optional("groups");
     fields.finish();
     for (const auto &entry : groups.entries()) {
-        checkAccessName(entry, entry.name(), "the name of an access group");
+        checkAccessName(entry, entry.name());
         if (entry.name() == "DEFAULT")
             entry.report("group DEFAULT is that of all records that no group is given");
         file.groups[entry.name()] = readGroup(entry, file);

@@ -122,6 +122,9 @@ struct SiteReading {
     std::vector<sim::Finding> findings;
 };
 
+// One of the entries. Its keys are those of the kind.
+Entry readEntry(const sim::Field &field, EntryKind kind);
+
 // Everything that is wrong in itself is found at once; nothing is known of a crate yet.
 SiteReading readSite(const std::string &yaml);
 
