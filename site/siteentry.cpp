@@ -87,7 +87,7 @@ Placed<std::vector<Range>> readPositions(const Field &field, bool ofChannels)
 // A run of # stands for a number.
 std::optional<std::string> readName(const Field &field)
 {
-    const auto name = field.text();
+    auto name = field.text();
     if (name && name->empty())
         field.report("\"name\" is empty");
     if (name && name->find('#') != std::string::npos && !sim::NamePattern{*name, 0}.nameOf(0))
@@ -110,7 +110,7 @@ std::optional<Severity> readSeverity(const Field &field)
 // Two items, or none after the reason has been reported.
 std::vector<Field> readPair(const Field &field, const std::string &wanted)
 {
-    const auto items = field.isList() ? field.items() : std::vector<Field>();
+    auto items = field.isList() ? field.items() : std::vector<Field>();
     if (items.size() == 2)
         return items;
     field.report("\"" + field.name() + "\" is not " + wanted);
