@@ -11,11 +11,16 @@ namespace site {
 
 namespace {
 
+void print(const std::vector<sim::Finding> &findings, const std::string &path, std::ostream &out)
+{
+    for (const auto &finding : findings)
+        out << sim::findingText(path, finding) << '\n';
+}
+
 std::optional<sim::CrateDescription> readDescription(const std::string &path, std::ostream &errors)
 {
     auto reading = sim::readCrateFile(path);
-    for (const auto &finding : reading.findings)
-        errors << sim::findingText(path, finding) << '\n';
+    print(reading.findings, path, errors);
     if (!reading.findings.empty())
         return std::nullopt;
     return std::move(reading.file.crate);
@@ -25,17 +30,6 @@ void print(const sim::Differences &differences, std::ostream &out)
 {
     for (const auto &line : sim::differenceLines(differences))
         out << line << '\n';
-}
-
-void printAttention(const ComparisonOrder &order, const std::string &crate,
-                    const sim::Differences &differences, std::ostream &out)
-{
-    const auto found = attention(*order.site, crate, differences);
-    if (found.empty())
-        return;
-    out << "\nEntries of " << order.sitePath << " that need attention:\n";
-    for (const auto &finding : found)
-        out << sim::findingText(order.sitePath, finding) << '\n';
 }
 
 } // namespace
@@ -56,8 +50,11 @@ ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, s
     if (!values.empty())
         out << (differences.empty() ? "" : "\n") << "Set-points and other values:\n";
     print(values, out);
-    if (order.site != nullptr)
-        printAttention(order, after->name, differences, out);
+    const auto found = order.site != nullptr ? attention(*order.site, after->name, differences)
+                                             : std::vector<sim::Finding>();
+    if (!found.empty())
+        out << "\nEntries of " << order.sitePath << " that need attention:\n";
+    print(found, order.sitePath, out);
     return ComparisonStatus::Different;
 }
 

@@ -167,7 +167,6 @@ constexpr const char *channelsTripped = "ChannelsTripped";
 constexpr const char *worstSeverity = "WorstSeverity"; // of all States: NO_ALARM, MINOR, ...
 
 struct PlannedCrate {
-    const Crate *crate = nullptr;
     std::string name; // "HV"
     std::string description;
     std::vector<PlannedParameter> parameters;

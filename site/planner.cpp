@@ -116,7 +116,6 @@ public:
     {
         const auto said = merged(crate, m_file.system, -1, -1, crate.parameters);
         PlannedCrate planned;
-        planned.crate = &crate;
         planned.name = crate.name;
         planned.description = entry.description;
         planned.hasHealth = true;

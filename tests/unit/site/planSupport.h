@@ -120,7 +120,6 @@ private:
     static PlannedCrate planned(const Crate &crate)
     {
         PlannedCrate made;
-        made.crate = &crate;
         made.name = crate.name;
         for (const Board &each : crate.boards) {
             PlannedBoard board;
