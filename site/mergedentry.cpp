@@ -1,16 +1,15 @@
 #include "mergedentry.h"
 
+#include <utility>
+
 #include "pvlist/names.h"
 
 namespace site {
 
 namespace {
 
-// Where the same is said, first and again; 0: nowhere.
-struct Twice {
-    int first = 0;
-    int second = 0;
-};
+// The lines where the same is said, first and again; 0: nowhere.
+using Twice = std::pair<int, int>;
 
 template <class Value>
 Twice take(std::optional<Placed<Value>> &into, const std::optional<Placed<Value>> &from)
@@ -41,11 +40,11 @@ void MergedEntry::add(const Entry &entry, bool isDefaults)
     if (m_isTwice)
         return;
     const auto merge = [&](auto member, const std::string &what) {
-        const Twice twice = take(m_merged.*member, entry.*member);
-        if (twice.second == 0 || isDefaults)
+        const auto [first, second] = take(m_merged.*member, entry.*member);
+        if (second == 0 || isDefaults)
             return;
         m_isTwice = true;
-        report(twice.second, what + " in line " + std::to_string(twice.first) + " already");
+        report(second, what + " in line " + std::to_string(first) + " already");
     };
     merge(&Entry::name, "a name");
     merge(&Entry::description, "a description");
