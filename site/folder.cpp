@@ -59,6 +59,9 @@ public:
 
     void makeFolder(const fs::path &path)
     {
+        const fs::path above = path.parent_path();
+        if (!above.empty() && !fs::exists(above))
+            makeFolder(above);
         if (fs::create_directories(path))
             m_made.push_back(path);
     }

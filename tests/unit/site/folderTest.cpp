@@ -126,6 +126,15 @@ TEST_F(SiteFolder, AFailureLeavesTheOldFolderAsItWas)
     EXPECT_FALSE(fs::exists(m_folder / "a.zantosite-new"));
 }
 
+TEST_F(SiteFolder, AFailureLeavesNoFolderThatItMade)
+{
+    fs::create_directory(m_folder);
+    put(m_folder / "file", "old");
+    EXPECT_NE("", refusal({{"a/b/c/new", "x"}, {"file/new", "x"}}));
+    EXPECT_FALSE(fs::exists(m_folder / "a"));
+    EXPECT_EQ((Files{{"file", "old"}}), files());
+}
+
 TEST_F(SiteFolder, WhatIsNoFolderIsRefused)
 {
     put(m_folder, "a file");
