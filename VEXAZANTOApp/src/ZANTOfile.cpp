@@ -7,6 +7,9 @@
 
 namespace {
 
+// Another server that starts in the same moment can create the file between two steps here.
+constexpr int mostAgain = 100;
+
 constexpr int openFlags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 // Nobody but this user can have opened it for writing.
@@ -53,7 +56,9 @@ int openEmpty(const char *path, uid_t user)
 
 ZANTOOutputFile::ZANTOOutputFile(const char *path, uid_t user)
 {
-    const int fd = openEmpty(path, user);
+    int fd = openEmpty(path, user);
+    for (int again = 0; fd < 0 && errno == EEXIST && again < mostAgain; ++again)
+        fd = openEmpty(path, user);
     if (fd < 0)
         return;
     m_file.reset(fdopen(fd, "w"));

@@ -2,7 +2,9 @@
 
 #include "ZANTOfile.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <thread>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -295,6 +297,25 @@ TEST_F(OutputFile, TakesTheNameOfAFileThatItMayNotWrite)
     file.write("new");
     EXPECT_TRUE(file.close());
     EXPECT_EQ(contents(name), "new");
+}
+
+// As the files of servers that start in the same moment do.
+TEST_F(OutputFile, IsOpenedWhileTheFileComesAndGoes)
+{
+    const std::string name = path("comesAndGoes");
+    std::atomic<bool> goesOn{true};
+    std::thread other([&] {
+        while (goesOn) {
+            close(open(name.c_str(), O_WRONLY | O_CREAT, 0644));
+            unlink(name.c_str());
+        }
+    });
+    int refused = 0;
+    for (int round = 0; round < 20000; ++round)
+        refused += ZANTOOutputFile(name.c_str()).isOpen() ? 0 : 1;
+    goesOn = false;
+    other.join();
+    EXPECT_EQ(refused, 0);
 }
 
 TEST_F(OutputFile, RefusesAFileThatItCannotReplace)
