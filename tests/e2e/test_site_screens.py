@@ -25,6 +25,7 @@ boards:
 
 @pytest.fixture(scope="module", name="served")
 def served_with_health(shared):
+    assert shared.clients  # with the repeater that clients leave behind otherwise
     shared.the_crate = shared.reduced_crate()
     detector.make(shared.sandbox, SITE)
     shared.the_ioc = shared.ioc(script=places.start_script("st-site.cmd"),
