@@ -32,7 +32,7 @@ namespace {
 std::atomic<int> recordCount{0};
 std::atomic<bool> serverRuns{false};
 
-double lost() { return ZANTOHealthWatch::instance().isLost() ? 1.0 : 0.0; }
+double lost() { return ZANTOHealthWatch::instance().isShownLost() ? 1.0 : 0.0; }
 double inserted() { return ZANTOPresentCounts.inserted ? 1.0 : 0.0; }
 double records() { return recordCount; }
 

@@ -30,7 +30,7 @@ void ZANTOHealthWatch::setConnected(bool connected)
 // The state is due once more: the connection may have changed while it was set here.
 void ZANTOHealthWatch::begin(const ZANTOHealthServices &services)
 {
-    services.setState(m_lost);
+    show(services, m_lost);
     std::lock_guard<std::mutex> lock(m_mutex);
     m_services = &services;
     m_stateDue = true;
@@ -61,6 +61,12 @@ void ZANTOHealthWatch::stop()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_iocRuns = false;
+}
+
+void ZANTOHealthWatch::show(const ZANTOHealthServices &services, bool lost)
+{
+    m_shownLost = lost;
+    services.setState(lost);
 }
 
 // ---- thread ----
@@ -122,7 +128,7 @@ void ZANTOHealthWatch::turn()
     if (work.services == nullptr)
         return;
     if (work.state)
-        work.services->setState(work.lost);
+        show(*work.services, work.lost);
     if (work.records) {
         work.services->showLost();
         work.services->requestScans();

@@ -37,6 +37,9 @@ public:
     // Lost until told otherwise. Known also to a watch that is never begun.
     void setConnected(bool connected);
     bool isLost() const noexcept { return m_lost; }
+    // What the state was set to last: records show the same, also where the connection has changed
+    // since then and the next turn has not begun.
+    bool isShownLost() const noexcept { return m_shownLost; }
 
     // The records are initialised and none has processed: sets the state and starts the thread.
     // `services` must live on.
@@ -65,6 +68,7 @@ private:
     };
 
     bool tellIocRuns();
+    void show(const ZANTOHealthServices &services, bool lost);
     void startThread();
     void run() noexcept;
     bool hasWork() const;
@@ -72,6 +76,7 @@ private:
     bool takeTick();
 
     std::atomic<bool> m_lost{true};
+    std::atomic<bool> m_shownLost{true};
     // Written under m_mutex, read without it.
     std::atomic<bool> m_iocRuns{false};
     std::atomic<bool> m_isBusy{false};

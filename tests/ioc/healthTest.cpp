@@ -232,15 +232,20 @@ TEST_F(HealthDeathTest, StateThenLostThenReadBacks)
                         "  field(INPB, \"lost:at:vmon\") field(CALC, \"B+A\") }\n"
                         "record(calc, \"count:CRATE:00:001:VMon\") "
                         "{ field(FLNK, \"lost:at:vmon\") }\n");
-        for (int i = 0; i < 5; ++i) {
+        const auto connectAndLose = [] {
             {
                 const Connection connection;
                 EXPECT_TRUE(allBecome(NO_ALARM));
             }
             EXPECT_TRUE(allBecome(INVALID_ALARM));
-        }
+        };
+        // Passes of the start may still run meanwhile: they are not those of a change.
+        connectAndLose();
+        const double before = number("lost:at:vmon");
+        for (int i = 0; i < 5; ++i)
+            connectAndLose();
         EXPECT_EQ(number("wrong"), 0);
-        EXPECT_EQ(number("lost:at:vmon"), 0) << "a good read-back saw Lost";
+        EXPECT_EQ(number("lost:at:vmon"), before) << "a good read-back saw Lost";
     });
 }
 

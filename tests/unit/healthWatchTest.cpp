@@ -106,6 +106,21 @@ TEST_F(HealthWatch, CarriesOutEachChangeInOrder)
     EXPECT_THAT(turn(), IsEmpty());
 }
 
+// Else a read-back would be good while the record says that the connection is lost.
+TEST_F(HealthWatch, WhatRecordsShowChangesWithTheStateOnly)
+{
+    start();
+    EXPECT_TRUE(watch.isShownLost());
+    watch.setConnected(true);
+    EXPECT_TRUE(watch.isShownLost());
+    turn();
+    EXPECT_FALSE(watch.isShownLost());
+    watch.setConnected(false);
+    EXPECT_FALSE(watch.isShownLost());
+    turn();
+    EXPECT_TRUE(watch.isShownLost());
+}
+
 TEST_F(HealthWatch, WhatDoesNotChangeSetsNothingOff)
 {
     start();
