@@ -268,7 +268,8 @@ Entry readEntry(const Field &field, EntryKind kind)
     entry.line = field.line();
     Fields fields(field, kinds[static_cast<size_t>(kind)]);
     readWhere(fields, entry, kind);
-    take(fields, "description", entry.description, readText);
+    if (kind != EntryKind::System)
+        take(fields, "description", entry.description, readText);
     take(fields, "limits", entry.limits, readLimits, false);
     take(fields, "drive", entry.drive, readDrive, false);
     take(fields, "access", entry.access, readText, true);

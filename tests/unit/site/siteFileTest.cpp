@@ -38,6 +38,13 @@ TEST(SiteFileReading, AFileWithNothingButItsCrate)
         EXPECT_EQ(each.usual, file.parameters.at(each.key));
 }
 
+// That of a crate stands with its name.
+TEST(SiteFileReading, AnEntryForTheCrateHasNoDescription)
+{
+    EXPECT_THAT(errorsOf("site: Test\ncrates: [{name: HV}]\nsystem:\n  - {description: x}\n"),
+                ElementsAre(HasSubstr("description")));
+}
+
 TEST(SiteFileReading, WindowsLineEndsAreLineEnds)
 {
     const auto file = read("site: Test\r\ncrates:\r\n  - {name: HV}\r\nstale: INVALID\r\n");
