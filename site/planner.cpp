@@ -122,6 +122,8 @@ public:
         fill(planned, crate.parameters, said);
         for (const Board &board : crate.boards)
             planned.boards.push_back(planBoard(crate, board));
+        if (planned.hasStates())
+            checkSums(planned.name);
         return planned;
     }
 
@@ -155,6 +157,8 @@ private:
         set(planned.description, said.get().description);
         for (const Channel &channel : board.channels)
             planned.channels.push_back(planChannel(crate, board, channel));
+        if (planned.hasStates())
+            checkSums(planned.record);
         return planned;
     }
 
@@ -191,6 +195,18 @@ private:
                               ": it gets no State record");
         else if (said.name)
             claim(planned.shownState(), said.name->line);
+    }
+
+    // A record of another type under the same name ends the loading of all that follow.
+    void checkSums(const std::string &whole)
+    {
+        for (const char *name :
+             {"Channels", channelsOn, channelsRamping, channelsTripped, worstSeverity})
+            if (m_records.count(whole + ":" + name) != 0)
+                m_findings.add(0, "",
+                               whole + " has a parameter called " + name +
+                                   ", as a sum over States is; without States (parameters: "
+                                   "{status: \"\"}) there is none");
     }
 
     void name(PlannedChannel &planned, const MergedEntry &said)

@@ -197,6 +197,24 @@ TEST(SitePlan, AChannelThatHasAStateAlreadyGetsNone)
     EXPECT_THAT(planned.notes, ElementsAre(HasSubstr("HV:00:001 has a parameter called State")));
 }
 
+// Loaded, such a record would end the loading of the site's database.
+TEST(SitePlan, ASumOverStatesTakesNoParametersName)
+{
+    Crate crate = crateOf("HV", {1});
+    Parameter taken;
+    taken.type = "ai";
+    taken.readable = true;
+    for (const char *record : {"HV:ChannelsOn", "HV:00:Channels"}) {
+        taken.record = record;
+        taken.name = taken.record.substr(taken.record.rfind(':') + 1);
+        (taken.name == "Channels" ? crate.boards[0].parameters : crate.parameters).push_back(taken);
+    }
+    EXPECT_THAT(errorsOf("", {crate}),
+                ElementsAre(HasSubstr("HV:00 has a parameter called Channels, as a sum"),
+                            HasSubstr("HV has a parameter called ChannelsOn, as a sum")));
+    EXPECT_THAT(errorsOf("parameters: {status: \"\"}\n", {crate}), ElementsAre());
+}
+
 struct Bad {
     std::string yaml;
     std::string reason;
