@@ -110,6 +110,11 @@ class Sandbox:
         self._processes.append(process)
         return process
 
+    def running(self, tool):
+        """How many processes of this name still run, whatever their arguments."""
+        return sum(process.name.split()[0] == tool and process.status is None
+                   for process in self._processes)
+
     def adopt(self, process):
         """Takes on a process started otherwise: it is ended and its output checked here."""
         self._processes.append(process)
