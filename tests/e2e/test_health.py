@@ -56,6 +56,7 @@ def started(site, database, script=SCRIPT):
     site.sandbox.path(f"{SITE}/site.db").write_text(database)
     site.the_ioc = site.ioc(script=script, env={"ZANTO_SITE": SITE}).wait_running()
     site.the_crate.wait(eventConnections=1)
+    site.said = site.the_ioc.stdout.text + site.the_ioc.stderr.text
     return site
 
 
@@ -76,8 +77,7 @@ def severity(site, name):
 # ---- the script
 
 def test_the_script_loads_all_without_a_complaint(served):
-    said = served.the_ioc.stdout.text + served.the_ioc.stderr.text
-    assert not re.search("rror|arning|not found|failed", said), said
+    assert not re.search("rror|arning|not found|failed", served.said), served.said
     assert served.clients.caget("HALL:VMon") == served.clients.caget(record(0, 3, "VMon"))
     assert served.clients.caput(record(0, 3, "VMon.DESC"), "x") != ""
 
