@@ -1,8 +1,10 @@
 #include "ZANTOfile.h"
 
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -57,8 +59,11 @@ int openEmpty(const char *path, uid_t user)
 ZANTOOutputFile::ZANTOOutputFile(const char *path, uid_t user)
 {
     int fd = openEmpty(path, user);
-    for (int again = 0; fd < 0 && errno == EEXIST && again < mostAgain; ++again)
+    for (int again = 0; fd < 0 && errno == EEXIST && again < mostAgain; ++again) {
+        // Two that take turns at the folder's lock would stay in step for ever.
+        std::this_thread::sleep_for(std::chrono::microseconds(again));
         fd = openEmpty(path, user);
+    }
     if (fd < 0)
         return;
     m_file.reset(fdopen(fd, "w"));
