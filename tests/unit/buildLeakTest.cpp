@@ -40,6 +40,7 @@ protected:
     void expectNoLeak(const Build &build, const CleanUp &cleanUp)
     {
         int64_t failures = 0;
+        cleanUp(); // what an earlier test left
         for (int64_t n = 1; n < moreThanAnyBuildAllocates; ++n) {
             beginNewLife();
             const int nodes = liveNodes();
