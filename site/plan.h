@@ -130,6 +130,30 @@ struct ChannelRoles {
     const PlannedParameter *clearTrip = nullptr;
 };
 
+struct RoleWords {
+    const char *key;   // in the site file
+    const char *usual; // what the crate calls it unless the site file says otherwise
+    const char *label; // on screens
+    const PlannedParameter *ChannelRoles::*role;
+    int columnWidth = 0; // in the table of a board, pixels; 0: not there
+};
+
+// In the order of the screens.
+inline constexpr RoleWords roleWords[] = {
+    {"power", "Pw", "Power", &ChannelRoles::power, 80},
+    {"voltage-set", "VSet", "Voltage set", &ChannelRoles::voltageSet, 90},
+    {"voltage", "VMon", "Voltage", &ChannelRoles::voltage, 100},
+    {"current-set", "ISet", "Current set", &ChannelRoles::currentSet, 90},
+    {"current", "IMon", "Current", &ChannelRoles::current, 100},
+    {"voltage-limit", "SVMax", "Voltage limit", &ChannelRoles::voltageLimit},
+    {"ramp-up", "RUp", "Ramp up", &ChannelRoles::rampUp},
+    {"ramp-down", "RDwn", "Ramp down", &ChannelRoles::rampDown},
+    {"trip-time", "Trip", "Trip time", &ChannelRoles::tripTime},
+    {"status", "Status", "Status word", &ChannelRoles::status},
+    {"trip-cause", "LastTrip", "Trip cause", &ChannelRoles::tripCause, 200},
+    {"clear-trip", "ClrTrip", "Clear trip", &ChannelRoles::clearTrip},
+};
+
 struct PlannedChannel {
     int slot = 0;
     int number = 0;

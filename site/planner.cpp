@@ -54,10 +54,10 @@ template <class Value, class Given> void set(Value &value, const Given &given)
 ChannelRoles rolesOf(const std::vector<PlannedParameter> &parameters, const SiteFile &file)
 {
     ChannelRoles roles;
-    for (const RoleNames &names : roleNames)
+    for (const RoleWords &words : roleWords)
         for (const PlannedParameter &each : parameters)
-            if (each.parameter->name == file.parameters.at(names.key))
-                roles.*names.role = &each;
+            if (each.parameter->name == file.parameters.at(words.key))
+                roles.*words.role = &each;
     return roles;
 }
 

@@ -17,28 +17,6 @@ std::string boardScreen(const PlannedCrate &crate, const PlannedBoard &board,
 // With macros for the channel's names.
 std::string channelScreen(const PlannedChannel &channel);
 
-// What a channel can do, with the words for it.
-struct RoleWords {
-    const char *label;
-    const PlannedParameter *ChannelRoles::*role;
-    int columnWidth = 0; // in the table of a board, pixels; 0: not there
-};
-
-constexpr RoleWords roleWords[] = {
-    {"Power", &ChannelRoles::power, 80},
-    {"Voltage set", &ChannelRoles::voltageSet, 90},
-    {"Voltage", &ChannelRoles::voltage, 100},
-    {"Current set", &ChannelRoles::currentSet, 90},
-    {"Current", &ChannelRoles::current, 100},
-    {"Voltage limit", &ChannelRoles::voltageLimit},
-    {"Ramp up", &ChannelRoles::rampUp},
-    {"Ramp down", &ChannelRoles::rampDown},
-    {"Trip time", &ChannelRoles::tripTime},
-    {"Status word", &ChannelRoles::status},
-    {"Trip cause", &ChannelRoles::tripCause, 200},
-    {"Clear trip", &ChannelRoles::clearTrip},
-};
-
 constexpr int screenWidth = 1280; // of what is on it
 constexpr int left = 10;
 constexpr int gap = 6;

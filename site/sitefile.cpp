@@ -31,7 +31,7 @@ std::map<std::string, std::string> readRoles(const Field &field)
 {
     std::map<std::string, std::string> names;
     Fields fields(field, "the parameters");
-    for (const RoleNames &each : roleNames)
+    for (const RoleWords &each : roleWords)
         names[each.key] = textOr(fields.optional(each.key), each.usual);
     fields.finish();
     return names;

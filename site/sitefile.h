@@ -13,28 +13,6 @@
 
 namespace site {
 
-// What a channel's parameter does, whatever the crate calls it.
-struct RoleNames {
-    const char *key;   // in the site file
-    const char *usual; // what the crate calls it unless the site file says otherwise
-    const PlannedParameter *ChannelRoles::*role;
-};
-
-inline constexpr RoleNames roleNames[] = {
-    {"voltage-set", "VSet", &ChannelRoles::voltageSet},
-    {"current-set", "ISet", &ChannelRoles::currentSet},
-    {"voltage", "VMon", &ChannelRoles::voltage},
-    {"current", "IMon", &ChannelRoles::current},
-    {"voltage-limit", "SVMax", &ChannelRoles::voltageLimit},
-    {"ramp-up", "RUp", &ChannelRoles::rampUp},
-    {"ramp-down", "RDwn", &ChannelRoles::rampDown},
-    {"trip-time", "Trip", &ChannelRoles::tripTime},
-    {"power", "Pw", &ChannelRoles::power},
-    {"status", "Status", &ChannelRoles::status},
-    {"trip-cause", "LastTrip", &ChannelRoles::tripCause},
-    {"clear-trip", "ClrTrip", &ChannelRoles::clearTrip},
-};
-
 // Something of the file and the line where it stands, from 1.
 template <class Value> struct Placed {
     Value value{};

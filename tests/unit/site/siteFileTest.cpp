@@ -34,7 +34,7 @@ TEST(SiteFileReading, AFileWithNothingButItsCrate)
     EXPECT_EQ(2, file.crates[0].line);
     EXPECT_FALSE(file.stale);
     EXPECT_TRUE(file.channels.empty() && file.boards.empty() && file.system.empty());
-    for (const RoleNames &each : roleNames)
+    for (const RoleWords &each : roleWords)
         EXPECT_EQ(each.usual, file.parameters.at(each.key));
 }
 
