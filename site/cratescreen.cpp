@@ -98,7 +98,7 @@ int legend(Screen &screen, int y)
     Line line{left, y};
     for (size_t at = 0; at < symbols().size(); at++) {
         line.fit(symbolSize + gap + width);
-        const std::string text = at < stateCount ? stateWords().at(at).text : "Not connected";
+        const std::string text = at < stateCount ? stateWords[at].text : "Not connected";
         Box drawing = line.next(symbolSize);
         drawing.height = symbolSize;
         screen.add("picture", drawing, {{"file", symbols().at(at).path}});

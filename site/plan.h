@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string>
@@ -14,35 +15,10 @@ namespace site {
 
 using namespace pvlist;
 
-// What a channel's status word means, in the order of the record's states.
-enum class State {
-    Off,
-    On,
-    RampingUp,
-    RampingDown,
-    OverCurrent,
-    OverVoltage,
-    UnderVoltage,
-    Tripped,
-    ExternalTrip,
-    Disabled,
-    VoltageLimit,
-    UnderCurrent,
-    PowerFailure,
-    OverTemperature,
-    NotCalibrated,
-    Unplugged,
-    Count_
-};
-
-constexpr size_t stateCount = static_cast<size_t>(State::Count_);
-
 enum class Severity { None, Minor, Major, Invalid };
 
 // As EPICS writes it: "NO_ALARM", "MINOR", ...
 const char *severityText(Severity severity);
-
-using StateSeverities = std::array<Severity, stateCount>;
 
 struct StateWords {
     const char *key;   // in the site file: "ramping-up"
@@ -50,7 +26,30 @@ struct StateWords {
     Severity severity; // unless the site file says otherwise
 };
 
-const std::array<StateWords, stateCount> &stateWords();
+// What a channel's status word means. A state's number, by which everything else knows it, is its
+// place here, and the value of the record.
+inline constexpr StateWords stateWords[] = {
+    {"off", "Off", Severity::None},
+    {"on", "On", Severity::None},
+    {"ramping-up", "Ramping up", Severity::None},
+    {"ramping-down", "Ramping down", Severity::None},
+    {"over-current", "Over-current", Severity::Minor},
+    {"over-voltage", "Over-voltage", Severity::Major},
+    {"under-voltage", "Under-voltage", Severity::Minor},
+    {"tripped", "Tripped", Severity::Major},
+    {"external-trip", "External trip", Severity::Major},
+    {"disabled", "Disabled", Severity::Minor},
+    {"voltage-limit", "Voltage limit", Severity::Minor},
+    {"under-current", "Under-current", Severity::Minor},
+    {"power-failure", "Power failure", Severity::Major},
+    {"over-temperature", "Over-temperature", Severity::Major},
+    {"not-calibrated", "Not calibrated", Severity::Minor},
+    {"unplugged", "Unplugged", Severity::Major},
+};
+
+constexpr size_t stateCount = std::size(stateWords);
+
+using StateSeverities = std::array<Severity, stateCount>;
 
 // One threshold of an analog record.
 struct Threshold {

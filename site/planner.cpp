@@ -181,9 +181,9 @@ private:
     void setState(PlannedChannel &planned, const Entry &said)
     {
         for (size_t state = 0; state < stateCount; ++state)
-            planned.severities.at(state) = stateWords().at(state).severity;
+            planned.severities.at(state) = stateWords[state].severity;
         for (const auto &[state, severity] : said.states)
-            planned.severities.at(static_cast<size_t>(state)) = severity.value;
+            planned.severities.at(state) = severity.value;
         const auto *status = planned.roles.status;
         if (status == nullptr || status->parameter->type != "ai")
             return;

@@ -200,14 +200,14 @@ void take(Fields &fields, const char *key, ByParameter<Value> &into,
             into[isOne ? allParameters : entry.name()] = {std::move(*value), entry.line()};
 }
 
-std::map<State, Placed<Severity>> readStates(const Field &field)
+std::map<size_t, Placed<Severity>> readStates(const Field &field)
 {
-    std::map<State, Placed<Severity>> all;
+    std::map<size_t, Placed<Severity>> all;
     Fields fields(field, "the states' severities");
     for (size_t state = 0; state < stateCount; ++state) {
-        const Field one = fields.optional(stateWords().at(state).key);
+        const Field one = fields.optional(stateWords[state].key);
         if (const auto severity = readSeverity(one))
-            all[static_cast<State>(state)] = {*severity, one.line()};
+            all[state] = {*severity, one.line()};
     }
     fields.finish();
     return all;

@@ -58,7 +58,7 @@ struct Entry {
     ByParameter<DriveLimits> drive;
     ByParameter<std::string> access;
     ByParameter<ArchivePolicy> archive;
-    std::map<State, Placed<Severity>> states;
+    std::map<size_t, Placed<Severity>> states; // by number
     std::optional<Placed<std::string>> guidance;
     std::optional<Placed<double>> delay;
     std::optional<Placed<bool>> latching;

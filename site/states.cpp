@@ -114,7 +114,7 @@ private:
         for (size_t index = 0; index < stateCount; ++index) {
             const std::string prefix = stateFields[index];
             record.field(prefix + "VL", std::to_string(index));
-            record.field(prefix + "ST", stateWords().at(index).text);
+            record.field(prefix + "ST", stateWords[index].text);
             if (channel.severities.at(index) != Severity::None)
                 record.field(prefix + "SV", severityText(channel.severities.at(index)));
         }

@@ -62,7 +62,7 @@ const OutputFiles &symbols()
     static const OutputFiles all = [] {
         OutputFiles made;
         for (size_t at = 0; at < drawings.size(); at++) {
-            const std::string key = at < stateCount ? stateWords().at(at).key : "unknown";
+            const std::string key = at < stateCount ? stateWords[at].key : "unknown";
             made.push_back({"states/" + key + ".svg", svg(drawings.at(at))});
         }
         return made;

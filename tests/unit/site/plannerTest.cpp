@@ -79,7 +79,7 @@ channels:
     EXPECT_TRUE(usual.alarm.latching);
     EXPECT_EQ(Severity::Minor, usual.severities[0]);
     EXPECT_EQ(Severity::Invalid, own.severities[0]);
-    EXPECT_EQ(Severity::Major, own.severities[static_cast<size_t>(State::Tripped)]);
+    EXPECT_EQ(Severity::Major, own.severities[State::Tripped]);
     // The defaults are those of channels alone.
     EXPECT_EQ("", planned.plan.crates[0].parameters.at(1).access);
 }

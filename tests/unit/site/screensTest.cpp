@@ -155,7 +155,7 @@ TEST(SiteScreens, ACellShowsItsStateByADrawingForEach)
     }
     ASSERT_EQ(stateCount + 1, files.size());
     for (size_t state = 0; state < stateCount; state++)
-        EXPECT_EQ(std::string("states/") + stateWords().at(state).key + ".svg", files[state]);
+        EXPECT_EQ(std::string("states/") + stateWords[state].key + ".svg", files[state]);
     EXPECT_EQ(files.size(), drawings.size());
 }
 

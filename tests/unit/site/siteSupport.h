@@ -14,6 +14,26 @@ constexpr const char *channelLines[] = {
     "Status,  ai, x,  ",  "Pw,  bo, x, x",    "RUp,  ao, x, x",
     "ClrTrip,  bo,  , x", "SVMax,  ao, x, x", "Label,  stringout, x, x"};
 
+// The numbers by which clients know a channel's state.
+enum State : size_t {
+    Off,
+    On,
+    RampingUp,
+    RampingDown,
+    OverCurrent,
+    OverVoltage,
+    UnderVoltage,
+    Tripped,
+    ExternalTrip,
+    Disabled,
+    VoltageLimit,
+    UnderCurrent,
+    PowerFailure,
+    OverTemperature,
+    NotCalibrated,
+    Unplugged
+};
+
 // The PV list of a crate with boards of so many channels each, in slots 0, 1, ...
 inline std::string listOf(const std::string &name, const std::vector<int> &boards)
 {

@@ -118,7 +118,7 @@ TEST(SiteStateRecords, EachStateHasItsTextAndSeverity)
                             "EI", "NI", "TE", "EL", "TV", "TT", "FT", "FF"};
     for (size_t index = 0; index < stateCount; ++index) {
         const std::string prefix = fields[index];
-        const auto &words = stateWords().at(index);
+        const auto &words = stateWords[index];
         EXPECT_EQ(std::to_string(index), state.field(prefix + "VL"));
         EXPECT_EQ(words.text, state.field(prefix + "ST"));
         EXPECT_LE(std::string(words.text).size(), 25U); // what the record keeps
