@@ -1,10 +1,11 @@
 #include "lists.h"
 
 #include <algorithm>
+#include <array>
 #include <iomanip>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <vector>
 
 #include "pvlist/names.h"
 
@@ -55,20 +56,6 @@ Json entry(const std::string &name, const PlannedParameter &parameter, const Pla
     return {{"name", name}, {"owner", "zantosite"}, {"properties", properties}};
 }
 
-// Which comes before which. Voltages come last, when limits and rates hold.
-constexpr const PlannedParameter *ChannelRoles::*restoredFirst[] = {
-    &ChannelRoles::voltageLimit, &ChannelRoles::currentSet, &ChannelRoles::rampUp,
-    &ChannelRoles::rampDown,     &ChannelRoles::tripTime,
-};
-
-constexpr int others = 1 + static_cast<int>(std::size(restoredFirst));
-constexpr int last = others + 1;
-
-struct Row {
-    int order;
-    const PlannedParameter *planned;
-};
-
 // A name in a table: quoted where a comma or a quote would break it.
 std::string cell(const std::string &text)
 {
@@ -110,26 +97,23 @@ int saveOrder(const PlannedParameter &planned, const ChannelRoles &roles)
     // Numbers alone: what switches is never restored.
     if (planned.parameter->type != "ao" || !planned.parameter->isSetPoint())
         return 0;
-    if (&planned == roles.voltageSet)
-        return last;
-    for (size_t index = 0; index < std::size(restoredFirst); ++index)
-        if (&planned == roles.*restoredFirst[index])
-            return static_cast<int>(index) + 1;
-    return others;
+    // Which comes before which. All others follow, and then voltages, when limits and rates hold.
+    const std::array first{roles.voltageLimit, roles.currentSet, roles.rampUp, roles.rampDown,
+                           roles.tripTime};
+    const auto place = std::find(first.begin(), first.end(), &planned) - first.begin();
+    return 1 + static_cast<int>(&planned == roles.voltageSet ? first.size() + 1 : place);
 }
 
 std::string saveSetText(const Plan &plan)
 {
-    std::vector<Row> rows;
+    std::multimap<int, const PlannedParameter *> rows; // by their order
     forEachParameter(plan, [&](const PlannedParameter &each, auto &, auto *, auto *channel) {
         if (const int order = saveOrder(each, channel ? channel->roles : ChannelRoles()))
-            rows.push_back({order, &each});
+            rows.emplace(order, &each);
     });
-    std::stable_sort(rows.begin(), rows.end(),
-                     [](const Row &a, const Row &b) { return a.order < b.order; });
     std::string text = "PV,READBACK,READ_ONLY\n";
-    for (const Row &row : rows)
-        text += cell(row.planned->shownName()) + "," + cell(row.planned->shownReadBack()) + ",0\n";
+    for (const auto &[order, planned] : rows)
+        text += cell(planned->shownName()) + "," + cell(planned->shownReadBack()) + ",0\n";
     return text;
 }
 

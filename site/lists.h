@@ -17,8 +17,6 @@ std::string channelFinderText(const Plan &plan);
 // that switches. Boards and crates have no roles.
 int saveOrder(const PlannedParameter &planned, const ChannelRoles &roles);
 
-// Read by Phoebus' save and restore. Rows stand in the order of restoring.
-
 // save-set.csv: the set-points that Phoebus' save and restore reads, in the order of restoring.
 std::string saveSetText(const Plan &plan);
 
