@@ -19,104 +19,85 @@ void addLimits(RecordText &record, const AlarmLimits &limits)
         record.field("HYST", numberText(*limits.hysteresis));
 }
 
-void addStale(RecordText &record, const PlannedCrate &crate, StaleLink link)
+// What SDIS holds so that a read-back follows the event connection; empty: nothing does.
+std::string lostLink(const PlannedCrate &crate, const Plan &plan, StaleLink link)
 {
-    if (link == StaleLink::State)
-        record.add("field(SDIS, {state:\"ZANTO:EventsLost\"})");
-    else
-        record.field("SDIS", crate.name + ":Health:Lost");
-    record.field("DISV", "1").field("DISS", "INVALID");
+    if (!plan.stale)
+        return "";
+    return link == StaleLink::State ? "{state:\"ZANTO:EventsLost\"}"
+                                    : quotedForDatabase(crate.name + ":Health:Lost");
 }
 
-class Writer {
-public:
-    Writer(const PlannedCrate &crate, const Plan &plan, StaleLink link)
-        : m_crate(crate), m_plan(plan), m_link(link)
-    {
+void addMain(RecordText &record, const PlannedParameter &planned, const ChannelRoles &roles)
+{
+    if (!planned.alias.empty())
+        record.alias(planned.alias);
+    if (!planned.description.empty())
+        record.field("DESC", planned.description);
+    if (!planned.access.empty())
+        record.field("ASG", planned.access);
+    if (planned.drive) {
+        record.field("DRVL", numberText(planned.drive->low));
+        record.field("DRVH", numberText(planned.drive->high));
     }
+    const int order = saveOrder(planned, roles);
+    if (order > 0)
+        record.info("saveSet", std::to_string(order) + ", VAL");
+}
 
-    std::string run()
-    {
-        forEachList(m_crate, [this](const auto &list, auto *, const PlannedChannel *channel) {
-            add(list, channel);
-        });
-        return std::move(m_text) + stateRecords(m_crate, m_plan.stale);
+// What follows the hardware.
+void addLive(RecordText &record, const PlannedParameter &planned, const std::string &lost)
+{
+    addLimits(record, planned.limits);
+    if (!lost.empty() && planned.parameter->readable)
+        record.add("field(SDIS, " + lost + ")").field("DISV", "1").field("DISS", "INVALID");
+    if (planned.archive)
+        record.info("archive", std::string(planned.archive->scan ? "scan" : "monitor") + ", " +
+                                   numberText(planned.archive->period) + ", VAL");
+}
+
+void addReadBack(RecordText &record, const PlannedParameter &planned, const std::string &lost)
+{
+    if (!planned.alias.empty())
+        record.alias(planned.shownReadBack());
+    if (!planned.description.empty())
+        record.field("DESC", planned.description);
+    // The server gives them to the set-point alone.
+    for (const std::string &each : planned.parameter->display)
+        record.add(each);
+    addLive(record, planned, lost);
+}
+
+// Its own record and that of its read-back. The channel is null where there is none.
+std::string recordsOf(const PlannedParameter &planned, const PlannedChannel *channel,
+                      const std::string &lost)
+{
+    const Parameter &parameter = *planned.parameter;
+    RecordText main(parameter.type, parameter.record);
+    addMain(main, planned, channel != nullptr ? channel->roles : ChannelRoles());
+    if (parameter.isSetPoint()) {
+        RecordText readBack(parameter.readBackType(), parameter.readBack());
+        addReadBack(readBack, planned, lost);
+        return main.text() + readBack.text();
     }
-
-private:
-    void add(const std::vector<PlannedParameter> &parameters, const PlannedChannel *channel)
-    {
-        for (const PlannedParameter &each : parameters) {
-            const bool isStatus =
-                channel != nullptr && channel->hasState && channel->roles.status == &each;
-            RecordText main(each.parameter->type, each.parameter->record);
-            addMain(main, each, channel != nullptr ? channel->roles : ChannelRoles());
-            if (each.parameter->isSetPoint()) {
-                RecordText readBack(each.parameter->readBackType(), each.parameter->readBack());
-                addReadBack(readBack, each);
-                m_text += main.text() + readBack.text();
-                continue;
-            }
-            addLive(main, each);
-            if (isStatus)
-                main.field("FLNK", stateEntry(*channel));
-            m_text += main.text();
-        }
-    }
-
-    void addMain(RecordText &record, const PlannedParameter &planned,
-                 const ChannelRoles &roles) const
-    {
-        if (!planned.alias.empty())
-            record.alias(planned.alias);
-        if (!planned.description.empty())
-            record.field("DESC", planned.description);
-        if (!planned.access.empty())
-            record.field("ASG", planned.access);
-        if (planned.drive) {
-            record.field("DRVL", numberText(planned.drive->low));
-            record.field("DRVH", numberText(planned.drive->high));
-        }
-        const int order = saveOrder(planned, roles);
-        if (order > 0)
-            record.info("saveSet", std::to_string(order) + ", VAL");
-    }
-
-    void addReadBack(RecordText &record, const PlannedParameter &planned) const
-    {
-        if (!planned.alias.empty())
-            record.alias(planned.shownReadBack());
-        if (!planned.description.empty())
-            record.field("DESC", planned.description);
-        // The server gives them to the set-point alone.
-        for (const std::string &each : planned.parameter->display)
-            record.add(each);
-        addLive(record, planned);
-    }
-
-    // What follows the hardware.
-    void addLive(RecordText &record, const PlannedParameter &planned) const
-    {
-        addLimits(record, planned.limits);
-        if (m_plan.stale && planned.parameter->readable)
-            addStale(record, m_crate, m_link);
-        if (planned.archive)
-            record.info("archive", std::string(planned.archive->scan ? "scan" : "monitor") + ", " +
-                                       numberText(planned.archive->period) + ", VAL");
-    }
-
-    const PlannedCrate &m_crate;
-    const Plan &m_plan;
-    const StaleLink m_link;
-    std::string m_text;
-};
+    addLive(main, planned, lost);
+    if (channel != nullptr && channel->hasState && channel->roles.status == &planned)
+        main.field("FLNK", stateEntry(*channel));
+    return main.text();
+}
 
 } // namespace
 
 std::string databaseText(const PlannedCrate &crate, const Plan &plan, StaleLink link)
 {
-    return "# Written by zantosite. Load it behind the server's own database, before iocInit.\n\n" +
-           Writer(crate, plan, link).run();
+    std::string text =
+        "# Written by zantosite. Load it behind the server's own database, before iocInit.\n\n";
+    const std::string lost = lostLink(crate, plan, link);
+    forEachList(crate, [&](const auto &list, auto *, const PlannedChannel *channel) {
+        for (const PlannedParameter &each : list)
+            text += recordsOf(each, channel, lost);
+    });
+    return text + stateRecords(crate, plan.stale);
 }
 
 } // namespace site
