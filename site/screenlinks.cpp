@@ -1,6 +1,8 @@
 #include "screenlinks.h"
 
 #include <cctype>
+#include <fmt/format.h>
+#include <regex>
 
 #include "screenparts.h"
 
@@ -11,14 +13,13 @@ namespace {
 // Letters, digits and what else is kept; the others as "_2F".
 std::string escaped(const std::string &text, std::string_view kept, char mark)
 {
-    constexpr std::string_view digits = "0123456789ABCDEF";
     std::string result;
     for (const char each : text) {
         const auto byte = static_cast<unsigned char>(each);
         if ((byte < 0x80 && std::isalnum(byte)) || kept.find(each) != kept.npos)
             result += each;
         else
-            result += {mark, digits[byte >> 4], digits[byte & 15]};
+            result += fmt::format("{}{:02X}", mark, byte);
     }
     return result;
 }
@@ -30,7 +31,7 @@ std::string fileOf(const PlannedCrate &crate, const PlannedBoard *board)
     if (name.empty() || name == "index" || name == "channel")
         name += '_';
     if (board != nullptr)
-        name += (board->slot < 10 ? "-0" : "-") + std::to_string(board->slot);
+        name += fmt::format("-{:02}", board->slot);
     return name;
 }
 
@@ -40,18 +41,17 @@ ScreenLinks::ScreenLinks(const Plan &plan)
 {
     std::map<std::string, std::string> files; // by what is in them
     for (const PlannedCrate &crate : plan.crates)
-        forEachList(crate, [&](const auto &, const auto *, const PlannedChannel *channel) {
-            if (channel == nullptr)
-                return;
-            const std::string text = channelScreen(*channel);
-            std::string &file = files[text];
-            if (file.empty()) {
-                const size_t number = files.size();
-                file = "channel" + (number > 1 ? "-" + std::to_string(number) : "") + ".bob";
-                m_channelScreens.push_back({file, text});
+        for (const PlannedBoard &board : crate.boards)
+            for (const PlannedChannel &channel : board.channels) {
+                const std::string text = channelScreen(channel);
+                std::string &file = files[text];
+                if (file.empty()) {
+                    const size_t number = files.size();
+                    file = "channel" + (number > 1 ? "-" + std::to_string(number) : "") + ".bob";
+                    m_channelScreens.push_back({file, text});
+                }
+                m_files[&channel] = file;
             }
-            m_files[channel] = file;
-        });
 }
 
 Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard *board,
@@ -59,8 +59,8 @@ Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard *board,
 {
     if (channel == nullptr)
         return {fileOf(crate, board) + ".bob", {}};
-    std::string detail = crate.name + " slot " + std::to_string(channel->slot) + " channel " +
-                         std::to_string(channel->number);
+    std::string detail =
+        fmt::format("{} slot {} channel {}", crate.name, channel->slot, channel->number);
     if (!channel->description.empty())
         detail = channel->description + " (" + detail + ")";
     return {m_files.at(channel),
@@ -72,13 +72,8 @@ Link ScreenLinks::of(const PlannedCrate &crate, const PlannedBoard *board,
 
 std::string plain(const std::string &text)
 {
-    std::string result;
-    for (const char each : text) {
-        if ((each == '(' || each == '{') && !result.empty() && result.back() == '$')
-            result += ' ';
-        result += each;
-    }
-    return result;
+    static const std::regex macro("\\$([({])");
+    return std::regex_replace(text, macro, "$$ $1");
 }
 
 std::string address(const Link &link)
