@@ -1,5 +1,7 @@
 #include "statesymbols.h"
 
+#include <fmt/format.h>
+
 namespace site {
 
 namespace {
@@ -45,14 +47,13 @@ constexpr std::array<Drawing, stateCount + 1> drawings{{
 
 std::string svg(const Drawing &drawing)
 {
-    return std::string(R"(<?xml version="1.0"?>
+    constexpr const char *file = R"(<?xml version="1.0"?>
 <svg xmlns="http://www.w3.org/2000/svg" width="20" height="20">
-  <rect x="1" y="1" width="18" height="18" rx="3" stroke="#606060" fill=")") +
-           drawing.ink.square + R"("/>
-  <path fill="none" stroke-width="2" stroke=")" +
-           drawing.ink.glyph + R"(" d=")" + drawing.lines + R"("/>
+  <rect x="1" y="1" width="18" height="18" rx="3" stroke="#606060" fill="{}"/>
+  <path fill="none" stroke-width="2" stroke="{}" d="{}"/>
 </svg>
 )";
+    return fmt::format(file, drawing.ink.square, drawing.ink.glyph, drawing.lines);
 }
 
 } // namespace
