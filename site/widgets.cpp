@@ -32,14 +32,6 @@ void fill(pugi::xml_node node, const Texts &values)
         fill(child, values);
 }
 
-void putBox(pugi::xml_node node, const Box &box)
-{
-    putElements(node, {{"x", std::to_string(box.x)},
-                       {"y", std::to_string(box.y)},
-                       {"width", std::to_string(box.width)},
-                       {"height", std::to_string(box.height)}});
-}
-
 } // namespace
 
 Screen::Screen(const std::string &title) : m_display(m_document.append_child("display"))
@@ -55,7 +47,10 @@ pugi::xml_node Screen::add(const char *kind, const Box &box, const Texts &values
     pugi::xml_node widget = m_display.append_copy(kindOf(kind));
     widget.remove_attribute("kind");
     fill(widget, values);
-    putBox(widget, box);
+    putElements(widget, {{"x", std::to_string(box.x)},
+                         {"y", std::to_string(box.y)},
+                         {"width", std::to_string(box.width)},
+                         {"height", std::to_string(box.height)}});
     if (pugi::xml_node files = widget.child("symbols"))
         for (const OutputFile &each : symbols())
             putElements(files, {{"symbol", each.path}});
