@@ -153,17 +153,21 @@ inline constexpr RoleWords roleWords[] = {
     {"clear-trip", "ClrTrip", "Clear trip", &ChannelRoles::clearTrip},
 };
 
-struct PlannedChannel {
-    int slot = 0;
-    int number = 0;
-    std::string record;      // "HV:03:007"
-    std::string name;        // "DC:S1:W07"; empty: the site has none for it
+// What a crate, a board and a channel have alike.
+struct PlannedPart {
     std::string description; // empty: none
     std::vector<PlannedParameter> parameters;
+    AlarmHandling alarm;
+};
+
+struct PlannedChannel : PlannedPart {
+    int slot = 0;
+    int number = 0;
+    std::string record; // "HV:03:007"
+    std::string name;   // "DC:S1:W07"; empty: the site has none for it
     ChannelRoles roles; // into parameters
     bool hasState = false;
     StateSeverities severities{};
-    AlarmHandling alarm;
 
     const std::string &shownName() const { return name.empty() ? record : name; }
     std::string stateRecord() const { return record + ":State"; }
@@ -171,13 +175,10 @@ struct PlannedChannel {
     std::string shownState() const { return shownName() + ":State"; }
 };
 
-struct PlannedBoard {
+struct PlannedBoard : PlannedPart {
     int slot = 0;
     std::string record; // "HV:03"
-    std::string description;
-    std::vector<PlannedParameter> parameters;
     std::vector<PlannedChannel> channels;
-    AlarmHandling alarm;
 
     bool hasStates() const;
 };
@@ -189,12 +190,9 @@ constexpr const char *channelsRamping = "ChannelsRamping";
 constexpr const char *channelsTripped = "ChannelsTripped";
 constexpr const char *worstSeverity = "WorstSeverity"; // of all States: NO_ALARM, MINOR, ...
 
-struct PlannedCrate {
+struct PlannedCrate : PlannedPart {
     std::string name; // "HV"
-    std::string description;
-    std::vector<PlannedParameter> parameters;
     std::vector<PlannedBoard> boards;
-    AlarmHandling alarm;
     bool hasHealth = false; // the server's health records are loaded too
 
     bool hasStates() const;

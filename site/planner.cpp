@@ -90,9 +90,7 @@ PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &me
     return planned;
 }
 
-// What a channel, a board and the crate have alike.
-template <class Planned>
-void fill(Planned &planned, const Parameters &parameters, const MergedEntry &merged)
+void fill(PlannedPart &planned, const Parameters &parameters, const MergedEntry &merged)
 {
     const Entry &said = merged.get();
     for (const Parameter &each : parameters)
