@@ -1,25 +1,18 @@
 #include "access.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace site {
 
 namespace {
-
-std::string joined(const std::vector<std::string> &names)
-{
-    std::string text;
-    for (const auto &name : names)
-        text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
 
 // A list without members cannot be written.
 void addLists(std::string &text, const char *kind, const NameLists &lists)
 {
     for (const auto &[name, members] : lists)
         if (!members.empty())
-            text += std::string(kind) + "(" + name + ") {" + joined(members) + "}\n";
+            text += fmt::format("{}({}) {{{}}}\n", kind, name, fmt::join(members, ", "));
 }
 
 // A rule that names a list that is not written would end the reading of all rights.
@@ -39,9 +32,9 @@ std::string writeRule(const AccessGroup &group, const Plan &plan)
         return "";
     std::string conditions;
     if (!users.empty())
-        conditions += "        UAG(" + joined(users) + ")\n";
+        conditions += fmt::format("        UAG({})\n", fmt::join(users, ", "));
     if (!hosts.empty())
-        conditions += "        HAG(" + joined(hosts) + ")\n";
+        conditions += fmt::format("        HAG({})\n", fmt::join(hosts, ", "));
     // Fields of level 0 are the values, those of level 1 all others.
     return std::string("    RULE(") + (group.allFields ? "1" : "0") + ", WRITE, TRAPWRITE)" +
            (conditions.empty() ? "" : " {\n" + conditions + "    }") + "\n";
