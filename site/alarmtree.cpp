@@ -106,7 +106,7 @@ std::string alarmTree(const Plan &plan, const std::string &screensFolder)
                 if (each.limits.any())
                     tree.addPv(owner, each.shownReadBack(),
                                each.description.empty() ? each.parameter->name : each.description);
-            if (board == nullptr && crate.hasHealth)
+            if (board == nullptr)
                 addHealth(tree, owner);
         });
     return xmlText(document);

@@ -117,9 +117,8 @@ std::string crateScreen(const PlannedCrate &crate, const ScreenLinks &links)
     Texts records;
     if (crate.hasStates())
         records = summaryOf(crate.name);
-    if (crate.hasHealth)
-        for (const auto &[title, record] : healthRecords)
-            records.emplace_back(title, crate.name + ":Health:" + record);
+    for (const auto &[title, record] : healthRecords)
+        records.emplace_back(title, crate.name + ":Health:" + record);
     int y = readings(screen, firstLine, records);
     if (crate.hasStates())
         y = legend(screen, y);

@@ -193,7 +193,6 @@ constexpr const char *worstSeverity = "WorstSeverity"; // of all States: NO_ALAR
 struct PlannedCrate : PlannedPart {
     std::string name; // "HV"
     std::vector<PlannedBoard> boards;
-    bool hasHealth = false; // the server's health records are loaded too
 
     bool hasStates() const;
 };

@@ -116,7 +116,6 @@ public:
         PlannedCrate planned;
         planned.name = crate.name;
         planned.description = entry.description;
-        planned.hasHealth = true;
         fill(planned, crate.parameters, said);
         for (const Board &board : crate.boards)
             planned.boards.push_back(planBoard(crate, board));

@@ -31,8 +31,7 @@ void indexLine(Screen &screen, int y, const PlannedCrate &crate, const ScreenLin
         if (crate.hasStates())
             screen.add("reading", box, {{"pv", record}});
     }
-    if (crate.hasHealth)
-        screen.add("reading", line.next(valueWidth), {{"pv", crate.name + ":Health:Lost"}});
+    screen.add("reading", line.next(valueWidth), {{"pv", crate.name + ":Health:Lost"}});
 }
 
 std::string indexScreen(const Plan &plan, const ScreenLinks &links)

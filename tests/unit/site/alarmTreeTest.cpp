@@ -152,7 +152,7 @@ TEST_F(SiteAlarmTree, LimitedParametersAreReadBacksByTheNamesOfPeople)
                  pv({"DC", "W07", "DC:W07:State"}).child_value("description"));
     Counter counter;
     tree().traverse(counter);
-    EXPECT_EQ(4u, counter.pvs.size());
+    EXPECT_EQ(4u + 3, counter.pvs.size()); // and the health
 }
 
 TEST_F(SiteAlarmTree, ChannelsWithoutStateOrLimitsHaveNoPlace)
@@ -163,7 +163,9 @@ TEST_F(SiteAlarmTree, ChannelsWithoutStateOrLimitsHaveNoPlace)
     limitVoltage(board.channels[1]);
     Counter counter;
     tree().traverse(counter);
-    EXPECT_EQ((std::multiset<std::string>{"HV:00:001:VMon"}), counter.pvs);
+    EXPECT_EQ((std::multiset<std::string>{"HV:00:001:VMon", "HV:Health:Inserted", "HV:Health:Lost",
+                                          "HV:Health:ScansRefused"}),
+              counter.pvs);
     EXPECT_EQ(0, counter.emptyComponents);
 }
 
@@ -179,15 +181,15 @@ TEST_F(SiteAlarmTree, BoardsAndCratesHaveLimitsToo)
     EXPECT_STREQ("screens/HV-01.bob", found.child("display").child_value("details"));
 }
 
-TEST_F(SiteAlarmTree, HealthIsWatchedWhereItIsServed)
+TEST_F(SiteAlarmTree, TheHealthOfEachCratesServerIsWatched)
 {
-    sample.add("HV", boards(1, 1)).hasHealth = true;
+    sample.add("HV", boards(1, 1));
     sample.add("LV", boards(1, 1));
     EXPECT_STREQ("screens/HV.bob",
                  pv({"HV", "Health", "HV:Health:Lost"}).child("display").child_value("details"));
     for (const char *each : {"HV:Health:ScansRefused", "HV:Health:Inserted"})
         EXPECT_TRUE(pv({"HV", "Health", each})) << each;
-    EXPECT_FALSE(pv({"LV", "Health", "LV:Health:Lost"}));
+    EXPECT_TRUE(pv({"LV", "Health", "LV:Health:Lost"}));
 }
 
 TEST_F(SiteAlarmTree, EveryDisplayIsAScreenThatIsWritten)
@@ -195,7 +197,6 @@ TEST_F(SiteAlarmTree, EveryDisplayIsAScreenThatIsWritten)
     PlannedCrate &crate = sample.add("H&V 1", boards(2, 3));
     crate.boards[0].channels[0].roles.power = nullptr;
     crate.boards[1].channels[2].description = "100 % & more?";
-    crate.hasHealth = true;
     std::set<std::string> files;
     for (const OutputFile &each : screens(sample.plan))
         files.insert(each.path);
@@ -222,7 +223,7 @@ TEST_F(SiteAlarmTree, AChannelsScreenIsToldWhichChannel)
 
 TEST_F(SiteAlarmTree, TheScreensMayStandElsewhere)
 {
-    sample.add("HV", boards(1, 1)).hasHealth = true;
+    sample.add("HV", boards(1, 1));
     const std::string text = alarmTree(sample.plan, "/opt/screens/");
     EXPECT_NE(std::string::npos, text.find("<details>/opt/screens/HV.bob</details>"));
 }
@@ -233,7 +234,7 @@ TEST_F(SiteAlarmTree, ALargeSiteHasEachPvOnce)
     sample.add("LV", boards(16, 48));
     Counter counter;
     tree().traverse(counter);
-    EXPECT_EQ(2u * 16 * 48, counter.pvs.size());
+    EXPECT_EQ(2u * (16 * 48 + 3), counter.pvs.size()); // and the health
     EXPECT_EQ(counter.pvs.size(),
               std::set<std::string>(counter.pvs.begin(), counter.pvs.end()).size());
     EXPECT_EQ(alarmTree(sample.plan), alarmTree(sample.plan));

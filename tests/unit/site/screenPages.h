@@ -110,7 +110,6 @@ inline Sample irregular()
                                             {15, {3}},
                                             {40, {}},
                                             {63, {100, 4711}}});
-    first.hasHealth = true;
     for (PlannedChannel &each : first.boards[0].channels)
         nameChannel(each, "DC:S1:W0" + std::to_string(each.number));
     for (PlannedChannel &each : first.boards[1].channels)
@@ -190,11 +189,10 @@ inline Names recordsOf(const Plan &plan)
     for (const PlannedCrate &crate : plan.crates) {
         if (crate.hasStates())
             addSummary(records, crate.name);
-        if (crate.hasHealth)
-            for (const char *each :
-                 {"Lost", "LastDelivery", "EventRate", "BatchRate", "HeldValues", "ScansDeferred",
-                  "ScansRefused", "FailedCalls", "Inserted", "Records", "Clients", "StartTime"})
-                records.insert(crate.name + ":Health:" + each);
+        for (const char *each :
+             {"Lost", "LastDelivery", "EventRate", "BatchRate", "HeldValues", "ScansDeferred",
+              "ScansRefused", "FailedCalls", "Inserted", "Records", "Clients", "StartTime"})
+            records.insert(crate.name + ":Health:" + each);
         for (const PlannedBoard &board : crate.boards) {
             if (board.hasStates())
                 addSummary(records, board.record);
