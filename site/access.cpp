@@ -1,4 +1,5 @@
-#include "access.h"
+// site.acf.
+#include "outputs.h"
 
 #include <algorithm>
 #include <fmt/format.h>

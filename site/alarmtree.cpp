@@ -1,4 +1,5 @@
-#include "alarmtree.h"
+// alarms.xml.
+#include "outputs.h"
 
 #include <cmath>
 #include <map>

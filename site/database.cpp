@@ -1,6 +1,6 @@
-#include "database.h"
+// site.db.
+#include "outputs.h"
 
-#include "lists.h"
 #include "recordtext.h"
 #include "states.h"
 

@@ -2,15 +2,11 @@
 
 #include <filesystem>
 
-#include "access.h"
-#include "alarmtree.h"
-#include "database.h"
 #include "description/cratefile.h"
 #include "folder.h"
-#include "lists.h"
+#include "outputs.h"
 #include "pvlist/names.h"
 #include "pvlist/pvlist.h"
-#include "screens.h"
 
 namespace site {
 

@@ -1,4 +1,5 @@
-#include "lists.h"
+// archive.json, channelfinder.json and save-set.csv.
+#include "outputs.h"
 
 #include <algorithm>
 #include <array>

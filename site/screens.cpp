@@ -1,4 +1,5 @@
-#include "screens.h"
+// The screens together, their index, and what several of them have.
+#include "outputs.h"
 
 #include "screenparts.h"
 #include "statesymbols.h"

@@ -1,5 +1,5 @@
 // The access rights, as a server reads them.
-#include "access.h"
+#include "outputs.h"
 
 #include <asLib.h>
 #include <cstdio>

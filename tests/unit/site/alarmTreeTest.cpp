@@ -1,4 +1,4 @@
-#include "alarmtree.h"
+#include "outputs.h"
 
 #include <set>
 
@@ -6,7 +6,6 @@
 #include <pugixml.hpp>
 
 #include "planSupport.h"
-#include "screens.h"
 
 namespace {
 

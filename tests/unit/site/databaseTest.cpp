@@ -1,5 +1,5 @@
 // What a site adds to a server's records.
-#include "database.h"
+#include "outputs.h"
 
 #include <cstdlib>
 #include <fstream>

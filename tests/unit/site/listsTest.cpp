@@ -1,4 +1,4 @@
-#include "lists.h"
+#include "outputs.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

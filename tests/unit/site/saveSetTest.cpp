@@ -1,4 +1,4 @@
-#include "lists.h"
+#include "outputs.h"
 
 #include <gmock/gmock.h>
 #include <sstream>

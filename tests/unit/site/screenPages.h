@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include "outputs.h"
 #include "planSupport.h"
-#include "screens.h"
 #include "statesymbols.h"
 
 namespace siteTest {
