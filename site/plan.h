@@ -49,8 +49,6 @@ inline constexpr StateWords stateWords[] = {
 
 constexpr size_t stateCount = std::size(stateWords);
 
-using StateSeverities = std::array<Severity, stateCount>;
-
 // One threshold of an analog record.
 struct Threshold {
     double limit = 0;
@@ -167,7 +165,7 @@ struct PlannedChannel : PlannedPart {
     std::string name;   // "DC:S1:W07"; empty: the site has none for it
     ChannelRoles roles; // into parameters
     bool hasState = false;
-    StateSeverities severities{};
+    std::array<Severity, stateCount> severities{}; // by the states' numbers
 
     const std::string &shownName() const { return name.empty() ? record : name; }
     std::string stateRecord() const { return record + ":State"; }
