@@ -131,12 +131,12 @@ std::vector<sim::Finding> attention(const SiteFile &site, const std::string &cra
                                     const sim::Differences &differences)
 {
     Reasons reasons;
-    forEachEntry(site, [&](const Entry &entry, EntryKind kind) {
+    forEachEntry(site, [&](const Entry &entry) {
         const auto &named = entry.crate.value;
         if (!named.empty() && named != crate && site.crates.size() > 1)
             return;
         for (const auto &difference : differences)
-            if (concerns(kind, difference))
+            if (concerns(entry.kind, difference))
                 examine(entry, difference, reasons);
     });
     std::vector<sim::Finding> found;

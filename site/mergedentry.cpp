@@ -35,13 +35,13 @@ Twice take(std::map<Key, Placed<Value>> &into, const std::map<Key, Placed<Value>
 
 } // namespace
 
-void MergedEntry::add(const Entry &entry, bool isDefaults)
+void MergedEntry::add(const Entry &entry)
 {
     if (m_isTwice)
         return;
     const auto merge = [&](auto member, const std::string &what) {
         const auto [first, second] = take(m_merged.*member, entry.*member);
-        if (second == 0 || isDefaults)
+        if (second == 0 || entry.kind == EntryKind::Defaults)
             return;
         m_isTwice = true;
         report(second, what + " in line " + std::to_string(first) + " already");

@@ -21,7 +21,7 @@ public:
 
     // Two entries must not say the same thing; what comes after these is passed over. Defaults
     // come last, and hold where no entry says anything.
-    void add(const Entry &entry, bool isDefaults = false);
+    void add(const Entry &entry);
 
     const Entry &get() const { return m_merged; }
 

@@ -112,7 +112,7 @@ public:
 
     PlannedCrate plan(const Crate &crate, const CrateEntry &entry)
     {
-        const auto said = merged(crate, m_file.system, -1, -1, crate.parameters);
+        const auto said = merged(crate, EntryKind::System, -1, -1, crate.parameters);
         PlannedCrate planned;
         planned.name = crate.name;
         planned.description = entry.description;
@@ -125,13 +125,13 @@ public:
     }
 
 private:
-    MergedEntry merged(const Crate &crate, const std::vector<Entry> &entries, int slot, int channel,
+    MergedEntry merged(const Crate &crate, EntryKind kind, int slot, int channel,
                        const Parameters &parameters)
     {
         MergedEntry said(crate.recordOf(slot, channel), m_findings);
         said.number = channel;
-        for (const Entry &entry : entries) {
-            if (!isOf(entry, crate) || !entry.covers(slot, channel))
+        for (const Entry &entry : m_file.entries) {
+            if (entry.kind != kind || !isOf(entry, crate) || !entry.covers(slot, channel))
                 continue;
             said.add(entry);
             // Counts on through all the channels that the entry speaks of.
@@ -146,7 +146,7 @@ private:
 
     PlannedBoard planBoard(const Crate &crate, const Board &board)
     {
-        const auto said = merged(crate, m_file.boards, board.slot, -1, board.parameters);
+        const auto said = merged(crate, EntryKind::Boards, board.slot, -1, board.parameters);
         PlannedBoard planned;
         planned.slot = board.slot;
         planned.record = crate.recordOf(board.slot);
@@ -161,8 +161,9 @@ private:
 
     PlannedChannel planChannel(const Crate &crate, const Board &board, const Channel &channel)
     {
-        auto said = merged(crate, m_file.channels, board.slot, channel.number, channel.parameters);
-        said.add(m_file.defaults, true);
+        auto said =
+            merged(crate, EntryKind::Channels, board.slot, channel.number, channel.parameters);
+        said.add(m_file.defaults);
         PlannedChannel planned;
         planned.slot = board.slot;
         planned.number = channel.number;

@@ -25,10 +25,10 @@ std::string namesOf(const std::vector<Crate> &crates)
 }
 
 // Which crate the entry speaks of, and which groups.
-void checkEntry(const Entry &entry, EntryKind kind, const SiteFile &file, sim::Findings &findings)
+void checkEntry(const Entry &entry, const SiteFile &file, sim::Findings &findings)
 {
     const auto &name = entry.crate.value;
-    if (kind != EntryKind::Defaults && name.empty() && file.crates.size() > 1)
+    if (entry.kind != EntryKind::Defaults && name.empty() && file.crates.size() > 1)
         findings.add(entry.line, "", "there are several crates: \"crate\" has to name one");
     if (!name.empty() && named(file.crates, name) == nullptr)
         findings.add(entry.crate.line, "", "no crate is called \"" + printable(name) + "\"");
@@ -112,8 +112,8 @@ bool checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Fi
 
 void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
 {
-    forEachEntry(file, [&](const Entry &entry, EntryKind kind) {
-        checkEntry(entry, kind, file, findings);
+    forEachEntry(file, [&](const Entry &entry) {
+        checkEntry(entry, file, findings);
         for (const Crate &crate : crates)
             if (isOf(entry, crate))
                 checkRanges(entry, crate, findings);

@@ -232,15 +232,15 @@ void take(Fields &fields, const char *key, std::optional<Placed<Value>> &into,
         into = {std::move(*value), field.line()};
 }
 
-void readWhere(Fields &fields, Entry &entry, EntryKind kind)
+void readWhere(Fields &fields, Entry &entry)
 {
-    if (kind == EntryKind::Defaults)
+    if (entry.kind == EntryKind::Defaults)
         return;
     const Field crate = fields.optional("crate");
     entry.crate = {crate.text().value_or(""), crate.line()};
-    if (kind == EntryKind::Boards)
+    if (entry.kind == EntryKind::Boards)
         entry.ranges = readPositions(fields.required("slots"), false);
-    if (kind != EntryKind::Channels)
+    if (entry.kind != EntryKind::Channels)
         return;
     entry.ranges = readPositions(fields.required("channels"), true);
     take(fields, "name", entry.name, readName);
@@ -265,9 +265,10 @@ Entry readEntry(const Field &field, EntryKind kind)
     const char *kinds[] = {"the defaults", "an entry for channels", "an entry for boards",
                            "an entry for the crate"};
     Entry entry;
+    entry.kind = kind;
     entry.line = field.line();
     Fields fields(field, kinds[static_cast<size_t>(kind)]);
-    readWhere(fields, entry, kind);
+    readWhere(fields, entry);
     if (kind != EntryKind::System)
         take(fields, "description", entry.description, readText);
     take(fields, "limits", entry.limits, readLimits, false);

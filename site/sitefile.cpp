@@ -132,12 +132,10 @@ std::vector<CrateEntry> readCrates(const Field &list)
     return crates;
 }
 
-std::vector<Entry> readEntries(const Field &list, EntryKind kind)
+void readEntries(const Field &list, EntryKind kind, std::vector<Entry> &entries)
 {
-    std::vector<Entry> entries;
     for (const auto &item : list.items())
         entries.push_back(readEntry(item, kind));
-    return entries;
 }
 
 void read(const Field &document, SiteFile &file)
@@ -149,9 +147,9 @@ void read(const Field &document, SiteFile &file)
     file.parameters = readRoles(fields.optional("parameters"));
     readAccess(fields.optional("access"), file);
     file.defaults = readEntry(fields.optional("defaults"), EntryKind::Defaults);
-    file.channels = readEntries(fields.optional("channels"), EntryKind::Channels);
-    file.boards = readEntries(fields.optional("boards"), EntryKind::Boards);
-    file.system = readEntries(fields.optional("system"), EntryKind::System);
+    readEntries(fields.optional("channels"), EntryKind::Channels, file.entries);
+    readEntries(fields.optional("boards"), EntryKind::Boards, file.entries);
+    readEntries(fields.optional("system"), EntryKind::System, file.entries);
     fields.finish();
 }
 

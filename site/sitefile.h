@@ -1,6 +1,7 @@
 // A site file as it is written: what one group knows about the channels of its crates.
 #pragma once
 
+#include <algorithm>
 #include <limits>
 #include <map>
 #include <optional>
@@ -46,6 +47,7 @@ enum class EntryKind { Defaults, Channels, Boards, System };
 
 // What is said of channels, boards or the crate.
 struct Entry {
+    EntryKind kind = EntryKind::Defaults;
     int line = 0;
     Placed<std::string> crate;               // empty: the only one
     Placed<std::vector<Range>> ranges;       // none in "system" and "defaults"
@@ -77,22 +79,15 @@ struct CrateEntry {
 struct SiteFile : SiteSettings {
     std::map<std::string, std::string> parameters; // by the role's key; empty: none does that
     std::vector<CrateEntry> crates;
-    Entry defaults; // for every channel; no ranges and no name
-    std::vector<Entry> channels;
-    std::vector<Entry> boards;
-    std::vector<Entry> system;
+    Entry defaults;             // for every channel; no ranges and no name
+    std::vector<Entry> entries; // of the other kinds
 };
 
-// Calls act(entry, kind) for each of them.
+// Calls act(entry) for the defaults and each of the others.
 template <class Act> void forEachEntry(const SiteFile &file, const Act &act)
 {
-    act(file.defaults, EntryKind::Defaults);
-    for (const Entry &entry : file.channels)
-        act(entry, EntryKind::Channels);
-    for (const Entry &entry : file.boards)
-        act(entry, EntryKind::Boards);
-    for (const Entry &entry : file.system)
-        act(entry, EntryKind::System);
+    act(file.defaults);
+    std::for_each(file.entries.begin(), file.entries.end(), act);
 }
 
 struct SiteReading {

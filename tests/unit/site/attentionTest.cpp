@@ -32,9 +32,10 @@ TEST_F(SiteAttention, ChannelsOfAnEntryAreGone)
 TEST_F(SiteAttention, TheBoardOfAnEntryIsGone)
 {
     insert(after, 1, std::nullopt);
-    file.boards.resize(1);
-    file.boards[0].line = 30;
-    file.boards[0].ranges.value = {{0, 2, -1, -1}};
+    Entry &boards = file.entries.emplace_back();
+    boards.kind = EntryKind::Boards;
+    boards.line = 30;
+    boards.ranges.value = {{0, 2, -1, -1}};
     EXPECT_THAT(attentionLines(), ElementsAre("12 slot 1: emptied: ZA12P, serial number 102",
                                               "30 slot 1: emptied: ZA12P, serial number 102"));
 }
@@ -117,7 +118,7 @@ TEST_F(SiteAttention, LostAndChangedParametersAreNamedByAnEntry)
 
 TEST_F(SiteAttention, DefaultsAreForTheChannelsThatThereAre)
 {
-    file.channels.clear();
+    file.entries.clear();
     file.defaults.line = 5;
     file.defaults.archive["SVMax"] = placed(ArchivePolicy(), 6);
     remove(after.models[0].channel, "SVMax");
@@ -131,9 +132,10 @@ TEST_F(SiteAttention, DefaultsAreForTheChannelsThatThereAre)
 
 TEST_F(SiteAttention, TheSystemsEntriesAreForTheSystem)
 {
-    file.system.resize(1);
-    file.system[0].access["Kill"] = placed(std::string("experts"), 40);
-    file.system[0].access["SVMax"] = placed(std::string("experts"), 41);
+    Entry &system = file.entries.emplace_back();
+    system.kind = EntryKind::System;
+    system.access["Kill"] = placed(std::string("experts"), 40);
+    system.access["SVMax"] = placed(std::string("experts"), 41);
     after.commands.erase(after.commands.begin());
     remove(after.models[0].channel, "SVMax");
     EXPECT_THAT(attentionLines(),

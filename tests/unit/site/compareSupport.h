@@ -70,12 +70,13 @@ protected:
     SiteAttention()
     {
         file.crates = {{1, "HV", ""}};
-        file.channels.resize(1);
+        file.entries.resize(1);
+        entry().kind = EntryKind::Channels;
         entry().line = 12;
         entry().ranges = placed(std::vector<Range>{{0, 1, 0, 11}}, 12);
     }
 
-    Entry &entry() { return file.channels.front(); }
+    Entry &entry() { return file.entries.front(); }
     Lines attentionLines(const std::string &crate = "HV") const
     {
         Lines found;

@@ -33,7 +33,7 @@ TEST(SiteFileReading, AFileWithNothingButItsCrate)
     EXPECT_EQ("HV", file.crates[0].name);
     EXPECT_EQ(2, file.crates[0].line);
     EXPECT_FALSE(file.stale);
-    EXPECT_TRUE(file.channels.empty() && file.boards.empty() && file.system.empty());
+    EXPECT_TRUE(file.entries.empty());
     for (const RoleWords &each : roleWords)
         EXPECT_EQ(each.usual, file.parameters.at(each.key));
 }
@@ -103,8 +103,9 @@ TEST(SiteFileReading, EveryKeyOfAnEntryForChannels)
     latching: false
     annunciating: true
 )"));
-    ASSERT_EQ(1U, file.channels.size());
-    const Entry &entry = file.channels[0];
+    ASSERT_EQ(1U, file.entries.size());
+    const Entry &entry = file.entries[0];
+    EXPECT_EQ(EntryKind::Channels, entry.kind);
     EXPECT_EQ(4, entry.line);
     EXPECT_EQ("HV", entry.crate.value);
     const auto holds = [&](int slot, int channel) {
@@ -149,8 +150,11 @@ system: [{limits: {OutputLevel: {high: 5}}}]
 )"));
     EXPECT_EQ("OPERATE", file.defaults.access.at(allParameters).value);
     EXPECT_EQ(1, file.defaults.archive.at(allParameters).value.period);
-    EXPECT_EQ("Fan tray", file.boards.at(0).description->value);
-    EXPECT_EQ(1U, file.system.at(0).limits.size());
+    ASSERT_EQ(2U, file.entries.size());
+    EXPECT_EQ(EntryKind::Boards, file.entries[0].kind);
+    EXPECT_EQ("Fan tray", file.entries[0].description->value);
+    EXPECT_EQ(EntryKind::System, file.entries[1].kind);
+    EXPECT_EQ(1U, file.entries[1].limits.size());
 }
 
 struct Bad {
