@@ -1,6 +1,5 @@
 #include "comparefiles.h"
 
-#include <optional>
 #include <ostream>
 
 #include "attention.h"
@@ -11,18 +10,10 @@ namespace site {
 
 namespace {
 
-void print(const std::vector<sim::Finding> &findings, const std::string &path, std::ostream &out)
-{
-    for (const auto &finding : findings)
-        out << sim::findingText(path, finding) << '\n';
-}
-
-std::optional<sim::CrateDescription> readDescription(const std::string &path, std::ostream &errors)
+sim::CrateDescription readDescription(const std::string &path, Messages &messages)
 {
     auto reading = sim::readCrateFile(path);
-    print(reading.findings, path, errors);
-    if (!reading.findings.empty())
-        return std::nullopt;
+    messages.addErrors(path, reading.findings);
     return std::move(reading.file.crate);
 }
 
@@ -34,14 +25,17 @@ void print(const sim::Differences &differences, std::ostream &out)
 
 } // namespace
 
-ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, std::ostream &errors)
+ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, Messages &messages)
 {
-    const auto before = readDescription(order.before, errors);
-    const auto after = readDescription(order.after, errors);
-    if (!before || !after)
+    const auto site = order.site.empty() ? SiteFile() : readSiteFile(order.site, messages);
+    if (!messages.errors.empty())
         return ComparisonStatus::Trouble;
-    const auto differences = compareCrates(*before, *after);
-    const auto values = order.values ? compareValues(*before, *after) : sim::Differences();
+    const auto before = readDescription(order.before, messages);
+    const auto after = readDescription(order.after, messages);
+    if (!messages.errors.empty())
+        return ComparisonStatus::Trouble;
+    const auto differences = compareCrates(before, after);
+    const auto values = order.values ? compareValues(before, after) : sim::Differences();
     if (differences.empty() && values.empty()) {
         out << "No differences.\n";
         return ComparisonStatus::Equal;
@@ -50,11 +44,11 @@ ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, s
     if (!values.empty())
         out << (differences.empty() ? "" : "\n") << "Set-points and other values:\n";
     print(values, out);
-    const auto found = order.site != nullptr ? attention(*order.site, after->name, differences)
-                                             : std::vector<sim::Finding>();
+    const auto found = attention(site, after.name, differences);
     if (!found.empty())
-        out << "\nEntries of " << order.sitePath << " that need attention:\n";
-    print(found, order.sitePath, out);
+        out << "\nEntries of " << order.site << " that need attention:\n";
+    for (const auto &finding : found)
+        out << sim::findingText(order.site, finding) << '\n';
     return ComparisonStatus::Different;
 }
 

@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "sitefile.h"
+#include "inputs.h"
 
 namespace site {
 
@@ -14,14 +14,12 @@ enum class ComparisonStatus { Equal = 0, Different = 1, Trouble = 2 };
 struct ComparisonOrder {
     std::string before; // paths
     std::string after;
-    bool values = true;             // the captured values too
-    std::string sitePath;           // for messages
-    const SiteFile *site = nullptr; // null: the descriptions alone are compared
+    std::string site;   // empty: the descriptions alone are compared
+    bool values = true; // the captured values too
 };
 
-// Reads both, blocking, and prints one line for each difference, or "No differences."; what is
-// wrong in a file goes to `errors` and nothing is compared.
-ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out,
-                              std::ostream &errors);
+// Reads the files, blocking, and prints one line for each difference, or "No differences."; when
+// something is wrong in one of them, nothing is compared.
+ComparisonStatus compareFiles(const ComparisonOrder &order, std::ostream &out, Messages &messages);
 
 } // namespace site

@@ -12,13 +12,6 @@ namespace site {
 
 namespace {
 
-void addErrors(Messages &messages, const std::string &path,
-               const std::vector<sim::Finding> &findings)
-{
-    for (const auto &finding : findings)
-        messages.errors.push_back(sim::findingText(path, finding));
-}
-
 CrateReading readDescription(const std::string &path)
 {
     const auto reading = sim::readCrateFile(path);
@@ -41,6 +34,12 @@ CrateReading readList(const std::string &path, Messages &messages)
 
 } // namespace
 
+void Messages::addErrors(const std::string &path, const std::vector<sim::Finding> &findings)
+{
+    for (const auto &finding : findings)
+        errors.push_back(sim::findingText(path, finding));
+}
+
 std::vector<Crate> readCrates(const std::vector<std::string> &paths, Messages &messages)
 {
     std::vector<Crate> crates;
@@ -53,7 +52,7 @@ std::vector<Crate> readCrates(const std::vector<std::string> &paths, Messages &m
             if (reading.findings.empty() && !isCrateName(name))
                 reading.findings.push_back(
                     {0, "\"" + printable(name) + "\" cannot be the name of a crate"});
-            addErrors(messages, path, reading.findings);
+            messages.addErrors(path, reading.findings);
             reading.crate.file = path;
             crates.push_back(std::move(reading.crate));
         } catch (const FolderError &error) {
@@ -67,7 +66,7 @@ SiteFile readSiteFile(const std::string &path, Messages &messages)
 {
     try {
         auto reading = readSite(readFile(path));
-        addErrors(messages, path, reading.findings);
+        messages.addErrors(path, reading.findings);
         return std::move(reading.file);
     } catch (const FolderError &error) {
         messages.errors.push_back(error.what());
@@ -79,7 +78,7 @@ OutputFiles makeFiles(const SiteFile &file, const std::string &path,
                       const std::vector<Crate> &crates, bool olderBase, Messages &messages)
 {
     const auto planning = makePlan(file, crates);
-    addErrors(messages, path, planning.findings);
+    messages.addErrors(path, planning.findings);
     messages.notes.insert(messages.notes.end(), planning.notes.begin(), planning.notes.end());
     if (!messages.errors.empty())
         return {};

@@ -13,6 +13,8 @@ namespace site {
 struct Messages {
     std::vector<std::string> errors;
     std::vector<std::string> notes;
+
+    void addErrors(const std::string &path, const std::vector<sim::Finding> &findings);
 };
 
 // PV lists, or crate descriptions, whose names end in ".yaml". With a PV list goes the ZANTO.db

@@ -64,19 +64,12 @@ int runMake(const Arguments &arguments, bool onlyChecks)
     return finish(arguments.folder + ": " + std::to_string(files.size()) + " files\n");
 }
 
-int runCompare(ComparisonOrder order)
+int runCompare(const ComparisonOrder &order)
 {
-    constexpr int trouble = static_cast<int>(ComparisonStatus::Trouble);
-    SiteFile file;
-    if (!order.sitePath.empty()) {
-        Messages messages;
-        file = readSiteFile(order.sitePath, messages);
-        if (!report(messages))
-            return trouble;
-        order.site = &file;
-    }
-    const auto status = compareFiles(order, std::cout, std::cerr);
-    return finish("") == 0 ? static_cast<int>(status) : trouble;
+    Messages messages;
+    const auto status = compareFiles(order, std::cout, messages);
+    report(messages);
+    return static_cast<int>(finish("") == 0 ? status : ComparisonStatus::Trouble);
 }
 
 template <class Value>
@@ -108,7 +101,7 @@ void declare(CLI::App &app, Arguments &arguments)
     auto &order = arguments.comparison;
     require(compare, "old", order.before, "OLD.yaml", "Crate description, captured before");
     require(compare, "new", order.after, "NEW.yaml", "Crate description, captured after");
-    require(compare, "--site", order.sitePath, "SITE.yaml",
+    require(compare, "--site", order.site, "SITE.yaml",
             "Site file whose entries may need attention")
         ->required(false);
     compare->add_flag("!--no-values", order.values, "Leave out set-points that differ");

@@ -154,27 +154,26 @@ TEST_F(SiteAttention, EntriesOfOtherCratesAreLeftAlone)
 
 // ---- files ----
 
-class SiteCompareFiles : public SiteAttention {
+class SiteCompareFiles : public SiteCompare {
 protected:
     SiteCompareFiles()
     {
         std::filesystem::create_directory(folder);
         order.before = crateFile("detector");
         order.after = folder + "/after.yaml";
-        order.sitePath = "site.yaml";
     }
     ~SiteCompareFiles() override { std::filesystem::remove_all(folder); }
 
     ComparisonStatus compare()
     {
         std::ofstream(order.after) << sim::writeCrate({after, {}});
-        return compareFiles(order, out, errors);
+        return compareFiles(order, out, messages);
     }
 
     const std::string folder = testing::TempDir() + "compare" + std::to_string(getpid());
     ComparisonOrder order;
     std::ostringstream out;
-    std::ostringstream errors;
+    Messages messages;
 };
 
 TEST_F(SiteCompareFiles, EqualFilesAreSaidToBe)
@@ -187,14 +186,17 @@ TEST_F(SiteCompareFiles, HardwareValuesAndTheSiteFileHaveASectionEach)
 {
     board(0).channels.resize(8);
     board(1).channels[0].start["VSet"] = 1.0f;
-    order.site = &file;
+    order.site = folder + "/site.yaml";
+    std::ofstream(order.site) << "site: Test\ncrates: [{name: HV}]\nchannels:\n"
+                                 "  - {channels: \"0-1:0-11\"}\n";
     EXPECT_EQ(compare(), ComparisonStatus::Different);
     EXPECT_EQ(out.str(), "slot 0, channels 8-11: gone\n"
                          "\nSet-points and other values:\n"
                          "slot 1, channel 0: VSet 1800 -> 1 V\n"
-                         "\nEntries of site.yaml that need attention:\n"
-                         "site.yaml:12: slot 0, channels 8-11: gone\n");
-    EXPECT_EQ(errors.str(), "");
+                         "\nEntries of " +
+                             order.site + " that need attention:\n" + order.site +
+                             ":4: slot 0, channels 8-11: gone\n");
+    EXPECT_THAT(messages.errors, IsEmpty());
 }
 
 TEST_F(SiteCompareFiles, ValuesCanBeLeftOut)
@@ -211,7 +213,7 @@ TEST_F(SiteCompareFiles, WhatIsWrongInAFileIsTold)
     order.before = folder + "/missing.yaml";
     EXPECT_EQ(compare(), ComparisonStatus::Trouble);
     EXPECT_EQ(out.str(), "");
-    EXPECT_THAT(errors.str(), testing::StartsWith(order.before + ": "));
+    EXPECT_THAT(messages.errors, ElementsAre(testing::StartsWith(order.before + ": ")));
 }
 
 } // namespace
