@@ -1,9 +1,7 @@
 #include "newsite.h"
 
-#include <algorithm>
-
 #include "description/channelset.h"
-#include "sitefile.h"
+#include "sitechecks.h"
 
 namespace site {
 
@@ -53,15 +51,10 @@ std::string text(const std::string &value) { return "\"" + value + "\""; }
 std::string archive(const std::vector<Crate> &crates)
 {
     std::string list;
-    for (const std::string name : {"VMon", "IMon", "Status"}) {
-        bool exists = false;
-        for (const Crate &crate : crates)
-            forEachList(crate, [&](const Parameters &parameters, auto *, auto *channel) {
-                exists = exists || (channel != nullptr && find(parameters, name) != nullptr);
-            });
-        if (exists)
+    const Parameters parameters = channelParameters(crates);
+    for (const std::string name : {"VMon", "IMon", "Status"})
+        if (find(parameters, name) != nullptr)
             list += (list.empty() ? "" : ", ") + name + ": monitor 1";
-    }
     return list.empty() ? "" : "  archive: {" + list + "}\n";
 }
 

@@ -70,7 +70,8 @@ void checkRanges(const Entry &entry, const Crate &crate, sim::Findings &findings
     }
 }
 
-// The parameters of all channels.
+} // namespace
+
 Parameters channelParameters(const std::vector<Crate> &crates)
 {
     Parameters all;
@@ -81,8 +82,6 @@ Parameters channelParameters(const std::vector<Crate> &crates)
         });
     return all;
 }
-
-} // namespace
 
 bool isOf(const Entry &entry, const Crate &crate)
 {

@@ -29,6 +29,9 @@ inline bool canBeDriven(const Parameter &parameter) { return parameter.type == "
 inline bool canBeWritten(const Parameter &parameter) { return parameter.writable; }
 inline bool canBeRead(const Parameter &parameter) { return parameter.readable; }
 
+// The parameters of all channels.
+Parameters channelParameters(const std::vector<Crate> &crates);
+
 // Whether the entry is one of that crate's.
 bool isOf(const Entry &entry, const Crate &crate);
 
