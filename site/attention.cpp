@@ -30,6 +30,7 @@ public:
     void run() const
     {
         const Kind kind = m_difference.kind;
+        const std::string &parameter = m_difference.parameter;
         if (isOneOf(kind, {Kind::SlotEmptied, Kind::ChannelsGone}))
             add(m_entry.line, m_difference.text);
         if (isOneOf(kind, {Kind::BoardExchanged, Kind::ChannelName})) {
@@ -37,13 +38,13 @@ public:
             check(m_entry.description, "the description");
         }
         if (isOneOf(kind, {Kind::ParameterGone, Kind::Type, Kind::Mode, Kind::Unit}))
-            check(valueIn(m_entry.drive, false), "its drive limits");
+            check(saidOf(parameter, m_entry.drive, false), "its drive limits");
         if (isOneOf(kind, {Kind::ParameterGone, Kind::Type, Kind::Unit}))
-            check(valueIn(m_entry.limits, kind == Kind::Unit), "its alarm limits");
+            check(saidOf(parameter, m_entry.limits, kind == Kind::Unit), "its alarm limits");
         if (isOneOf(kind, {Kind::ParameterGone, Kind::Type, Kind::Mode}))
-            check(valueIn(m_entry.access, false), "its access group");
+            check(saidOf(parameter, m_entry.access, false), "its access group");
         if (isOneOf(kind, {Kind::ParameterGone, Kind::Type}))
-            check(valueIn(m_entry.archive, false), "its archive policy");
+            check(saidOf(parameter, m_entry.archive, false), "its archive policy");
         if (isOneOf(kind, {Kind::Minimum, Kind::Maximum}))
             checkBounds();
     }
@@ -55,16 +56,6 @@ private:
         m_reasons[line].back().text = text;
     }
 
-    // What is said of the parameter by its name or, where that counts, of all; null: nothing.
-    template <class Value>
-    const Placed<Value> *valueIn(const ByParameter<Value> &values, bool allCount) const
-    {
-        auto found = values.find(m_difference.parameter);
-        if (found == values.end() && allCount)
-            found = values.find(allParameters);
-        return found == values.end() ? nullptr : &found->second;
-    }
-
     template <class Value> void check(const Value &placed, const std::string &what) const
     {
         if (placed)
@@ -73,12 +64,13 @@ private:
 
     void checkBounds() const
     {
-        if (const auto *limits = valueIn(m_entry.limits, true))
+        const std::string &parameter = m_difference.parameter;
+        if (const auto *limits = saidOf(parameter, m_entry.limits))
             for (const ThresholdWords &words : thresholdWords)
                 if (const auto &threshold = limits->value.*words.threshold)
                     checkBound(limits->line, std::string("limit ") + words.limit, threshold->limit);
         // Those of all parameters are for set-points, which this one need not be.
-        if (const auto *drive = valueIn(m_entry.drive, false)) {
+        if (const auto *drive = saidOf(parameter, m_entry.drive, false)) {
             checkBound(drive->line, "lower drive limit", drive->value.low);
             checkBound(drive->line, "upper drive limit", drive->value.high);
         }

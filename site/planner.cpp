@@ -34,17 +34,6 @@ std::string numbered(const std::string &pattern, int number)
     return sim::NamePattern{pattern, 0}.nameOf(static_cast<size_t>(number)).value_or(pattern);
 }
 
-// What is said of the parameter, or else of all of them, if it fits; or null.
-template <class Value>
-const Placed<Value> *given(const ByParameter<Value> &said, const Parameter &parameter,
-                           bool (*fits)(const Parameter &))
-{
-    auto found = said.find(parameter.name);
-    if (found == said.end())
-        found = said.find(allParameters);
-    return found == said.end() || !fits(parameter) ? nullptr : &found->second;
-}
-
 template <class Value, class Given> void set(Value &value, const Given &given)
 {
     if (given)
@@ -75,12 +64,15 @@ PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &me
     const Entry &said = merged.get();
     PlannedParameter planned;
     planned.parameter = &parameter;
-    const auto *limits = given(said.limits, parameter, canHaveLimits);
-    const auto *drive = given(said.drive, parameter, canBeDriven);
+    // What is said of all parameters need not fit each.
+    const auto *limits = canHaveLimits(parameter) ? saidOf(parameter.name, said.limits) : nullptr;
+    const auto *drive = canBeDriven(parameter) ? saidOf(parameter.name, said.drive) : nullptr;
     set(planned.limits, limits);
     set(planned.drive, drive);
-    set(planned.archive, given(said.archive, parameter, canBeRead));
-    set(planned.access, given(said.access, parameter, canBeWritten));
+    if (canBeRead(parameter))
+        set(planned.archive, saidOf(parameter.name, said.archive));
+    if (canBeWritten(parameter))
+        set(planned.access, saidOf(parameter.name, said.access));
     for (const ThresholdWords &words : thresholdWords)
         if (const auto &threshold = planned.limits.*words.threshold)
             checkValue(threshold->limit, parameter, limits->line, merged);

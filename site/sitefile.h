@@ -25,6 +25,17 @@ template <class Value> using ByParameter = std::map<std::string, Placed<Value>>;
 
 constexpr const char *allParameters = "all";
 
+// What is said of the parameter by its name or, where that counts, of all; null: nothing.
+template <class Value>
+const Placed<Value> *saidOf(const std::string &parameter, const ByParameter<Value> &values,
+                            bool allCount = true)
+{
+    auto found = values.find(parameter);
+    if (found == values.end() && allCount)
+        found = values.find(allParameters);
+    return found == values.end() ? nullptr : &found->second;
+}
+
 // The last number of "all".
 constexpr int openEnd = std::numeric_limits<int>::max();
 
