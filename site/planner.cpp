@@ -263,15 +263,14 @@ Planning makePlan(const SiteFile &file, const std::vector<Crate> &crates)
 {
     Planning planning;
     planning.plan = {static_cast<const SiteSettings &>(file), {}};
+    planning.findings = checkCrates(file, crates);
+    if (!planning.findings.empty())
+        return planning;
     sim::Findings findings;
-    if (checkCrates(file, crates, findings)) {
-        checkEntries(file, crates, findings);
-        CratePlanner planner(file, crates, findings, planning.notes);
-        for (const CrateEntry &entry : file.crates)
-            for (const Crate &crate : crates)
-                if (crate.name == entry.name)
-                    planning.plan.crates.push_back(planner.plan(crate, entry));
-    }
+    checkEntries(file, crates, findings);
+    CratePlanner planner(file, crates, findings, planning.notes);
+    for (const CrateEntry &entry : file.crates)
+        planning.plan.crates.push_back(planner.plan(*named(crates, entry.name), entry));
     planning.findings = findings.take();
     return planning;
 }

@@ -8,14 +8,6 @@ namespace site {
 
 namespace {
 
-// The one of that name, or null.
-template <class List> auto named(const List &list, const std::string &name)
-{
-    const auto found =
-        std::find_if(list.begin(), list.end(), [&](const auto &each) { return each.name == name; });
-    return found == list.end() ? nullptr : &*found;
-}
-
 std::string namesOf(const std::vector<Crate> &crates)
 {
     std::string names;
@@ -88,25 +80,24 @@ bool isOf(const Entry &entry, const Crate &crate)
     return entry.crate.value.empty() || entry.crate.value == crate.name;
 }
 
-bool checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)
+std::vector<sim::Finding> checkCrates(const SiteFile &file, const std::vector<Crate> &crates)
 {
-    bool doFit = true;
-    const auto complain = [&](int line, const std::string &text) {
-        findings.add(line, "", text);
-        doFit = false;
-    };
+    sim::Findings findings;
     for (const CrateEntry &entry : file.crates)
         if (named(crates, entry.name) == nullptr)
-            complain(entry.line, "no PV list is that of crate \"" + entry.name +
-                                     "\"; given: " + namesOf(crates));
+            findings.add(entry.line, "",
+                         "no PV list is that of crate \"" + entry.name +
+                             "\"; given: " + namesOf(crates));
     for (const Crate &crate : crates) {
         if (named(file.crates, crate.name) == nullptr)
-            complain(0, "has no crate \"" + crate.name + "\", of which " + crate.file + " is");
+            findings.add(0, "",
+                         "has no crate \"" + crate.name + "\", of which " + crate.file + " is");
         if (named(crates, crate.name) != &crate)
-            complain(0, "two lists are of a crate \"" + crate.name +
-                            "\": " + named(crates, crate.name)->file + " and " + crate.file);
+            findings.add(0, "",
+                         "two lists are of a crate \"" + crate.name +
+                             "\": " + named(crates, crate.name)->file + " and " + crate.file);
     }
-    return doFit;
+    return findings.take();
 }
 
 void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings)

@@ -1,6 +1,7 @@
 // Whether what a site file says fits the crates.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,8 +10,16 @@
 
 namespace site {
 
-// Whether the file's crates are those that are given, each once.
-bool checkCrates(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings);
+// The one of that name, or null.
+template <class List> auto named(const List &list, const std::string &name)
+{
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&](const auto &each) { return each.name == name; });
+    return found == list.end() ? nullptr : &*found;
+}
+
+// The file's crates have to be those that are given, each once.
+std::vector<sim::Finding> checkCrates(const SiteFile &file, const std::vector<Crate> &crates);
 
 // Crates, positions and groups that entries name. The crates fit.
 void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings);
