@@ -129,9 +129,8 @@ private:
             // Counts on through all the channels that the entry speaks of.
             if (entry.first)
                 said.number = *entry.first + m_counted[&entry]++;
-            checkParameters(entry, parameters, [&](int line, const std::string &text) {
+            for (const auto &[line, text] : missingParameters(entry, parameters))
                 said.report(line, "no " + text);
-            });
         }
         return said;
     }

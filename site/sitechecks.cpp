@@ -108,28 +108,28 @@ void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::F
             if (isOf(entry, crate))
                 checkRanges(entry, crate, findings);
     });
-    checkParameters(file.defaults, channelParameters(crates),
-                    [&](int line, const std::string &text) {
-                        findings.add(line, "", "no channel has a " + text);
-                    });
+    for (const auto &[line, text] : missingParameters(file.defaults, channelParameters(crates)))
+        findings.add(line, "", "no channel has a " + text);
 }
 
-void checkParameters(const Entry &entry, const Parameters &parameters,
-                     const std::function<void(int, const std::string &)> &complain)
+std::vector<sim::Finding> missingParameters(const Entry &entry, const Parameters &parameters)
 {
+    std::vector<sim::Finding> found;
     const auto check = [&](const auto &said, auto fits, const char *wanted) {
         for (const auto &[name, placed] : said) {
             const auto isIt = [&, &wantedName = name](const Parameter &each) {
                 return each.name == wantedName && fits(each);
             };
             if (name != allParameters && std::none_of(parameters.begin(), parameters.end(), isIt))
-                complain(placed.line, "parameter \"" + printable(name) + "\" that can " + wanted);
+                found.push_back(
+                    {placed.line, "parameter \"" + printable(name) + "\" that can " + wanted});
         }
     };
     check(entry.limits, canHaveLimits, "have alarm limits");
     check(entry.drive, canBeDriven, "have drive limits");
     check(entry.access, canBeWritten, "be written");
     check(entry.archive, canBeRead, "be read");
+    return found;
 }
 
 } // namespace site

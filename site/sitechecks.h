@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,10 +23,9 @@ std::vector<sim::Finding> checkCrates(const SiteFile &file, const std::vector<Cr
 // Crates, positions and groups that entries name. The crates fit.
 void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::Findings &findings);
 
-// Looks for parameters that the entry names and that none of these is, or that cannot be what is
-// said of them. Calls complain(line, "parameter ...") for each.
-void checkParameters(const Entry &entry, const Parameters &parameters,
-                     const std::function<void(int, const std::string &)> &complain);
+// Parameters that the entry names and that none of these is, or that cannot be what is said of
+// them: "parameter ...".
+std::vector<sim::Finding> missingParameters(const Entry &entry, const Parameters &parameters);
 
 // What can be said of a parameter.
 inline bool canHaveLimits(const Parameter &parameter)
