@@ -120,15 +120,13 @@ std::vector<Field> readPair(const Field &field, const std::string &wanted)
 // A number, or a number and its severity: [1900, MAJOR].
 std::optional<Threshold> readThreshold(const Field &field, Severity usual)
 {
-    if (!field.isList()) {
-        const auto limit = finite(field);
-        return limit ? std::optional(Threshold{*limit, usual}) : std::nullopt;
-    }
-    const auto items = readPair(field, "a limit with its severity, as in [100, MAJOR]");
+    const auto items = field.isList()
+                           ? readPair(field, "a limit with its severity, as in [100, MAJOR]")
+                           : std::vector<Field>{field};
     if (items.empty())
         return std::nullopt;
     const auto limit = finite(items[0]);
-    const auto severity = readSeverity(items[1]);
+    const auto severity = items.size() > 1 ? readSeverity(items[1]) : usual;
     return limit && severity ? std::optional(Threshold{*limit, *severity}) : std::nullopt;
 }
 
