@@ -13,11 +13,6 @@ namespace {
 using sim::Field;
 using sim::Fields;
 
-std::string textOr(const Field &field, const std::string &otherwise)
-{
-    return field.text().value_or(otherwise);
-}
-
 // One of the two, or nothing.
 std::string wordOf(const Field &field, const std::string &first, const std::string &second)
 {
@@ -32,7 +27,7 @@ std::map<std::string, std::string> readRoles(const Field &field)
     std::map<std::string, std::string> names;
     Fields fields(field, "the parameters");
     for (const RoleWords &each : roleWords)
-        names[each.key] = textOr(fields.optional(each.key), each.usual);
+        names[each.key] = fields.optional(each.key).text().value_or(each.usual);
     fields.finish();
     return names;
 }
@@ -110,8 +105,8 @@ CrateEntry readCrate(const Field &field)
     crate.line = field.line();
     Fields fields(field, "a crate");
     const Field name = fields.required("name");
-    crate.name = textOr(name, "");
-    crate.description = textOr(fields.optional("description"), "");
+    crate.name = name.text().value_or("");
+    crate.description = fields.optional("description").text().value_or("");
     fields.finish();
     if (name.isPresent() && !isCrateName(crate.name))
         name.report("\"" + printable(crate.name) + "\" cannot be the name of a crate");
@@ -141,7 +136,7 @@ void readEntries(const Field &list, EntryKind kind, std::vector<Entry> &entries)
 void read(const Field &document, SiteFile &file)
 {
     Fields fields(document, "the site");
-    file.title = textOr(fields.required("site"), "");
+    file.title = fields.required("site").text().value_or("");
     file.stale = wordOf(fields.optional("stale"), "INVALID", "keep") == "INVALID";
     file.crates = readCrates(fields.required("crates"));
     file.parameters = readRoles(fields.optional("parameters"));
