@@ -53,14 +53,15 @@ std::vector<std::string> readNames(const Field &list)
     return names;
 }
 
-NameLists readLists(const Field &field)
+// Lists or groups by their names.
+template <class Read> auto readNamed(const Field &field, const Read &read)
 {
-    NameLists lists;
+    std::map<std::string, decltype(read(field))> all;
     for (const auto &entry : field.entries()) {
         checkAccessName(entry, entry.name());
-        lists[entry.name()] = readNames(entry);
+        all[entry.name()] = read(entry);
     }
-    return lists;
+    return all;
 }
 
 // Those of the lists that the group names.
@@ -75,6 +76,8 @@ std::vector<std::string> readMembers(const Field &field, const NameLists &known)
 
 AccessGroup readGroup(const Field &field, const SiteFile &file)
 {
+    if (field.name() == "DEFAULT")
+        field.report("group DEFAULT is that of all records that no group is given");
     AccessGroup group;
     Fields fields(field, "an access group");
     group.users = readMembers(fields.optional("users"), file.users);
@@ -87,16 +90,11 @@ AccessGroup readGroup(const Field &field, const SiteFile &file)
 void readAccess(const Field &field, SiteFile &file)
 {
     Fields fields(field, "the access rights");
-    file.users = readLists(fields.optional("users"));
-    file.hosts = readLists(fields.optional("hosts"));
-    const Field groups = fields.optional("groups");
+    file.users = readNamed(fields.optional("users"), readNames);
+    file.hosts = readNamed(fields.optional("hosts"), readNames);
+    const auto groups = fields.optional("groups");
     fields.finish();
-    for (const auto &entry : groups.entries()) {
-        checkAccessName(entry, entry.name());
-        if (entry.name() == "DEFAULT")
-            entry.report("group DEFAULT is that of all records that no group is given");
-        file.groups[entry.name()] = readGroup(entry, file);
-    }
+    file.groups = readNamed(groups, [&](const Field &each) { return readGroup(each, file); });
 }
 
 CrateEntry readCrate(const Field &field)
