@@ -1,4 +1,4 @@
-#include "attention.h"
+#include "comparefiles.h"
 
 #include <algorithm>
 #include <map>

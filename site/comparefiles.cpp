@@ -2,7 +2,6 @@
 
 #include <ostream>
 
-#include "attention.h"
 #include "comparison/compare.h"
 #include "description/cratefile.h"
 

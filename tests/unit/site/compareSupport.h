@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "attention.h"
+#include "comparefiles.h"
 #include "comparison/compare.h"
 #include "description/cratefile.h"
 
