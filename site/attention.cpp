@@ -124,8 +124,7 @@ std::vector<sim::Finding> attention(const SiteFile &site, const std::string &cra
 {
     Reasons reasons;
     forEachEntry(site, [&](const Entry &entry) {
-        const auto &named = entry.crate.value;
-        if (!named.empty() && named != crate && site.crates.size() > 1)
+        if (site.crates.size() > 1 && !entry.isOf(crate))
             return;
         for (const auto &difference : differences)
             if (concerns(entry.kind, difference))

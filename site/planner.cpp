@@ -123,7 +123,7 @@ private:
         MergedEntry said(crate.recordOf(slot, channel), m_findings);
         said.number = channel;
         for (const Entry &entry : m_file.entries) {
-            if (entry.kind != kind || !isOf(entry, crate) || !entry.covers(slot, channel))
+            if (entry.kind != kind || !entry.isOf(crate.name) || !entry.covers(slot, channel))
                 continue;
             said.add(entry);
             // Counts on through all the channels that the entry speaks of.

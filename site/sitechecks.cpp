@@ -75,11 +75,6 @@ Parameters channelParameters(const std::vector<Crate> &crates)
     return all;
 }
 
-bool isOf(const Entry &entry, const Crate &crate)
-{
-    return entry.crate.value.empty() || entry.crate.value == crate.name;
-}
-
 std::vector<sim::Finding> checkCrates(const SiteFile &file, const std::vector<Crate> &crates)
 {
     sim::Findings findings;
@@ -105,7 +100,7 @@ void checkEntries(const SiteFile &file, const std::vector<Crate> &crates, sim::F
     forEachEntry(file, [&](const Entry &entry) {
         checkEntry(entry, file, findings);
         for (const Crate &crate : crates)
-            if (isOf(entry, crate))
+            if (entry.isOf(crate.name))
                 checkRanges(entry, crate, findings);
     });
     for (const auto &[line, text] : missingParameters(file.defaults, channelParameters(crates)))

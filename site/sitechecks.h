@@ -39,7 +39,4 @@ inline bool canBeRead(const Parameter &parameter) { return parameter.readable; }
 // The parameters of all channels.
 Parameters channelParameters(const std::vector<Crate> &crates);
 
-// Whether the entry is one of that crate's.
-bool isOf(const Entry &entry, const Crate &crate);
-
 } // namespace site

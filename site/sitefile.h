@@ -77,6 +77,8 @@ struct Entry {
     std::optional<Placed<bool>> latching;
     std::optional<Placed<bool>> annunciating;
 
+    // Whether it is one of that crate's.
+    bool isOf(const std::string &name) const { return crate.value.empty() || crate.value == name; }
     // Whether it speaks of the channel or, below 0, of anything in the slot.
     bool covers(int slot, int channel) const;
 };
