@@ -38,17 +38,15 @@ std::optional<bool> readFlag(const Field &field)
     return std::nullopt;
 }
 
-// "0-11,14" or "all".
-std::optional<std::vector<Numbers>> numbers(const std::string &text)
+// "0-11,14" or "all"; empty for what cannot be understood.
+std::vector<Numbers> numbers(const std::string &text)
 {
     if (text == "all")
-        return std::vector<Numbers>{Numbers()};
-    const auto ranges = sim::readChannelRanges(text);
-    if (!ranges)
-        return std::nullopt;
+        return {Numbers()};
     std::vector<Numbers> all;
-    for (const auto &range : *ranges)
-        all.push_back({range.first, range.last});
+    if (const auto ranges = sim::readChannelRanges(text))
+        for (const auto &range : *ranges)
+            all.push_back({range.first, range.last});
     return all;
 }
 
@@ -61,11 +59,11 @@ void readRanges(const Field &field, bool ofChannels, std::vector<Range> &all)
     const auto colon = ofChannels ? text->find(':') : std::string::npos;
     const auto slots = numbers(text->substr(0, colon));
     const auto channels = numbers(colon == std::string::npos ? "all" : text->substr(colon + 1));
-    if (!slots || !channels)
+    if (slots.empty() || channels.empty())
         return field.report("\"" + printable(*text) + "\" is not a range like " +
                             (ofChannels ? "3:0-11" : "0-15"));
-    for (const auto &slot : *slots)
-        for (const auto &channel : *channels) {
+    for (const auto &slot : slots)
+        for (const auto &channel : channels) {
             field.findings().visit();
             all.push_back({slot, channel});
         }
