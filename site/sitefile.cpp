@@ -97,25 +97,17 @@ void readAccess(const Field &field, SiteFile &file)
     file.groups = readNamed(groups, [&](const Field &each) { return readGroup(each, file); });
 }
 
-CrateEntry readCrate(const Field &field)
-{
-    CrateEntry crate;
-    crate.line = field.line();
-    Fields fields(field, "a crate");
-    const Field name = fields.required("name");
-    crate.name = name.text().value_or("");
-    crate.description = fields.optional("description").text().value_or("");
-    fields.finish();
-    if (name.isPresent() && !isCrateName(crate.name))
-        name.report("\"" + printable(crate.name) + "\" cannot be the name of a crate");
-    return crate;
-}
-
 std::vector<CrateEntry> readCrates(const Field &list)
 {
     std::vector<CrateEntry> crates;
     for (const auto &item : list.items()) {
-        const CrateEntry crate = readCrate(item);
+        Fields fields(item, "a crate");
+        const Field name = fields.required("name");
+        const CrateEntry crate{item.line(), name.text().value_or(""),
+                               fields.optional("description").text().value_or("")};
+        fields.finish();
+        if (name.isPresent() && !isCrateName(crate.name))
+            name.report("\"" + printable(crate.name) + "\" cannot be the name of a crate");
         for (const CrateEntry &each : crates)
             if (each.name == crate.name)
                 item.report("crate \"" + each.name + "\" is in line " + std::to_string(each.line) +
