@@ -55,11 +55,9 @@ std::string missing(const Range &range, const Crate &crate)
 
 void checkRanges(const Entry &entry, const Crate &crate, sim::Findings &findings)
 {
-    for (const Range &range : entry.ranges.value) {
-        const std::string what = missing(range, crate);
-        if (!what.empty())
+    for (const Range &range : entry.ranges.value)
+        if (const auto what = missing(range, crate); !what.empty())
             findings.add(entry.ranges.line, "", "crate \"" + crate.name + "\" has no " + what);
-    }
 }
 
 } // namespace
@@ -68,10 +66,9 @@ Parameters channelParameters(const std::vector<Crate> &crates)
 {
     Parameters all;
     for (const Crate &crate : crates)
-        forEachList(crate, [&](const Parameters &list, auto *, auto *channel) {
-            if (channel != nullptr)
-                all.insert(all.end(), list.begin(), list.end());
-        });
+        for (const Board &board : crate.boards)
+            for (const Channel &channel : board.channels)
+                all.insert(all.end(), channel.parameters.begin(), channel.parameters.end());
     return all;
 }
 
