@@ -117,12 +117,6 @@ std::vector<CrateEntry> readCrates(const Field &list)
     return crates;
 }
 
-void readEntries(const Field &list, EntryKind kind, std::vector<Entry> &entries)
-{
-    for (const auto &item : list.items())
-        entries.push_back(readEntry(item, kind));
-}
-
 void read(const Field &document, SiteFile &file)
 {
     Fields fields(document, "the site");
@@ -132,9 +126,11 @@ void read(const Field &document, SiteFile &file)
     file.parameters = readRoles(fields.optional("parameters"));
     readAccess(fields.optional("access"), file);
     file.defaults = readEntry(fields.optional("defaults"), EntryKind::Defaults);
-    readEntries(fields.optional("channels"), EntryKind::Channels, file.entries);
-    readEntries(fields.optional("boards"), EntryKind::Boards, file.entries);
-    readEntries(fields.optional("system"), EntryKind::System, file.entries);
+    for (const auto &[key, kind] :
+         {std::pair("channels", EntryKind::Channels), std::pair("boards", EntryKind::Boards),
+          std::pair("system", EntryKind::System)})
+        for (const auto &item : fields.optional(key).items())
+            file.entries.push_back(readEntry(item, kind));
     fields.finish();
 }
 
