@@ -40,7 +40,7 @@ void MergedEntry::add(const Entry &entry)
     if (m_isTwice)
         return;
     const auto merge = [&](auto member, const std::string &what) {
-        const auto [first, second] = take(m_merged.*member, entry.*member);
+        const auto [first, second] = take(this->*member, entry.*member);
         if (second == 0 || entry.kind == EntryKind::Defaults)
             return;
         m_isTwice = true;

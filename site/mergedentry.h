@@ -11,7 +11,8 @@ namespace site {
 void addOnce(sim::Findings &findings, int line, const std::string &subject,
              const std::string &text);
 
-class MergedEntry {
+// Without lines, crate and ranges of its own.
+class MergedEntry : public Entry {
 public:
     // The place names it in findings: "HV:03:007".
     MergedEntry(std::string place, sim::Findings &findings)
@@ -23,8 +24,6 @@ public:
     // come last, and hold where no entry says anything.
     void add(const Entry &entry);
 
-    const Entry &get() const { return m_merged; }
-
     // The number that the channel has in its name.
     int number = 0;
 
@@ -35,7 +34,6 @@ private:
     const std::string m_place;
     sim::Findings &m_findings;
     bool m_isTwice = false;
-    Entry m_merged; // without lines and ranges of its own
 };
 
 } // namespace site

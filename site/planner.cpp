@@ -59,9 +59,8 @@ void checkValue(double value, const Parameter &parameter, int line, const Merged
                               numberText(value) + " is beyond them");
 }
 
-PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &merged)
+PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &said)
 {
-    const Entry &said = merged.get();
     PlannedParameter planned;
     planned.parameter = &parameter;
     // What is said of all parameters need not fit each.
@@ -75,18 +74,17 @@ PlannedParameter planParameter(const Parameter &parameter, const MergedEntry &me
         set(planned.access, saidOf(parameter.name, said.access));
     for (const ThresholdWords &words : thresholdWords)
         if (const auto &threshold = planned.limits.*words.threshold)
-            checkValue(threshold->limit, parameter, limits->line, merged);
+            checkValue(threshold->limit, parameter, limits->line, said);
     if (drive != nullptr)
         for (const double value : {planned.drive->low, planned.drive->high})
-            checkValue(value, parameter, drive->line, merged);
+            checkValue(value, parameter, drive->line, said);
     return planned;
 }
 
-void fill(PlannedPart &planned, const Parameters &parameters, const MergedEntry &merged)
+void fill(PlannedPart &planned, const Parameters &parameters, const MergedEntry &said)
 {
-    const Entry &said = merged.get();
     for (const Parameter &each : parameters)
-        planned.parameters.push_back(planParameter(each, merged));
+        planned.parameters.push_back(planParameter(each, said));
     set(planned.alarm.guidance, said.guidance);
     set(planned.alarm.delay, said.delay);
     set(planned.alarm.latching, said.latching);
@@ -142,7 +140,7 @@ private:
         planned.slot = board.slot;
         planned.record = crate.recordOf(board.slot);
         fill(planned, board.parameters, said);
-        set(planned.description, said.get().description);
+        set(planned.description, said.description);
         for (const Channel &channel : board.channels)
             planned.channels.push_back(planChannel(crate, board, channel));
         if (planned.hasStates())
@@ -163,11 +161,11 @@ private:
         name(planned, said);
         describe(planned, said);
         planned.roles = rolesOf(planned.parameters, m_file);
-        setState(planned, said.get());
+        setState(planned, said);
         return planned;
     }
 
-    void setState(PlannedChannel &planned, const Entry &said)
+    void setState(PlannedChannel &planned, const MergedEntry &said)
     {
         for (size_t state = 0; state < stateCount; ++state)
             planned.severities.at(state) = stateWords[state].severity;
@@ -200,7 +198,7 @@ private:
 
     void name(PlannedChannel &planned, const MergedEntry &said)
     {
-        const auto &pattern = said.get().name;
+        const auto &pattern = said.name;
         if (!pattern)
             return;
         planned.name = numbered(pattern->value, said.number);
@@ -214,7 +212,7 @@ private:
 
     void describe(PlannedChannel &planned, const MergedEntry &said)
     {
-        const auto &pattern = said.get().description;
+        const auto &pattern = said.description;
         if (!pattern)
             return;
         planned.description = numbered(pattern->value, said.number);
