@@ -6,7 +6,6 @@
 #include "comparefiles.h"
 #include "folder.h"
 #include "inputs.h"
-#include "newsite.h"
 #include "version.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "newsite.h"
+#include "sitefile.h"
 
 #include "description/channelset.h"
 #include "sitechecks.h"

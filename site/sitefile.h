@@ -114,4 +114,8 @@ Entry readEntry(const sim::Field &field, EntryKind kind);
 // Everything that is wrong in itself is found at once; nothing is known of a crate yet.
 SiteReading readSite(const std::string &yaml);
 
+// The first site file of the crates, to be completed by the people who know the detector. Accepted
+// as it is by check and make.
+std::string newSite(const std::vector<Crate> &crates);
+
 } // namespace site

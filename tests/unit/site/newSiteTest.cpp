@@ -1,5 +1,5 @@
 // A first site file is accepted as it is.
-#include "newsite.h"
+#include "sitefile.h"
 
 #include <gmock/gmock.h>
 
