@@ -38,9 +38,12 @@ def pytest_configure(config):
 
 @pytest.hookimpl(tryfirst=True)
 def pytest_cmdline_main(config):
-    # A worker that took itself for the session would start workers of its own, without end.
-    is_worker = hasattr(config, "workerinput") or "PYTEST_XDIST_WORKER" in os.environ
-    if is_worker or not config.pluginmanager.hasplugin("xdist"):
+    # A worker that took itself for the session would start workers of its own, without end. It
+    # names the groups, and knows of them only what is on the command line.
+    if hasattr(config, "workerinput") or "PYTEST_XDIST_WORKER" in os.environ:
+        config.option.loadgroup = True
+        return
+    if not config.pluginmanager.hasplugin("xdist"):
         return
     if config.option.numprocesses is None:
         wanted = os.environ.get("ZANTO_E2E_WORKERS")
