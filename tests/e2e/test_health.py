@@ -78,7 +78,7 @@ def severity(site, name):
 
 def test_the_script_loads_all_without_a_complaint(served):
     assert not re.search("rror|arning|not found|failed", served.said), served.said
-    assert served.clients.caget("HALL:VMon") == served.clients.caget(record(0, 3, "VMon"))
+    assert served.clients.caget("HALL:VMon.NAME") == record(0, 3, "VMon")
     assert served.clients.caput(record(0, 3, "VMon.DESC"), "x") != ""
 
 
