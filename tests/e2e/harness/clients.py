@@ -3,7 +3,9 @@
 import re
 
 from . import places
-from .process import WATCHDOG
+from .process import WATCHDOG, until
+
+SETTLED = 5  # seconds after which an update that has not come is taken for lost
 
 
 class Clients:
@@ -46,9 +48,17 @@ class Clients:
 
     def wait_for_value(self, name, value):
         """Until a monitor of the record shows what matches the pattern."""
+        until(lambda: self._shows(name, value), f"{name} is {value}")
+
+    # The change may have come while the monitor was set up (see Monitor), then another one tells.
+    def _shows(self, name, value):
         monitor = self.camonitor(name)
-        monitor.wait_for(name, value)
-        monitor.close()
+        try:
+            return monitor.wait_for(name, value, timeout=SETTLED)
+        except AssertionError:
+            return None
+        finally:
+            monitor.close()
 
     # Read-backs of on/off parameters have no state names, so both show numbers.
     def camonitor(self, *names):
@@ -63,12 +73,17 @@ UPDATE = r"""^{name} +(?:\d{{4}}-\d\d-\d\d [\d:.]+ +)?"?({value})"? *$"""
 
 
 class Monitor:
-    """A client that prints each update; started when it has shown every name once."""
+    """A client that prints each update; started when it has shown every name once.
+
+    The Channel Access server of base sends a first value before it enables the subscription, and
+    an update in between is lost. It handles a client's requests one after the other, so those of
+    all names are enabled when a further one is answered: that of a field which never changes."""
 
     def __init__(self, sandbox, tool, names, options):
-        self.process = sandbox.start(f"{tool} {' '.join(names)}",
-                                     ["stdbuf", "-oL", places.client(tool), *options, *names])
-        for name in names:
+        last = [f"{names[-1].split('.')[0]}.NAME"] if tool == "camonitor" else []
+        self.process = sandbox.start(f"{tool} {' '.join(names)}", [
+            "stdbuf", "-oL", places.client(tool), *options, *names, *last])
+        for name in [*names, *last]:
             self.wait_for(name, ".*")
 
     def close(self):
