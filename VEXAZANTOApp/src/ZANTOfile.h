@@ -14,6 +14,7 @@ public:
     // a FIFO and takes nothing but a regular file: somebody may have planted them there. One
     // that others could hold open for writing (of another user than `user`, with another name,
     // writable by others) is replaced by a fresh one, or not opened if it cannot be replaced.
+    // Waits for some milliseconds at most, where others create and remove the file meanwhile.
     explicit ZANTOOutputFile(const char *path, uid_t user = geteuid());
 
     bool isOpen() const { return m_file != nullptr; }
